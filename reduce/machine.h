@@ -1,0 +1,23 @@
+// The reduction machine: rewrites a closed expression until nothing is left to do.
+#pragma once
+
+#include <csignal>
+
+#include "value/value.h"
+
+namespace marl {
+
+/// Reduces a closed expression to its final form. Re-entrant: the nested run has a context of its
+/// own, and an abort in it ends that run only, with the aborting Value as its result. Todo actions
+/// are armed while it runs.
+Value reduce(Value expression);
+
+/// Set by the interrupt handler. The loop looks at it between two steps and then calls
+/// `run_interrupt`, which does not return (driver/interrupt.cpp).
+extern volatile sig_atomic_t interrupted;
+[[noreturn]] void run_interrupt();
+
+/// Whether r is an abort: a Pair whose left child is a Leaf with first byte ")" or "]".
+bool is_abort(Node* r);
+
+}  // namespace marl

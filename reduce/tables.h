@@ -1,0 +1,80 @@
+// The program: what the front end and the machine share.
+//
+// A program is not a structure that is passed around but the contents of these tables. Every name
+// that anything has asked about has one Symbol for the life of the process; a name Leaf keeps a
+// pointer to it, so that a call reaches the name's definition without a search, also one that a
+// later load adds. `definitions` are the symbols that have an expression, in byte order of their
+// names; the entry expression of the program stands under the empty name.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "text/string.h"
+#include "value/value.h"
+
+namespace marl {
+
+/// A built-in's implementation. `arguments` are as many as its row says, first to last, each one
+/// settled; it may move them out, and what it leaves is released after it. A slot whose node has a
+/// count of 1 is held by nobody else. Gives the result, which may be any closed expression.
+using BuiltinFunction = Value (*)(Value* arguments);
+
+struct Row {
+    const char* name;
+    uint8_t arity;
+    BuiltinFunction function;
+};
+
+struct Template;  // reduce/template.h
+
+struct Symbol {
+    Symbol();
+    ~Symbol();
+
+    String name;
+    const Row* builtin = nullptr;
+    Value definition;         // null when the name has none
+    bool unmemoised = false;  // a constant that is evaluated anew at each use
+    // What a call copies, made from `definition` at the first call; null before.
+    std::unique_ptr<Template> body;
+};
+
+/// The one Symbol of a name, made at the first question.
+Symbol& symbol_of(std::string_view name);
+/// The Symbol of a name if anything has asked for it, else null.
+Symbol* find_symbol(std::string_view name);
+/// The Symbol of a name Leaf, kept in the Leaf from the first question on.
+inline Symbol& symbol_of_leaf(Node* name_leaf) {
+    Symbol*& slot = symbol_slot(name_leaf);
+    if (!slot) slot = &symbol_of(leaf_bytes(name_leaf));
+    return *slot;
+}
+
+/// The definition of a name, borrowed; null when it has none.
+Node* find_definition(std::string_view name);
+/// Sets the definition of a name. The old one is released.
+void set_definition(Symbol& symbol, Value expression);
+void set_definition(std::string_view name, Value expression);
+/// Takes the definition of a name away.
+void erase_definition(Symbol& symbol);
+
+/// The symbols that have a definition, in key order, as they stand now.
+std::vector<Symbol*> defined_symbols();
+/// Forgets every definition and every unmemoised mark. Nothing but the names stays.
+void clear_definitions();
+
+/// The built-in table: all rows, in key order (library/registry.cpp).
+std::span<const Row> builtin_table();
+/// Binds the rows of the built-in table to their symbols; done again, it changes nothing.
+void bind_builtins();
+
+/// A copy of the definitions as the prelude left them, until the program check has restored from it
+/// what it needs.
+extern std::map<String, Value> prelude_definitions;
+
+}  // namespace marl

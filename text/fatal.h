@@ -1,0 +1,26 @@
+// The fatal stop: the answer to every broken invariant.
+//
+// One line on descriptor 2, "ASSERTION FAILED:path:line", and then abort. There is no recovery, and
+// no message besides the place; exhausted memory has a line of its own.
+#pragma once
+
+#include <cstddef>
+
+namespace marl {
+
+/// Writes the assertion line for `path` and `line` and aborts; aborts as well when the line can't
+/// be written.
+[[noreturn]] void fatal_stop(const char* path, int line);
+
+/// Writes "marl: out of memory" to descriptor 2 and ends the process with status 1.
+[[noreturn]] void out_of_memory();
+
+/// malloc and realloc that never give null: exhaustion ends the process by `out_of_memory`.
+void* allocate_bytes(size_t size);
+void* reallocate_bytes(void* block, size_t size);
+
+}  // namespace marl
+
+/// Stops fatally unless the condition, an invariant of the system's own, holds.
+#define MARL_REQUIRE(condition) \
+    (static_cast<bool>(condition) ? void(0) : ::marl::fatal_stop(__FILE__, __LINE__))

@@ -1,0 +1,25 @@
+// Rope: text that is built by appending and flattened once at the end.
+//
+// One growing block of bytes; an append costs its own length, amortised.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "text/string.h"
+
+namespace marl {
+
+struct Rope {
+    std::string bytes;
+};
+
+inline void rope_append(Rope& rope, std::string_view text) { rope.bytes.append(text); }
+inline void rope_append(Rope& rope, const String& text) { rope.bytes.append(text.view()); }
+inline void rope_push(Rope& rope, char byte) { rope.bytes.push_back(byte); }
+inline int64_t rope_length(const Rope& rope) { return static_cast<int64_t>(rope.bytes.size()); }
+/// The whole text as one String. The Rope keeps its text.
+inline String rope_flatten(const Rope& rope) { return String(std::string_view(rope.bytes)); }
+
+}  // namespace marl

@@ -1,0 +1,66 @@
+// Node memory.
+//
+// Nodes of up to `pooled_limit` bytes come from free lists, one for each size in words, fed from
+// slabs that live as long as the process: a Pair is made and freed in a handful of instructions and
+// takes 24 bytes. Larger nodes are blocks of the general allocator. Builds with sanitizers switch
+// the lists off, so that every node is a block of its own.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+
+#include "text/fatal.h"
+
+namespace marl {
+
+constexpr size_t word_size = 8;
+constexpr size_t pooled_limit = 64;
+
+struct FreeBlock {
+    FreeBlock* next;
+};
+extern FreeBlock* free_lists[pooled_limit / word_size + 1];
+
+#if MARL_COUNT_NODES
+extern int64_t live_nodes;
+#endif
+
+/// A block for a free list that has run empty.
+void* allocate_from_slab(size_t words);
+
+inline void* allocate_node(size_t size) {
+#if MARL_COUNT_NODES
+    ++live_nodes;
+#endif
+#if MARL_POOL
+    if (size <= pooled_limit) {
+        const size_t words = (size + word_size - 1) / word_size;
+        FreeBlock* block = free_lists[words];
+        if (!block) return allocate_from_slab(words);
+        free_lists[words] = block->next;
+        return block;
+    }
+#endif
+    return allocate_bytes(size);
+}
+
+/// `size` is the size that the block was allocated with, give or take what rounding up to words
+/// hides.
+inline void free_node(void* node, [[maybe_unused]] size_t size) {
+#if MARL_COUNT_NODES
+    --live_nodes;
+#endif
+#if MARL_POOL
+    if (size <= pooled_limit) {
+        auto* block = static_cast<FreeBlock*>(node);
+        FreeBlock*& list = free_lists[(size + word_size - 1) / word_size];
+        block->next = list;
+        list = block;
+        return;
+    }
+#endif
+    free(node);
+}
+
+}  // namespace marl

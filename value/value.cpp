@@ -1,0 +1,146 @@
+#include "value/value.h"
+
+#include <array>
+#include <cstring>
+
+#include "value/allocate.h"
+
+namespace marl {
+
+const char base64_digits[65] = "_abcdefghijklmnopqrustvwzxy0123456789ABCDEFGHIJKLMNOPQRUSTVWZXY~";
+
+namespace {
+
+constexpr std::array<int8_t, 256> make_base64_values() {
+    std::array<int8_t, 256> values{};
+    values.fill(-1);
+    for (int i = 0; i < 64; ++i) {
+        values[static_cast<uint8_t>(base64_digits[i])] = static_cast<int8_t>(i);
+    }
+    return values;
+}
+constexpr auto base64_values = make_base64_values();
+
+bool caches_length(uint8_t kind) { return kind == '[' || is_digit_byte(kind); }
+
+/// The length of a digit or "[" text that is too long for `span`.
+int64_t long_length(Node* leaf) {
+    const char* bytes = leaf_text(leaf);
+    int64_t n = 0;
+    if (*bytes == '[') {
+        int64_t depth = 0;
+        do {
+            if (bytes[n] == '[') ++depth;
+            if (bytes[n] == ']') --depth;
+            ++n;
+        } while (depth > 0);
+    } else {
+        n = static_cast<int64_t>(strlen(bytes));
+    }
+    MARL_REQUIRE(n >= span_limit);
+    return n;
+}
+
+}  // namespace
+
+Value leaf_with_size(char kind, int64_t n) {
+    const uint8_t byte = n > 0 ? static_cast<uint8_t>(kind) : uint8_t{0};
+    const size_t size = sizeof(Node) + static_cast<size_t>(n) + 1;
+    Node* node;
+    if (is_name_byte(byte)) {
+        auto* slot = static_cast<Symbol**>(allocate_node(size + sizeof(Symbol*)));
+        *slot = nullptr;
+        node = reinterpret_cast<Node*>(slot + 1);
+    } else {
+        node = static_cast<Node*>(allocate_node(size));
+    }
+    node->header = leaf_bit | 1;
+    if (caches_length(byte) && n < span_limit) {
+        node->header |= static_cast<uint64_t>(n) << span_shift;
+    }
+    char* bytes = leaf_text(node);
+    bytes[0] = static_cast<char>(byte);
+    bytes[n] = 0;
+    return Value::adopt(node);
+}
+
+Value leaf(std::string_view bytes) {
+    Value made = leaf_with_size(bytes.empty() ? '\0' : bytes[0], static_cast<int64_t>(bytes.size()));
+    if (!bytes.empty()) memcpy(leaf_text(made), bytes.data(), bytes.size());
+    return made;
+}
+
+Value cray_with_size(int64_t n) {
+    MARL_REQUIRE(n >= 0 && n < cray_limit);
+    const size_t slots = static_cast<size_t>(n) * sizeof(Node*);
+    auto* node = static_cast<Node*>(allocate_node(sizeof(Node) + 1 + slots));
+    node->header = leaf_bit | (static_cast<uint64_t>(n) << span_shift) | 1;
+    char* bytes = leaf_text(node);
+    bytes[0] = '\n';
+    memset(bytes + 1, 0, slots);
+    return Value::adopt(node);
+}
+
+Value pair(Value left, Value right) {
+    auto* node = static_cast<PairNode*>(allocate_node(sizeof(PairNode)));
+    node->header = 1;
+    node->left = left.take();
+    node->right = right.take();
+    MARL_REQUIRE(node->left && node->right);
+    return Value::adopt(node);
+}
+
+PostExtent post_extent(Node* post) {
+    const char* bytes = leaf_text(post);
+    MARL_REQUIRE(*bytes == '(');
+    int64_t n = 0;
+    int64_t i = 1;
+    for (; bytes[i] != ')'; ++i) {
+        const int digit = base64_values[static_cast<uint8_t>(bytes[i])];
+        MARL_REQUIRE(digit >= 0);
+        n = n * 64 + digit;
+    }
+    return {i + 1, n};
+}
+
+int64_t length(Node* node) {
+    if (!is_leaf(node)) return 0;
+    const uint8_t kind = first_byte(node);
+    if (caches_length(kind)) return span_of(node) ? span_of(node) : long_length(node);
+    switch (kind) {
+        case ' ': return 1 + static_cast<int64_t>(sizeof(double));
+        case '\n': return int64_t{8} * span_of(node) + 1;
+        case '(': {
+            const PostExtent extent = post_extent(node);
+            return extent.offset + extent.length;
+        }
+        default: return static_cast<int64_t>(strlen(leaf_text(node)));
+    }
+}
+
+std::string_view leaf_bytes(Node* node) {
+    if (!is_leaf(node)) return {};
+    return {leaf_text(node), static_cast<size_t>(length(node))};
+}
+
+Node* cray_slot(Node* cray, int64_t i) {
+    Node* element;
+    memcpy(&element, leaf_text(cray) + 1 + i * int64_t{sizeof element}, sizeof element);
+    return element;
+}
+
+void set_cray_slot(Node* cray, int64_t i, Node* element) {
+    memcpy(leaf_text(cray) + 1 + i * int64_t{sizeof element}, &element, sizeof element);
+}
+
+int base64_value(uint8_t digit) { return base64_values[digit]; }
+
+String base64_name(int64_t n) {
+    MARL_REQUIRE(n >= 0 && n <= 0x40000000);
+    if (n == 0x40000000) return "!!!!!";
+    char digits[6] = {};
+    for (int i = 4; i >= 0; --i, n /= 64) digits[i] = base64_digits[n % 64];
+    return digits;
+}
+
+}  // namespace marl

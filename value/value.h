@@ -1,0 +1,121 @@
+// Value: an owning handle on a node, and the ways to make and read nodes.
+//
+// A handle owns one unit of its node's count. Functions that consume a Value take it by value;
+// functions that only look take a `Node*`, which a Value converts to. A handle is null only after it
+// was moved from.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+#include <utility>
+
+#include "text/string.h"
+#include "value/node.h"
+
+namespace marl {
+
+class Value {
+  public:
+    Value() = default;
+    Value(const Value& other) : node_(other.node_) {
+        if (node_) retain(node_);
+    }
+    Value(Value&& other) noexcept : node_(std::exchange(other.node_, nullptr)) {}
+    Value& operator=(const Value& other) {
+        if (node_ != other.node_) *this = Value(other);
+        return *this;
+    }
+    Value& operator=(Value&& other) noexcept {
+        // The new node is in place before the old one dies: its end may run a todo action.
+        Node* old = std::exchange(node_, std::exchange(other.node_, nullptr));
+        if (old) release(old);
+        return *this;
+    }
+    ~Value() {
+        if (node_) release(node_);
+    }
+
+    /// Takes over a reference that the caller owns.
+    static Value adopt(Node* node) {
+        Value value;
+        value.node_ = node;
+        return value;
+    }
+    /// One more reference to a borrowed node; null is a fatal stop.
+    static Value share(Node* node) {
+        MARL_REQUIRE(node);
+        retain(node);
+        return adopt(node);
+    }
+    /// Gives the reference up to the caller, and leaves null.
+    Node* take() { return std::exchange(node_, nullptr); }
+
+    Node* get() const { return node_; }
+    operator Node*() const { return node_; }
+    explicit operator bool() const { return node_ != nullptr; }
+
+  private:
+    Node* node_ = nullptr;
+};
+
+/// A new Leaf of the bytes, which may hold NULs. `span` is the length on a digit or "[" Leaf below
+/// the limit. The empty Leaf is the one of no bytes. Crays are made by number/cray.h.
+Value leaf(std::string_view text);
+inline Value leaf(const String& text) { return leaf(text.view()); }
+/// A new Leaf of `length` bytes that begins with `kind`, the rest not set; the caller fills
+/// `leaf_text`. The NUL stands.
+Value leaf_with_size(char kind, int64_t length);
+/// A new cray of n slots, each of them null. n is below `cray_limit`.
+Value cray_with_size(int64_t n);
+
+/// A new Pair, not analysed. Consumes both.
+Value pair(Value left, Value right);
+/// The left-nested application of f to the arguments.
+template <class... Rest>
+Value apply(Value f, Value x, Rest... rest) {
+    if constexpr (sizeof...(rest) == 0) {
+        return pair(std::move(f), std::move(x));
+    } else {
+        return apply(pair(std::move(f), std::move(x)), std::move(rest)...);
+    }
+}
+inline Value apply3(const Value& a, const Value& b, const Value& c) { return apply(a, b, c); }
+
+/// The length of a Leaf's text in bytes; 0 for a Pair. 8n + 1 for a cray of n elements.
+int64_t length(Node* node);
+/// The whole text of a Leaf, kind byte first, borrowed; empty for a Pair. A cray's are its raw bytes.
+std::string_view leaf_bytes(Node* node);
+/// The same as a String of its own.
+inline String text(Node* node) { return String(leaf_bytes(node)); }
+inline bool is_leaf_text(Node* node, std::string_view bytes) {
+    return is_leaf(node) && leaf_bytes(node) == bytes;
+}
+
+/// The slots of a cray, unaligned: read and write them through these two. A null is an empty slot.
+Node* cray_slot(Node* cray, int64_t i);
+void set_cray_slot(Node* cray, int64_t i, Node* element);
+
+/// For a post Leaf: where its payload begins in the Leaf's text, and how many bytes it has.
+struct PostExtent {
+    int64_t offset;
+    int64_t length;
+};
+PostExtent post_extent(Node* post);
+
+/// The total order on Values, with the sign turned round: 1 when a sorts before b, 0 when they are
+/// equal, -1 when a sorts after b. Leaves sort before Pairs; Leaves by unsigned bytes, then the
+/// shorter first; Pairs by their left children, then their right ones.
+int compare(Node* a, Node* b);
+
+/// The digit alphabet of counts and positions, value 0 to 63.
+extern const char base64_digits[65];
+/// The value of a digit of that alphabet; -1 for any other byte.
+int base64_value(uint8_t digit);
+/// A position, 0 to 0x40000000, as five digits, most significant first; "!!!!!" for the largest.
+/// Anything else is a fatal stop.
+String base64_name(int64_t n);
+
+/// The text that a person would have written for a Value. Looks at the structure only.
+String print_value(Node* node);
+
+}  // namespace marl
