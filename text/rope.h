@@ -16,6 +16,7 @@ struct Rope {
 };
 
 inline void rope_append(Rope& rope, std::string_view text) { rope.bytes.append(text); }
+inline void rope_append(Rope& rope, const char* text) { rope.bytes.append(text); }
 inline void rope_append(Rope& rope, const String& text) { rope.bytes.append(text.view()); }
 inline void rope_push(Rope& rope, char byte) { rope.bytes.push_back(byte); }
 inline int64_t rope_length(const Rope& rope) { return static_cast<int64_t>(rope.bytes.size()); }

@@ -61,6 +61,7 @@ class Value {
 /// A new Leaf of the bytes, which may hold NULs. `span` is the length on a digit or "[" Leaf below
 /// the limit. The empty Leaf is the one of no bytes. Crays are made by number/cray.h.
 Value leaf(std::string_view text);
+inline Value leaf(const char* text) { return leaf(std::string_view(text)); }
 inline Value leaf(const String& text) { return leaf(text.view()); }
 /// A new Leaf of `length` bytes that begins with `kind`, the rest not set; the caller fills
 /// `leaf_text`. The NUL stands.

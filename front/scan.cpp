@@ -1,0 +1,109 @@
+#include "front/scan.h"
+
+#include "text/fatal.h"
+#include "text/rope.h"
+
+namespace marl {
+
+namespace {
+
+bool is_white(uint8_t byte) {
+    return byte == ' ' || byte == '\n';
+}
+
+bool contains(std::string_view set, char byte) {
+    return set.find(byte) != set.npos;
+}
+
+/// Whether a run of white space between the two bytes means something.
+bool separates(char before, char behind) {
+    return !is_spacing_operator(static_cast<uint8_t>(before)) &&
+           !is_spacing_operator(static_cast<uint8_t>(behind)) && !contains("({}", before) &&
+           !contains("){}", behind);
+}
+
+/// How far one byte takes a walk down (+1) or up (-1), for a walk from left to right.
+int depth_change(char byte, bool square) {
+    if (square) return byte == '[' ? 1 : byte == ']' ? -1 : 0;
+    return byte == '(' || byte == '{' ? 1 : byte == ')' || byte == '}' ? -1 : 0;
+}
+
+bool is_square(char byte) {
+    return byte == '[' || byte == ']';
+}
+
+/// Walks from a bracket to its match, with the brackets of one shape counting.
+int64_t walk(std::string_view text, int64_t position, bool square, int direction) {
+    const auto size = static_cast<int64_t>(text.size());
+    int64_t depth = 0;
+    for (int64_t i = position;; i += direction) {
+        MARL_REQUIRE(i >= 0 && i < size);
+        const char byte = text[static_cast<size_t>(i)];
+        if (!square && is_square(byte)) {
+            i = walk(text, i, true, direction);
+            continue;
+        }
+        depth += depth_change(byte, square) * direction;
+        MARL_REQUIRE(depth >= 0);
+        if (depth == 0) return i;
+    }
+}
+
+}  // namespace
+
+bool is_spacing_operator(uint8_t byte) {
+    return contains("\n #%&'*+,-./:;<=>?@\\^|", static_cast<char>(byte));
+}
+
+bool is_prefix_operator(uint8_t byte) {
+    return contains("~!\"$`", static_cast<char>(byte));
+}
+
+char partner(char bracket) {
+    constexpr std::string_view brackets = "()[]{}";
+    const size_t place = brackets.find(bracket);
+    return place == brackets.npos ? bracket : brackets[place ^ 1];
+}
+
+String normalise(std::string_view source) {
+    size_t end = source.size();
+    while (end > 0 && is_white(static_cast<uint8_t>(source[end - 1]))) --end;
+    size_t i = 0;
+    while (i < end && is_white(static_cast<uint8_t>(source[i]))) ++i;
+
+    Rope rope;
+    while (i < end) {
+        if (source[i] == '[') {
+            const auto behind =
+                static_cast<size_t>(match_bracket(source, static_cast<int64_t>(i)) + 1);
+            rope_append(rope, source.substr(i, behind - i));
+            i = behind;
+        } else if (!is_white(static_cast<uint8_t>(source[i]))) {
+            rope_push(rope, source[i++]);
+        } else {
+            const char before = source[i - 1];
+            while (is_white(static_cast<uint8_t>(source[i]))) ++i;
+            if (separates(before, source[i])) rope_push(rope, ' ');
+        }
+    }
+    return rope_flatten(rope);
+}
+
+int64_t match_bracket(std::string_view text, int64_t position) {
+    const char byte = text[static_cast<size_t>(position)];
+    if (partner(byte) == byte) return position;
+    const int direction = contains("([{", byte) ? 1 : -1;
+    return walk(text, position, is_square(byte), direction);
+}
+
+std::vector<int64_t> find_operators(std::string_view text, std::string_view set) {
+    std::vector<int64_t> positions;
+    const auto size = static_cast<int64_t>(text.size());
+    for (int64_t i = 0; i < size; ++i) {
+        if (contains(set, text[static_cast<size_t>(i)])) positions.push_back(i);
+        i = match_bracket(text, i);
+    }
+    return positions;
+}
+
+}  // namespace marl

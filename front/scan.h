@@ -1,0 +1,45 @@
+// What all stages of the front end share: white space, brackets, and the search for operators.
+//
+// There is no token stream. Program text is a byte string, and the stages cut it at positions,
+// which count from 0. All but `is_spacing_operator` and `partner` take text whose brackets balance;
+// text that is cut off inside a bracket is a fatal stop.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "text/string.h"
+
+namespace marl {
+
+/// A binary operator, a separator or white space: next to it, white space means nothing.
+bool is_spacing_operator(uint8_t byte);
+
+/// Whether the byte is one of ~ ! " $ and backquote.
+bool is_prefix_operator(uint8_t byte);
+
+/// "_" or a lower-case letter: the bytes of words.
+inline bool is_word_byte(uint8_t byte) {
+    return byte == '_' || (byte >= 'a' && byte <= 'z');
+}
+
+/// The closing bracket of an opening one, and the other way round. Any other byte is its own
+/// partner.
+char partner(char bracket);
+
+/// The text without leading and trailing white space, and with each run of white space inside
+/// reduced to one blank, or to nothing next to an operator or wing, behind "(" and before ")".
+/// Byte text in [...] stays as it is.
+String normalise(std::string_view source);
+
+/// The position of the bracket that matches the one at `position`, walking backward from a closing
+/// one; `position` itself when no bracket stands there. Inside [...] only [ and ] count; outside,
+/// ( and { are not told apart.
+int64_t match_bracket(std::string_view text, int64_t position);
+
+/// The positions of all bytes of `set` that stand outside of every bracket, ascending. An opening
+/// bracket can itself be a member of the set.
+std::vector<int64_t> find_operators(std::string_view text, std::string_view set);
+
+}  // namespace marl
