@@ -1,0 +1,75 @@
+#!/usr/bin/env python3
+"""Checks the includes between the repository's own files.
+
+Every quoted include names a file from the repository's root, no file reaches itself through its
+includes, and a folder includes only itself and the folders below it. The one header that may be
+included from below is driver/report.h.
+"""
+import pathlib
+import re
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+FOLDERS = ["text", "value", "reduce", "number", "front", "library", "driver"]
+UPWARD = {"driver/report.h": {"number", "front", "library"}}
+INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
+
+
+def read_graph():
+    graph = {}
+    for folder in FOLDERS:
+        for path in sorted((ROOT / folder).glob("*.[hc]*")):
+            text = path.read_text(encoding="utf-8")
+            graph[f"{folder}/{path.name}"] = INCLUDE.findall(text)
+    return graph
+
+
+def folder_of(name):
+    return name.split("/")[0]
+
+
+def wrong_edges(graph):
+    for name, includes in graph.items():
+        folder = folder_of(name)
+        for target in includes:
+            if target not in graph:
+                yield f"{name}: includes {target}, which is no file of {', '.join(FOLDERS)}"
+            elif FOLDERS.index(folder_of(target)) > FOLDERS.index(folder):
+                if folder not in UPWARD.get(target, ()):
+                    yield f"{name}: includes {target}, which stands above {folder}/"
+
+
+def find_cycle(graph):
+    """The files of one cycle, or None. Depth first; `open_path` are the files being visited."""
+    done = set()
+
+    def visit(name, open_path):
+        if name in open_path:
+            return open_path[open_path.index(name):] + [name]
+        if name in done or name not in graph:
+            return None
+        for target in graph[name]:
+            if cycle := visit(target, open_path + [name]):
+                return cycle
+        done.add(name)
+        return None
+
+    for name in graph:
+        if cycle := visit(name, []):
+            return cycle
+    return None
+
+
+def main():
+    graph = read_graph()
+    faults = list(wrong_edges(graph))
+    if cycle := find_cycle(graph):
+        faults.append("cycle: " + " -> ".join(cycle))
+    for fault in faults:
+        print(fault)
+    print(f"{len(graph)} files, {sum(map(len, graph.values()))} includes, {len(faults)} faults")
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
