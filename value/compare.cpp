@@ -1,6 +1,7 @@
 // The total order on Values. Walks with a list of its own, so that depth costs heap and no stack.
 #include <algorithm>
 #include <cstring>
+#include <tuple>
 #include <utility>
 #include <vector>
 

@@ -7,7 +7,7 @@
 
 namespace marl {
 
-const char base64_digits[65] = "_abcdefghijklmnopqrustvwzxy0123456789ABCDEFGHIJKLMNOPQRUSTVWZXY~";
+constexpr char base64_digits[65] = "_abcdefghijklmnopqrustvwzxy0123456789ABCDEFGHIJKLMNOPQRUSTVWZXY~";
 
 namespace {
 
