@@ -17,6 +17,9 @@ namespace marl {
 /// lower-case letter is a fatal stop; the program check refuses those.
 void analyse_node(Node* node);
 
+/// The same for a Pair whose children are analysed and which is not: a constant cost.
+void analyse_pair(Node* pair);
+
 inline void analyse(Node* node) {
     if ((node->header & (uint64_t{0x7F} << top_shift)) == 0) analyse_node(node);
 }

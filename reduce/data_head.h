@@ -5,9 +5,9 @@
 
 namespace marl {
 
-/// What a data head (a number, post, real, cray, or zits Leaf or Pair) applied to a settled argument
-/// gives: its structure as combinator terms. Any closed expression; `Z` is its only failure.
-/// Defined in number/unfold.cpp.
+/// What a data head (a number, post, real, cray, or zits Leaf or Pair) applied to a settled
+/// argument gives: its structure as combinator terms. Any closed expression; `Z` is its only
+/// failure. Defined in number/unfold.cpp.
 Value unfold_data(Value head, Value argument);
 
 }  // namespace marl

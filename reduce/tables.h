@@ -39,6 +39,7 @@ struct Symbol {
     String name;
     const Row* builtin = nullptr;
     Value definition;         // null when the name has none
+    int parameters = 0;       // the lambdas at the top of `definition`, 11 for that many or more
     bool unmemoised = false;  // a constant that is evaluated anew at each use
     // What a call copies, made from `definition` at the first call; null before.
     std::unique_ptr<Template> body;
@@ -72,6 +73,10 @@ void clear_definitions();
 std::span<const Row> builtin_table();
 /// Binds the rows of the built-in table to their symbols; done again, it changes nothing.
 void bind_builtins();
+
+/// Whether `T` is defined as reversed application, as the prelude has it. An argument that the
+/// machine holds back means (T y): only then may it simply be applied.
+extern bool arguments_apply_directly;
 
 /// A copy of the definitions as the prelude left them, until the program check has restored from it
 /// what it needs.

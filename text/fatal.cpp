@@ -14,9 +14,9 @@ void fatal_stop(const char* path, int line) {
     // must not loop.
     char number[16];
     const int digits = snprintf(number, sizeof number, ":%d\n", line);
-    for (const auto& [bytes, length] :
-         {std::pair<const char*, size_t>{"ASSERTION FAILED:", 17}, {path, strlen(path)},
-          {number, static_cast<size_t>(digits)}}) {
+    for (const auto& [bytes, length] : {std::pair<const char*, size_t>{"ASSERTION FAILED:", 17},
+                                        {path, strlen(path)},
+                                        {number, static_cast<size_t>(digits)}}) {
         if (write(2, bytes, length) < 0) break;
     }
     abort();

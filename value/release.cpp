@@ -1,8 +1,8 @@
 // The end of a node: what it holds is released, left before right, depth first, and the node freed.
 //
-// No recursion and no memory of its own: the nodes that are still to be finished form a list that is
-// threaded through their header words, which nobody can look at any more. The list entry of a Pair
-// waits for its right child; that of a cray, whose leaf bit stays set, for its next slot.
+// No recursion and no memory of its own: the nodes that are still to be finished form a list that
+// is threaded through their header words, which nobody can look at any more. The list entry of a
+// Pair waits for its right child; that of a cray, whose leaf bit stays set, for its next slot.
 #include <cstring>
 
 #include "value/allocate.h"

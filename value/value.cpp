@@ -7,7 +7,8 @@
 
 namespace marl {
 
-constexpr char base64_digits[65] = "_abcdefghijklmnopqrustvwzxy0123456789ABCDEFGHIJKLMNOPQRUSTVWZXY~";
+constexpr char base64_digits[65] =
+    "_abcdefghijklmnopqrustvwzxy0123456789ABCDEFGHIJKLMNOPQRUSTVWZXY~";
 
 namespace {
 
@@ -65,7 +66,8 @@ Value leaf_with_size(char kind, int64_t n) {
 }
 
 Value leaf(std::string_view bytes) {
-    Value made = leaf_with_size(bytes.empty() ? '\0' : bytes[0], static_cast<int64_t>(bytes.size()));
+    Value made =
+        leaf_with_size(bytes.empty() ? '\0' : bytes[0], static_cast<int64_t>(bytes.size()));
     if (!bytes.empty()) memcpy(leaf_text(made), bytes.data(), bytes.size());
     return made;
 }

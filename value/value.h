@@ -1,8 +1,8 @@
 // Value: an owning handle on a node, and the ways to make and read nodes.
 //
 // A handle owns one unit of its node's count. Functions that consume a Value take it by value;
-// functions that only look take a `Node*`, which a Value converts to. A handle is null only after it
-// was moved from.
+// functions that only look take a `Node*`, which a Value converts to. A handle is null only after
+// it was moved from.
 #pragma once
 
 #include <cstdint>
@@ -84,7 +84,8 @@ inline Value apply3(const Value& a, const Value& b, const Value& c) { return app
 
 /// The length of a Leaf's text in bytes; 0 for a Pair. 8n + 1 for a cray of n elements.
 int64_t length(Node* node);
-/// The whole text of a Leaf, kind byte first, borrowed; empty for a Pair. A cray's are its raw bytes.
+/// The whole text of a Leaf, kind byte first, borrowed; empty for a Pair. A cray's are its raw
+/// bytes.
 std::string_view leaf_bytes(Node* node);
 /// The same as a String of its own.
 inline String text(Node* node) { return String(leaf_bytes(node)); }

@@ -1,0 +1,219 @@
+#include "reduce/fire.h"
+
+#include <array>
+#include <string>
+
+#include "reduce/build.h"
+#include "reduce/data_head.h"
+#include "reduce/machine.h"
+#include "reduce/stack.h"
+#include "reduce/substitute.h"
+#include "reduce/tables.h"
+#include "reduce/template.h"
+
+namespace marl {
+
+bool is_abort(Node* r) {
+    if (is_leaf(r)) return false;
+    const uint8_t kind = first_byte(as_pair(r)->left);
+    return kind == ')' || kind == ']';
+}
+
+namespace {
+
+// A head takes at most ten arguments, and one more is room for a rank that saturated.
+constexpr int most_arguments = 11;
+using Arguments = std::array<Node*, most_arguments>;
+
+/// Ends the run with `r` as its result, unless a later step finds work in it.
+Node* abort_with(Value r) {
+    drop_context();
+    analyse(r);
+    return r.take();
+}
+
+Value marked_leaf(char mark, std::string_view text) {
+    return leaf(std::string(1, mark).append(text));
+}
+
+/// Takes the arguments that `function` has already out of it, and drops the rest of it. A Pair that
+/// nobody else holds gives its references up, so that an argument held by it alone stays so.
+void take_inner_arguments(Node* function, int inner, Node** arguments) {
+    while (inner > 0) {
+        PairNode* node = as_pair(function);
+        if (count_of(node) == 1) {
+            arguments[--inner] = node->right;
+            function = node->left;
+            free_node(node, sizeof(PairNode));
+            continue;
+        }
+        Node* shared_part = function;
+        for (; inner > 0; function = as_pair(function)->left) {
+            arguments[--inner] = shared(as_pair(function)->right);
+        }
+        release(shared_part);
+        return;
+    }
+    release(function);
+}
+
+void take_held_arguments(int held, Node** arguments) {
+    for (int i = 0; i < held; ++i) arguments[i] = (--stack.top)->node;
+}
+
+Node* call_builtin(const Row& row, Arguments& arguments) {
+    static_assert(sizeof(Value) == sizeof(Node*));
+    auto* slots = reinterpret_cast<Value*>(arguments.data());
+    Value result = row.function(slots);
+    for (int i = 0; i < row.arity; ++i) {
+        if (Node* left_over = slots[i].take()) release(left_over);
+    }
+    analyse(result);
+    if (is_abort(result)) return abort_with(std::move(result));
+    return result.take();
+}
+
+Node* call_definition(Symbol& symbol, Arguments& arguments, int count) {
+    if (!symbol.body) symbol.body = std::make_unique<Template>(make_template(symbol.definition));
+    MARL_REQUIRE(symbol.body->arity == count);
+    return instantiate(*symbol.body, arguments.data());
+}
+
+Node* fire_lambda(Node* lambda, Node* argument) {
+    Node* body = substitute(lambda_body(lambda), argument, *leaf_text(lambda_key(lambda)));
+    release(lambda);
+    release(argument);
+    return body;
+}
+
+/// A text head applied to a text is a text and no work; every other data head unfolds.
+Node* fire_data(Node* head, Node* argument) {
+    if (is_zits_analysed(head) && is_zits_analysed(argument)) return analysed_pair(head, argument);
+    Value unfolded = unfold_data(Value::adopt(head), Value::adopt(argument));
+    analyse(unfolded);
+    return unfolded.take();
+}
+
+/// (todo a b) c: selected by the node of the name itself, the Pair (todo a) b is the result; else
+/// it is c a b, and the Pair goes, which may be its end.
+Node* fire_todo(Node* function, Node* head, int inner, int held) {
+    if (inner == 3) {
+        Node* whole = function;
+        function = shared(left(whole));
+        push(Waiting::argument, shared(right(whole)));
+        release(whole);
+        inner = 2;
+        held = 1;
+    }
+    for (; held > 1; --held) function = analysed_pair(function, (--stack.top)->node);
+    Node* selector = (--stack.top)->node;
+    if (selector == head) {
+        release(selector);
+        return function;
+    }
+    Node* a = right(left(function));
+    Node* selected = analysed_pair(analysed_pair(selector, shared(a)), shared(right(function)));
+    release(function);
+    return selected;
+}
+
+/// A Leaf ")name" in function position stores its argument, as an update does.
+Node* fire_marker(Node* marker, Node* argument) {
+    Symbol& symbol = symbol_of(leaf_bytes(marker).substr(1));
+    release(marker);
+    MARL_REQUIRE(!symbol.name.empty() && symbol.definition && settled_analysed(argument));
+    return store_constant(symbol, argument);
+}
+
+/// A failure applied to two arguments: the text of the first takes its place.
+Node* fire_failure(Arguments& arguments) {
+    Node* failure = abort_with(marked_leaf(']', leaf_bytes(arguments[0])));
+    release(arguments[0]);
+    release(arguments[1]);
+    return failure;
+}
+
+Node* fire_undefined(const Symbol& symbol, Arguments& arguments, int count) {
+    Node* failure = abort_with(marked_leaf(']', symbol.name.view()));
+    for (int i = 0; i < count; ++i) release(arguments[i]);
+    return failure;
+}
+
+}  // namespace
+
+Node* fire(Node* function, Node* head, int inner, int held) {
+    const uint8_t kind = first_byte(head);
+    if (kind == '\\' && inner == 2 && held == 1) {
+        return fire_lambda(function, (--stack.top)->node);
+    }
+    Arguments arguments;
+    MARL_REQUIRE(inner + held <= most_arguments);
+    if (!is_name_byte(kind) || is_zits_analysed(head)) {
+        if (inner > 0) {
+            head = shared(head);
+            take_inner_arguments(function, inner, arguments.data());
+        } else {
+            take_held_arguments(held, arguments.data());
+        }
+        return fire_data(head, arguments[0]);
+    }
+    if (kind == ')' || kind == ']') {
+        Value mark = Value::share(head);
+        take_inner_arguments(function, inner, arguments.data());
+        take_held_arguments(held, arguments.data() + inner);
+        return kind == ')' ? fire_marker(mark.take(), arguments[0]) : fire_failure(arguments);
+    }
+    Symbol& symbol = symbol_of_leaf(head);
+    if (symbol.builtin && symbol.name.view() == "todo") {
+        return fire_todo(function, head, inner, held);
+    }
+    take_inner_arguments(function, inner, arguments.data());
+    take_held_arguments(held, arguments.data() + inner);
+    const int count = inner + held;
+    if (symbol.builtin) {
+        MARL_REQUIRE(symbol.builtin->arity == count);
+        return call_builtin(*symbol.builtin, arguments);
+    }
+    if (kind == '\\') {
+        MARL_REQUIRE(count == 3);
+        Node* body = substitute(arguments[1], arguments[2], *leaf_text(arguments[0]));
+        for (int i = 0; i < count; ++i) release(arguments[i]);
+        return body;
+    }
+    if (!symbol.definition) return fire_undefined(symbol, arguments, count);
+    return call_definition(symbol, arguments, count);
+}
+
+Node* store_constant(Symbol& symbol, Node* value) {
+    MARL_REQUIRE(!symbol.unmemoised && symbol.definition);
+    if (form(value) == Form::lambda) {
+        // A bare lambda would read as a definition with a parameter.
+        Value wrapped = apply(leaf("B"), leaf("I"), Value::adopt(value));
+        analyse(wrapped);
+        value = wrapped.take();
+    }
+    symbol.definition = Value::share(value);
+    return value;
+}
+
+Node* fire_name(Node* name) {
+    Symbol& symbol = symbol_of_leaf(name);
+    release(name);
+    Arguments none;
+    if (symbol.builtin) return call_builtin(*symbol.builtin, none);
+    if (!symbol.definition) return fire_undefined(symbol, none, 0);
+    MARL_REQUIRE(symbol.parameters == 0);
+    Node* definition = symbol.definition;
+    if (symbol.unmemoised) {
+        analyse(definition);
+        return shared(definition);
+    }
+    if (is_leaf_of(definition, ')')) return abort_with(marked_leaf(')', symbol.name.view()));
+    if (settled(definition)) return shared(definition);
+    definition = symbol.definition.take();
+    symbol.definition = leaf(")");
+    push(Waiting::update, nullptr, reinterpret_cast<uint64_t>(&symbol));
+    return definition;
+}
+
+}  // namespace marl

@@ -1,0 +1,116 @@
+// The loop. Focus and context are in the machine's hands: `focus` is one owned, analysed node, the
+// context is the stack. A step looks at the focus's header word: unsettled, it is taken apart down
+// to a function that is settled, its arguments held back on the stack; settled, it goes to whatever
+// waits on top.
+//
+// A function that is settled and meets held-back arguments takes as many as its rank says. A lazy
+// head fires at once, and looks at none of them. A strict head has them reduced first, in order,
+// each one in its own stack entry. Where there are too few, the arguments are reduced for both, and
+// make a partial application, which is a value.
+#include "reduce/machine.h"
+
+#include <sys/resource.h>
+
+#include "reduce/build.h"
+#include "reduce/fire.h"
+#include "reduce/frames.h"
+#include "reduce/literal.h"
+#include "reduce/stack.h"
+#include "reduce/tables.h"
+#include "value/todo.h"
+
+namespace marl {
+
+volatile sig_atomic_t interrupted = 0;
+
+namespace {
+
+Node* step_unsettled(Node* focus) {
+    if (is_leaf(focus)) return fire_name(focus);
+    if (rank_analysed(focus) == 0 && form(focus) == Form::let) return begin_let(focus);
+    return hold_back_argument(focus);
+}
+
+/// Reduces argument i, counted from 1, which stands i entries below the top.
+Node* begin_argument(Node* function, int i) {
+    Node*& slot = stack.top[-i].node;
+    Node* argument = slot;
+    slot = nullptr;
+    push(Waiting::call, function, static_cast<uint64_t>(i));
+    return argument;
+}
+
+/// The function of a call, its argument's value put back in place.
+Node* end_argument(Node* value) {
+    const Entry call = *--stack.top;
+    stack.top[-static_cast<ptrdiff_t>(call.detail())].node = value;
+    return call.node;
+}
+
+/// A settled function meets the arguments on top of the stack.
+Node* apply_to_held(Node* function) {
+    Node* head = function;
+    int inner = 0;
+    for (; !is_leaf(head) && !is_zits_analysed(head); ++inner) head = as_pair(head)->left;
+    const int wanted = rank_analysed(function);
+    const bool lazy = is_lazy_head(head);
+    int held = 0;
+    int unsettled = 0;
+    for (; held < wanted && stack.top[-held - 1].kind() == Waiting::argument; ++held) {
+        if (unsettled == 0 && !settled_analysed(stack.top[-held - 1].node)) unsettled = held + 1;
+    }
+    if (held == wanted && (lazy || unsettled == 0)) return fire(function, head, inner, held);
+    if (unsettled) return begin_argument(function, unsettled);
+    for (; held > 0; --held) function = analysed_pair(function, (--stack.top)->node);
+    return function;
+}
+
+Node* step_settled(Node* focus) {
+    switch (stack.top[-1].kind()) {
+        case Waiting::argument: return apply_to_held(focus);
+        case Waiting::call: return apply_to_held(end_argument(focus));
+        default: return hand_over(focus);
+    }
+}
+
+/// Runs nest on the process's own stack: a todo action that makes and drops another, a load within
+/// a load. Ends the process in time with a message.
+void guard_nesting() {
+    static const char* const outermost = static_cast<const char*>(__builtin_frame_address(0));
+    static const ptrdiff_t room = [] {
+        constexpr ptrdiff_t reserve = 256 * 1024;
+        constexpr ptrdiff_t most = ptrdiff_t{1} << 30;
+        rlimit limit{};
+        getrlimit(RLIMIT_STACK, &limit);
+        const bool small = limit.rlim_cur < static_cast<rlim_t>(most);
+        return (small ? static_cast<ptrdiff_t>(limit.rlim_cur) : most) - reserve;
+    }();
+    if (outermost - static_cast<const char*>(__builtin_frame_address(0)) > room) out_of_memory();
+}
+
+}  // namespace
+
+Value reduce(Value expression) {
+    guard_nesting();
+    const TodoArming armed(true);
+    analyse(expression);
+    Node* focus = expression.take();
+    push(Waiting::base, nullptr);
+    for (;;) {
+        if (interrupted) run_interrupt();
+        if (!arguments_apply_directly) {
+            if (settled_analysed(focus) && stack.top[-1].kind() == Waiting::base) break;
+            focus = literal_step(focus);
+        } else if (!settled_analysed(focus)) {
+            focus = step_unsettled(focus);
+        } else if (stack.top[-1].kind() != Waiting::base) {
+            focus = step_settled(focus);
+        } else {
+            break;
+        }
+    }
+    --stack.top;
+    return Value::adopt(focus);
+}
+
+}  // namespace marl

@@ -1,0 +1,57 @@
+// The machine's context: what waits for the focus.
+//
+// One stack of two-word entries for all runs of the machine; a nested run stands on top of the run
+// that it interrupts, behind an entry of kind `base`. Read as an expression, an entry on context L
+// means, for the focus r:
+//
+//   argument  r applied to the node, which is held back: L (T node r)
+//   call      the value of argument `data` of the function in the node: the arguments themselves
+//   are
+//             the argument entries below, counted from 1, that argument's own entry being empty
+//             while it is reduced
+//   let       the body in the node, with r for the letter `data`
+//   function  the node applied to r
+//   update    r becomes the memoised definition of the symbol `data`
+//
+// Entries own their nodes. A pointer into the stack is good until the next push, and no longer than
+// the next call that may run program code.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "value/node.h"
+
+namespace marl {
+
+enum class Waiting : uint8_t { base, argument, call, let, function, update };
+
+struct Entry {
+    Node* node;
+    uint64_t data;  // the kind in the low byte
+
+    Waiting kind() const { return static_cast<Waiting>(data & 0xFF); }
+    uint64_t detail() const { return data >> 8; }
+};
+
+struct Stack {
+    Entry* entries = nullptr;
+    Entry* top = nullptr;  // one behind the last entry
+    Entry* limit = nullptr;
+};
+
+extern Stack stack;
+
+/// Makes room for at least one more entry.
+void grow_stack();
+
+inline void push(Waiting kind, Node* node, uint64_t detail = 0) {
+    if (stack.top == stack.limit) grow_stack();
+    *stack.top++ = {node, (detail << 8) | static_cast<uint64_t>(kind)};
+}
+
+/// Takes off all entries down to the run's base and releases what they hold, as a context that
+/// goes: the oldest entry first.
+void drop_context();
+
+}  // namespace marl

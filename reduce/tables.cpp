@@ -1,0 +1,107 @@
+#include "reduce/tables.h"
+
+#include <algorithm>
+
+#include "reduce/analysis.h"
+#include "reduce/template.h"
+
+namespace marl {
+
+std::map<String, Value> prelude_definitions;
+bool arguments_apply_directly = false;
+
+namespace {
+
+// Keyed by views of the symbols' own names. Never destroyed: Leaves point into it to the end.
+using SymbolMap = std::map<std::string_view, std::unique_ptr<Symbol>>;
+SymbolMap& symbols() {
+    static auto* map = new SymbolMap;
+    return *map;
+}
+
+// Names of one byte, which most Leaves hold, are found without a search.
+Symbol* one_byte_symbols[256];
+
+/// The lambdas at the top of a definition, 11 for that many or more.
+int count_parameters(Node* definition) {
+    int count = 0;
+    for (Node* x = definition; count < rank_variable && form(x) == Form::lambda; ++count) {
+        x = lambda_body(x);
+    }
+    return count;
+}
+
+/// Whether an expression is \ x (\ y (y x)): what the machine's held-back arguments mean.
+bool is_reversed_application(Node* e) {
+    if (form(e) != Form::lambda || form(lambda_body(e)) != Form::lambda) return false;
+    Node* x = lambda_key(e);
+    Node* y = lambda_key(lambda_body(e));
+    Node* body = lambda_body(lambda_body(e));
+    return !is_leaf(body) && compare(x, y) != 0 && compare(left(body), y) == 0 &&
+           compare(right(body), x) == 0;
+}
+
+}  // namespace
+
+Symbol::Symbol() = default;
+Symbol::~Symbol() = default;
+
+Symbol* find_symbol(std::string_view name) {
+    if (name.size() == 1) return one_byte_symbols[static_cast<uint8_t>(name[0])];
+    const auto found = symbols().find(name);
+    return found == symbols().end() ? nullptr : found->second.get();
+}
+
+Symbol& symbol_of(std::string_view name) {
+    if (Symbol* known = find_symbol(name)) return *known;
+    auto made = std::make_unique<Symbol>();
+    made->name = String(name);
+    Symbol& symbol = *made;
+    symbols().emplace(symbol.name.view(), std::move(made));
+    if (name.size() == 1) one_byte_symbols[static_cast<uint8_t>(name[0])] = &symbol;
+    return symbol;
+}
+
+Node* find_definition(std::string_view name) {
+    Symbol* symbol = find_symbol(name);
+    return symbol ? symbol->definition.get() : nullptr;
+}
+
+void set_definition(Symbol& symbol, Value expression) {
+    symbol.parameters = count_parameters(expression);
+    symbol.body.reset();
+    symbol.definition = std::move(expression);
+    if (symbol.name.view() == "T") {
+        arguments_apply_directly = is_reversed_application(symbol.definition);
+    }
+}
+
+void set_definition(std::string_view name, Value expression) {
+    set_definition(symbol_of(name), std::move(expression));
+}
+
+void erase_definition(Symbol& symbol) {
+    symbol.body.reset();
+    symbol.definition = Value();
+}
+
+std::vector<Symbol*> defined_symbols() {
+    std::vector<Symbol*> defined;
+    for (const auto& [name, symbol] : symbols()) {
+        if (symbol->definition) defined.push_back(symbol.get());
+    }
+    return defined;
+}
+
+void clear_definitions() {
+    for (const auto& [name, symbol] : symbols()) {
+        erase_definition(*symbol);
+        symbol->unmemoised = false;
+    }
+}
+
+void bind_builtins() {
+    for (const Row& row : builtin_table()) symbol_of(row.name).builtin = &row;
+}
+
+}  // namespace marl
