@@ -1,0 +1,35 @@
+// The built-in table: the rows of all families in the byte order of their names.
+
+#include <algorithm>
+#include <string_view>
+#include <vector>
+
+#include "library/families.h"
+#include "reduce/tables.h"
+
+namespace marl {
+
+namespace {
+
+std::vector<Row>* collect_rows() {
+    auto* table = new std::vector<Row>;
+    for (const auto family : {record_rows, memory_rows, file_rows, directory_rows, string_rows,
+                              math_rows, socket_rows, process_rows}) {
+        const std::span<const Row> rows = family();
+        table->insert(table->end(), rows.begin(), rows.end());
+    }
+    std::sort(table->begin(), table->end(), [](const Row& a, const Row& b) {
+        return std::string_view(a.name) < std::string_view(b.name);
+    });
+    return table;
+}
+
+}  // namespace
+
+std::span<const Row> builtin_table() {
+    // Symbols point at its rows for the life of the process, so it is never taken down.
+    static const std::vector<Row>* table = collect_rows();
+    return *table;
+}
+
+}  // namespace marl
