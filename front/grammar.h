@@ -1,0 +1,35 @@
+// The grammar: the normalised text of one expression becomes a Value.
+//
+// Loosest to tightest; "right" folds a+b+c as a+(b+c):
+//
+//   0   ,                right   (, a b), only directly inside {...}
+//   1   ; \ {            right   (; a b), (\ a b), and a{e}b is ({ a e b)
+//   2   ?                left
+//   3   & |              right
+//   4   = < > #          right
+//   5   @ blank          left    a blank builds (a b)
+//   6   + - : .          left
+//   7   * / % '          left
+//   8   ^                right
+//   9   postfix ~ ! " $ `        a! is (! a)
+//   10  prefix, the same five    !a is (! a)
+//   11  prefix inside a run      a~b!c is ((a (~ b)) (! c))
+//   12  run of atoms             f[x](a,b) is (((f [x]) a) b)
+//
+// Nothing can fail: every text with balanced brackets has a Value. An operand that is missing is
+// the Leaf "}", which nothing defines.
+#pragma once
+
+#include <string_view>
+
+#include "value/value.h"
+
+namespace marl {
+
+/// The Value of an expression. The text is normalised and its brackets balance; else a fatal stop.
+Value parse_expression(std::string_view text);
+
+/// The same for the text between wings, where commas separate.
+Value parse_list(std::string_view text);
+
+}  // namespace marl
