@@ -79,13 +79,6 @@ Node* call_definition(Symbol& symbol, Arguments& arguments, int count) {
     return instantiate(*symbol.body, arguments.data());
 }
 
-Node* fire_lambda(Node* lambda, Node* argument) {
-    Node* body = substitute(lambda_body(lambda), argument, *leaf_text(lambda_key(lambda)));
-    release(lambda);
-    release(argument);
-    return body;
-}
-
 /// A text head applied to a text is a text and no work; every other data head unfolds.
 Node* fire_data(Node* head, Node* argument) {
     if (is_zits_analysed(head) && is_zits_analysed(argument)) return analysed_pair(head, argument);
@@ -143,9 +136,6 @@ Node* fire_undefined(const Symbol& symbol, Arguments& arguments, int count) {
 
 Node* fire(Node* function, Node* head, int inner, int held) {
     const uint8_t kind = first_byte(head);
-    if (kind == '\\' && inner == 2 && held == 1) {
-        return fire_lambda(function, (--stack.top)->node);
-    }
     Arguments arguments;
     MARL_REQUIRE(inner + held <= most_arguments);
     if (!is_name_byte(kind) || is_zits_analysed(head)) {
@@ -176,12 +166,41 @@ Node* fire(Node* function, Node* head, int inner, int held) {
     }
     if (kind == '\\') {
         MARL_REQUIRE(count == 3);
-        Node* body = substitute(arguments[1], arguments[2], *leaf_text(arguments[0]));
+        Bindings bindings;
+        bind(bindings, static_cast<char>(first_byte(arguments[0])), arguments[2]);
+        Node* body = substitute(arguments[1], bindings);
         for (int i = 0; i < count; ++i) release(arguments[i]);
         return body;
     }
     if (!symbol.definition) return fire_undefined(symbol, arguments, count);
     return call_definition(symbol, arguments, count);
+}
+
+int lambda_takes(Node* lambda, int most) {
+    int takes = 1;
+    while (takes < most) {
+        Node* body = lambda_body(lambda);
+        const bool drops = (free_set(body) & free_set(lambda_key(lambda))) == 0;
+        if (drops || form(body) != Form::lambda) break;
+        lambda = body;
+        ++takes;
+    }
+    return takes;
+}
+
+Node* fire_lambda(Node* lambda, int held) {
+    Arguments arguments;
+    Bindings bindings;
+    Node* body = lambda;
+    for (int i = 0; i < held; ++i) {
+        arguments[i] = (--stack.top)->node;
+        bind(bindings, *leaf_text(lambda_key(body)), arguments[i]);
+        body = lambda_body(body);
+    }
+    body = substitute(body, bindings);
+    release(lambda);
+    for (int i = 0; i < held; ++i) release(arguments[i]);
+    return body;
 }
 
 Node* store_constant(Symbol& symbol, Node* value) {

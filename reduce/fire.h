@@ -12,6 +12,15 @@ namespace marl {
 /// drops the context.
 Node* fire(Node* function, Node* head, int inner, int held);
 
+/// Fires a lambda \ x (\ y ...) on `held` arguments on the stack, all settled, as many as it takes
+/// by `lambda_takes`. Consumes the lambda.
+Node* fire_lambda(Node* lambda, int held);
+
+/// How many arguments a lambda may take in one walk, at most `most`: one, and one more for each
+/// lambda that is the body of the one before. A lambda that drops its argument ends the row, since
+/// its argument must go before the next one is reduced.
+int lambda_takes(Node* lambda, int most);
+
 /// Fires a name that takes no arguments: a built-in of arity 0 or a constant definition. Consumes
 /// the Leaf; may push an update.
 Node* fire_name(Node* name);

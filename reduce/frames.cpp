@@ -18,12 +18,13 @@ constexpr auto lazy_heads = [] {
     return table;
 }();
 
-Node* end_let(Node* value) {
-    const Entry let = *--stack.top;
-    Node* body = substitute(let.node, value, static_cast<char>(let.detail()));
-    release(let.node);
+/// `body`, borrowed, with the value, which is consumed, for the variable `letter`.
+Node* bind_in(Node* body, char letter, Node* value) {
+    Bindings bindings;
+    bind(bindings, letter, value);
+    Node* bound = substitute(body, bindings);
     release(value);
-    return body;
+    return bound;
 }
 
 }  // namespace
@@ -47,23 +48,22 @@ Node* hold_back_argument(Node* application) {
 }
 
 Node* begin_let(Node* let) {
+    const Value whole = Value::adopt(let);
     const char letter = *leaf_text(let_key(let));
     Node* value = shared(let_value(let));
-    if (settled_analysed(value)) {
-        Node* body = substitute(let_body(let), value, letter);
-        release(let);
-        release(value);
-        return body;
-    }
-    Node* body = shared(let_body(let));
-    release(let);
-    push(Waiting::let, body, static_cast<uint64_t>(letter));
+    if (settled_analysed(value)) return bind_in(let_body(let), letter, value);
+    // What waits holds the body only: the value may be the last holder of its parts.
+    push(Waiting::let, shared(let_body(let)), static_cast<uint64_t>(letter));
     return value;
 }
 
 Node* hand_over(Node* value) {
     switch (stack.top[-1].kind()) {
-        case Waiting::let: return end_let(value);
+        case Waiting::let: {
+            const Entry let = *--stack.top;
+            const Value body = Value::adopt(let.node);
+            return bind_in(body, static_cast<char>(let.detail()), value);
+        }
         case Waiting::function: {
             Node* function = (--stack.top)->node;
             return analysed_pair(function, value);

@@ -25,6 +25,8 @@ volatile sig_atomic_t interrupted = 0;
 
 namespace {
 
+constexpr int most_lambda_arguments = 8;
+
 Node* step_unsettled(Node* focus) {
     if (is_leaf(focus)) return fire_name(focus);
     if (rank_analysed(focus) == 0 && form(focus) == Form::let) return begin_let(focus);
@@ -47,21 +49,44 @@ Node* end_argument(Node* value) {
     return call.node;
 }
 
+/// How many of the topmost entries are arguments, at most `most`, and the first of them that is not
+/// settled, counted from 1; 0 for none.
+struct Held {
+    int count = 0;
+    int unsettled = 0;
+};
+Held held_arguments(int most) {
+    Held held;
+    for (; held.count < most; ++held.count) {
+        const Entry& entry = stack.top[-held.count - 1];
+        if (entry.kind() != Waiting::argument) break;
+        if (held.unsettled == 0 && !settled_analysed(entry.node)) held.unsettled = held.count + 1;
+    }
+    return held;
+}
+
+Node* apply_lambda(Node* lambda) {
+    const Held held = held_arguments(lambda_takes(lambda, most_lambda_arguments));
+    if (held.unsettled) return begin_argument(lambda, held.unsettled);
+    return fire_lambda(lambda, held.count);
+}
+
 /// A settled function meets the arguments on top of the stack.
 Node* apply_to_held(Node* function) {
     Node* head = function;
     int inner = 0;
     for (; !is_leaf(head) && !is_zits_analysed(head); ++inner) head = as_pair(head)->left;
+    if (inner == 2 && is_leaf_of(head, '\\')) return apply_lambda(function);
     const int wanted = rank_analysed(function);
-    const bool lazy = is_lazy_head(head);
-    int held = 0;
-    int unsettled = 0;
-    for (; held < wanted && stack.top[-held - 1].kind() == Waiting::argument; ++held) {
-        if (unsettled == 0 && !settled_analysed(stack.top[-held - 1].node)) unsettled = held + 1;
+    const Held held = held_arguments(wanted);
+    if (held.count == wanted && (held.unsettled == 0 || is_lazy_head(head))) {
+        return fire(function, head, inner, held.count);
     }
-    if (held == wanted && (lazy || unsettled == 0)) return fire(function, head, inner, held);
-    if (unsettled) return begin_argument(function, unsettled);
-    for (; held > 0; --held) function = analysed_pair(function, (--stack.top)->node);
+    if (held.unsettled) return begin_argument(function, held.unsettled);
+    // Too few arguments, all settled: a partial application, which is a value.
+    for (int i = 0; i < held.count; ++i) {
+        function = analysed_pair(function, (--stack.top)->node);
+    }
     return function;
 }
 

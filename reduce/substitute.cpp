@@ -8,11 +8,9 @@ namespace marl {
 
 namespace {
 
-enum class Step { copy, share, make_pair };
-
 struct Work {
-    Step step;
-    Node* node;  // null for `make_pair`, which takes the two results that came last
+    Node* node;  // null: make a Pair of the two results that came last
+    uint32_t letters;
 };
 
 // Both lists are empty between calls and keep their memory: substitution runs no program code.
@@ -20,26 +18,26 @@ struct Work {
 std::vector<Work> work;
 std::vector<Node*> results;
 
-void copy(Node* node, uint32_t bit, Node* argument) {
-    if ((free_set(node) & bit) == 0) return results.push_back(shared(node));
-    if (is_leaf(node)) return results.push_back(shared(argument));
-    work.push_back({Step::make_pair, nullptr});
+void copy_later(Node* node, uint32_t letters) { work.push_back({node, letters}); }
+void pair_later() { work.push_back({nullptr, 0}); }
+
+void copy(Node* node, uint32_t letters, const Bindings& bindings) {
+    if ((free_set(node) & letters) == 0) return results.push_back(shared(node));
+    if (is_leaf(node)) return results.push_back(shared(bindings.values[*leaf_text(node) - 'a']));
+    pair_later();
     switch (form(node)) {
         case Form::lambda:
-            // The key is another letter: this one is free here.
-            work.push_back({Step::copy, lambda_body(node)});
+            copy_later(lambda_body(node), letters & ~free_set(lambda_key(node)));
             return results.push_back(shared(left(node)));
-        case Form::let: {
+        case Form::let:
             // The key binds in the body, and not in the value.
-            const bool rebound = (free_set(let_key(node)) & bit) != 0;
-            work.push_back({rebound ? Step::share : Step::copy, let_body(node)});
-            work.push_back({Step::make_pair, nullptr});
-            work.push_back({Step::copy, let_value(node)});
+            copy_later(let_body(node), letters & ~free_set(let_key(node)));
+            pair_later();
+            copy_later(let_value(node), letters);
             return results.push_back(shared(left(left(node))));
-        }
         case Form::other:
-            work.push_back({Step::copy, right(node)});
-            work.push_back({Step::copy, left(node)});
+            copy_later(right(node), letters);
+            copy_later(left(node), letters);
             return;
     }
 }
@@ -52,17 +50,21 @@ void make_pair_of_results() {
 
 }  // namespace
 
-Node* substitute(Node* body, Node* argument, char letter) {
+void bind(Bindings& bindings, char letter, Node* value) {
     MARL_REQUIRE(letter >= 'a' && letter <= 'z');
-    const uint32_t bit = uint32_t{1} << (letter - 'a');
-    work.push_back({Step::copy, body});
+    bindings.letters |= uint32_t{1} << (letter - 'a');
+    bindings.values[letter - 'a'] = value;
+}
+
+Node* substitute(Node* body, const Bindings& bindings) {
+    copy_later(body, bindings.letters);
     while (!work.empty()) {
         const Work next = work.back();
         work.pop_back();
-        switch (next.step) {
-            case Step::copy: copy(next.node, bit, argument); break;
-            case Step::share: results.push_back(shared(next.node)); break;
-            case Step::make_pair: make_pair_of_results(); break;
+        if (next.node) {
+            copy(next.node, next.letters, bindings);
+        } else {
+            make_pair_of_results();
         }
     }
     Node* copied = results.back();
