@@ -4,9 +4,6 @@
 // binary tree of V cells with the bits as leaves, K for 1 and H for 0, bit 0 at the far left.
 #pragma once
 
-#include <span>
-
-#include "reduce/tables.h"
 #include "text/string.h"
 #include "value/value.h"
 
@@ -23,8 +20,5 @@ Value real_unfold(Node* real);
 bool real_is_tree(Node* x);
 /// The double of a bit tree.
 double real_fold(Node* tree);
-
-/// The built-in `real`: one argument, brought to a real by its kind, or `Z`.
-Value real_builtin(Value* arguments);
 
 }  // namespace marl

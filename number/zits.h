@@ -10,7 +10,6 @@
 #include <optional>
 #include <string_view>
 
-#include "reduce/tables.h"
 #include "text/string.h"
 #include "value/value.h"
 
