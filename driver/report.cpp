@@ -30,12 +30,9 @@ Colour colour_of(uint8_t byte) {
 
 const char* colour_escape(Colour colour) {
     switch (colour) {
-        case Colour::red:
-            return "\x1B[31m";
-        case Colour::green:
-            return "\x1B[32m";
-        default:
-            return "\x1B[m";
+        case Colour::red: return "\x1B[31m";
+        case Colour::green: return "\x1B[32m";
+        default: return "\x1B[m";
     }
 }
 
@@ -164,9 +161,7 @@ Report report_parse(const String& text) {
     return report;
 }
 
-Value report_value(const Report& report) {
-    return pair(leaf("]"), leaf(report_text(report)));
-}
+Value report_value(const Report& report) { return pair(leaf("]"), leaf(report_text(report))); }
 
 String clip_text(std::string_view text, bool wings) {
     constexpr size_t limit = 72;

@@ -20,9 +20,7 @@ struct Report {
     String way;             // a piece of program text, in the internal character code
 };
 
-inline bool passed(const Report& report) {
-    return report.kind == "check";
-}
+inline bool passed(const Report& report) { return report.kind == "check"; }
 
 /// The first three lines of a picture, with `word` in the place of the kind.
 String picture_head(std::string_view word);

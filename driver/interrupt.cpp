@@ -1,0 +1,65 @@
+#include "driver/interrupt.h"
+
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+
+#include "driver/report.h"
+#include "reduce/machine.h"
+#include "reduce/tables.h"
+#include "text/stream.h"
+#include "value/todo.h"
+
+namespace marl {
+
+namespace {
+
+volatile sig_atomic_t shut_runs = 0;
+
+void set_handler(int signal_number, void (*handler)(int)) {
+    struct sigaction action {};
+    action.sa_handler = handler;
+    sigemptyset(&action.sa_mask);
+    sigaction(signal_number, &action, nullptr);  // without SA_RESTART
+}
+
+// A signal that comes between the loop's look at the flag and a blocking call would leave that call
+// waiting. So the alarm rings until the loop has seen the flag.
+void on_alarm(int) { alarm(1); }
+
+void on_interrupt(int) {
+    if (shut_runs) _exit(1);
+    interrupted = 1;
+    set_handler(SIGALRM, on_alarm);
+    alarm(1);
+}
+
+void silence_alarm() {
+    alarm(0);
+    set_handler(SIGALRM, SIG_DFL);
+}
+
+}  // namespace
+
+void install_interrupt_handler() { set_handler(SIGINT, on_interrupt); }
+
+void run_interrupt() {
+    shut_runs = 1;
+    interrupted = 0;
+    silence_alarm();
+    put_text(stream_err, "\n");
+    if (Node* shut = find_definition("shut")) {
+        const Value result = reduce(Value::share(shut));
+        if (first_byte(result) != 'I') {
+            put_string(stream_err, picture_head("after"));
+            put_text(stream_err, " <say> The shut function did not return I after SIGHUP.\n");
+        }
+        todo_armed = false;
+        exit(1);  // with the result and all else still held: no further action runs
+    }
+    todo_armed = false;
+    exit(1);
+}
+
+}  // namespace marl

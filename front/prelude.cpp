@@ -1,0 +1,41 @@
+#include "front/prelude.h"
+
+#include <string_view>
+#include <utility>
+
+#include "front/definitions.h"
+#include "front/scan.h"
+#include "reduce/tables.h"
+
+namespace marl {
+
+namespace {
+
+// Three of them never run: the machine treats \ and { itself, and the program check removes the
+// backquote. Their definitions only give those Leaves a rank.
+constexpr std::string_view prelude =
+    R"marl(,A\a\aS BKK,B\a\b\c\a b(c),C\a\b\c\a c b,D\a\b\c\d\a b c(d))marl"
+    R"marl(,E\a\b\c\d\e\a b c(d)e,F\a\b\Vb a,G\a\VZ(BW BC DDV V(XJ)),H\a\I,I\a\a)marl"
+    R"marl(,J\a\b\c\Va b,K\a\b\a,L\a\aK K(KH),M\a\a a,N\a\K,O\a\b\b a(b))marl"
+    R"marl(,P\a\a XS I,Q\a\aZK,R\a\aZH,U\a\b\c\d\e\e(Va b,Vc d),S\a\b\c\a c b(c))marl"
+    R"marl(,T\a\b\b a,V\a\b\c\c a b,W\a\b\a b b,Z\a\Z,X\a\b\c\d\Vb a(d)c)marl"
+    R"marl(,Y\a\b\a Ya b,[\]\a\b\c\Z,[{]\a\b\c\Z,[`]\a\Z,[!]\p\   p H K)marl"
+    R"marl(,[&]\q\r\q r H,[|]\q\r\q K r,[+]\plus,[-]\dash,[*]\mult,[/]\over)marl"
+    R"marl(,[%]\cent,[^]\powa,[<]\less,[>]\gteq,[=]\same,[#]\diff,[$]\buck)marl"
+    R"marl(,[~]\wave,[.]\T,[@]\T,[:]\I,[?]\I,[;]\I,[']\I,["]\I,[,]\I)marl";
+static_assert(prelude.size() == 563);
+
+}  // namespace
+
+void build_prelude() {
+    clear_definitions();
+    prelude_definitions.clear();
+    bind_builtins();
+    Pieces pieces = parse_pieces(normalise(prelude).view(), {});
+    for (Definition& definition : pieces.definitions) {
+        prelude_definitions[definition.key] = definition.expression;
+        set_definition(definition.key.view(), std::move(definition.expression));
+    }
+}
+
+}  // namespace marl
