@@ -97,7 +97,7 @@ bool is_todo(Node* pair) {
     Node* function = as_pair(pair)->left;
     if (is_leaf(function)) return false;
     Node* head = as_pair(function)->left;
-    return is_leaf(head) && memcmp(leaf_text(head), "todo", 5) == 0;
+    return is_leaf(head) && strncmp(leaf_text(head), "todo", 5) == 0;
 }
 
 void destroy(Node* node) {
