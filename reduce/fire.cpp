@@ -3,13 +3,14 @@
 #include <array>
 #include <string>
 
+#include "reduce/body.h"
 #include "reduce/build.h"
 #include "reduce/data_head.h"
+#include "reduce/frames.h"
 #include "reduce/machine.h"
 #include "reduce/stack.h"
 #include "reduce/substitute.h"
 #include "reduce/tables.h"
-#include "reduce/template.h"
 
 namespace marl {
 
@@ -21,9 +22,9 @@ bool is_abort(Node* r) {
 
 namespace {
 
-// A head takes at most ten arguments, and one more is room for a rank that saturated.
-constexpr int most_arguments = 11;
-using Arguments = std::array<Node*, most_arguments>;
+// Arguments on their way to a head. Only a lazy definition is given delayed ones: a strict head has
+// its arguments settled, and so they are nodes.
+using Arguments = std::array<Word, most_arguments>;
 
 /// Ends the run with `r` as its result, unless a later step finds work in it.
 Node* abort_with(Value r) {
@@ -38,18 +39,18 @@ Value marked_leaf(char mark, std::string_view text) {
 
 /// Takes the arguments that `function` has already out of it, and drops the rest of it. A Pair that
 /// nobody else holds gives its references up, so that an argument held by it alone stays so.
-void take_inner_arguments(Node* function, int inner, Node** arguments) {
+void take_inner_arguments(Node* function, int inner, Word* arguments) {
     while (inner > 0) {
         PairNode* node = as_pair(function);
         if (count_of(node) == 1) {
-            arguments[--inner] = node->right;
+            arguments[--inner] = word_of(node->right);
             function = node->left;
             free_node(node, sizeof(PairNode));
             continue;
         }
         Node* shared_part = function;
         for (; inner > 0; function = as_pair(function)->left) {
-            arguments[--inner] = shared(as_pair(function)->right);
+            arguments[--inner] = word_of(shared(as_pair(function)->right));
         }
         release(shared_part);
         return;
@@ -57,8 +58,11 @@ void take_inner_arguments(Node* function, int inner, Node** arguments) {
     release(function);
 }
 
-void take_held_arguments(int held, Node** arguments) {
-    for (int i = 0; i < held; ++i) arguments[i] = (--stack.top)->node;
+void take_held_arguments(int held, Word* arguments) {
+    for (int i = 0; i < held; ++i) {
+        const Entry& entry = *--stack.top;
+        arguments[i] = word_of(entry.node) | (entry.kind() == Waiting::delayed);
+    }
 }
 
 Node* call_builtin(const Row& row, Arguments& arguments) {
@@ -74,9 +78,13 @@ Node* call_builtin(const Row& row, Arguments& arguments) {
 }
 
 Node* call_definition(Symbol& symbol, Arguments& arguments, int count) {
-    if (!symbol.body) symbol.body = std::make_unique<Template>(make_template(symbol.definition));
+    if (!symbol.body) {
+        const bool strict = !is_lazy_name(symbol.name.view());
+        symbol.body = make_body(symbol.definition, strict);
+    }
     MARL_REQUIRE(symbol.body->arity == count);
-    return instantiate(*symbol.body, arguments.data());
+    return arguments_apply_directly ? enter(*symbol.body, arguments.data())
+                                    : copy_body(*symbol.body, arguments.data());
 }
 
 /// A text head applied to a text is a text and no work; every other data head unfolds.
@@ -120,15 +128,15 @@ Node* fire_marker(Node* marker, Node* argument) {
 
 /// A failure applied to two arguments: the text of the first takes its place.
 Node* fire_failure(Arguments& arguments) {
-    Node* failure = abort_with(marked_leaf(']', leaf_bytes(arguments[0])));
-    release(arguments[0]);
-    release(arguments[1]);
+    Node* failure = abort_with(marked_leaf(']', leaf_bytes(node_of(arguments[0]))));
+    drop(arguments[0]);
+    drop(arguments[1]);
     return failure;
 }
 
 Node* fire_undefined(const Symbol& symbol, Arguments& arguments, int count) {
     Node* failure = abort_with(marked_leaf(']', symbol.name.view()));
-    for (int i = 0; i < count; ++i) release(arguments[i]);
+    for (int i = 0; i < count; ++i) drop(arguments[i]);
     return failure;
 }
 
@@ -145,13 +153,14 @@ Node* fire(Node* function, Node* head, int inner, int held) {
         } else {
             take_held_arguments(held, arguments.data());
         }
-        return fire_data(head, arguments[0]);
+        return fire_data(head, node_of(arguments[0]));
     }
     if (kind == ')' || kind == ']') {
         Value mark = Value::share(head);
         take_inner_arguments(function, inner, arguments.data());
         take_held_arguments(held, arguments.data() + inner);
-        return kind == ')' ? fire_marker(mark.take(), arguments[0]) : fire_failure(arguments);
+        return kind == ')' ? fire_marker(mark.take(), node_of(arguments[0]))
+                           : fire_failure(arguments);
     }
     Symbol& symbol = symbol_of_leaf(head);
     if (symbol.builtin && symbol.name.view() == "todo") {
@@ -167,9 +176,10 @@ Node* fire(Node* function, Node* head, int inner, int held) {
     if (kind == '\\') {
         MARL_REQUIRE(count == 3);
         Bindings bindings;
-        bind(bindings, static_cast<char>(first_byte(arguments[0])), arguments[2]);
-        Node* body = substitute(arguments[1], bindings);
-        for (int i = 0; i < count; ++i) release(arguments[i]);
+        const auto letter = static_cast<char>(first_byte(node_of(arguments[0])));
+        bind(bindings, letter, node_of(arguments[2]));
+        Node* body = substitute(node_of(arguments[1]), bindings);
+        for (int i = 0; i < count; ++i) drop(arguments[i]);
         return body;
     }
     if (!symbol.definition) return fire_undefined(symbol, arguments, count);
@@ -189,7 +199,7 @@ int lambda_takes(Node* lambda, int most) {
 }
 
 Node* fire_lambda(Node* lambda, int held) {
-    Arguments arguments;
+    Node* arguments[most_arguments];
     Bindings bindings;
     Node* body = lambda;
     for (int i = 0; i < held; ++i) {

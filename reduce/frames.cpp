@@ -31,6 +31,10 @@ Node* bind_in(Node* body, char letter, Node* value) {
 
 bool is_lazy_head(const Node* head) { return lazy_heads[first_byte(head)]; }
 
+bool is_lazy_name(std::string_view name) {
+    return !name.empty() && lazy_heads[static_cast<uint8_t>(name[0])];
+}
+
 Node* hold_back_argument(Node* application) {
     PairNode* node = as_pair(application);
     Node* function = node->left;

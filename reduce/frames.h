@@ -3,6 +3,8 @@
 // Every function consumes the focus and gives the next one, an owned, analysed node.
 #pragma once
 
+#include <string_view>
+
 #include "value/value.h"
 
 namespace marl {
@@ -20,5 +22,7 @@ Node* hand_over(Node* value);
 /// Whether a head is lazy: an application of it fires without a look at its arguments. A zits Pair
 /// is strict.
 bool is_lazy_head(const Node* head);
+/// The same for the head with that text.
+bool is_lazy_name(std::string_view name);
 
 }  // namespace marl

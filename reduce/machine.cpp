@@ -11,6 +11,7 @@
 
 #include <sys/resource.h>
 
+#include "reduce/body.h"
 #include "reduce/build.h"
 #include "reduce/fire.h"
 #include "reduce/frames.h"
@@ -35,11 +36,12 @@ Node* step_unsettled(Node* focus) {
 
 /// Reduces argument i, counted from 1, which stands i entries below the top.
 Node* begin_argument(Node* function, int i) {
-    Node*& slot = stack.top[-i].node;
-    Node* argument = slot;
-    slot = nullptr;
+    Entry& entry = stack.top[-i];
+    const Entry argument = entry;
+    entry = {nullptr, static_cast<uint64_t>(Waiting::argument)};
     push(Waiting::call, function, static_cast<uint64_t>(i));
-    return argument;
+    if (argument.kind() == Waiting::argument) return argument.node;
+    return enter_delayed(reinterpret_cast<Delayed*>(argument.node));
 }
 
 /// The function of a call, its argument's value put back in place.
@@ -59,8 +61,10 @@ Held held_arguments(int most) {
     Held held;
     for (; held.count < most; ++held.count) {
         const Entry& entry = stack.top[-held.count - 1];
-        if (entry.kind() != Waiting::argument) break;
-        if (held.unsettled == 0 && !settled_analysed(entry.node)) held.unsettled = held.count + 1;
+        if (!is_argument(entry)) break;
+        if (held.unsettled != 0) continue;
+        const bool is_settled = entry.kind() == Waiting::argument && settled_analysed(entry.node);
+        if (!is_settled) held.unsettled = held.count + 1;
     }
     return held;
 }
@@ -92,7 +96,8 @@ Node* apply_to_held(Node* function) {
 
 Node* step_settled(Node* focus) {
     switch (stack.top[-1].kind()) {
-        case Waiting::argument: return apply_to_held(focus);
+        case Waiting::argument:
+        case Waiting::delayed: return apply_to_held(focus);
         case Waiting::call: return apply_to_held(end_argument(focus));
         default: return hand_over(focus);
     }

@@ -2,6 +2,8 @@
 
 #include <vector>
 
+#include "reduce/body.h"
+
 namespace marl {
 
 Stack stack;
@@ -16,21 +18,26 @@ void grow_stack() {
 
 namespace {
 
-/// The nodes of the entries in order of release. The arguments that a call has reduced already
-/// stand above the empty entry, first argument on top, and go after the call's function, in order.
-std::vector<Node*> nodes_in_order(const Entry* first, const Entry* end) {
-    std::vector<Node*> nodes;
+Word content(const Entry& entry) {
+    const Word word = word_of(entry.node);
+    return entry.kind() == Waiting::delayed ? word | 1 : word;
+}
+
+/// What the entries hold, in order of release. The arguments that a call has reduced already stand
+/// above the empty entry, first argument on top, and go after the call's function, in order.
+std::vector<Word> contents_in_order(const Entry* first, const Entry* end) {
+    std::vector<Word> words;
     for (const Entry* entry = first; entry != end; ++entry) {
-        if (entry->node || entry->kind() != Waiting::argument) {
-            if (entry->node) nodes.push_back(entry->node);
-            continue;
+        if (entry->node) {
+            words.push_back(content(*entry));
+        } else if (entry->kind() == Waiting::argument) {
+            const Entry* call = entry + 1;
+            while (call->kind() != Waiting::call) ++call;
+            for (const Entry* done = call; done != entry; --done) words.push_back(content(*done));
+            entry = call;
         }
-        const Entry* call = entry + 1;
-        while (call->kind() != Waiting::call) ++call;
-        for (const Entry* done = call; done != entry; --done) nodes.push_back(done->node);
-        entry = call;
     }
-    return nodes;
+    return words;
 }
 
 }  // namespace
@@ -38,9 +45,9 @@ std::vector<Node*> nodes_in_order(const Entry* first, const Entry* end) {
 void drop_context() {
     const Entry* first = stack.top;
     while (first[-1].kind() != Waiting::base) --first;
-    const std::vector<Node*> nodes = nodes_in_order(first, stack.top);
+    const std::vector<Word> words = contents_in_order(first, stack.top);
     stack.top -= stack.top - first;
-    for (Node* node : nodes) release(node);
+    for (const Word word : words) drop(word);
 }
 
 }  // namespace marl

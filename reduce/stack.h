@@ -5,6 +5,7 @@
 // means, for the focus r:
 //
 //   argument  r applied to the node, which is held back: L (T node r)
+//   delayed   the same, the argument being a Delayed of reduce/body.h that has no node yet
 //   call      the value of argument `data` of the function in the node: the arguments themselves
 //   are
 //             the argument entries below, counted from 1, that argument's own entry being empty
@@ -13,8 +14,8 @@
 //   function  the node applied to r
 //   update    r becomes the memoised definition of the symbol `data`
 //
-// Entries own their nodes. A pointer into the stack is good until the next push, and no longer than
-// the next call that may run program code.
+// Entries own what they hold. A pointer into the stack is good until the next push, and no longer
+// than the next call that may run program code.
 #pragma once
 
 #include <cstddef>
@@ -24,7 +25,7 @@
 
 namespace marl {
 
-enum class Waiting : uint8_t { base, argument, call, let, function, update };
+enum class Waiting : uint8_t { base, argument, delayed, call, let, function, update };
 
 struct Entry {
     Node* node;
@@ -48,6 +49,11 @@ void grow_stack();
 inline void push(Waiting kind, Node* node, uint64_t detail = 0) {
     if (stack.top == stack.limit) grow_stack();
     *stack.top++ = {node, (detail << 8) | static_cast<uint64_t>(kind)};
+}
+
+/// Whether an entry is an argument, in either form.
+inline bool is_argument(const Entry& entry) {
+    return entry.kind() == Waiting::argument || entry.kind() == Waiting::delayed;
 }
 
 /// Takes off all entries down to the run's base and releases what they hold, as a context that

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "reduce/analysis.h"
-#include "reduce/template.h"
+#include "reduce/body.h"
 
 namespace marl {
 

@@ -30,7 +30,7 @@ struct Row {
     BuiltinFunction function;
 };
 
-struct Template;  // reduce/template.h
+struct Body;  // reduce/body.h
 
 struct Symbol {
     Symbol();
@@ -41,8 +41,8 @@ struct Symbol {
     Value definition;         // null when the name has none
     int parameters = 0;       // the lambdas at the top of `definition`, 11 for that many or more
     bool unmemoised = false;  // a constant that is evaluated anew at each use
-    // What a call copies, made from `definition` at the first call; null before.
-    std::unique_ptr<Template> body;
+    // What a call takes up, made from `definition` at the first call; null before.
+    std::unique_ptr<Body> body;
 };
 
 /// The one Symbol of a name, made at the first question.
