@@ -1,0 +1,238 @@
+#include "front/check.h"
+
+#include <bit>
+#include <initializer_list>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "front/backquote.h"
+#include "front/intern.h"
+#include "front/names.h"
+#include "front/patterns.h"
+#include "front/places.h"
+#include "front/records.h"
+#include "number/convert.h"
+#include "number/kind.h"
+#include "reduce/analysis.h"
+#include "reduce/machine.h"
+#include "reduce/tables.h"
+#include "text/rope.h"
+#include "value/todo.h"
+
+namespace marl {
+
+namespace {
+
+String joined(std::initializer_list<std::string_view> parts) {
+    Rope rope;
+    for (const std::string_view part : parts) rope_append(rope, part);
+    return rope_flatten(rope);
+}
+
+/// A sentence about a definition: "Place error." for the entry expression, else
+/// "Place error in function f.".
+String sentence(std::string_view fault, const String& name) {
+    if (name.empty()) return joined({fault, "."});
+    return joined({fault, " in function ", name.view(), "."});
+}
+
+Report dangling_report(const Dangling& dangling) {
+    const bool from_entry = !dangling.from || dangling.from->name.empty();
+    const std::string_view shown = from_entry ? "TOP" : dangling.from->name.view();
+    const std::string_view name = dangling.name->name.view();
+    Report report;
+    report.kind = "alive";
+    report.say = joined({"Alive function ", shown, " references undefined ", name, "."});
+    report.vip = fit_line(shown);
+    report.tip = fit_line(name);
+    return report;
+}
+
+// The stages. Each goes over all definitions in key order, the entry expression first.
+
+Report publish_records() {
+    set_definition("_", leaf(record_text()));
+    return {};
+}
+
+Report expand_patterns() {
+    for (Symbol* symbol : defined_symbols()) {
+        set_definition(*symbol, expand_pair_patterns(symbol->definition));
+    }
+    return {};
+}
+
+Report refuse_funky_keys() {
+    for (Symbol* symbol : defined_symbols()) {
+        if (Node* offender = find_funky(symbol->definition)) {
+            return funky_report(symbol->name, offender);
+        }
+    }
+    return {};
+}
+
+/// A definition of the prelude comes back in the place of a doomed one.
+void remove_doomed(const References& references) {
+    for (Symbol* doomed : find_doomed(references)) {
+        MARL_REQUIRE(!doomed->name.empty());
+        const auto prelude = prelude_definitions.find(doomed->name);
+        if (prelude != prelude_definitions.end()) {
+            set_definition(*doomed, prelude->second);
+        } else {
+            erase_definition(*doomed);
+        }
+    }
+    prelude_definitions.clear();
+}
+
+/// What the entry expression reaches must be defined; what it doesn't reach and can't work goes.
+Report settle_names() {
+    References references;
+    for (Symbol* symbol : defined_symbols()) {
+        add_references(references, *symbol, symbol->definition);
+    }
+    if (const auto dangling = find_dangling(references)) return dangling_report(*dangling);
+    remove_doomed(references);
+    return {};
+}
+
+Report give_places() {
+    for (Symbol* symbol : defined_symbols()) {
+        Value definition = symbol->definition;
+        if (!assign_places(definition)) return place_report(symbol->name);
+        set_definition(*symbol, std::move(definition));
+    }
+    return {};
+}
+
+Report refuse_excess_parameters() {
+    for (Symbol* symbol : defined_symbols()) {
+        if (has_excess_parameters(symbol->definition)) return arity_report(symbol->name);
+    }
+    return {};
+}
+
+Report evaluate_backquotes() {
+    for (Symbol* symbol : defined_symbols()) {
+        set_definition(*symbol, unquote(symbol->name, symbol->definition, Shared::kept));
+    }
+    return {};
+}
+
+Report share_equal_parts() {
+    clear_intern_set();
+    for (Symbol* symbol : defined_symbols()) {
+        set_definition(*symbol, intern(symbol->definition));
+    }
+    drop_unsettled_members();
+    return {};
+}
+
+Report refuse_unbound_locals() {
+    for (Symbol* symbol : defined_symbols()) {
+        if (const uint32_t free = free_set(symbol->definition)) {
+            return local_report(symbol->name, free);
+        }
+    }
+    return {};
+}
+
+Report analyse_definitions() {
+    for (Symbol* symbol : defined_symbols()) analyse(symbol->definition);
+    return {};
+}
+
+using Stage = Report (*)();
+constexpr Stage stages[] = {
+    publish_records,       expand_patterns,          refuse_funky_keys,   settle_names,
+    give_places,           refuse_excess_parameters, evaluate_backquotes, share_equal_parts,
+    refuse_unbound_locals, analyse_definitions,
+};
+
+Report cycle_report(std::string_view name) {
+    Report report;
+    report.kind = "cycle";
+    report.say = joined({"Cycle detected on function ", name, "."});
+    report.vip = clip_text(name, true);
+    return report;
+}
+
+Report range_report(Node* result) {
+    const String shown = print_value(result);
+    Report report;
+    report.kind = "range";
+    report.say =
+        joined({"The program must return an integer. Instead we encountered:\n", shown.view()});
+    report.tip = clip_text(shown.view(), true);
+    return report;
+}
+
+}  // namespace
+
+Report funky_report(const String& name, Node* offender) {
+    const String shown = print_value(offender);
+    Report report;
+    report.kind = "funky";
+    report.say = sentence(joined({"Funky key in expression ", shown.view()}).view(), name);
+    if (!name.empty()) report.vip = fit_line(name.view());
+    report.tip = clip_text(shown.view(), false);
+    return report;
+}
+
+Report place_report(const String& name) {
+    Report report;
+    report.kind = "place";
+    report.say = sentence("Place error", name);
+    report.vip = fit_line(name.view());
+    return report;
+}
+
+Report arity_report(const String& name) {
+    Report report;
+    report.kind = "arity";
+    report.say = joined({"Arity of function ", name.view(), " may not exceed ten."});
+    report.vip = fit_line(name.view());
+    return report;
+}
+
+Report local_report(const String& name, uint32_t free_letters) {
+    const char letter = static_cast<char>('a' + std::countr_zero(free_letters));
+    const std::string_view shown(&letter, 1);
+    Report report;
+    report.kind = "local";
+    report.say = sentence(joined({"Local variable ", shown, " unbound"}).view(), name);
+    report.vip = clip_text(name.view(), true);
+    report.tip = String(shown);
+    return report;
+}
+
+bool has_excess_parameters(Node* definition) {
+    constexpr int most = 10;
+    int count = 0;
+    for (; form(definition) == Form::lambda && count <= most; ++count) {
+        definition = lambda_body(definition);
+    }
+    return count > most;
+}
+
+Report check_program() {
+    const TodoArming unarmed(false);
+    for (const Stage stage : stages) {
+        if (Report report = stage(); !passed(report)) return report;
+    }
+    return {};
+}
+
+Report run_program(int64_t arguments) {
+    if (Report report = check_program(); !passed(report)) return report;
+    todo_armed = true;
+    Value result = reduce(pair(Value::share(find_definition("")), from_i64(arguments)));
+    if (is_leaf_of(result, ')')) return cycle_report(leaf_bytes(result).substr(1));
+    if (!is_leaf(result) && is_leaf_of(left(result), ']')) return report_parse(text(right(result)));
+    if (kind_of(result) != 'i') return range_report(result);
+    set_definition("", std::move(result));
+    return {};
+}
+
+}  // namespace marl

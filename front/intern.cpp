@@ -1,0 +1,291 @@
+// The members stand in a row, each with the hash of its structure, and two indexes lead to their
+// places: by structure, to find the member that equals an expression, and by address, to know a
+// member when a walk comes to it and to stop there. The children of a new member are members, so
+// two Pairs are compared by their children's addresses; only where a child was taken out of the set
+// later does `compare` have to look further.
+#include "front/intern.h"
+
+#include <bit>
+#include <cstring>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "reduce/analysis.h"
+
+namespace marl {
+
+namespace {
+
+uint64_t mix(uint64_t h) {
+    h ^= h >> 32;
+    h *= 0xD6E8FEB86659FD93;
+    h ^= h >> 32;
+    h *= 0xD6E8FEB86659FD93;
+    h ^= h >> 32;
+    return h;
+}
+
+uint64_t hash_of_leaf(Node* leaf) {
+    std::string_view bytes = leaf_bytes(leaf);
+    uint64_t h = mix(bytes.size());
+    for (; bytes.size() >= sizeof h; bytes.remove_prefix(sizeof h)) {
+        uint64_t word;
+        memcpy(&word, bytes.data(), sizeof word);
+        h = mix(h ^ word);
+    }
+    uint64_t word = 0;
+    memcpy(&word, bytes.data(), bytes.size());
+    return mix(h ^ word);
+}
+
+uint64_t hash_of_pair(uint64_t left_hash, uint64_t right_hash) {
+    return mix(std::rotl(left_hash, 23) * 0x9E3779B97F4A7C15 + right_hash);
+}
+
+uint64_t hash_of_address(Node* node) { return mix(reinterpret_cast<uint64_t>(node)); }
+
+constexpr uint32_t no_member = 0xFFFFFFFF;
+
+/// Places of members by the low half of a hash: open addressing, linear probing, at most two thirds
+/// full. The half hash stands in the slot, so the index grows and shrinks without a look elsewhere.
+class Index {
+  public:
+    /// The first place entered under the hash for which the test holds, else `no_member`.
+    template <class Test>
+    uint32_t find(uint64_t hash, Test test) const {
+        if (slots_.empty()) return no_member;
+        const auto half = static_cast<uint32_t>(hash);
+        for (size_t i = half & mask();; i = (i + 1) & mask()) {
+            const Slot& slot = slots_[i];
+            if (slot.free()) return no_member;
+            if (slot.half_hash == half && test(slot.place())) return slot.place();
+        }
+    }
+
+    void enter(uint64_t hash, uint32_t place) {
+        if ((used_ + 1) * 3 > slots_.size() * 2) grow();
+        put({static_cast<uint32_t>(hash), place + 1});
+        ++used_;
+    }
+
+    /// Replaces a place that was entered under the hash by another one.
+    void move(uint64_t hash, uint32_t from, uint32_t to) {
+        slots_[slot_of(hash, from)].place_plus_1 = to + 1;
+    }
+
+    void remove(uint64_t hash, uint32_t place) {
+        // Later slots of the run move up, unless that would put them in front of where they belong.
+        size_t hole = slot_of(hash, place);
+        for (size_t i = (hole + 1) & mask(); !slots_[i].free(); i = (i + 1) & mask()) {
+            const size_t home = slots_[i].half_hash & mask();
+            if (((i - home) & mask()) < ((i - hole) & mask())) continue;
+            slots_[hole] = slots_[i];
+            hole = i;
+        }
+        slots_[hole] = {};
+        --used_;
+    }
+
+  private:
+    struct Slot {
+        uint32_t half_hash = 0;
+        uint32_t place_plus_1 = 0;  // 0: the slot is free
+
+        bool free() const { return place_plus_1 == 0; }
+        uint32_t place() const { return place_plus_1 - 1; }
+    };
+
+    size_t mask() const { return slots_.size() - 1; }
+
+    void put(Slot slot) {
+        size_t i = slot.half_hash & mask();
+        while (!slots_[i].free()) i = (i + 1) & mask();
+        slots_[i] = slot;
+    }
+
+    size_t slot_of(uint64_t hash, uint32_t place) const {
+        size_t i = static_cast<uint32_t>(hash) & mask();
+        while (slots_[i].place() != place) i = (i + 1) & mask();
+        return i;
+    }
+
+    void grow() {
+        std::vector<Slot> old(slots_.empty() ? 1024 : slots_.size() * 2);
+        old.swap(slots_);
+        for (const Slot& slot : old) {
+            if (!slot.free()) put(slot);
+        }
+    }
+
+    std::vector<Slot> slots_;  // a power of two of them
+    size_t used_ = 0;
+};
+
+/// A member; what a walk has found is borrowed, as nothing leaves the set meanwhile.
+struct Member {
+    Node* node;
+    uint64_t hash;
+};
+
+struct InternSet {
+    std::vector<Member> members;  // each owns a reference
+    Index by_structure;
+    Index by_address;
+
+    uint32_t place_of(Node* node) const {
+        if (count_of(node) < 2) return no_member;  // the set's reference and the caller's
+        return by_address.find(hash_of_address(node),
+                               [&](uint32_t place) { return members[place].node == node; });
+    }
+
+    Member add(Value node, uint64_t hash) {
+        MARL_REQUIRE(members.size() < no_member - 1);
+        const auto place = static_cast<uint32_t>(members.size());
+        by_structure.enter(hash, place);
+        by_address.enter(hash_of_address(node), place);
+        members.push_back({node.take(), hash});
+        return members.back();
+    }
+
+    /// The last member takes the place of the one that leaves.
+    void remove(uint32_t place) {
+        const Member leaving = members[place];
+        const Member last = members.back();
+        const auto last_place = static_cast<uint32_t>(members.size() - 1);
+        by_structure.remove(leaving.hash, place);
+        by_address.remove(hash_of_address(leaving.node), place);
+        if (place != last_place) {
+            by_structure.move(last.hash, last_place, place);
+            by_address.move(hash_of_address(last.node), last_place, place);
+            members[place] = last;
+        }
+        members.pop_back();
+        release(leaving.node);
+    }
+};
+
+InternSet& intern_set() {
+    static auto* set = new InternSet;
+    return *set;
+}
+
+bool same(Node* a, Node* b) { return a == b || compare(a, b) == 0; }
+
+/// One walk over an expression, children before parents.
+struct Interning {
+    struct Task {
+        Node* node;
+        bool children_done;
+    };
+    InternSet& set = intern_set();
+    std::vector<Task> tasks;
+    std::vector<Member> found;                // the members of what is done
+    std::unordered_map<Node*, Member> known;  // those of shared nodes that are no members
+
+    void begin(Node* node) {
+        const bool shared = count_of(node) > 1;
+        if (shared) {
+            if (const uint32_t place = set.place_of(node); place != no_member) {
+                found.push_back(set.members[place]);
+                return;
+            }
+            if (const auto member = known.find(node); member != known.end()) {
+                found.push_back(member->second);
+                return;
+            }
+        }
+        if (is_leaf(node)) {
+            end(node, member_of_leaf(node), shared);
+            return;
+        }
+        tasks.push_back({node, true});
+        tasks.push_back({right(node), false});
+        tasks.push_back({left(node), false});
+    }
+
+    void finish(Node* node) {
+        const Member argument = found.back();
+        found.pop_back();
+        const Member function = found.back();
+        found.pop_back();
+        end(node, member_of_pair(node, function, argument), count_of(node) > 1);
+    }
+
+    void end(Node* node, Member member, bool shared) {
+        if (shared && member.node != node) known.emplace(node, member);
+        found.push_back(member);
+    }
+
+    Member member_of_leaf(Node* node) {
+        const uint64_t hash = hash_of_leaf(node);
+        const uint32_t place = set.by_structure.find(hash, [&](uint32_t i) {
+            const Member& member = set.members[i];
+            return member.hash == hash && is_leaf(member.node) && same(member.node, node);
+        });
+        if (place != no_member) return set.members[place];
+        return set.add(Value::share(node), hash);
+    }
+
+    Member member_of_pair(Node* node, Member function, Member argument) {
+        const uint64_t hash = hash_of_pair(function.hash, argument.hash);
+        const uint32_t place = set.by_structure.find(hash, [&](uint32_t i) {
+            const Member& member = set.members[i];
+            return member.hash == hash && !is_leaf(member.node) &&
+                   same(left(member.node), function.node) &&
+                   same(right(member.node), argument.node);
+        });
+        if (place != no_member) return set.members[place];
+        if (left(node) == function.node && right(node) == argument.node) {
+            return set.add(Value::share(node), hash);
+        }
+        return set.add(pair(Value::share(function.node), Value::share(argument.node)), hash);
+    }
+};
+
+}  // namespace
+
+Value intern(Value v) {
+    Interning work;
+    work.tasks.push_back({v, false});
+    while (!work.tasks.empty()) {
+        const auto [node, children_done] = work.tasks.back();
+        work.tasks.pop_back();
+        if (children_done) {
+            work.finish(node);
+        } else {
+            work.begin(node);
+        }
+    }
+    return Value::share(work.found.back().node);
+}
+
+void drop_unsettled_members() {
+    InternSet& set = intern_set();
+    for (size_t i = set.members.size(); i-- > 0;) {
+        if (!settled(set.members[i].node)) set.remove(static_cast<uint32_t>(i));
+    }
+}
+
+void drop_unsettled(Node* expression) {
+    InternSet& set = intern_set();
+    std::vector<Node*> rest{expression};
+    while (!rest.empty()) {
+        Node* node = rest.back();
+        rest.pop_back();
+        if (settled(node)) continue;
+        const uint32_t place = set.place_of(node);
+        if (place == no_member) continue;
+        set.remove(place);
+        if (is_leaf(node)) continue;
+        rest.push_back(right(node));
+        rest.push_back(left(node));
+    }
+}
+
+void clear_intern_set() {
+    const InternSet old = std::exchange(intern_set(), {});
+    for (const Member& member : old.members) release(member.node);
+}
+
+}  // namespace marl

@@ -1,0 +1,27 @@
+// Interning: one node for all equal expressions.
+//
+// The intern set is process-wide. It holds a reference on each of its members, and no two of them
+// are equal by `compare`.
+#pragma once
+
+#include "value/value.h"
+
+namespace marl {
+
+/// The member of the set that equals v. When there is none, one is added: v itself if it is a Leaf
+/// or a Pair whose children are members already, else a new Pair of its children's members. Nothing
+/// is dropped but v, at the end.
+Value intern(Value v);
+
+/// Takes every member out of the set that is not settled.
+void drop_unsettled_members();
+
+/// Takes an interned expression out of the set if it is not settled, and then its children in the
+/// same way; what has left the set already isn't followed.
+void drop_unsettled(Node* expression);
+
+/// Empties the set. Members that nobody else holds die, in the order in which they came in unless
+/// some were taken out.
+void clear_intern_set();
+
+}  // namespace marl

@@ -1,0 +1,72 @@
+#include "front/patterns.h"
+
+#include <utility>
+#include <vector>
+
+#include "front/definitions.h"
+#include "front/rebuild.h"
+#include "reduce/analysis.h"
+
+namespace marl {
+
+namespace {
+
+bool is_name_key(Node* key) { return is_definable(leaf_bytes(key)); }
+
+bool has_pair_pattern(Node* expression) {
+    if (form(expression) != Form::let) return false;
+    Node* key = let_key(expression);
+    if (is_leaf(key) || !is_leaf(left(key)) || !is_leaf(right(key))) return false;
+    return is_name_key(left(key)) && is_name_key(right(key));
+}
+
+Value let(Value key, Value value, Value body) {
+    return apply(leaf("{"), std::move(key), std::move(value), std::move(body));
+}
+
+/// { (x y) e c becomes { y e ({ x (y K) ({ y (y H) c)): a pair gives its parts to K and to H, and y
+/// holds the whole until both are taken.
+Value split_pattern(Node* expression) {
+    const Value x = Value::share(left(let_key(expression)));
+    const Value y = Value::share(right(let_key(expression)));
+    const Value whole = leaf(definition_key(leaf_bytes(y)));
+    Value second = let(y, pair(whole, leaf("H")), Value::share(let_body(expression)));
+    Value first = let(x, pair(whole, leaf("K")), std::move(second));
+    return let(y, Value::share(let_value(expression)), std::move(first));
+}
+
+}  // namespace
+
+Value expand_pair_patterns(Node* expression) {
+    return rebuild(expression, Value::share, [](Value function, Value argument) {
+        Value made = pair(std::move(function), std::move(argument));
+        return has_pair_pattern(made) ? split_pattern(made) : made;
+    });
+}
+
+Node* find_funky(Node* expression) {
+    std::vector<Node*> rest{expression};
+    while (!rest.empty()) {
+        Node* node = rest.back();
+        rest.pop_back();
+        if (is_leaf(node)) continue;
+        switch (form(node)) {
+            case Form::lambda:
+                if (!is_name_key(lambda_key(node))) return node;
+                rest.push_back(lambda_body(node));
+                break;
+            case Form::let:
+                if (!is_name_key(let_key(node))) return node;
+                rest.push_back(let_body(node));
+                rest.push_back(let_value(node));
+                break;
+            case Form::other:
+                rest.push_back(right(node));
+                rest.push_back(left(node));
+                break;
+        }
+    }
+    return nullptr;
+}
+
+}  // namespace marl

@@ -1,0 +1,95 @@
+#include "front/places.h"
+
+#include <bit>
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "front/definitions.h"
+#include "front/rebuild.h"
+
+namespace marl {
+
+namespace {
+
+constexpr size_t most_places = 26;
+
+bool is_letter(std::string_view text) {
+    return text.size() == 1 && text[0] >= 'a' && text[0] <= 'z';
+}
+
+bool is_binder_mark(Node* node) { return is_leaf_text(node, "\\") || is_leaf_text(node, "{"); }
+
+/// The names that a definition binds, as they are written.
+struct LocalNames {
+    uint32_t letters = 0;                   // bit i for "a" + i
+    std::set<std::string_view> long_names;  // the others; borrowed from the definition's Leaves
+
+    bool fit() const { return std::popcount(letters) + long_names.size() <= most_places; }
+};
+
+/// Collects up to the first name too many.
+LocalNames collect_local_names(Node* definition) {
+    LocalNames names;
+    std::vector<Node*> rest{definition};
+    while (!rest.empty() && names.fit()) {
+        Node* node = rest.back();
+        rest.pop_back();
+        if (is_leaf(node)) continue;
+        Node* argument = right(node);
+        if (is_binder_mark(left(node)) && is_leaf(argument)) {
+            const std::string_view name = leaf_bytes(argument);
+            if (is_letter(name)) {
+                names.letters |= uint32_t{1} << (name[0] - 'a');
+            } else {
+                names.long_names.insert(name);
+            }
+        }
+        rest.push_back(argument);
+        rest.push_back(left(node));
+    }
+    return names;
+}
+
+/// From the key of each long name to the Leaf of its letter.
+using Places = std::map<std::string, Value, std::less<>>;
+
+Places choose_letters(LocalNames names) {
+    Places places;
+    for (const std::string_view name : names.long_names) {
+        const int i = std::countr_one(names.letters);
+        names.letters |= uint32_t{1} << i;
+        const char letter = static_cast<char>('a' + i);
+        places[std::string(definition_key(name).view())] = leaf(std::string_view(&letter, 1));
+    }
+    return places;
+}
+
+}  // namespace
+
+bool assign_places(Value& definition) {
+    LocalNames names = collect_local_names(definition);
+    if (!names.fit()) return false;
+    if (names.long_names.empty()) return true;
+    const Places places = choose_letters(std::move(names));
+
+    const auto rename = [&](Node* name) {
+        const auto place = places.find(leaf_bytes(name));
+        const bool stays = place == places.end() || is_binder_mark(name);
+        return stays ? Value::share(name) : place->second;
+    };
+    definition = rebuild(definition, rename, [&](Value function, Value argument) {
+        // As a key, [+] stands for the operator in the brackets; anywhere else it is text.
+        if (is_binder_mark(function) && is_leaf_of(argument, '[')) {
+            argument = places.find(definition_key(leaf_bytes(argument)).view())->second;
+        }
+        return pair(std::move(function), std::move(argument));
+    });
+    return true;
+}
+
+}  // namespace marl
