@@ -1,0 +1,142 @@
+#include "driver/shutdown.h"
+
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+#include "front/intern.h"
+#include "number/convert.h"
+#include "reduce/analysis.h"
+#include "reduce/machine.h"
+#include "reduce/tables.h"
+#include "value/todo.h"
+
+namespace marl {
+
+namespace {
+
+/// Whether the header alone shows free variables; a node that is not analysed shows none.
+bool shows_free_variables(Node* node) {
+    const uint8_t byte = first_byte(node);
+    const bool has_length = is_leaf(node) ? byte == '[' || byte == '\n' || is_digit_byte(byte)
+                                          : top_byte(node) == zits_code;
+    return !has_length && span_of(node) != 0;
+}
+
+/// Whether a todo Value stands anywhere in the expression, crays not looked into. Most definitions
+/// hold none, and then nothing needs to be taken apart and put together again.
+bool holds_todo(Node* expression) {
+    std::vector<Node*> rest{expression};
+    std::unordered_set<Node*> seen;
+    while (!rest.empty()) {
+        Node* node = rest.back();
+        rest.pop_back();
+        while (!is_leaf(node) && top_byte(node) != zits_code) {
+            if (is_todo(node)) return true;
+            if (count_of(node) > 1 && !seen.insert(node).second) break;
+            rest.push_back(right(node));
+            node = left(node);
+        }
+    }
+    return false;
+}
+
+// Disarming goes through an expression from the bottom up, without recursion. A node that several
+// Pairs share is done once: memory that a program built in n steps may spell out to 2^n parts.
+class Disarming {
+  public:
+    Value run(Node* expression) {
+        visit(expression);
+        while (!rest_.empty()) {
+            const Visit next = rest_.back();
+            rest_.pop_back();
+            if (next.children_done) {
+                join(next.node);
+            } else {
+                visit(next.node);
+            }
+        }
+        return pop_result();
+    }
+
+  private:
+    struct Visit {
+        Node* node;
+        bool children_done;
+    };
+
+    void visit(Node* node) {
+        const auto known = shared_.find(node);
+        if (known != shared_.end()) {
+            results_.push_back(known->second);
+        } else if (is_leaf(node)) {
+            results_.push_back(Value::share(node));
+        } else if (is_todo(node)) {
+            finish(node, leaf_Z());
+        } else {
+            rest_.push_back({node, true});
+            rest_.push_back({right(node), false});
+            rest_.push_back({left(node), false});
+        }
+    }
+
+    void join(Node* node) {
+        Value right_result = pop_result();
+        Value left_result = pop_result();
+        const bool same = left_result.get() == left(node) && right_result.get() == right(node);
+        finish(node,
+               same ? Value::share(node) : pair(std::move(left_result), std::move(right_result)));
+    }
+
+    void finish(Node* node, Value result) {
+        // The expression itself holds each node; more than one count means more than one way to it.
+        if (count_of(node) > (result.get() == node ? 2u : 1u)) shared_.emplace(node, result);
+        results_.push_back(std::move(result));
+    }
+
+    Value pop_result() {
+        Value result = std::move(results_.back());
+        results_.pop_back();
+        return result;
+    }
+
+    std::vector<Visit> rest_;
+    std::vector<Value> results_;
+    std::unordered_map<Node*, Value> shared_;
+};
+
+/// Disarms each definition in key order; whether there was anything to disarm.
+bool disarm_definitions() {
+    bool found = false;
+    for (Symbol* symbol : defined_symbols()) {
+        if (!symbol->definition || !holds_todo(symbol->definition)) continue;
+        found = true;
+        set_definition(*symbol, disarm(symbol->definition));
+    }
+    return found;
+}
+
+}  // namespace
+
+void run_todo_action(Node* pair_node) {
+    Node* x = right(left(pair_node));
+    Node* y = right(pair_node);
+    if (shows_free_variables(x) || shows_free_variables(y)) return;
+    if (!settled(x) || !settled(y)) return;
+    // A body that a call was still making can die before anyone has analysed it.
+    if (!is_closed(x) || !is_closed(y)) return;
+    reduce(pair(Value::share(x), Value::share(y)));
+}
+
+Value disarm(Value expression) { return Disarming().run(expression); }
+
+void shutdown() {
+    clear_intern_set();
+    const TodoArming armed(true);
+    // An action may compute constants, or load definitions, that hold a todo of their own.
+    while (disarm_definitions()) continue;
+    clear_definitions();
+}
+
+}  // namespace marl
