@@ -132,8 +132,9 @@ void run_todo_action(Node* pair_node) {
 Value disarm(Value expression) { return Disarming().run(expression); }
 
 void shutdown() {
-    clear_intern_set();
     const TodoArming armed(true);
+    clear_intern_set();  // so that the last reference to what a definition holds is that
+                         // definition's
     // An action may compute constants, or load definitions, that hold a todo of their own.
     while (disarm_definitions()) continue;
     clear_definitions();
