@@ -26,6 +26,7 @@ Body* make_part(Body& enclosing, Node* expression) {
     made->expression = expression;
     made->letters = free_set(expression) & enclosing.letters;
     made->strict = enclosing.strict;
+    made->is_lambda = form(expression) == Form::lambda;
     made->root = enclosing.root;
     for (int letter = 0; letter < 26; ++letter) {
         if ((made->letters & (uint32_t{1} << letter)) == 0) continue;
@@ -93,7 +94,7 @@ void free_delayed(Delayed* delayed) { free_node(delayed, delayed_size(*delayed->
 
 /// A lambda is a value and must look like one, so it is copied at once; anything else waits.
 void push_part(Body& body, Word* arguments) {
-    if (form(body.expression) == Form::lambda) {
+    if (body.is_lambda) {
         Node* captured[most_arguments];
         take_captures(body, arguments, captured);
         return push(Waiting::argument, copy_body(body, reinterpret_cast<Word*>(captured)));

@@ -34,8 +34,9 @@ struct Body {
     uint32_t letters = 0;  // the variables that arguments stand for
     uint8_t index_of[26];  // which argument, for each of them
     int arity = 0;
-    bool strict = false;   // the arguments are known to be settled
-    Body* root = nullptr;  // the Body of the definition, which owns those of its parts
+    bool strict = false;     // the arguments are known to be settled
+    bool is_lambda = false;  // the expression is a value already
+    Body* root = nullptr;    // the Body of the definition, which owns those of its parts
 
     // How to enter it: operands first to last, then the head, each a tagged word; body.cpp.
     bool opened = false;
