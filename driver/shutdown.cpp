@@ -133,8 +133,8 @@ Value disarm(Value expression) { return Disarming().run(expression); }
 
 void shutdown() {
     const TodoArming armed(true);
-    clear_intern_set();  // so that the last reference to what a definition holds is that
-                         // definition's
+    // First, so that what a definition holds is held by nothing else.
+    clear_intern_set();
     // An action may compute constants, or load definitions, that hold a todo of their own.
     while (disarm_definitions()) continue;
     clear_definitions();
