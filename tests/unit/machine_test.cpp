@@ -1,0 +1,95 @@
+// The machine: its main loop against its plainest form, and what its nodes are worth.
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+#include "driver/shutdown.h"
+#include "front/check.h"
+#include "front/definitions.h"
+#include "front/prelude.h"
+#include "reduce/machine.h"
+#include "reduce/tables.h"
+
+namespace marl {
+namespace {
+
+/// The printed result of an entry expression, which is applied to nothing.
+std::string result_of(const std::string& program, bool literally) {
+    build_prelude();
+    // A lambda keeps the check from looking for more, and its body is what we reduce.
+    EXPECT_EQ(parse_program(String(std::string_view(program))).kind, String("check")) << program;
+    EXPECT_EQ(check_program().kind, String("check")) << program;
+    arguments_apply_directly = !literally;
+    const Value result = reduce(Value::share(find_definition("")));
+    arguments_apply_directly = true;
+    const String printed = print_value(result);
+    return std::string(printed.view());
+}
+
+struct Case {
+    const char* program;
+    const char* result;
+};
+
+TEST(Machine, ReducesToTheSameFormEitherWay) {
+    constexpr Case cases[] = {
+        {"IK 1 2", "1"},
+        {"K 1 (Z Z)", "1"},
+        {"KI 1 2", "2"},
+        {"1+2*3", "7"},
+        {"(x\\x+x)(1+2)", "6"},
+        {"x{1+2}y{x*x}x+y", "12"},
+        {"x y{V(1+1,2)}x+y", "4"},
+        {"J(1+1,J(2+2,K))", "(J 2 (J 4 K))"},
+        {"V(1+1)", "V2"},
+        {"plus(1+1)", "(plus 2)"},
+        {"f 2 3,f\\x\\y\\x-y", "01"},
+        {"f 2,f\\x\\y\\x-y", "(f 2)"},
+        {"c+c,c\\d+1,d\\2", "6"},
+        {"g 1 2,g\\plus", "3"},
+        {"h 5,h\\x\\(x=0)0(x+h(x-1))", "15"},
+        {"(x\\y\\z\\x z(y z))K K 1", "1"},
+        {"(x\\y\\y)(1+1)(2+2)", "4"},
+        {"(x\\x\\x+x)(1)(2)", "4"},
+        {"S(x\\y\\x+y)(x\\x*x)(1+2)", "12"},
+        {"W(x\\y\\x*y)(3+4)", "49"},
+        {"from 1 ZHZHZK,from\\n\\J(n,from(n+1))", "3"},
+        {"c 1,c\\u,u()\\x\\x+1", "2"},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(result_of(c.program, false), c.result) << c.program;
+        EXPECT_EQ(result_of(c.program, true), c.result) << c.program << " literally";
+    }
+}
+
+/// A random closed term in which nothing is used twice, so that it has an end.
+std::string random_term(std::mt19937& random, int size) {
+    static const char* const atoms[] = {"B", "C", "D", "E", "F", "H", "I", "J",    "K",    "L",
+                                        "N", "Q", "R", "T", "U", "V", "X", "Z",    "1",    "2",
+                                        "3", "+", "-", "=", "<", "&", "|", "flip", "pair", "once"};
+    const auto pick = [&](size_t n) { return static_cast<size_t>(random() % n); };
+    if (size <= 1) return atoms[pick(std::size(atoms))];
+    const int part = 1 + static_cast<int>(pick(static_cast<size_t>(size - 1)));
+    const std::string a = random_term(random, part);
+    const std::string b = random_term(random, size - part);
+    switch (pick(6)) {
+        case 0: return "((" + a + ")+(" + b + "))";
+        case 1: return "(x\\(" + a + ")(x))(" + b + ")";
+        case 2: return "x{" + a + "}(" + b + ")(x)";
+        default: return "(" + a + ")(" + b + ")";
+    }
+}
+
+TEST(Machine, RandomTermsAgreeWithThePlainSteps) {
+    std::mt19937 random(20);
+    for (int i = 0; i < 1500; ++i) {
+        const std::string term = random_term(random, 2 + i % 24);
+        const std::string program =
+            "x{" + term + "}x,flip\\x\\y\\y x,pair\\x\\y\\J(x,J(y,K)),once\\1+1";
+        EXPECT_EQ(result_of(program, false), result_of(program, true)) << term;
+    }
+}
+
+}  // namespace
+}  // namespace marl
