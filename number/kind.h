@@ -2,8 +2,8 @@
 //
 //   a post   c cray   e void   i hint   o numb   r real   u zits
 //
-// The letters' order is the order of the kinds. void is whatever is no data: combinators, functions,
-// names, Z.
+// The letters' order is the order of the kinds. void is whatever is no data: combinators,
+// functions, names, Z.
 #pragma once
 
 #include "reduce/analysis.h"

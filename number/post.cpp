@@ -66,6 +66,7 @@ bool walk_tree(Node* x, Take take) {
 
 Value post_with_size(int64_t n) {
     MARL_REQUIRE(n >= 0);
+    if (n > INT64_MAX - 64) out_of_memory();  // no sum below wraps
     char digits[16];
     char* const end = digits + sizeof digits;
     char* first = end;

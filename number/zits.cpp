@@ -261,6 +261,15 @@ std::optional<uint8_t> byte_of_code(std::string_view text) {
     return found->second;
 }
 
+std::string_view escape_of_byte(char byte) {
+    switch (byte) {
+        case '\n': return "[p]";
+        case '[': return "[q]";
+        case ']': return "[r]";
+        default: return {};
+    }
+}
+
 bool is_balanced(std::string_view body) {
     int64_t depth = 0;
     for (const char byte : body) {

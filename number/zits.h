@@ -23,6 +23,10 @@ std::string_view code_of_byte(uint8_t byte);
 /// The byte whose bracket code the text is.
 std::optional<uint8_t> byte_of_code(std::string_view text);
 
+/// The element that stands in a text for a byte which a body can't hold: "[p]" for a newline, "[q]"
+/// and "[r]" for the brackets. Empty for every other byte.
+std::string_view escape_of_byte(char byte);
+
 /// Whether the brackets of a body balance.
 bool is_balanced(std::string_view body);
 

@@ -1,0 +1,247 @@
+#include "library/elements.h"
+
+#include <bit>
+#include <cstring>
+#include <optional>
+
+#include "number/convert.h"
+#include "number/cray.h"
+#include "number/digits.h"
+#include "number/kind.h"
+#include "number/post.h"
+#include "number/short_hint.h"
+#include "number/zits.h"
+
+namespace marl {
+
+namespace {
+
+constexpr int64_t real_bits = 64;
+
+int64_t from_end(int64_t i, int64_t n) { return i < 0 ? i + n : i; }
+int64_t size_of(std::string_view bytes) { return static_cast<int64_t>(bytes.size()); }
+
+/// Whether v is a bit, the Leaf H or K.
+bool is_bit(Node* v) { return is_leaf_of(v, 'H') || is_leaf_of(v, 'K'); }
+
+Value look_byte(std::string_view bytes, int64_t i) {
+    const int64_t n = size_of(bytes);
+    const int64_t at = from_end(i, n);
+    return at >= 0 && at < n ? from_i64(static_cast<uint8_t>(bytes[at])) : leaf_Z();
+}
+
+Value look_cray(Node* cray, int64_t i) {
+    const int64_t n = cray_length(cray);
+    const int64_t at = from_end(i, n);
+    return at >= 0 && at < n ? cray_at(cray, at) : leaf_Z();
+}
+
+/// A bit of a list, whose end and what lies beyond it can be seen as well.
+Value look_number(Node* x, int64_t i) {
+    int64_t n;
+    if (short_hint(x, n)) {
+        // The list of an integer is its magnitude with two bits below, for the kind and the sign.
+        const uint64_t list =
+            n < 0 ? static_cast<uint64_t>(-n) * 4 + 1 : static_cast<uint64_t>(n) * 4 + 3;
+        const int64_t at = from_end(i, std::bit_width(list) - 1);
+        if (at < 0) return leaf_Z();
+        return truth(at < real_bits && (list >> at & 1) != 0);
+    }
+    const std::optional<String> bits = bits_of(x);
+    if (!bits) return leaf_Z();
+    const int64_t at = from_end(i, list_length(*bits));
+    return at >= 0 ? truth(bit_get(at, *bits)) : leaf_Z();
+}
+
+Value look_real(Node* x, int64_t i) {
+    const auto bits = std::bit_cast<uint64_t>(to_double(x));
+    const int64_t at = from_end(i, real_bits);
+    if (at < 0 || at > real_bits) return leaf_Z();
+    return truth(at < real_bits && (bits >> at & 1) != 0);
+}
+
+// For cork: `at` is the place of a byte or slot, found to be in bounds, and `slot` the argument
+// that holds the aggregate.
+
+bool is_held_elsewhere(const Value& slot) { return count_of(slot) != 1; }
+
+Value cork_post(Value& slot, int64_t i, Node* v) {
+    const std::string_view bytes = post_payload(slot);
+    const int64_t at = from_end(i, size_of(bytes));
+    if (!is_integer(v) || at < 0 || at >= size_of(bytes)) return leaf_Z();
+    Value made = is_held_elsewhere(slot) ? post_make(bytes) : std::move(slot);
+    post_data(made)[at] = static_cast<char>(to_i64(v));
+    return made;
+}
+
+bool is_bracket(char byte) { return byte == '[' || byte == ']'; }
+
+Value cork_zits(Value& slot, int64_t i, Node* v) {
+    if (!is_integer(v)) return leaf_Z();
+    slot = zits_flatten(std::move(slot));
+    const std::string_view body = zits_body(slot);
+    const int64_t at = from_end(i, size_of(body));
+    const auto byte = static_cast<char>(to_i64(v));
+    // A bracket, gone or new, would break the balance.
+    if (at < 0 || at >= size_of(body) || is_bracket(body[at]) || is_bracket(byte)) return leaf_Z();
+    Value made = is_held_elsewhere(slot) ? zits_make(body) : std::move(slot);
+    leaf_text(made)[1 + at] = byte;
+    return made;
+}
+
+Value cork_cray(Value& slot, int64_t i, Value v) {
+    const int64_t n = cray_length(slot);
+    const int64_t at = from_end(i, n);
+    if (at < 0 || at >= n) return leaf_Z();
+    Value made = is_held_elsewhere(slot) ? cray_slice(slot, 0, n) : std::move(slot);
+    // The old element goes when the new one is in place: its end may run a todo action.
+    const Value old = cray_store(made, at, std::move(v));
+    return made;
+}
+
+bool has_set_bit(const String& bits) {
+    return bits.view().find_first_not_of('\0') != std::string_view::npos;
+}
+
+Value cork_number(Node* x, int64_t i, Node* v) {
+    std::optional<String> bits = bits_of(x);
+    if (!is_bit(v) || !bits) return leaf_Z();
+    const int64_t at = from_end(i, list_length(*bits));
+    if (at < 0) return leaf_Z();
+    const bool bit = is_leaf_of(v, 'K');
+    // A bit that is clear anyway needs no room.
+    if (bit || bit_get(at, *bits)) bit_set(at, bit, *bits);
+    return has_set_bit(*bits) ? value_of_bits(*bits) : leaf_Z();
+}
+
+Value cork_real(Node* x, int64_t i, Node* v) {
+    const int64_t at = from_end(i, real_bits);
+    if (at < 0 || at >= real_bits || !is_bit(v)) return leaf_Z();
+    auto bits = std::bit_cast<uint64_t>(to_double(x));
+    const uint64_t mask = uint64_t{1} << at;
+    bits = is_leaf_of(v, 'K') ? bits | mask : bits & ~mask;
+    return from_double(std::bit_cast<double>(bits));
+}
+
+/// The bounds of a slice; nothing when they lie outside.
+struct Slice {
+    int64_t first;
+    int64_t last;
+};
+std::optional<Slice> slice_of(int64_t first, int64_t last, int64_t n) {
+    const Slice slice{from_end(first, n), from_end(last, n)};
+    if (slice.first < 0 || slice.first > slice.last || slice.last > n) return std::nullopt;
+    return slice;
+}
+
+std::optional<std::string_view> trim_bytes(std::string_view bytes, int64_t first, int64_t last) {
+    if (first == last) return std::string_view();  // even out of bounds
+    const auto slice = slice_of(first, last, size_of(bytes));
+    if (!slice) return std::nullopt;
+    return bytes.substr(slice->first, slice->last - slice->first);
+}
+
+Value trim_post(Node* x, int64_t first, int64_t last) {
+    const auto part = trim_bytes(post_payload(x), first, last);
+    return part ? post_make(*part) : leaf_Z();
+}
+
+Value trim_zits(Node* x, int64_t first, int64_t last) {
+    const Value flat = zits_flatten(Value::share(x));
+    const auto part = trim_bytes(zits_body(flat), first, last);
+    return part && is_balanced(*part) ? zits_make(*part) : leaf_Z();
+}
+
+Value trim_cray(Node* x, int64_t first, int64_t last) {
+    const auto slice = slice_of(first, last, cray_length(x));
+    return slice ? cray_slice(x, slice->first, slice->last) : leaf_Z();
+}
+
+/// Writes bytes to an address that the program answers for.
+Value write_bytes(Node* address, std::string_view bytes) {
+    if (!bytes.empty())
+        memcpy(reinterpret_cast<void*>(to_i64(address)), bytes.data(), bytes.size());
+    return leaf_I();
+}
+
+}  // namespace
+
+Value look(Value* arguments) {
+    Node* x = arguments[0];
+    if (!is_integer(arguments[1])) return leaf_Z();
+    const int64_t i = to_i64(arguments[1]);
+    switch (kind_of(x)) {
+        case 'a': return look_byte(post_payload(x), i);
+        case 'u': return look_byte(zits_body(zits_flatten(Value::share(x))), i);
+        case 'c': return look_cray(x, i);
+        case 'i':
+        case 'o': return look_number(x, i);
+        case 'r': return look_real(x, i);
+        default: return leaf_Z();
+    }
+}
+
+Value cork(Value* arguments) {
+    Value& x = arguments[0];
+    if (!is_integer(arguments[1])) return leaf_Z();
+    const int64_t i = to_i64(arguments[1]);
+    switch (kind_of(x)) {
+        case 'a': return cork_post(x, i, arguments[2]);
+        case 'u': return cork_zits(x, i, arguments[2]);
+        case 'c': return cork_cray(x, i, std::move(arguments[2]));
+        case 'i':
+        case 'o': return cork_number(x, i, arguments[2]);
+        case 'r': return cork_real(x, i, arguments[2]);
+        default: return leaf_Z();
+    }
+}
+
+Value trim(Value* arguments) {
+    Node* x = arguments[0];
+    if (!is_integer(arguments[1]) || !is_integer(arguments[2])) return leaf_Z();
+    const int64_t first = to_i64(arguments[1]);
+    const int64_t last = to_i64(arguments[2]);
+    switch (kind_of(x)) {
+        case 'a': return trim_post(x, first, last);
+        case 'u': return trim_zits(x, first, last);
+        case 'c': return trim_cray(x, first, last);
+        default: return leaf_Z();
+    }
+}
+
+Value copy_bytes(Value* arguments) {
+    Node* x = arguments[0];
+    Node* address = arguments[1];
+    if (!is_integer(address)) return leaf_Z();
+    switch (kind_of(x)) {
+        case 'a': return write_bytes(address, post_payload(x));
+        case 'r':
+        case 'c': return write_bytes(address, leaf_bytes(x).substr(1));
+        case 'u': return write_bytes(address, zits_body(zits_flatten(Value::share(x))));
+        case 'i':
+        case 'o': {
+            const std::optional<String> digits = digits_of(x);
+            return digits ? write_bytes(address, digits->view()) : leaf_Z();
+        }
+        default: return leaf_Z();
+    }
+}
+
+Value count_elements(Value* arguments) {
+    Node* x = arguments[0];
+    switch (kind_of(x)) {
+        case 'a': return from_i64(post_length(x));
+        case 'r': return from_i64(sizeof(double));
+        case 'c': return from_i64(cray_length(x));
+        case 'u': return from_i64(zits_size(x) - 2);
+        case 'i':
+        case 'o': {
+            if (is_leaf(x)) return from_i64(length(x));
+            const std::optional<String> digits = digits_of(x);
+            return digits ? from_i64(digits->length()) : leaf_Z();
+        }
+        default: return leaf_Z();
+    }
+}
+
+}  // namespace marl

@@ -1,0 +1,164 @@
+// The built-ins on the language's own data: its elements (library/elements.h), the trees of texts
+// and bytes, printed forms, and the identity and life of nodes.
+#include <cstring>
+#include <span>
+
+#include "front/intern.h"
+#include "library/elements.h"
+#include "number/convert.h"
+#include "number/cray.h"
+#include "number/digits.h"
+#include "number/kind.h"
+#include "number/post.h"
+#include "number/zits.h"
+#include "reduce/tables.h"
+
+namespace marl {
+
+namespace {
+
+Value type(Value* arguments) {
+    switch (kind_of(arguments[0])) {
+        case 'a': return intern(leaf("[post]"));
+        case 'c': return intern(leaf("[cray]"));
+        case 'i': return intern(leaf("[hint]"));
+        case 'o': return intern(leaf("[numb]"));
+        case 'r': return intern(leaf("[real]"));
+        case 'u': return intern(leaf("[zits]"));
+        default: return intern(leaf("[void]"));
+    }
+}
+
+Value bytes_of_tree(Node* x) {
+    const std::optional<String> bytes = post_of_tree(x);
+    return bytes ? post_make(bytes->view()) : leaf_Z();
+}
+
+Value init(Value* arguments) {
+    Node* x = arguments[0];
+    switch (kind_of(x)) {
+        case 'a': return std::move(arguments[0]);
+        case 'r': return post_make(leaf_bytes(x).substr(1));
+        case 'u': return post_make(zits_body(zits_flatten(Value::share(x))));
+        case 'i': {
+            if (!is_list(x)) return leaf_Z();
+            const auto byte = static_cast<char>(to_i64(x));
+            return post_make({&byte, 1});
+        }
+        case 'e': return bytes_of_tree(x);
+        default: return leaf_Z();
+    }
+}
+
+Value read_memory(Value* arguments) {
+    if (!is_integer(arguments[0]) || !is_integer(arguments[1])) return leaf_Z();
+    const auto* address = reinterpret_cast<const char*>(to_i64(arguments[0]));
+    const int64_t n = to_i64(arguments[1]);
+    if (n < 0) return leaf_Z();
+    Value made = post_with_size(n);
+    if (n > 0) memcpy(post_data(made), address, static_cast<size_t>(n));
+    return made;
+}
+
+/// The one empty cray of the process, from which a program makes all others.
+Value empty_cray(Value*) {
+    static Node* const empty = cray_with_size(0).take();
+    return Value::share(empty);
+}
+
+/// The two subtrees of a tree form that is not empty, borrowed; null for anything else.
+struct Subtrees {
+    Node* left = nullptr;
+    Node* right = nullptr;
+};
+Subtrees subtrees_of(Node* x) {
+    Node* tree = tree_in_form(x);
+    if (!tree || is_leaf(tree)) return {};
+    Node* cell = left(tree);
+    if (is_leaf(cell) || !is_leaf_of(left(cell), 'J')) return {};
+    return {right(cell), right(tree)};
+}
+
+Value tree_form(Node* tree) {
+    if (!tree) return leaf_Z();
+    return apply(leaf("V"), pair(leaf("X"), leaf("J")), Value::share(tree));
+}
+
+Value left_part(Value* arguments) {
+    Node* x = arguments[0];
+    if (kind_of(x) != 'u') return tree_form(subtrees_of(x).left);
+    return zits_is_empty(x) ? leaf_Z() : zits_left(x);
+}
+
+Value right_part(Value* arguments) {
+    Node* x = arguments[0];
+    if (kind_of(x) != 'u') return tree_form(subtrees_of(x).right);
+    return zits_is_empty(x) ? leaf_Z() : zits_right(x);
+}
+
+Value is_empty_tree(Value* arguments) {
+    Node* x = arguments[0];
+    if (kind_of(x) == 'u') return truth(zits_is_empty(x));
+    Node* tree = tree_in_form(x);
+    return tree ? truth(is_leaf_of(tree, 'K')) : leaf_Z();
+}
+
+Value lisp(Value* arguments) { return zits_make(print_value(arguments[0]).view()); }
+
+Value raws(Value* arguments) { return truth(arguments[0].get() == arguments[1].get()); }
+
+Value cmpr(Value* arguments) { return from_i64(compare(arguments[0], arguments[1])); }
+
+Value tern(Value* arguments) { return intern(std::move(arguments[0])); }
+
+/// The reference that the argument was is never given back, so the address stays good.
+Value leak(Value* arguments) { return from_i64(reinterpret_cast<int64_t>(arguments[0].take())); }
+
+Value bond(Value* arguments) {
+    if (!is_integer(arguments[0])) return leaf_Z();
+    // An address that is 0 stops here; any other is the program's to answer for.
+    return Value::share(reinterpret_cast<Node*>(to_i64(arguments[0])));
+}
+
+/// A pair like any other for a selector c. The one selector for which it is not, the node of the
+/// name `todo` that heads the application, gives the pair's own node back; the machine sees to it
+/// before it comes here.
+Value todo(Value* arguments) {
+    return apply(std::move(arguments[2]), std::move(arguments[0]), std::move(arguments[1]));
+}
+
+Value assert_builtin(Value* arguments) {
+    constexpr int line = 244;
+    if (is_leaf_of(arguments[0], 'K')) return leaf_I();
+    if (is_leaf_of(arguments[0], 'H')) fatal_stop("l", line);
+    return leaf_Z();
+}
+
+constexpr Row rows[] = {
+    {"look", 2, look},
+    {"cork", 3, cork},
+    {"trim", 3, trim},
+    {"copy", 2, copy_bytes},
+    {"rank", 1, count_elements},
+    {"init", 1, init},
+    {"post", 2, read_memory},
+    {"cray", 0, empty_cray},
+    {"left", 1, left_part},
+    {"rght", 1, right_part},
+    {"leaf", 1, is_empty_tree},
+    {"lisp", 1, lisp},
+    {"raws", 2, raws},
+    {"cmpr", 2, cmpr},
+    {"tern", 1, tern},
+    {"leak", 1, leak},
+    {"bond", 1, bond},
+    {"todo", 3, todo},
+    {"assert", 1, assert_builtin},
+    {"type", 1, type},
+};
+
+}  // namespace
+
+std::span<const Row> structure_rows() { return rows; }
+
+}  // namespace marl

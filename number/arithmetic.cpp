@@ -1,0 +1,407 @@
+// The operators.
+//
+// What an operator does follows from the kinds of its operands, and stands in its table: a row for
+// each kind of x, a letter for each kind of y, in the order a c e i o r u. A letter is a rule:
+//
+//   .       no rule: the answer is Z
+//   i       both are hints
+//   o       both are numbs, or what the operator takes in their place
+//   n       numbs, of which one is a hint and is converted first
+//   r       reals; what is none is converted first
+//   p c t   by the operator's own rule for a post, a cray, a text; P C T the same with the operands
+//           the other way round
+//   j       a text with another one joined on as its last element: a Pair
+//
+// Two short integers, which is what most programs do most of the time, never reach the tables.
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <optional>
+#include <span>
+
+#include "number/convert.h"
+#include "number/cray.h"
+#include "number/digits.h"
+#include "number/hint.h"
+#include "number/kind.h"
+#include "number/numb.h"
+#include "number/post.h"
+#include "number/real.h"
+#include "number/short_hint.h"
+#include "number/zits.h"
+#include "reduce/tables.h"
+
+namespace marl {
+
+namespace {
+
+using Rule = Value (*)(Node* x, Node* y);
+
+struct Operator {
+    const char* rules[7];
+    Rule hints;
+    Rule numbs;
+    double (*reals)(double, double);
+    Rule posts;
+    Rule crays;
+    Rule texts;
+};
+
+/// The place of a kind in the tables.
+constexpr std::array<int8_t, 256> make_kind_indexes() {
+    std::array<int8_t, 256> indexes{};
+    int8_t next = 0;
+    for (const char kind : {'a', 'c', 'e', 'i', 'o', 'r', 'u'}) {
+        indexes[static_cast<uint8_t>(kind)] = next++;
+    }
+    return indexes;
+}
+constexpr auto kind_indexes = make_kind_indexes();
+
+int kind_index(Node* x) { return kind_indexes[static_cast<uint8_t>(kind_of(x))]; }
+
+Value as_numb(Node* x) { return kind_of(x) == 'i' ? hint_to_numb(x) : Value::share(x); }
+
+Value on_numbs(Rule rule, Node* x, Node* y) {
+    const Value a = as_numb(x);
+    const Value b = as_numb(y);
+    // An ill-formed list has become Z.
+    return kind_of(a) == 'o' && kind_of(b) == 'o' ? rule(a, b) : leaf_Z();
+}
+
+Value as_real(Node* x) {
+    switch (kind_of(x)) {
+        case 'i': return hint_to_real(x);
+        case 'o': return numb_to_real(x);
+        default: return Value::share(x);
+    }
+}
+
+Value on_reals(double (*rule)(double, double), Node* x, Node* y) {
+    const Value a = as_real(x);
+    const Value b = as_real(y);
+    return is_real(a) && is_real(b) ? from_double(rule(to_double(a), to_double(b))) : leaf_Z();
+}
+
+Value by_rule(const Operator& op, Node* x, Node* y) {
+    switch (op.rules[kind_index(x)][kind_index(y)]) {
+        case 'i': return op.hints(x, y);
+        case 'o': return op.numbs(x, y);
+        case 'n': return on_numbs(op.numbs, x, y);
+        case 'r': return on_reals(op.reals, x, y);
+        case 'p': return op.posts(x, y);
+        case 'P': return op.posts(y, x);
+        case 'c': return op.crays(x, y);
+        case 'C': return op.crays(y, x);
+        case 't': return op.texts(x, y);
+        case 'T': return op.texts(y, x);
+        case 'j': return pair(Value::share(x), Value::share(y));
+        default: return leaf_Z();
+    }
+}
+
+/// The bytes that an operand adds to a text, and what keeps them alive.
+struct Text {
+    std::string_view bytes;
+    Value node = {};
+    String made = {};
+};
+
+/// Nothing for an ill-formed list.
+std::optional<Text> text_of(Node* x) {
+    switch (kind_of(x)) {
+        case 'a': return Text{post_payload(x)};
+        case 'u': {
+            Value flat = zits_flatten(Value::share(x));
+            const std::string_view body = zits_body(flat);
+            return Text{.bytes = body, .node = std::move(flat)};
+        }
+        case 'r': {
+            String made = real_text(x);
+            return Text{.bytes = made.view(), .made = made};
+        }
+        default: {
+            if (is_leaf(x)) return Text{leaf_bytes(x)};
+            std::optional<String> digits = digits_of(x);
+            if (!digits) return std::nullopt;
+            return Text{.bytes = digits->view(), .made = *digits};
+        }
+    }
+}
+
+int64_t size_of(std::string_view bytes) { return static_cast<int64_t>(bytes.size()); }
+
+void fill(char* to, std::string_view bytes) {
+    if (!bytes.empty()) memcpy(to, bytes.data(), bytes.size());
+}
+
+Value join_posts(Node* x, Node* y) {
+    const auto a = text_of(x);
+    const auto b = text_of(y);
+    if (!a || !b) return leaf_Z();
+    Value made = post_with_size(size_of(a->bytes) + size_of(b->bytes));
+    char* bytes = post_data(made);
+    fill(bytes, a->bytes);
+    fill(bytes + a->bytes.size(), b->bytes);
+    return made;
+}
+
+Value join_texts(Node* x, Node* y) {
+    const auto a = text_of(x);
+    const auto b = text_of(y);
+    if (!a || !b) return leaf_Z();
+    Value made = zits_with_size(size_of(a->bytes) + size_of(b->bytes));
+    char* body = leaf_text(made) + 1;
+    fill(body, a->bytes);
+    fill(body + a->bytes.size(), b->bytes);
+    return made;
+}
+
+constexpr const char no_rule[] = ".......";
+
+constexpr Operator plus_rules = {
+    /*aceioru*/
+    {"p..pppp",   // a
+     ".c.....",   // c
+     no_rule,     // e
+     "p..inrt",   // i
+     "p..nort",   // o
+     "p..rrrt",   // r
+     "p..tttt"},  // u
+    hint_add,
+    numb_add,
+    [](double x, double y) { return x + y; },
+    join_posts,
+    cray_concat,
+    join_texts};
+
+/// The bytes without the first n for a positive n, else without the last |n|; nothing when there
+/// are fewer.
+std::optional<std::string_view> cut(std::string_view bytes, int64_t n) {
+    const int64_t size = size_of(bytes);
+    if (n > size || n < -size) return std::nullopt;
+    return n > 0 ? bytes.substr(n) : bytes.substr(0, size + n);
+}
+
+Value cut_post(Node* x, Node* n) {
+    if (!is_list(n)) return leaf_Z();
+    const auto rest = cut(post_payload(x), to_i64(n));
+    return rest ? post_make(*rest) : leaf_Z();
+}
+
+Value cut_cray(Node* x, Node* n) { return is_list(n) ? cray_cut(x, to_i64(n)) : leaf_Z(); }
+
+Value cut_text(Node* x, Node* n) {
+    if (!is_list(n)) return leaf_Z();
+    const Value flat = zits_flatten(Value::share(x));
+    const auto rest = cut(zits_body(flat), to_i64(n));
+    return rest && is_balanced(*rest) ? zits_make(*rest) : leaf_Z();
+}
+
+constexpr Operator dash_rules = {
+    /*aceioru*/
+    {"...p...",   // a
+     "...c...",   // c
+     no_rule,     // e
+     "...inr.",   // i
+     "...nor.",   // o
+     "...rrr.",   // r
+     "...t..j"},  // u
+    hint_sub,
+    numb_sub,
+    [](double x, double y) { return x - y; },
+    cut_post,
+    cut_cray,
+    cut_text};
+
+/// The length of n times `size` bytes; nothing for a negative n and for more than a Leaf can be.
+std::optional<int64_t> repeated_size(int64_t size, Node* n) {
+    constexpr int64_t header_room = 64;
+    if (!is_list(n)) return std::nullopt;
+    const int64_t times = to_i64(n);
+    int64_t total;
+    if (times < 0 || __builtin_mul_overflow(size, times, &total)) return std::nullopt;
+    if (total > INT64_MAX - header_room) return std::nullopt;
+    return total;
+}
+
+/// Fills `total` bytes with repetitions, doubling what stands.
+void fill_repeated(char* to, std::string_view bytes, int64_t total) {
+    if (total == 0) return;
+    fill(to, bytes);
+    for (int64_t done = size_of(bytes); done < total;) {
+        const int64_t more = std::min(done, total - done);
+        memcpy(to + done, to, static_cast<size_t>(more));
+        done += more;
+    }
+}
+
+Value repeat_post(Node* x, Node* n) {
+    const std::string_view bytes = post_payload(x);
+    const auto total = repeated_size(size_of(bytes), n);
+    if (!total) return leaf_Z();
+    Value made = post_with_size(*total);
+    fill_repeated(post_data(made), bytes, *total);
+    return made;
+}
+
+Value repeat_cray(Node* x, Node* n) { return is_list(n) ? cray_repeat(x, to_i64(n)) : leaf_Z(); }
+
+Value repeat_text(Node* x, Node* n) {
+    const Value flat = zits_flatten(Value::share(x));
+    const auto total = repeated_size(size_of(zits_body(flat)), n);
+    if (!total) return leaf_Z();
+    Value made = zits_with_size(*total);
+    fill_repeated(leaf_text(made) + 1, zits_body(flat), *total);
+    return made;
+}
+
+constexpr Operator mult_rules = {
+    /*aceioru*/
+    {"...p...",   // a
+     "...c...",   // c
+     no_rule,     // e
+     "PC.inrT",   // i
+     "...nor.",   // o
+     "...rrr.",   // r
+     "...t..."},  // u
+    hint_mul,
+    numb_mul,
+    [](double x, double y) { return x * y; },
+    repeat_post,
+    repeat_cray,
+    repeat_text};
+
+Value append_element(Node* x, Node* y) { return cray_append(x, Value::share(y)); }
+Value prepend_element(Node* x, Node* y) { return cray_prepend(Value::share(y), x); }
+
+constexpr Operator over_rules = {
+    /*aceioru*/
+    {no_rule,    // a
+     "cc.cccc",  // c
+     no_rule,    // e
+     "...irr.",  // i
+     "...r.r.",  // o
+     "...rrr.",  // r
+     no_rule},   // u
+    hint_div,
+    nullptr,
+    [](double x, double y) { return x / y; },
+    nullptr,
+    append_element,
+    nullptr};
+
+constexpr Operator cent_rules = {
+    /*aceioru*/
+    {".C.....",   // a
+     ".C.....",   // c
+     no_rule,     // e
+     ".C.inr.",   // i
+     ".C.nor.",   // o
+     ".C.rrr.",   // r
+     ".C....."},  // u
+    hint_mod,
+    numb_mod,
+    [](double x, double y) { return std::fmod(x, y); },
+    nullptr,
+    prepend_element,
+    nullptr};
+
+constexpr Operator powa_rules = {
+    /*aceioru*/
+    {no_rule,    // a
+     "cc.cccc",  // c
+     no_rule,    // e
+     "...irr.",  // i
+     "...o.r.",  // o
+     "...rrr.",  // r
+     no_rule},   // u
+    hint_pow,
+    numb_pow,
+    [](double x, double y) { return std::pow(x, y); },
+    nullptr,
+    append_element,
+    nullptr};
+
+Value plus(Value* arguments) {
+    int64_t x, y;
+    if (short_hint(arguments[0], x) && short_hint(arguments[1], y)) return short_leaf(x + y);
+    return by_rule(plus_rules, arguments[0], arguments[1]);
+}
+
+Value dash(Value* arguments) {
+    int64_t x, y;
+    if (short_hint(arguments[0], x) && short_hint(arguments[1], y)) return short_leaf(x - y);
+    return by_rule(dash_rules, arguments[0], arguments[1]);
+}
+
+Value mult(Value* arguments) {
+    int64_t x, y, product;
+    if (short_hint(arguments[0], x) && short_hint(arguments[1], y) &&
+        !__builtin_mul_overflow(x, y, &product)) {
+        return short_leaf(product);
+    }
+    return by_rule(mult_rules, arguments[0], arguments[1]);
+}
+
+Value over(Value* arguments) {
+    int64_t x, y;
+    if (short_hint(arguments[0], x) && short_hint(arguments[1], y) && y != 0) {
+        return short_leaf(short_div(x, y));
+    }
+    return by_rule(over_rules, arguments[0], arguments[1]);
+}
+
+Value cent(Value* arguments) {
+    int64_t x, y;
+    if (short_hint(arguments[0], x) && short_hint(arguments[1], y) && y != 0) {
+        return short_leaf(short_mod(x, y));
+    }
+    return by_rule(cent_rules, arguments[0], arguments[1]);
+}
+
+Value powa(Value* arguments) { return by_rule(powa_rules, arguments[0], arguments[1]); }
+
+Value wave(Value* arguments) {
+    Node* x = arguments[0];
+    switch (kind_of(x)) {
+        case 'r': return from_double(-to_double(x));
+        case 'i': return hint_neg(x);
+        case 'o': return numb_neg(x);
+        case 'u': return zits_is_empty(x) ? leaf_Z() : zits_right(x);
+        case 'a': {
+            const std::string_view bytes = post_payload(x);
+            return bytes.empty() ? leaf_Z() : post_make(bytes.substr(1));
+        }
+        default: return leaf_Z();
+    }
+}
+
+Value first_element(std::string_view bytes) {
+    if (bytes.empty()) return leaf_Z();
+    const std::string_view escape = escape_of_byte(bytes[0]);
+    return zits_make(escape.empty() ? bytes.substr(0, 1) : escape);
+}
+
+Value buck(Value* arguments) {
+    Node* x = arguments[0];
+    switch (kind_of(x)) {
+        case 'r': return truth(!std::signbit(to_double(x)));
+        case 'i': return is_list(x) ? truth(hint_sign(x)) : leaf_Z();
+        case 'o': return is_list(x) ? truth(numb_sign(x)) : leaf_Z();
+        case 'u': return zits_is_empty(x) ? leaf_Z() : zits_left(x);
+        case 'a': return first_element(post_payload(x));
+        default: return leaf_Z();
+    }
+}
+
+constexpr Row rows[] = {
+    {"plus", 2, plus}, {"dash", 2, dash}, {"mult", 2, mult}, {"over", 2, over},
+    {"cent", 2, cent}, {"powa", 2, powa}, {"wave", 1, wave}, {"buck", 1, buck},
+};
+
+}  // namespace
+
+std::span<const Row> arithmetic_rows() { return rows; }
+
+}  // namespace marl
