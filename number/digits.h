@@ -5,7 +5,8 @@
 //
 //   cells        J b t: what a program builds, and what `lots` gives; t is the rest in any form
 //   digit Leaf   a decimal text; each text, leading zeros included, is exactly one list
-//   bit string   a String: bit i is bit i % 8 of byte i / 8. Elements are the bits below the highest
+//   bit string   a String: bit i is bit i % 8 of byte i / 8. Elements are the bits below the
+//   highest
 //                set one, which is the end of the list. 0x01 is the empty list, 0x06 the list 0, 1
 //
 // The text of a list, read as the whole number w = sum of bit i * 2^i, the end included:
@@ -30,8 +31,8 @@ namespace marl {
 bool bit_get(int64_t i, const String& bits);
 /// Sets bit i of a bit string, first appending zero bytes until i fits.
 void bit_set(int64_t i, bool bit, String& bits);
-/// The length of a list, the index of the highest set bit. A bit string without a set bit is a fatal
-/// stop.
+/// The length of a list, the index of the highest set bit. A bit string without a set bit is a
+/// fatal stop.
 int64_t list_length(const String& bits);
 
 /// The digit text of a list of length 1 or more; a shorter one is a fatal stop. Zero bytes at the
@@ -39,7 +40,8 @@ int64_t list_length(const String& bits);
 String digits_of_bits(const String& bits);
 /// The list of a digit text.
 String bits_of_digits(std::string_view digits);
-/// A new Value of a list: K for the empty list, else a digit Leaf. No set bit at all is a fatal stop.
+/// A new Value of a list: K for the empty list, else a digit Leaf. No set bit at all is a fatal
+/// stop.
 Value value_of_bits(const String& bits);
 
 /// Whether x is a list of bits in any form, K included. Looks at every cell.

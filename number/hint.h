@@ -1,8 +1,8 @@
 // hint: integers of any size.
 //
 // A hint is a digit Leaf whose text doesn't begin "00", or the same list in J cells
-// (number/digits.h). A "0" in front of other digits is the minus sign: "0123" is -123. Every value has
-// exactly one text, so equal texts are equal numbers.
+// (number/digits.h). A "0" in front of other digits is the minus sign: "0123" is -123. Every value
+// has exactly one text, so equal texts are equal numbers.
 //
 // All operations take both forms, borrow their arguments and give a new digit Leaf. A list that is
 // ill-formed, J K t with a t that is no list, gives `Z`. The Leaf K counts as zero.
@@ -20,8 +20,8 @@ Value hint_sub(Node* x, Node* y);
 Value hint_mul(Node* x, Node* y);
 /// The quotient rounded toward minus infinity; `Z` when y is zero.
 Value hint_div(Node* x, Node* y);
-/// |x| mod |y| when the signs are the same, else what is missing from |x| to a multiple of |y|: never
-/// negative. `Z` when y is zero.
+/// |x| mod |y| when the signs are the same, else what is missing from |x| to a multiple of |y|:
+/// never negative. `Z` when y is zero.
 Value hint_mod(Node* x, Node* y);
 /// x to the power y: 0 for a negative y, 1 for y zero.
 Value hint_pow(Node* x, Node* y);
