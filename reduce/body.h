@@ -1,86 +1,81 @@
-// Body: what a call of a definition takes up, with the arguments put in the parameters' places.
+// Body: what a call takes up, with arguments in the places of variables.
 //
 // A call means a new copy of those parts of the body that hold a parameter. Most of such a copy
 // would be taken apart again at once: an application is a head and its operands, the operands go to
-// the stack, and the untaken branch of a choice is never looked at. So a call *enters* the body: it
-// pushes the operands, and an operand that is itself an application with parameters in it is pushed
-// delayed, as a reference to its own Body and the arguments that it captures. A delayed operand is
-// entered when its value is due, copied when it has to become a node, and dropped when nobody wants
-// it. Each holder of an argument has a reference of its own, so that what has one holder in the
-// copy has one here.
+// the stack, and the untaken branch of a choice is never looked at. So a call *enters* the body
+// (reduce/enter.h): it pushes the operands, and an operand that holds a parameter inside is pushed
+// delayed, as a reference to its own Body and the arguments that it captures.
 //
-// A Body borrows the expression that it was made for; whoever replaces the definition drops the
-// Bodies with it. What is needed to enter it and to copy it is found at the first use.
+// A Body is laid out as tagged words, found at its first use:
+//
+//   node | shared_node       a part without variables, borrowed
+//   index | argument         an argument
+//   index | last_argument    an argument that nothing entered later needs
+//   index | part             a part with a Body of its own
+//
+// It borrows the expression that it was made for: whoever replaces the definition drops the Bodies
+// with it. The Body of the definition owns those of all parts, which are flat behind it.
 #pragma once
 
 #include <cstdint>
 #include <memory>
 #include <vector>
 
+#include "reduce/analysis.h"
 #include "value/value.h"
 
 namespace marl {
 
-/// An argument on its way: a Node*, or a Delayed* with the low bit set. Owned.
-using Word = uintptr_t;
+enum Tag : uintptr_t { shared_node = 0, argument = 1, last_argument = 2, part = 3 };
+constexpr uintptr_t tag_mask = 3;
+constexpr int tag_bits = 2;
 
-/// A definition has at most ten parameters; one more is room for a rank that saturated.
-constexpr int most_arguments = 11;
+/// Every argument stands for a letter of its own.
+constexpr int most_arguments = 26;
 
-struct Copying;
+struct Copying;  // reduce/copying.h
 
 struct Body {
     Node* expression = nullptr;
+    Form form = Form::other;
+    bool strict = false;  // the arguments are known to be settled
+    int arity = 0;
     uint32_t letters = 0;  // the variables that arguments stand for
     uint8_t index_of[26];  // which argument, for each of them
-    int arity = 0;
-    bool strict = false;     // the arguments are known to be settled
-    bool is_lambda = false;  // the expression is a value already
-    Body* root = nullptr;    // the Body of the definition, which owns those of its parts
+    Body* root = nullptr;
 
-    // How to enter it: operands first to last, then the head, each a tagged word; body.cpp.
+    // Of a part: the arguments of the enclosing Body that it takes, in the order of its own. With
+    // `moved_capture` set nothing entered later needs that argument.
+    std::vector<uint8_t> captures;
+
+    // The layout, once `opened`: an application's head and its operands, first to last. A lambda
+    // and a let have none.
     bool opened = false;
     std::vector<uintptr_t> operands;
     uintptr_t head = 0;
-    uint32_t unused = 0;            // bit i: argument i does not occur
-    std::vector<uint8_t> captures;  // of a part: which arguments of the enclosing Body it takes
+    uint32_t unused = 0;  // bit i: argument i does not occur
     std::vector<Body*> parts;
 
-    std::unique_ptr<Copying> copying;  // how to copy it
+    // Of a lambda: the body behind a row of `takes` lambdas, whose arguments are the captured ones
+    // and then the row's own. Of a let: the body behind it, whose last argument is the let's value,
+    // and the value, as the let's head.
+    Body* inner = nullptr;
+    int takes = 0;
+
+    std::unique_ptr<Copying> copying;  // how to copy it, once that was asked for
     std::vector<std::unique_ptr<Body>> owned;
 
     Body();
     ~Body();
 };
 
-struct Delayed {
-    Body* body;
-    Node* captured[1];  // as many as the body's arity
-};
-
-inline bool is_delayed(Word word) { return (word & 1) != 0; }
-inline Delayed* delayed_of(Word word) { return reinterpret_cast<Delayed*>(word & ~Word{1}); }
-inline Node* node_of(Word word) { return reinterpret_cast<Node*>(word); }
-inline Word word_of(Node* node) { return reinterpret_cast<Word>(node); }
+constexpr uint8_t moved_capture = 0x80;
 
 /// The Body of a definition whose parameters are the lambdas at its top. Of two parameters with one
 /// letter the last one counts. `strict`: its calls have all arguments settled.
 std::unique_ptr<Body> make_body(Node* definition, bool strict);
 
-/// Enters a body: pushes its operands on the machine's stack and gives its head, the next focus,
-/// owned and analysed. Consumes the arguments, `arity` of them.
-Node* enter(Body& body, Word* arguments);
-
-/// Enters a delayed operand, which is consumed.
-Node* enter_delayed(Delayed* delayed);
-
-/// A copy of the body as a node, owned and analysed. Consumes the arguments.
-Node* copy_body(Body& body, Word* arguments);
-
-/// An argument as a node.
-Node* force(Word word);
-
-/// Releases an argument.
-void drop(Word word);
+/// Lays the Body out, for entering.
+void open_body(Body& body);
 
 }  // namespace marl

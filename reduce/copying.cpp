@@ -8,9 +8,8 @@ namespace marl {
 
 namespace {
 
-enum Tag : uintptr_t { shared_node = 0, argument = 1, last_argument = 2, make_pair = 3 };
-constexpr uintptr_t tag_mask = 3;
-constexpr int tag_bits = 2;
+// In the place of the tag of a part, which a copy has none of.
+constexpr uintptr_t make_pair = 3;
 
 // What is known of an operand before the call.
 struct Known {

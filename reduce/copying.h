@@ -14,7 +14,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "reduce/body.h"
+#include "reduce/enter.h"
 
 namespace marl {
 
@@ -26,5 +26,8 @@ struct Copying {
 
 /// Lays out the copy of a Body's expression.
 Copying make_copying(const Body& body);
+
+/// A copy of the body as a node, owned and analysed. Consumes the arguments.
+Node* copy_body(Body& body, Word* arguments);
 
 }  // namespace marl

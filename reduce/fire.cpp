@@ -5,7 +5,9 @@
 
 #include "reduce/body.h"
 #include "reduce/build.h"
+#include "reduce/copying.h"
 #include "reduce/data_head.h"
+#include "reduce/enter.h"
 #include "reduce/frames.h"
 #include "reduce/machine.h"
 #include "reduce/stack.h"
@@ -22,8 +24,7 @@ bool is_abort(Node* r) {
 
 namespace {
 
-// Arguments on their way to a head. Only a lazy definition is given delayed ones: a strict head has
-// its arguments settled, and so they are nodes.
+// Arguments on their way to a head. Those that are no definition take them as nodes.
 using Arguments = std::array<Word, most_arguments>;
 
 /// Ends the run with `r` as its result, unless a later step finds work in it.
@@ -59,13 +60,13 @@ void take_inner_arguments(Node* function, int inner, Word* arguments) {
 }
 
 void take_held_arguments(int held, Word* arguments) {
-    for (int i = 0; i < held; ++i) {
-        const Entry& entry = *--stack.top;
-        arguments[i] = word_of(entry.node) | (entry.kind() == Waiting::delayed);
-    }
+    for (int i = 0; i < held; ++i) arguments[i] = content(*--stack.top);
 }
 
+Node* take_held_node() { return force(content(*--stack.top)); }
+
 Node* call_builtin(const Row& row, Arguments& arguments) {
+    for (int i = 0; i < row.arity; ++i) arguments[i] = word_of(force(arguments[i]));
     static_assert(sizeof(Value) == sizeof(Node*));
     auto* slots = reinterpret_cast<Value*>(arguments.data());
     Value result = row.function(slots);
@@ -106,8 +107,8 @@ Node* fire_todo(Node* function, Node* head, int inner, int held) {
         inner = 2;
         held = 1;
     }
-    for (; held > 1; --held) function = analysed_pair(function, (--stack.top)->node);
-    Node* selector = (--stack.top)->node;
+    for (; held > 1; --held) function = analysed_pair(function, take_held_node());
+    Node* selector = take_held_node();
     if (selector == head) {
         release(selector);
         return function;
@@ -128,8 +129,8 @@ Node* fire_marker(Node* marker, Node* argument) {
 
 /// A failure applied to two arguments: the text of the first takes its place.
 Node* fire_failure(Arguments& arguments) {
-    Node* failure = abort_with(marked_leaf(']', leaf_bytes(node_of(arguments[0]))));
-    drop(arguments[0]);
+    const Value text = Value::adopt(force(arguments[0]));
+    Node* failure = abort_with(marked_leaf(']', leaf_bytes(text)));
     drop(arguments[1]);
     return failure;
 }
@@ -153,13 +154,13 @@ Node* fire(Node* function, Node* head, int inner, int held) {
         } else {
             take_held_arguments(held, arguments.data());
         }
-        return fire_data(head, node_of(arguments[0]));
+        return fire_data(head, force(arguments[0]));
     }
     if (kind == ')' || kind == ']') {
         Value mark = Value::share(head);
         take_inner_arguments(function, inner, arguments.data());
         take_held_arguments(held, arguments.data() + inner);
-        return kind == ')' ? fire_marker(mark.take(), node_of(arguments[0]))
+        return kind == ')' ? fire_marker(mark.take(), force(arguments[0]))
                            : fire_failure(arguments);
     }
     Symbol& symbol = symbol_of_leaf(head);
@@ -177,6 +178,7 @@ Node* fire(Node* function, Node* head, int inner, int held) {
         MARL_REQUIRE(count == 3);
         Bindings bindings;
         const auto letter = static_cast<char>(first_byte(node_of(arguments[0])));
+        arguments[2] = word_of(force(arguments[2]));
         bind(bindings, letter, node_of(arguments[2]));
         Node* body = substitute(node_of(arguments[1]), bindings);
         for (int i = 0; i < count; ++i) drop(arguments[i]);
@@ -203,7 +205,7 @@ Node* fire_lambda(Node* lambda, int held) {
     Bindings bindings;
     Node* body = lambda;
     for (int i = 0; i < held; ++i) {
-        arguments[i] = (--stack.top)->node;
+        arguments[i] = take_held_node();
         bind(bindings, *leaf_text(lambda_key(body)), arguments[i]);
         body = lambda_body(body);
     }

@@ -16,6 +16,8 @@ Node* fire(Node* function, Node* head, int inner, int held);
 /// by `lambda_takes`. Consumes the lambda.
 Node* fire_lambda(Node* lambda, int held);
 
+constexpr int most_lambda_arguments = 8;
+
 /// How many arguments a lambda may take in one walk, at most `most`: one, and one more for each
 /// lambda that is the body of the one before. A lambda that drops its argument ends the row, since
 /// its argument must go before the next one is reduced.

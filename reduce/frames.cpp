@@ -3,6 +3,7 @@
 #include <array>
 
 #include "reduce/build.h"
+#include "reduce/enter.h"
 #include "reduce/fire.h"
 #include "reduce/stack.h"
 #include "reduce/substitute.h"
@@ -68,6 +69,8 @@ Node* hand_over(Node* value) {
             const Value body = Value::adopt(let.node);
             return bind_in(body, static_cast<char>(let.detail()), value);
         }
+        case Waiting::delayed_let:
+            return enter_let_body(reinterpret_cast<Delayed*>((--stack.top)->node), value);
         case Waiting::function: {
             Node* function = (--stack.top)->node;
             return analysed_pair(function, value);

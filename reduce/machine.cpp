@@ -11,8 +11,8 @@
 
 #include <sys/resource.h>
 
-#include "reduce/body.h"
 #include "reduce/build.h"
+#include "reduce/enter.h"
 #include "reduce/fire.h"
 #include "reduce/frames.h"
 #include "reduce/literal.h"
@@ -25,8 +25,6 @@ namespace marl {
 volatile sig_atomic_t interrupted = 0;
 
 namespace {
-
-constexpr int most_lambda_arguments = 8;
 
 Node* step_unsettled(Node* focus) {
     if (is_leaf(focus)) return fire_name(focus);
@@ -63,8 +61,7 @@ Held held_arguments(int most) {
         const Entry& entry = stack.top[-held.count - 1];
         if (!is_argument(entry)) break;
         if (held.unsettled != 0) continue;
-        const bool is_settled = entry.kind() == Waiting::argument && settled_analysed(entry.node);
-        if (!is_settled) held.unsettled = held.count + 1;
+        if (!is_settled_argument(entry)) held.unsettled = held.count + 1;
     }
     return held;
 }
@@ -89,7 +86,7 @@ Node* apply_to_held(Node* function) {
     if (held.unsettled) return begin_argument(function, held.unsettled);
     // Too few arguments, all settled: a partial application, which is a value.
     for (int i = 0; i < held.count; ++i) {
-        function = analysed_pair(function, (--stack.top)->node);
+        function = analysed_pair(function, force(content(*--stack.top)));
     }
     return function;
 }

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "reduce/body.h"
+#include "reduce/enter.h"
 
 namespace marl {
 
@@ -17,11 +17,6 @@ void grow_stack() {
 }
 
 namespace {
-
-Word content(const Entry& entry) {
-    const Word word = word_of(entry.node);
-    return entry.kind() == Waiting::delayed ? word | 1 : word;
-}
 
 /// What the entries hold, in order of release. The arguments that a call has reduced already stand
 /// above the empty entry, first argument on top, and go after the call's function, in order.

@@ -5,12 +5,13 @@
 // means, for the focus r:
 //
 //   argument  r applied to the node, which is held back: L (T node r)
-//   delayed   the same, the argument being a Delayed of reduce/body.h that has no node yet
+//   delayed   the same, the argument being a Delayed of reduce/enter.h that has no node yet
 //   call      the value of argument `data` of the function in the node: the arguments themselves
 //   are
 //             the argument entries below, counted from 1, that argument's own entry being empty
 //             while it is reduced
 //   let       the body in the node, with r for the letter `data`
+//   delayed_let  the same, the body being a Delayed that misses its last argument, r
 //   function  the node applied to r
 //   update    r becomes the memoised definition of the symbol `data`
 //
@@ -21,11 +22,12 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "reduce/enter.h"
 #include "value/node.h"
 
 namespace marl {
 
-enum class Waiting : uint8_t { base, argument, delayed, call, let, function, update };
+enum class Waiting : uint8_t { base, argument, delayed, call, let, delayed_let, function, update };
 
 struct Entry {
     Node* node;
@@ -54,6 +56,18 @@ inline void push(Waiting kind, Node* node, uint64_t detail = 0) {
 /// Whether an entry is an argument, in either form.
 inline bool is_argument(const Entry& entry) {
     return entry.kind() == Waiting::argument || entry.kind() == Waiting::delayed;
+}
+
+/// Whether an argument entry has no work left in it. A delayed lambda is as settled as a lambda.
+inline bool is_settled_argument(const Entry& entry) {
+    if (entry.kind() == Waiting::argument) return settled_analysed(entry.node);
+    return reinterpret_cast<const Delayed*>(entry.node)->body->form == Form::lambda;
+}
+
+/// What an entry holds.
+inline Word content(const Entry& entry) {
+    const bool delayed = entry.kind() == Waiting::delayed || entry.kind() == Waiting::delayed_let;
+    return word_of(entry.node) | Word{delayed};
 }
 
 /// Takes off all entries down to the run's base and releases what they hold, as a context that
