@@ -24,6 +24,10 @@ namespace marl {
 
 volatile sig_atomic_t interrupted = 0;
 
+#ifdef MARL_STEP_LIMIT
+int64_t steps_left = step_limit;
+#endif
+
 namespace {
 
 Node* step_unsettled(Node* focus) {
@@ -100,6 +104,12 @@ Node* step_settled(Node* focus) {
     }
 }
 
+#ifdef MARL_STEP_LIMIT
+bool is_out_of_steps() { return steps_left <= 0 || --steps_left == 0; }
+#else
+constexpr bool is_out_of_steps() { return false; }
+#endif
+
 /// Runs nest on the process's own stack: a todo action that makes and drops another, a load within
 /// a load. Ends the process in time with a message.
 void guard_nesting() {
@@ -125,6 +135,14 @@ Value reduce(Value expression) {
     push(Waiting::base, nullptr);
     for (;;) {
         if (interrupted) run_interrupt();
+        if (is_out_of_steps()) {
+            drop_context();
+            release(focus);
+            Value exhausted = leaf("Z");
+            analyse(exhausted);
+            focus = exhausted.take();
+            break;
+        }
         if (!arguments_apply_directly) {
             if (settled_analysed(focus) && stack.top[-1].kind() == Waiting::base) break;
             focus = literal_step(focus);

@@ -17,6 +17,13 @@ Value reduce(Value expression);
 extern volatile sig_atomic_t interrupted;
 [[noreturn]] void run_interrupt();
 
+#ifdef MARL_STEP_LIMIT
+/// Builds for fuzzing end a run after so many steps, with the result Z. The count goes on over
+/// nested runs; whoever wants another run sets it anew.
+constexpr int64_t step_limit = MARL_STEP_LIMIT;
+extern int64_t steps_left;
+#endif
+
 /// Whether r is an abort: a Pair whose left child is a Leaf with first byte ")" or "]".
 bool is_abort(Node* r);
 
