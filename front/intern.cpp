@@ -63,6 +63,11 @@ class Index {
         }
     }
 
+    /// Has the slots of a hash brought into the cache.
+    void fetch(uint64_t hash) const {
+        if (!slots_.empty()) __builtin_prefetch(&slots_[static_cast<uint32_t>(hash) & mask()]);
+    }
+
     void enter(uint64_t hash, uint32_t place) {
         if ((used_ + 1) * 3 > slots_.size() * 2) grow();
         put({static_cast<uint32_t>(hash), place + 1});
@@ -172,31 +177,55 @@ InternSet& intern_set() {
 
 bool same(Node* a, Node* b) { return a == b || compare(a, b) == 0; }
 
-/// One walk over an expression, children before parents.
+/// One walk over an expression, children before parents. Hashes are known at once, but where they
+/// lead to in the indexes is mostly far from any cache; so the walk runs ahead by a batch of steps
+/// and fetches, and the members are looked up behind it.
 struct Interning {
     struct Task {
         Node* node;
         bool children_done;
     };
+    struct Step {
+        Node* node;
+        uint64_t hash;
+        enum Kind { is_member, find_leaf, find_pair } kind;
+    };
+    static constexpr size_t batch = 128;
+
     InternSet& set = intern_set();
     std::vector<Task> tasks;
-    std::vector<Member> found;                // the members of what is done
+    std::vector<uint64_t> hashes;             // of what is done, as far as the walk is
+    std::vector<Step> steps;                  // done by the walk only
+    std::vector<Member> found;                // the members of what is done and looked up
     std::unordered_map<Node*, Member> known;  // those of shared nodes that are no members
 
-    void begin(Node* node) {
-        const bool shared = count_of(node) > 1;
-        if (shared) {
-            if (const uint32_t place = set.place_of(node); place != no_member) {
-                found.push_back(set.members[place]);
-                return;
-            }
-            if (const auto member = known.find(node); member != known.end()) {
-                found.push_back(member->second);
-                return;
-            }
+    void add_step(Node* node, uint64_t hash, Step::Kind kind) {
+        hashes.push_back(hash);
+        steps.push_back({node, hash, kind});
+        if (kind != Step::is_member) {
+            set.by_structure.fetch(hash);
+            set.by_address.fetch(hash_of_address(node));
         }
+        if (steps.size() == batch) look_up();
+    }
+
+    /// The walk comes to a node that may have been met before.
+    bool meet_again(Node* node) {
+        if (!is_leaf(node)) look_up();
+        if (const uint32_t place = set.place_of(node); place != no_member) {
+            add_step(node, set.members[place].hash, Step::is_member);
+            return true;
+        }
+        const auto member = known.find(node);
+        if (member == known.end()) return false;
+        add_step(member->second.node, member->second.hash, Step::is_member);
+        return true;
+    }
+
+    void begin(Node* node) {
+        if (count_of(node) > 1 && meet_again(node)) return;
         if (is_leaf(node)) {
-            end(node, member_of_leaf(node), shared);
+            add_step(node, hash_of_leaf(node), Step::find_leaf);
             return;
         }
         tasks.push_back({node, true});
@@ -205,20 +234,31 @@ struct Interning {
     }
 
     void finish(Node* node) {
-        const Member argument = found.back();
-        found.pop_back();
-        const Member function = found.back();
-        found.pop_back();
-        end(node, member_of_pair(node, function, argument), count_of(node) > 1);
+        const uint64_t right_hash = hashes.back();
+        hashes.pop_back();
+        const uint64_t left_hash = hashes.back();
+        hashes.pop_back();
+        add_step(node, hash_of_pair(left_hash, right_hash), Step::find_pair);
     }
 
-    void end(Node* node, Member member, bool shared) {
-        if (shared && member.node != node) known.emplace(node, member);
-        found.push_back(member);
+    void look_up() {
+        for (const auto& [node, hash, kind] : steps) {
+            switch (kind) {
+                case Step::is_member: found.push_back({node, hash}); break;
+                case Step::find_leaf: found.push_back(member_of_leaf(node, hash)); break;
+                case Step::find_pair: {
+                    const Member argument = found.back();
+                    found.pop_back();
+                    found.back() = member_of_pair(node, hash, found.back().node, argument.node);
+                    break;
+                }
+            }
+            if (found.back().node != node && count_of(node) > 1) known.emplace(node, found.back());
+        }
+        steps.clear();
     }
 
-    Member member_of_leaf(Node* node) {
-        const uint64_t hash = hash_of_leaf(node);
+    Member member_of_leaf(Node* node, uint64_t hash) {
         const uint32_t place = set.by_structure.find(hash, [&](uint32_t i) {
             const Member& member = set.members[i];
             return member.hash == hash && is_leaf(member.node) && same(member.node, node);
@@ -227,19 +267,17 @@ struct Interning {
         return set.add(Value::share(node), hash);
     }
 
-    Member member_of_pair(Node* node, Member function, Member argument) {
-        const uint64_t hash = hash_of_pair(function.hash, argument.hash);
+    Member member_of_pair(Node* node, uint64_t hash, Node* function, Node* argument) {
         const uint32_t place = set.by_structure.find(hash, [&](uint32_t i) {
             const Member& member = set.members[i];
             return member.hash == hash && !is_leaf(member.node) &&
-                   same(left(member.node), function.node) &&
-                   same(right(member.node), argument.node);
+                   same(left(member.node), function) && same(right(member.node), argument);
         });
         if (place != no_member) return set.members[place];
-        if (left(node) == function.node && right(node) == argument.node) {
+        if (left(node) == function && right(node) == argument) {
             return set.add(Value::share(node), hash);
         }
-        return set.add(pair(Value::share(function.node), Value::share(argument.node)), hash);
+        return set.add(pair(Value::share(function), Value::share(argument)), hash);
     }
 };
 
@@ -257,6 +295,7 @@ Value intern(Value v) {
             work.begin(node);
         }
     }
+    work.look_up();
     return Value::share(work.found.back().node);
 }
 

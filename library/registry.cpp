@@ -13,8 +13,9 @@ namespace {
 
 std::vector<Row>* collect_rows() {
     auto* table = new std::vector<Row>;
-    for (const auto family : {record_rows, memory_rows, file_rows, directory_rows, string_rows,
-                              math_rows, socket_rows, process_rows}) {
+    for (const auto family : {arithmetic_rows, comparison_rows, packing_rows, text_rows,
+                              structure_rows, record_rows, memory_rows, file_rows, directory_rows,
+                              string_rows, math_rows, socket_rows, process_rows, load_rows}) {
         const std::span<const Row> rows = family();
         table->insert(table->end(), rows.begin(), rows.end());
     }

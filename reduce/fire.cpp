@@ -27,6 +27,19 @@ namespace {
 // Arguments on their way to a head. Those that are no definition take them as nodes.
 using Arguments = std::array<Word, most_arguments>;
 
+enum class Head : uint8_t { name, data, binder, marker, failure };
+
+constexpr auto head_kinds = [] {
+    std::array<Head, 256> kinds{};
+    for (char c : std::string_view(" (\n[0123456789")) kinds[static_cast<uint8_t>(c)] = Head::data;
+    kinds['\\'] = Head::binder;
+    kinds[')'] = Head::marker;
+    kinds[']'] = Head::failure;
+    return kinds;
+}();
+
+Head head_kind(Node* head) { return is_leaf(head) ? head_kinds[first_byte(head)] : Head::data; }
+
 /// Ends the run with `r` as its result, unless a later step finds work in it.
 Node* abort_with(Value r) {
     drop_context();
@@ -61,6 +74,17 @@ void take_inner_arguments(Node* function, int inner, Word* arguments) {
 
 void take_held_arguments(int held, Word* arguments) {
     for (int i = 0; i < held; ++i) arguments[i] = content(*--stack.top);
+}
+
+/// All arguments of a head, in order. Consumes the function.
+void take_arguments(Node* function, int inner, int held, Arguments& arguments) {
+    MARL_REQUIRE(inner + held <= most_arguments);
+    if (inner > 0) {
+        take_inner_arguments(function, inner, arguments.data());
+    } else {
+        release(function);
+    }
+    take_held_arguments(held, arguments.data() + inner);
 }
 
 Node* take_held_node() { return force(content(*--stack.top)); }
@@ -120,11 +144,21 @@ Node* fire_todo(Node* function, Node* head, int inner, int held) {
 }
 
 /// A Leaf ")name" in function position stores its argument, as an update does.
-Node* fire_marker(Node* marker, Node* argument) {
+Node* fire_marker(const Value& marker, Node* argument) {
     Symbol& symbol = symbol_of(leaf_bytes(marker).substr(1));
-    release(marker);
     MARL_REQUIRE(!symbol.name.empty() && symbol.definition && settled_analysed(argument));
     return store_constant(symbol, argument);
+}
+
+/// A lambda whose arguments have come one by one: \ x b a.
+Node* fire_binder(Arguments& arguments, int count) {
+    MARL_REQUIRE(count == 3);
+    const Value key = Value::adopt(force(arguments[0]));
+    const Value body = Value::adopt(force(arguments[1]));
+    const Value argument = Value::adopt(force(arguments[2]));
+    Bindings bindings;
+    bind(bindings, static_cast<char>(first_byte(key)), argument);
+    return substitute(body, bindings);
 }
 
 /// A failure applied to two arguments: the text of the first takes its place.
@@ -141,51 +175,36 @@ Node* fire_undefined(const Symbol& symbol, Arguments& arguments, int count) {
     return failure;
 }
 
-}  // namespace
-
-Node* fire(Node* function, Node* head, int inner, int held) {
-    const uint8_t kind = first_byte(head);
+Node* fire_symbol(Symbol& symbol, Node* function, Node* head, int inner, int held) {
+    static const Symbol& todo = symbol_of("todo");
+    if (&symbol == &todo) return fire_todo(function, head, inner, held);
     Arguments arguments;
-    MARL_REQUIRE(inner + held <= most_arguments);
-    if (!is_name_byte(kind) || is_zits_analysed(head)) {
-        if (inner > 0) {
-            head = shared(head);
-            take_inner_arguments(function, inner, arguments.data());
-        } else {
-            take_held_arguments(held, arguments.data());
-        }
-        return fire_data(head, force(arguments[0]));
-    }
-    if (kind == ')' || kind == ']') {
-        Value mark = Value::share(head);
-        take_inner_arguments(function, inner, arguments.data());
-        take_held_arguments(held, arguments.data() + inner);
-        return kind == ')' ? fire_marker(mark.take(), force(arguments[0]))
-                           : fire_failure(arguments);
-    }
-    Symbol& symbol = symbol_of_leaf(head);
-    if (symbol.builtin && symbol.name.view() == "todo") {
-        return fire_todo(function, head, inner, held);
-    }
-    take_inner_arguments(function, inner, arguments.data());
-    take_held_arguments(held, arguments.data() + inner);
+    take_arguments(function, inner, held, arguments);
     const int count = inner + held;
     if (symbol.builtin) {
         MARL_REQUIRE(symbol.builtin->arity == count);
         return call_builtin(*symbol.builtin, arguments);
     }
-    if (kind == '\\') {
-        MARL_REQUIRE(count == 3);
-        Bindings bindings;
-        const auto letter = static_cast<char>(first_byte(node_of(arguments[0])));
-        arguments[2] = word_of(force(arguments[2]));
-        bind(bindings, letter, node_of(arguments[2]));
-        Node* body = substitute(node_of(arguments[1]), bindings);
-        for (int i = 0; i < count; ++i) drop(arguments[i]);
-        return body;
-    }
     if (!symbol.definition) return fire_undefined(symbol, arguments, count);
     return call_definition(symbol, arguments, count);
+}
+
+}  // namespace
+
+Node* fire(Node* function, Node* head, int inner, int held) {
+    const Head kind = head_kind(head);
+    if (kind == Head::name) return fire_symbol(symbol_of_leaf(head), function, head, inner, held);
+    Value kept_head = Value::share(head);
+    Arguments arguments;
+    take_arguments(function, inner, held, arguments);
+    switch (kind) {
+        case Head::data: return fire_data(kept_head.take(), force(arguments[0]));
+        case Head::binder: return fire_binder(arguments, inner + held);
+        case Head::marker: return fire_marker(std::move(kept_head), force(arguments[0]));
+        case Head::failure: return fire_failure(arguments);
+        case Head::name: break;
+    }
+    fatal_stop(__FILE__, __LINE__);
 }
 
 int lambda_takes(Node* lambda, int most) {
