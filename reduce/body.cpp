@@ -4,6 +4,7 @@
 
 #include "reduce/copying.h"
 #include "reduce/fire.h"
+#include "value/todo.h"
 
 namespace marl {
 
@@ -125,6 +126,22 @@ void open_let(Body& body) {
     uses.visit_captures(inner);
 }
 
+/// Whether the name `todo` stands in those parts of an expression that hold one of the letters, or
+/// as the head of one.
+bool names_todo(Node* expression, uint32_t letters) {
+    std::vector<Node*> rest{expression};
+    while (!rest.empty()) {
+        Node* node = rest.back();
+        rest.pop_back();
+        if (begins_todo(node)) return true;
+        if (!is_leaf(node) && (free_set(node) & letters) != 0) {
+            rest.push_back(left(node));
+            rest.push_back(right(node));
+        }
+    }
+    return false;
+}
+
 }  // namespace
 
 Body::Body() = default;
@@ -139,6 +156,7 @@ std::unique_ptr<Body> make_body(Node* definition, bool strict) {
     }
     made->expression = expression;
     made->form = form(expression);
+    made->names_todo = names_todo(expression, made->letters);
     made->strict = strict;
     made->root = made.get();
     return made;

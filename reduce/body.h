@@ -40,8 +40,9 @@ struct Body {
     Form form = Form::other;
     bool strict = false;  // the arguments are known to be settled
     int arity = 0;
-    uint32_t letters = 0;  // the variables that arguments stand for
-    uint8_t index_of[26];  // which argument, for each of them
+    uint32_t letters = 0;     // the variables that arguments stand for
+    uint8_t index_of[26];     // which argument, for each of them
+    bool names_todo = false;  // of a definition: `todo` stands among what its calls copy
     Body* root = nullptr;
 
     // Of a part: the arguments of the enclosing Body that it takes, in the order of its own. With

@@ -3,6 +3,7 @@
 #include "reduce/build.h"
 #include "reduce/copying.h"
 #include "reduce/stack.h"
+#include "value/todo.h"
 
 namespace marl {
 
@@ -58,6 +59,19 @@ void drop_unused(const Body& body, Word* arguments) {
 
 Node* enter_word(Word word) {
     return is_delayed(word) ? enter_delayed(delayed_of(word)) : node_of(word);
+}
+
+/// Whether the end of the copy that a delayed operand stands for could be seen: it would hold a
+/// todo Value, or several of its arguments end with it, whose order shows when there are todo
+/// Values in them.
+bool ends_visibly(const Delayed& delayed) {
+    int ending = 0;
+    for (int i = 0; i < delayed.body->arity; ++i) {
+        Node* node = delayed.captured[i];
+        if (begins_todo(node)) return true;
+        ending += count_of(node) == 1 && (!is_leaf(node) || is_leaf_of(node, '\n'));
+    }
+    return ending > 1;
 }
 
 /// Whether the topmost entries are `count` settled arguments.
@@ -147,14 +161,7 @@ void drop(Word word) {
     const int arity = delayed->body->arity;
     // A let that still waits has no value yet.
     const bool complete = arity == 0 || delayed->captured[arity - 1];
-    // The order in which several arguments end shows when todo actions are among them: then they go
-    // as the parts of the copy that stands for them.
-    int ending = 0;
-    for (int i = 0; complete && i < arity; ++i) {
-        Node* node = delayed->captured[i];
-        ending += count_of(node) == 1 && (!is_leaf(node) || is_leaf_of(node, '\n'));
-    }
-    if (ending > 1) return release(force(word));
+    if (complete && ends_visibly(*delayed)) return release(force(word));
     for (int i = 0; i < arity - !complete; ++i) release(delayed->captured[i]);
     free_delayed(delayed);
 }

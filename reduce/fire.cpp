@@ -108,8 +108,10 @@ Node* call_definition(Symbol& symbol, Arguments& arguments, int count) {
         symbol.body = make_body(symbol.definition, strict);
     }
     MARL_REQUIRE(symbol.body->arity == count);
-    return arguments_apply_directly ? enter(*symbol.body, arguments.data())
-                                    : copy_body(*symbol.body, arguments.data());
+    // A copy with a todo Value in it acts when it is dropped, also before anybody looks at it.
+    const bool entered = arguments_apply_directly && !symbol.body->names_todo;
+    return entered ? enter(*symbol.body, arguments.data())
+                   : copy_body(*symbol.body, arguments.data());
 }
 
 /// A text head applied to a text is a text and no work; every other data head unfolds.

@@ -93,11 +93,14 @@ Node* begin_cray(Node* cray, Unfinished& unfinished) {
 
 }  // namespace
 
+bool begins_todo(Node* node) {
+    if (!is_leaf(node)) node = as_pair(node)->left;
+    return is_leaf(node) && strncmp(leaf_text(node), "todo", 5) == 0;
+}
+
 bool is_todo(Node* pair) {
     Node* function = as_pair(pair)->left;
-    if (is_leaf(function)) return false;
-    Node* head = as_pair(function)->left;
-    return is_leaf(head) && strncmp(leaf_text(head), "todo", 5) == 0;
+    return !is_leaf(function) && begins_todo(function);
 }
 
 void destroy(Node* node) {

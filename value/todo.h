@@ -27,6 +27,9 @@ class TodoArming {
 /// Whether the Pair has the form (todo x) y.
 bool is_todo(Node* pair);
 
+/// Whether a node is the name `todo`, or that name with its first argument.
+bool begins_todo(Node* node);
+
 /// Runs the action of a dying Pair of that form, whose children are still alive.
 void run_todo_action(Node* pair);
 
