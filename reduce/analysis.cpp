@@ -37,11 +37,17 @@ void analyse_leaf(Node* leaf) {
         case '[': leaf->header |= uint64_t{zits_code} << top_shift; return;
         default: break;
     }
-    if (!is_name_byte(first_byte(leaf)) || !is_name(leaf_bytes(leaf))) return set_rank(leaf, 1);
-    const Symbol& symbol = symbol_of_leaf(leaf);
-    if (symbol.definition) return set_rank(leaf, symbol.parameters);
-    const auto letter = static_cast<uint8_t>(*leaf_text(leaf) - 'a');
-    MARL_REQUIRE(letter < 26 && leaf_text(leaf)[1] == 0);
+    if (!is_name_byte(first_byte(leaf))) return set_rank(leaf, 1);
+    // Most names are one byte long, and most of those are results of built-ins.
+    const char* text = leaf_text(leaf);
+    const std::string_view name =
+        text[0] && !text[1] ? std::string_view(text, 1) : leaf_bytes(leaf);
+    if (!is_name(name)) return set_rank(leaf, 1);
+    Symbol*& symbol = symbol_slot(leaf);
+    if (!symbol) symbol = &symbol_of(name);
+    if (symbol->definition) return set_rank(leaf, symbol->parameters);
+    const auto letter = static_cast<uint8_t>(text[0] - 'a');
+    MARL_REQUIRE(letter < 26 && name.size() == 1);
     set_rank(leaf, rank_variable);
     set_span(leaf, int64_t{1} << letter);
 }
