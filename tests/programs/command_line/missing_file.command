@@ -1,0 +1,1 @@
+["missing.marl", "1"]
