@@ -49,14 +49,13 @@ void run_interrupt() {
     interrupted = 0;
     silence_alarm();
     put_text(stream_err, "\n");
+    Value result;  // held to the end of the process, like all else: no further action runs
     if (Node* shut = find_definition("shut")) {
-        const Value result = reduce(Value::share(shut));
+        result = reduce(Value::share(shut));
         if (first_byte(result) != 'I') {
             put_string(stream_err, picture_head("after"));
             put_text(stream_err, " <say> The shut function did not return I after SIGHUP.\n");
         }
-        todo_armed = false;
-        exit(1);  // with the result and all else still held: no further action runs
     }
     todo_armed = false;
     exit(1);

@@ -129,7 +129,7 @@ void run_todo_action(Node* pair_node) {
     reduce(pair(Value::share(x), Value::share(y)));
 }
 
-Value disarm(Value expression) { return Disarming().run(expression); }
+Value disarm(Node* expression) { return Disarming().run(expression); }
 
 void shutdown() {
     const TodoArming armed(true);

@@ -8,7 +8,7 @@ namespace marl {
 
 /// A copy of the expression in which every (todo x) y is the Leaf Z. Parts without one are shared.
 /// The elements of crays stay as they are.
-Value disarm(Value expression);
+Value disarm(Node* expression);
 
 /// Disarms all definitions, in key order, and then empties the tables.
 void shutdown();

@@ -10,9 +10,7 @@ namespace marl {
 
 namespace {
 
-char byte_at(std::string_view text, int64_t i) {
-    return text[static_cast<size_t>(i)];
-}
+char byte_at(std::string_view text, int64_t i) { return text[static_cast<size_t>(i)]; }
 
 std::string_view bracket_name(char bracket) {
     if (bracket == '(' || bracket == ')') return "parenthesis";

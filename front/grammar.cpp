@@ -265,10 +265,11 @@ class Parser {
         operators_.pop_back();
         Value right = pop_operand();
         Value left = pop_operand();
-        if (c == '{')
+        if (c == '{') {
             left = pair(pair(leaf("{"), pop_operand()), std::move(left));
-        else if (c != ' ')
+        } else if (c != ' ') {
             left = pair(leaf_of_byte(c), std::move(left));
+        }
         operands_.push_back(pair(std::move(left), std::move(right)));
     }
 

@@ -7,13 +7,9 @@ namespace marl {
 
 namespace {
 
-bool is_white(uint8_t byte) {
-    return byte == ' ' || byte == '\n';
-}
+bool is_white(uint8_t byte) { return byte == ' ' || byte == '\n'; }
 
-bool contains(std::string_view set, char byte) {
-    return set.find(byte) != set.npos;
-}
+bool contains(std::string_view set, char byte) { return set.find(byte) != set.npos; }
 
 /// Whether a run of white space between the two bytes means something.
 bool separates(char before, char behind) {
@@ -28,9 +24,7 @@ int depth_change(char byte, bool square) {
     return byte == '(' || byte == '{' ? 1 : byte == ')' || byte == '}' ? -1 : 0;
 }
 
-bool is_square(char byte) {
-    return byte == '[' || byte == ']';
-}
+bool is_square(char byte) { return byte == '[' || byte == ']'; }
 
 /// Walks from a bracket to its match, with the brackets of one shape counting.
 int64_t walk(std::string_view text, int64_t position, bool square, int direction) {
@@ -55,9 +49,7 @@ bool is_spacing_operator(uint8_t byte) {
     return contains("\n #%&'*+,-./:;<=>?@\\^|", static_cast<char>(byte));
 }
 
-bool is_prefix_operator(uint8_t byte) {
-    return contains("~!\"$`", static_cast<char>(byte));
-}
+bool is_prefix_operator(uint8_t byte) { return contains("~!\"$`", static_cast<char>(byte)); }
 
 char partner(char bracket) {
     constexpr std::string_view brackets = "()[]{}";

@@ -20,9 +20,7 @@ bool is_spacing_operator(uint8_t byte);
 bool is_prefix_operator(uint8_t byte);
 
 /// "_" or a lower-case letter: the bytes of words.
-inline bool is_word_byte(uint8_t byte) {
-    return byte == '_' || (byte >= 'a' && byte <= 'z');
-}
+inline bool is_word_byte(uint8_t byte) { return byte == '_' || (byte >= 'a' && byte <= 'z'); }
 
 /// The closing bracket of an opening one, and the other way round. Any other byte is its own
 /// partner.
