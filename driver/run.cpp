@@ -10,6 +10,7 @@
 #include "reduce/machine.h"
 #include "reduce/tables.h"
 #include "text/stream.h"
+#include "value/allocate.h"
 
 namespace marl {
 
@@ -26,6 +27,15 @@ void heed_interrupt() {
     if (interrupted) run_interrupt();
 }
 
+/// Builds that count nodes tell of those which nothing has released.
+void report_live_nodes() {
+#if MARL_COUNT_NODES
+    if (live_nodes == 0) return;
+    put_int(put_text(stream_err, "marl: nodes left: "), static_cast<int32_t>(live_nodes));
+    put_text(stream_err, "\n");
+#endif
+}
+
 }  // namespace
 
 uint32_t run_source(const String& source, int64_t arguments) {
@@ -38,10 +48,13 @@ uint32_t run_source(const String& source, int64_t arguments) {
     heed_interrupt();
     if (!passed(outcome)) return fail(outcome);
 
-    const Value result = Value::share(find_definition(""));
+    Value result = Value::share(find_definition(""));
     shutdown();
     heed_interrupt();
-    return static_cast<uint32_t>(to_i64(result));
+    const auto status = static_cast<uint32_t>(to_i64(result));
+    result = Value();
+    report_live_nodes();
+    return status;
 }
 
 }  // namespace marl
