@@ -165,6 +165,13 @@ def check(test, marl, options):
     return faults
 
 
+def lower_limit(kind, most):
+    """Limits this process and those that it starts, unless the limit is lower already."""
+    soft, hard = resource.getrlimit(kind)
+    if soft == resource.RLIM_INFINITY or soft > most:
+        resource.setrlimit(kind, (most, hard))
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--sanitized", action="store_true", help="marl is built with sanitizers")
@@ -173,9 +180,9 @@ def main():
     parser.add_argument("folders", nargs="+", type=pathlib.Path)
     options = parser.parse_args()
 
-    resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
-    if not options.sanitized:
-        resource.setrlimit(resource.RLIMIT_AS, (ADDRESS_SPACE, ADDRESS_SPACE))
+    lower_limit(resource.RLIMIT_CORE, 0)
+    if not options.sanitized:  # sanitizers reserve terabytes of addresses
+        lower_limit(resource.RLIMIT_AS, ADDRESS_SPACE)
 
     passed, failed = 0, 0
     for folder in options.folders:
