@@ -12,6 +12,7 @@
 #include "number/post.h"
 #include "number/zits.h"
 #include "reduce/tables.h"
+#include "value/allocate.h"
 
 namespace marl {
 
@@ -62,7 +63,10 @@ Value read_memory(Value* arguments) {
 
 /// The one empty cray of the process, from which a program makes all others.
 Value empty_cray(Value*) {
-    static Node* const empty = cray_with_size(0).take();
+    static Node* const empty = [] {
+        keep_for_good();
+        return cray_with_size(0).take();
+    }();
     return Value::share(empty);
 }
 
