@@ -1,0 +1,47 @@
+// Expressions of the language as test inputs: parsed, reduced with the prelude and all built-ins at
+// hand, and printed.
+#pragma once
+
+#include <initializer_list>
+#include <string>
+#include <string_view>
+
+#include "front/definitions.h"
+#include "front/grammar.h"
+#include "front/prelude.h"
+#include "front/scan.h"
+#include "reduce/machine.h"
+#include "value/value.h"
+
+namespace marl {
+
+/// The Value that an expression reduces to.
+inline Value evaluated(std::string_view expression) {
+    static const bool ready = [] {
+        build_prelude();
+        return parse_program("a\\0").kind == "check";
+    }();
+    MARL_REQUIRE(ready);
+    return reduce(parse_expression(normalise(expression).view()));
+}
+
+inline std::string printed(Node* value) { return std::string(print_value(value).view()); }
+
+inline std::string evaluate(std::string_view expression) { return printed(evaluated(expression)); }
+
+/// The expression of an array of any elements; the operators refuse to append what is no data.
+inline std::string array(std::initializer_list<std::string_view> elements) {
+    std::string text = "(cray " + std::to_string(elements.size()) + ")";
+    int i = 0;
+    for (const std::string_view element : elements) {
+        text = "(cork" + text + std::to_string(i++) + "(" + std::string(element) + "))";
+    }
+    return text;
+}
+
+struct Evaluation {
+    const char* expression;
+    const char* result;
+};
+
+}  // namespace marl
