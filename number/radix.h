@@ -52,9 +52,9 @@ struct Binary {
     static constexpr int pieces = 4;  // of 16 bits
     static constexpr uint64_t piece_base = uint64_t{1} << 16;
     static constexpr uint64_t largest = ~uint64_t{0};
-    static inline size_t karatsuba_limit = 32;    // at least 4
-    static inline size_t transform_limit = 2000;  // at least 1
-    static inline size_t divide_limit = 64;       // at least 2
+    static inline size_t karatsuba_limit = 28;    // at least 4
+    static inline size_t transform_limit = 2200;  // at least 1
+    static inline size_t divide_limit = 48;       // at least 2
 
     /// a + b + carry as a limb; the carry goes out.
     static uint64_t add(uint64_t a, uint64_t b, uint64_t& carry) {
@@ -85,9 +85,9 @@ struct Decimal {
     static constexpr int pieces = 3;  // of 6 digits
     static constexpr uint64_t piece_base = 1'000'000;
     static constexpr uint64_t largest = base - 1;
-    static inline size_t karatsuba_limit = 32;    // 4 to 300
-    static inline size_t transform_limit = 2000;  // at least 1
-    static inline size_t divide_limit = 64;       // at least 2
+    static inline size_t karatsuba_limit = 44;    // 4 to 300
+    static inline size_t transform_limit = 1200;  // at least 1
+    static inline size_t divide_limit = 20;       // at least 2
 
     static uint64_t add(uint64_t a, uint64_t b, uint64_t& carry) {
         const uint64_t sum = a + b + carry;

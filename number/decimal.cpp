@@ -1,0 +1,116 @@
+#include "number/decimal.h"
+
+#include <bit>
+#include <type_traits>
+
+#include "number/swar.h"
+
+namespace marl {
+
+namespace {
+
+constexpr uint64_t ten_to_8 = 100'000'000;
+constexpr uint64_t ten_to_16 = ten_to_8 * ten_to_8;
+
+uint64_t parse_bytes(const char* digits, size_t n) {
+    uint64_t number = 0;
+    for (size_t i = 0; i < n; ++i) number = number * 10 + (static_cast<uint8_t>(digits[i]) & 0x0F);
+    return number;
+}
+
+/// The value of a limb's 18 digits.
+uint64_t parse_limb(const char* digits) {
+    return parse_bytes(digits, 2) * ten_to_16 + parse_eight(load_word(digits + 2)) * ten_to_8 +
+           parse_eight(load_word(digits + 10));
+}
+
+void write_limb(char* to, uint64_t limb) {
+    const uint64_t top = limb / ten_to_16;
+    const uint64_t rest = limb % ten_to_16;
+    to[0] = static_cast<char>('0' + top / 10);
+    to[1] = static_cast<char>('0' + top % 10);
+    store_word(to + 2, eight_digits(rest / ten_to_8) + ascii_zeros);
+    store_word(to + 10, eight_digits(rest % ten_to_8) + ascii_zeros);
+}
+
+int64_t limb_length(uint64_t limb) {
+    int64_t n = 0;
+    for (; limb > 0; limb /= 10) ++n;
+    return n;
+}
+
+/// r = r * base of From + limb.
+void append_limb(Decimal, Limbs& r, uint64_t limb) {
+    static const Divider by_base(Decimal::base);
+    uint64_t carry = limb;
+    for (uint64_t& digit : r) carry = by_base.divide((Wide{digit} << 64) + carry, digit);
+    for (; carry > 0; carry /= Decimal::base) r.push_back(carry % Decimal::base);
+}
+void append_limb(Binary, Limbs& r, uint64_t limb) {
+    mag_mul_add_limb<Binary>(r, Decimal::base, limb);
+}
+
+/// The base that numbers come from, as a number of the base that they change to.
+Limbs old_base(Decimal) { return {446'744'073'709'551'616, 18}; }
+Limbs old_base(Binary) { return {Decimal::base}; }
+
+/// The n limbs at a in the base To. `powers` are the old base to the power of the limit, of twice
+/// the limit, and so on, as far as the number is longer than that.
+template <class To>
+Limbs change_base(const uint64_t* a, size_t n, size_t limit, const std::vector<Limbs>& powers) {
+    if (n <= limit) {
+        Limbs result;
+        for (size_t i = n; i-- > 0;) append_limb(To{}, result, a[i]);
+        return result;
+    }
+    const auto half = static_cast<size_t>(std::bit_width((n - 1) / limit)) - 1;
+    const size_t low = limit << half;
+    const Limbs high = change_base<To>(a + low, n - low, limit, powers);
+    return mag_add<To>(mag_mul<To>(high, powers[half]),
+                       change_base<To>(a, low, limit, powers));
+}
+
+template <class To>
+Limbs change_base(const Limbs& number) {
+    const size_t limit = base_change_limit;
+    std::vector<Limbs> powers;
+    for (size_t n = limit; n < number.size(); n *= 2) {
+        powers.push_back(powers.empty() ? mag_pow<To>(old_base(To{}), limit)
+                                        : mag_mul<To>(powers.back(), powers.back()));
+    }
+    return change_base<To>(number.data(), number.size(), limit, powers);
+}
+
+}  // namespace
+
+Limbs decimal_of_text(std::string_view digits) {
+    constexpr size_t per_limb = Decimal::digits;
+    const size_t whole = digits.size() / per_limb;
+    const size_t rest = digits.size() % per_limb;
+    Limbs limbs(whole + (rest > 0));
+    const char* end = digits.data() + digits.size();
+    for (size_t i = 0; i < whole; ++i) limbs[i] = parse_limb(end - (i + 1) * per_limb);
+    if (rest > 0) limbs[whole] = parse_bytes(digits.data(), rest);
+    mag_trim(limbs);
+    return limbs;
+}
+
+int64_t decimal_length(const Limbs& decimal) {
+    if (decimal.empty()) return 0;
+    return limb_length(decimal.back()) + Decimal::digits * static_cast<int64_t>(decimal.size() - 1);
+}
+
+void write_decimal(char* to, const Limbs& decimal) {
+    if (decimal.empty()) return;
+    char top[Decimal::digits];
+    write_limb(top, decimal.back());
+    const int64_t n = limb_length(decimal.back());
+    memcpy(to, top + Decimal::digits - n, static_cast<size_t>(n));
+    to += n;
+    for (size_t i = decimal.size() - 1; i-- > 0; to += Decimal::digits) write_limb(to, decimal[i]);
+}
+
+Limbs binary_of_decimal(const Limbs& decimal) { return change_base<Binary>(decimal); }
+Limbs decimal_of_binary(const Limbs& binary) { return change_base<Decimal>(binary); }
+
+}  // namespace marl
