@@ -82,7 +82,10 @@ class LastUses {
 
 void open_application(Body& body) {
     Node* node = body.expression;
-    for (; !is_leaf(node) && !is_zits(node) && form(node) == Form::other; node = left(node)) {
+    // What holds no argument is no copy but the node itself, and a program can tell.
+    const bool is_copied = (free_set(node) & body.letters) != 0;
+    for (; is_copied && !is_leaf(node) && !is_zits(node) && form(node) == Form::other;
+         node = left(node)) {
         body.operands.push_back(word_for(body, right(node)));
     }
     std::reverse(body.operands.begin(), body.operands.end());
