@@ -83,9 +83,8 @@ class LastUses {
 void open_application(Body& body) {
     Node* node = body.expression;
     // What holds no argument is no copy but the node itself, and a program can tell.
-    const bool is_copied = (free_set(node) & body.letters) != 0;
-    for (; is_copied && !is_leaf(node) && !is_zits(node) && form(node) == Form::other;
-         node = left(node)) {
+    const auto is_copied = [&] { return (free_set(node) & body.letters) != 0; };
+    for (; is_copied() && !is_leaf(node) && form(node) == Form::other; node = left(node)) {
         body.operands.push_back(word_for(body, right(node)));
     }
     std::reverse(body.operands.begin(), body.operands.end());
