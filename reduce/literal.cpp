@@ -72,8 +72,8 @@ Node* literal_step(Node* focus) {
     int arguments;
     const bool lazy = is_lazy_head(head_of(focus, arguments));
     if (rank == 0) {
-        if (lazy || !pending_analysed(focus)) return fire_whole(focus);
         if (form(focus) == Form::let) return begin_let(focus);
+        if (lazy || !pending_analysed(focus)) return fire_whole(focus);
         return pending_analysed(left(focus)) ? hold_back_argument(focus) : reduce_argument(focus);
     }
     if (lazy && are_held(rank)) return fire_whole(take_held(focus, rank));
