@@ -63,8 +63,8 @@ inline void free_node(void* node, [[maybe_unused]] size_t size) {
     free(node);
 }
 
-/// Takes one node out of the count of those that must be gone at the end of the run: it is made once
-/// and held for good.
+/// Takes one node out of the count of those that must be gone at the end of the run: it is made
+/// once and held for good.
 inline void keep_for_good() {
 #if MARL_COUNT_NODES
     --live_nodes;

@@ -1,4 +1,6 @@
 // The machine: its main loop against its plainest form, and what its nodes are worth.
+#include "reduce/machine.h"
+
 #include <gtest/gtest.h>
 
 #include <random>
@@ -8,7 +10,6 @@
 #include "front/check.h"
 #include "front/definitions.h"
 #include "front/prelude.h"
-#include "reduce/machine.h"
 #include "reduce/tables.h"
 
 namespace marl {
