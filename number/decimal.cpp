@@ -1,7 +1,8 @@
 #include "number/decimal.h"
 
+#include <array>
 #include <bit>
-#include <type_traits>
+#include <cstring>
 
 #include "number/swar.h"
 
@@ -33,15 +34,21 @@ void write_limb(char* to, uint64_t limb) {
     store_word(to + 10, eight_digits(rest % ten_to_8) + ascii_zeros);
 }
 
+constexpr auto powers_of_ten = [] {
+    std::array<uint64_t, Decimal::digits + 1> powers{1};
+    for (size_t i = 1; i < powers.size(); ++i) powers[i] = powers[i - 1] * 10;
+    return powers;
+}();
+
 int64_t limb_length(uint64_t limb) {
-    int64_t n = 0;
-    for (; limb > 0; limb /= 10) ++n;
-    return n;
+    // 1233 / 4096 is close enough to log10(2) to be right or 1 too small.
+    const size_t digits = std::bit_width(limb) * size_t{1233} >> 12;
+    return static_cast<int64_t>(digits) + (limb >= powers_of_ten[digits]);
 }
 
 /// r = r * base of From + limb.
 void append_limb(Decimal, Limbs& r, uint64_t limb) {
-    static const Divider by_base(Decimal::base);
+    constexpr Divider by_base(Decimal::base);
     uint64_t carry = limb;
     for (uint64_t& digit : r) carry = by_base.divide((Wide{digit} << 64) + carry, digit);
     for (; carry > 0; carry /= Decimal::base) r.push_back(carry % Decimal::base);
@@ -66,8 +73,7 @@ Limbs change_base(const uint64_t* a, size_t n, size_t limit, const std::vector<L
     const auto half = static_cast<size_t>(std::bit_width((n - 1) / limit)) - 1;
     const size_t low = limit << half;
     const Limbs high = change_base<To>(a + low, n - low, limit, powers);
-    return mag_add<To>(mag_mul<To>(high, powers[half]),
-                       change_base<To>(a, low, limit, powers));
+    return mag_add<To>(mag_mul<To>(high, powers[half]), change_base<To>(a, low, limit, powers));
 }
 
 template <class To>

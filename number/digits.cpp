@@ -1,8 +1,8 @@
 #include "number/digits.h"
 
-#include <algorithm>
 #include <bit>
 #include <cstring>
+#include <string>
 
 #include "number/convert.h"
 #include "number/decimal.h"
@@ -69,27 +69,46 @@ Value tail_of_negative(uint64_t n) {
     return zeros_and_number(2 + zeros, n >> zeros >> 1);
 }
 
+/// Writes half of a number of more than one digit, rounded down and without a leading zero: as many
+/// digits as the number has, or one less, as the result tells. In place is fine.
+size_t write_half(char* to, std::string_view number) {
+    const size_t shorter = number[0] == '1';
+    // Each digit takes 5 over from an odd one to the left of it.
+    int from_left = 0;
+    for (size_t i = 0; i < number.size(); ++i) {
+        const int digit = number[i] - '0';
+        if (i >= shorter) to[i - shorter] = static_cast<char>('0' + digit / 2 + from_left);
+        from_left = digit % 2 * 5;
+    }
+    return shorter;
+}
+
 /// A digit Leaf of `zeros` zeros and half of a number of more than one digit, rounded down.
 Value half_leaf(int64_t zeros, std::string_view number) {
-    const bool shorter = number[0] == '1';
-    const auto n = static_cast<int64_t>(number.size()) - shorter;
+    const auto n = static_cast<int64_t>(number.size()) - (number[0] == '1');
     Value made = leaf_with_size('0', zeros + n);
-    char* to = leaf_text(made);
-    memset(to, '0', static_cast<size_t>(zeros));
-    to += zeros - shorter;
-    for (size_t i = shorter; i < number.size(); ++i) {
-        const int from_left = i > 0 && number[i - 1] % 2 != 0 ? 5 : 0;
-        to[i] = static_cast<char>('0' + (number[i] - '0') / 2 + from_left);
-    }
+    memset(leaf_text(made), '0', static_cast<size_t>(zeros));
+    write_half(leaf_text(made) + zeros, number);
     return made;
 }
 
 bool is_even(std::string_view number) { return number.back() % 2 == 0; }
 
+Value tail_of_long_negative(std::string_view number) {
+    // Nearly always a few halvings of the text reach an odd number.
+    constexpr int64_t most_halvings = 32;
+    std::string half(number);
+    int64_t zeros = 2;
+    for (; is_even(half) && zeros < most_halvings; ++zeros) {
+        half.resize(half.size() - write_half(half.data(), half));
+    }
+    if (!is_even(half)) return half_leaf(zeros, half);
+    return value_of_words(shift_left(binary_of_decimal(decimal_of_text(number)), 1));
+}
+
 Value tail_of_long(std::string_view digits) {
     if (digits[0] != '0') return half_leaf(is_even(digits), digits);
-    if (digits[1] != '0' && !is_even(digits)) return half_leaf(2, digits.substr(1));
-    if (digits[1] != '0') return value_of_words(shift_right(words_of_digits(digits), 1));
+    if (digits[1] != '0') return tail_of_long_negative(digits.substr(1));
     if (digits[2] == '0') return leaf(digits.substr(1));
     return half_leaf(is_even(digits), digits.substr(2));
 }
@@ -175,105 +194,10 @@ Value digit_tail(Node* digit_leaf) {
     if (digits == "00") return leaf_K();
     if (digits[0] == '0' && digits[1] == '0' && digits[2] != '0' &&
         digits.size() <= 2 + short_digits) {
-        return tail_of_positive(parse_short(digits.data() + digits.size(),
-                                            static_cast<int64_t>(digits.size()) - 2));
+        return tail_of_positive(
+            parse_short(digits.data() + digits.size(), static_cast<int64_t>(digits.size()) - 2));
     }
     return tail_of_long(digits);
-}
-
-size_t bit_length(const Limbs& a) {
-    return a.empty() ? 0 : a.size() * 64 - static_cast<size_t>(std::countl_zero(a.back()));
-}
-
-size_t trailing_zeros(const Limbs& a) {
-    size_t i = 0;
-    while (a[i] == 0) ++i;
-    return i * 64 + static_cast<size_t>(std::countr_zero(a[i]));
-}
-
-bool test_bit(const Limbs& a, size_t i) { return i / 64 < a.size() && (a[i / 64] >> (i % 64) & 1); }
-
-void set_bit(Limbs& a, size_t i) {
-    if (i / 64 >= a.size()) a.resize(i / 64 + 1);
-    a[i / 64] |= uint64_t{1} << (i % 64);
-}
-
-Limbs shift_left(const Limbs& a, uint64_t n) {
-    if (a.empty()) return {};
-    if (n >> 50) out_of_memory();
-    const size_t limbs = n / 64;
-    const int bits = static_cast<int>(n % 64);
-    Limbs shifted(a.size() + limbs + 1);
-    for (size_t i = 0; i < a.size(); ++i) {
-        shifted[i + limbs] |= a[i] << bits;
-        if (bits) shifted[i + limbs + 1] = a[i] >> (64 - bits);
-    }
-    mag_trim(shifted);
-    return shifted;
-}
-
-Limbs shift_right(const Limbs& a, uint64_t n) {
-    const size_t limbs = n / 64;
-    const int bits = static_cast<int>(n % 64);
-    if (limbs >= a.size()) return {};
-    Limbs shifted(a.begin() + static_cast<ptrdiff_t>(limbs), a.end());
-    if (bits) {
-        for (size_t i = 0; i + 1 < shifted.size(); ++i) {
-            shifted[i] = shifted[i] >> bits | shifted[i + 1] << (64 - bits);
-        }
-        shifted.back() >>= bits;
-    }
-    mag_trim(shifted);
-    return shifted;
-}
-
-Limbs words_of_bytes(std::string_view bytes) {
-    Limbs words((bytes.size() + 7) / 8);
-    if (!bytes.empty()) memcpy(words.data(), bytes.data(), bytes.size());
-    mag_trim(words);
-    return words;
-}
-
-Limbs words_of_digits(std::string_view digits) {
-    if (digits == "0") return {3};
-    const size_t zeros = std::min(digits.find_first_not_of('0'), digits.size());
-    const Limbs number = binary_of_decimal(decimal_of_text(digits.substr(zeros)));
-    if (zeros < 2) {
-        Limbs words = shift_left(number, 2);
-        words[0] |= zeros ? 1 : 3;
-        return words;
-    }
-    Limbs words = shift_left(number, zeros);
-    set_bit(words, zeros - 1);
-    return words;
-}
-
-bool is_cell(Node* pair) {
-    Node* cell = left(pair);
-    if (is_leaf(cell) || first_byte(left(cell)) != 'J') return false;
-    const uint8_t bit = first_byte(right(cell));
-    return bit == 'H' || bit == 'K';
-}
-
-std::optional<Limbs> words_of(Node* x) {
-    Limbs words;
-    size_t n = 0;
-    for (; !is_leaf(x); x = right(x), ++n) {
-        if (!is_cell(x)) return std::nullopt;
-        if (n % 64 == 0) words.push_back(0);
-        if (first_byte(right(left(x))) == 'K') words.back() |= uint64_t{1} << (n % 64);
-    }
-    const uint8_t kind = first_byte(x);
-    if (kind == 'K') {
-        set_bit(words, n);
-    } else if (is_digit_byte(kind)) {
-        const Limbs rest = shift_left(words_of_digits(leaf_bytes(x)), n);
-        words.resize(rest.size());
-        for (size_t i = 0; i < rest.size(); ++i) words[i] |= rest[i];
-    } else {
-        return std::nullopt;
-    }
-    return words;
 }
 
 Value value_of_words(const Limbs& words) {

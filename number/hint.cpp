@@ -1,186 +1,273 @@
 #include "number/hint.h"
 
+#include <cstring>
+#include <optional>
+#include <string_view>
 #include <utility>
 
 #include "number/convert.h"
+#include "number/decimal.h"
 #include "number/digits.h"
-#include "number/limbs.h"
 #include "number/short_hint.h"
 
 namespace marl {
 
 namespace {
 
-// The working form of a long integer.
-struct Integer {
-    bool negative = false;  // never for zero
-    Limbs magnitude;        // decimal
+/// An operand taken apart. The digits are those of a Leaf, borrowed, or the ones kept here.
+struct Operand {
+    std::string_view digits;  // of the magnitude, without leading zeros but in "0"
+    bool negative = false;
+    bool is_list = true;
+    String kept;
+
+    bool is_zero() const { return digits == "0"; }
 };
 
-Integer integer_of_text(std::string_view text) {
-    const bool negative = text[0] == '0' && text.size() > 1;
-    return {negative, decimal_of_text(text.substr(negative))};
-}
-
-/// Nothing for what is no list.
-std::optional<Integer> integer_of(Node* x) {
-    if (is_digit_byte(first_byte(x))) return integer_of_text(leaf_bytes(x));
-    if (is_leaf_of(x, 'K')) return Integer{};
-    const auto digits = digits_of(x);
-    if (!digits) return std::nullopt;
-    return integer_of_text(digits->view());
-}
-
-Value leaf_of_integer(const Integer& n) {
-    if (n.magnitude.empty()) return from_i64(0);
-    const int64_t digits = count_digits(n.magnitude);
-    Value made = leaf_with_size('0', digits + n.negative);
-    write_digits(n.magnitude, leaf_text(made) + n.negative);
+Operand operand(Node* x) {
+    Operand made;
+    if (is_leaf_of(x, 'K')) {
+        made.digits = "0";
+        return made;
+    }
+    if (is_leaf(x)) {
+        made.digits = leaf_bytes(x);
+    } else {
+        std::optional<String> digits = digits_of(x);
+        made.is_list = digits.has_value();
+        if (!digits) return made;
+        made.kept = std::move(*digits);
+        made.digits = made.kept.view();
+    }
+    made.negative = made.digits[0] == '0' && made.digits.size() > 1;
+    if (made.negative) made.digits.remove_prefix(1);
     return made;
 }
 
-using Operation = Value (*)(const Integer& x, const Integer& y);
-
-Value with_integers(Operation operation, Node* x, Node* y) {
-    const auto a = integer_of(x);
-    const auto b = integer_of(y);
-    return a && b ? operation(*a, *b) : leaf_Z();
-}
-
-Value add(const Integer& x, const Integer& y) {
-    if (x.negative == y.negative) {
-        return leaf_of_integer({x.negative, mag_add<Decimal>(x.magnitude, y.magnitude)});
-    }
-    const int order = mag_compare(x.magnitude, y.magnitude);
-    if (order == 0) return from_i64(0);
-    const Integer& larger = order < 0 ? y : x;
-    const Integer& smaller = order < 0 ? x : y;
-    return leaf_of_integer(
-        {larger.negative, mag_sub<Decimal>(larger.magnitude, smaller.magnitude)});
-}
-
-Value subtract(const Integer& x, const Integer& y) {
-    return add(x, {!y.negative && !y.magnitude.empty(), y.magnitude});
-}
-
-Value multiply(const Integer& x, const Integer& y) {
-    return leaf_of_integer({x.negative != y.negative, mag_mul<Decimal>(x.magnitude, y.magnitude)});
-}
-
-/// The quotient of the magnitudes rounded down, and what remains.
-struct Quotient {
-    Limbs quotient;
-    Limbs remainder;
-};
-Quotient divide_magnitudes(const Integer& x, const Integer& y) {
-    Quotient result;
-    result.quotient = mag_divide<Decimal>(x.magnitude, y.magnitude, result.remainder);
-    return result;
-}
-
-Value divide(const Integer& x, const Integer& y) {
-    if (y.magnitude.empty()) return leaf_Z();
-    Quotient result = divide_magnitudes(x, y);
-    const bool negative = x.negative != y.negative;
-    if (negative && !result.remainder.empty()) {
-        result.quotient = mag_add<Decimal>(result.quotient, {1});
-    }
-    return leaf_of_integer({negative, std::move(result.quotient)});
-}
-
-Value remainder(const Integer& x, const Integer& y) {
-    if (y.magnitude.empty()) return leaf_Z();
-    Limbs rest = divide_magnitudes(x, y).remainder;
-    if (x.negative != y.negative && !rest.empty()) rest = mag_sub<Decimal>(y.magnitude, rest);
-    return leaf_of_integer({false, std::move(rest)});
-}
-
-bool is_odd(const Integer& x) { return !x.magnitude.empty() && x.magnitude[0] % 2 != 0; }
-
-Value power(const Integer& x, const Integer& y) {
-    if (y.negative) return from_i64(0);
-    // An exponent of more than one limb leaves a result that memory can hold for 0 and 1 only.
-    uint64_t exponent = y.magnitude.empty() ? 0 : y.magnitude[0];
-    if (y.magnitude.size() > 1) exponent = ~uint64_t{0};
-    return leaf_of_integer({x.negative && is_odd(y), mag_pow<Decimal>(x.magnitude, exponent)});
-}
-
-bool are_short(Node* x, Node* y, int64_t& a, int64_t& b) {
+bool both_short(Node* x, Node* y, int64_t& a, int64_t& b) {
     return short_hint(x, a) && short_hint(y, b);
 }
+
+/// Below 0, 0 or above 0 as a < b, a = b, a > b.
+int compare_digits(std::string_view a, std::string_view b) {
+    if (a.size() != b.size()) return a.size() < b.size() ? -1 : 1;
+    return a.compare(b);
+}
+
+Value hint_of(bool negative, const Limbs& decimal) {
+    if (decimal.empty()) return leaf("0");
+    Value made = leaf_with_size('0', negative + decimal_length(decimal));
+    *leaf_text(made) = '0';
+    write_decimal(leaf_text(made) + negative, decimal);
+    return made;
+}
+
+// Sums run on the text itself, eight digits a step from the right. As words of digit values, most
+// significant digit in the top byte, a sum or difference carries from byte to byte by itself when
+// every byte of the sum is raised by 246: a digit of 10 and more then goes over 255. Where it did
+// not, and where a difference went below 0, the byte's high half is not 0 and its low half is 6 too
+// large.
+
+/// The digit values of the last eight of n digits before `end`, or of all of them when n < 8.
+uint64_t digits_before(const char* end, size_t n) {
+    if (n >= 8) return __builtin_bswap64(load_word(end - 8)) & low_nibbles;
+    uint64_t word = 0;
+    for (size_t i = 0; i < n; ++i) word = word << 8 | (static_cast<uint8_t>(end[i - n]) & 0x0F);
+    return word;
+}
+
+void store_digits(char* end, size_t n, uint64_t raised) {
+    constexpr uint64_t bit_of_high_half = 0x0101010101010101;
+    const uint64_t digits =
+        (raised & low_nibbles) - ((raised >> 4) & bit_of_high_half) * 6 + ascii_zeros;
+    if (n >= 8) return store_word(end - 8, __builtin_bswap64(digits));
+    for (size_t i = 0; i < n; ++i)
+        end[-1 - static_cast<ptrdiff_t>(i)] = static_cast<char>(digits >> (8 * i));
+}
+
+/// Writes a + b, as many digits as a has, which is no shorter than b. Tells whether a 1 is carried.
+bool write_sum(char* to, std::string_view a, std::string_view b) {
+    constexpr uint64_t raise = 0xF6F6F6F6F6F6F6F6;
+    bool carry = false;
+    size_t left_in_a = a.size();
+    size_t left_in_b = b.size();
+    while (left_in_a > 0) {
+        const size_t n = left_in_a < 8 ? left_in_a : 8;
+        uint64_t sum = digits_before(a.data() + left_in_a, left_in_a) + raise;
+        const bool over =
+            __builtin_add_overflow(sum, digits_before(b.data() + left_in_b, left_in_b), &sum);
+        carry = __builtin_add_overflow(sum, uint64_t{carry}, &sum) || over;
+        store_digits(to + left_in_a, n, sum);
+        if (n < 8) return (sum >> (8 * n) & 0xFF) != 0xF6;
+        left_in_a -= n;
+        left_in_b -= left_in_b < 8 ? left_in_b : 8;
+    }
+    return carry;
+}
+
+/// Writes a - b, as many digits as a has, where a >= b and a is no shorter.
+void write_difference(char* to, std::string_view a, std::string_view b) {
+    bool borrow = false;
+    size_t left_in_a = a.size();
+    size_t left_in_b = b.size();
+    while (left_in_a > 0) {
+        uint64_t difference = digits_before(a.data() + left_in_a, left_in_a);
+        const bool below = __builtin_sub_overflow(
+            difference, digits_before(b.data() + left_in_b, left_in_b), &difference);
+        borrow = __builtin_sub_overflow(difference, uint64_t{borrow}, &difference) || below;
+        store_digits(to + left_in_a, left_in_a, difference);
+        left_in_a -= left_in_a < 8 ? left_in_a : 8;
+        left_in_b -= left_in_b < 8 ? left_in_b : 8;
+    }
+}
+
+Value sum_of(bool negative, std::string_view a, std::string_view b) {
+    if (a.size() < b.size()) std::swap(a, b);
+    const auto n = static_cast<int64_t>(a.size());
+    Value made = leaf_with_size('0', negative + n);
+    char* digits = leaf_text(made) + negative;
+    *leaf_text(made) = '0';
+    if (!write_sum(digits, a, b)) return made;
+    Value longer = leaf_with_size('0', negative + n + 1);
+    *leaf_text(longer) = '0';
+    leaf_text(longer)[negative] = '1';
+    memcpy(leaf_text(longer) + negative + 1, digits, a.size());
+    return longer;
+}
+
+/// a - b with the sign that a has.
+Value difference_of(bool negative, std::string_view a, std::string_view b) {
+    const int order = compare_digits(a, b);
+    if (order == 0) return leaf("0");
+    if (order < 0) {
+        negative = !negative;
+        std::swap(a, b);
+    }
+    Value made = leaf_with_size('0', negative + static_cast<int64_t>(a.size()));
+    char* digits = leaf_text(made) + negative;
+    *leaf_text(made) = '0';
+    write_difference(digits, a, b);
+    const size_t zeros = std::string_view(digits, a.size()).find_first_not_of('0');
+    if (zeros == 0) return made;
+    // A shorter Leaf is a new one: what a node was allocated with follows from its length.
+    return leaf({digits + zeros - negative, a.size() - zeros + negative});
+}
+
+Value sum_or_difference(Node* x, Node* y, bool subtract) {
+    const Operand a = operand(x);
+    const Operand b = operand(y);
+    if (!a.is_list || !b.is_list) return leaf_Z();
+    if (a.negative == (b.negative != subtract)) return sum_of(a.negative, a.digits, b.digits);
+    return difference_of(a.negative, a.digits, b.digits);
+}
+
+/// The quotient of the magnitudes, rounded down, and the remainder.
+Limbs divide_digits(const Operand& a, const Operand& b, Limbs& remainder) {
+    if (a.digits.size() < b.digits.size()) {
+        remainder = decimal_of_text(a.digits);
+        return {};
+    }
+    return mag_divide<Decimal>(decimal_of_text(a.digits), decimal_of_text(b.digits), remainder);
+}
+
+/// Whether a magnitude times itself n times, n not 0, is known without doing it.
+bool is_own_power(std::string_view digits) { return digits == "0" || digits == "1"; }
 
 }  // namespace
 
 Value hint_add(Node* x, Node* y) {
-    int64_t a;
-    int64_t b;
-    if (are_short(x, y, a, b)) return short_leaf(a + b);
-    return with_integers(add, x, y);
+    int64_t a, b;
+    if (both_short(x, y, a, b)) return short_leaf(a + b);
+    return sum_or_difference(x, y, false);
 }
 
 Value hint_sub(Node* x, Node* y) {
-    int64_t a;
-    int64_t b;
-    if (are_short(x, y, a, b)) return short_leaf(a - b);
-    return with_integers(subtract, x, y);
+    int64_t a, b;
+    if (both_short(x, y, a, b)) return short_leaf(a - b);
+    return sum_or_difference(x, y, true);
 }
 
 Value hint_mul(Node* x, Node* y) {
-    int64_t a;
-    int64_t b;
-    int64_t product;
-    if (are_short(x, y, a, b) && !__builtin_mul_overflow(a, b, &product))
+    int64_t short_a, short_b, product;
+    if (both_short(x, y, short_a, short_b) && !__builtin_mul_overflow(short_a, short_b, &product)) {
         return short_leaf(product);
-    return with_integers(multiply, x, y);
+    }
+    const Operand a = operand(x);
+    const Operand b = operand(y);
+    if (!a.is_list || !b.is_list) return leaf_Z();
+    const Limbs left = decimal_of_text(a.digits);
+    if (x == y) return hint_of(false, mag_mul<Decimal>(left, left));
+    return hint_of(a.negative != b.negative, mag_mul<Decimal>(left, decimal_of_text(b.digits)));
 }
 
 Value hint_div(Node* x, Node* y) {
-    int64_t a;
-    int64_t b;
-    if (are_short(x, y, a, b)) return b == 0 ? leaf_Z() : short_leaf(short_div(a, b));
-    return with_integers(divide, x, y);
+    int64_t short_a, short_b;
+    if (both_short(x, y, short_a, short_b)) {
+        return short_b == 0 ? leaf_Z() : short_leaf(short_div(short_a, short_b));
+    }
+    const Operand a = operand(x);
+    const Operand b = operand(y);
+    if (!a.is_list || !b.is_list || b.is_zero()) return leaf_Z();
+    Limbs remainder;
+    Limbs quotient = divide_digits(a, b, remainder);
+    const bool negative = a.negative != b.negative;
+    if (negative && !remainder.empty()) quotient = mag_add<Decimal>(quotient, {1});
+    return hint_of(negative, quotient);
 }
 
 Value hint_mod(Node* x, Node* y) {
-    int64_t a;
-    int64_t b;
-    if (are_short(x, y, a, b)) return b == 0 ? leaf_Z() : short_leaf(short_mod(a, b));
-    return with_integers(remainder, x, y);
+    int64_t short_a, short_b;
+    if (both_short(x, y, short_a, short_b)) {
+        return short_b == 0 ? leaf_Z() : short_leaf(short_mod(short_a, short_b));
+    }
+    const Operand a = operand(x);
+    const Operand b = operand(y);
+    if (!a.is_list || !b.is_list || b.is_zero()) return leaf_Z();
+    Limbs remainder;
+    divide_digits(a, b, remainder);
+    if (a.negative != b.negative && !remainder.empty()) {
+        remainder = mag_sub<Decimal>(decimal_of_text(b.digits), remainder);
+    }
+    return hint_of(false, remainder);
 }
 
-Value hint_pow(Node* x, Node* y) { return with_integers(power, x, y); }
+Value hint_pow(Node* x, Node* y) {
+    const Operand base = operand(x);
+    const Operand exponent = operand(y);
+    if (!base.is_list || !exponent.is_list) return leaf_Z();
+    if (exponent.negative) return leaf("0");
+    if (exponent.is_zero()) return leaf("1");
+    const bool odd = exponent.digits.back() % 2 != 0;
+    const Limbs magnitude = decimal_of_text(base.digits);
+    if (is_own_power(base.digits)) return hint_of(base.negative && odd, magnitude);
+    const Limbs n = decimal_of_text(exponent.digits);
+    if (n.size() > 1) out_of_memory();
+    return hint_of(base.negative && odd, mag_pow<Decimal>(magnitude, n[0]));
+}
 
 Value hint_neg(Node* x) {
-    auto n = integer_of(x);
-    if (!n) return leaf_Z();
-    if (is_leaf_of(x, 'K')) return leaf_K();
-    n->negative = !n->negative && !n->magnitude.empty();
-    return leaf_of_integer(*n);
-}
-
-Value hint_abs(Node* x) {
-    auto n = integer_of(x);
-    if (!n) return leaf_Z();
-    if (is_leaf(x) && !n->negative) return Value::share(x);
-    n->negative = false;
-    return leaf_of_integer(*n);
+    int64_t n;
+    if (short_hint(x, n)) return short_leaf(-n);
+    if (is_leaf_of(x, 'K')) return Value::share(x);
+    const Operand a = operand(x);
+    if (!a.is_list) return leaf_Z();
+    if (a.negative || a.is_zero()) return leaf(a.digits);
+    return leaf(concat("0", a.digits));
 }
 
 bool hint_sign(Node* x) {
-    const auto n = integer_of(x);
-    return !n || !n->negative;
+    const Operand a = operand(x);
+    return !a.negative;
 }
 
 std::optional<int> hint_compare(Node* x, Node* y) {
-    int64_t a;
-    int64_t b;
-    if (are_short(x, y, a, b)) return a < b ? -1 : a > b;
-    const auto m = integer_of(x);
-    const auto n = integer_of(y);
-    if (!m || !n) return std::nullopt;
-    if (m->negative != n->negative) return m->negative ? -1 : 1;
-    const int order = mag_compare(m->magnitude, n->magnitude);
-    return m->negative ? -order : order;
+    int64_t short_a, short_b;
+    if (both_short(x, y, short_a, short_b)) return (short_a > short_b) - (short_a < short_b);
+    const Operand a = operand(x);
+    const Operand b = operand(y);
+    if (!a.is_list || !b.is_list) return std::nullopt;
+    if (a.negative != b.negative) return a.negative ? -1 : 1;
+    return a.negative ? compare_digits(b.digits, a.digits) : compare_digits(a.digits, b.digits);
 }
 
 }  // namespace marl

@@ -26,8 +26,6 @@ Value hint_mod(Node* x, Node* y);
 /// x to the power y: 0 for a negative y, 1 for y zero.
 Value hint_pow(Node* x, Node* y);
 Value hint_neg(Node* x);
-/// x without its sign. A digit Leaf that has none is the result itself.
-Value hint_abs(Node* x);
 
 /// Whether x is not negative; true as well for what is no list (`is_list` tells).
 bool hint_sign(Node* x);

@@ -1,266 +1,314 @@
-// The working form is a whole binary number and how many of its bits stand behind the binary point;
-// a payload is taken apart and put together in one walk over its bits.
 #include "number/numb.h"
 
 #include <algorithm>
 #include <bit>
-#include <cstring>
+#include <cstdint>
 #include <utility>
 
 #include "driver/report.h"
 #include "number/convert.h"
-#include "number/digits.h"
-#include "number/limbs.h"
+#include "number/decimal.h"
+#include "number/short_hint.h"
+#include "number/words.h"
 
 namespace marl {
 
 namespace {
 
+/// The working form, mantissa * 2^-places: a binary number with its point so many digits from the
+/// right. Zeros at the right end of the mantissa don't matter.
 struct Number {
-    bool negative = false;  // never for zero
-    Limbs mantissa;         // binary; the value is mantissa / 2^fraction
-    int64_t fraction = 0;
+    bool negative = false;
+    Limbs mantissa;
+    uint64_t places = 0;
 
     bool is_zero() const { return mantissa.empty(); }
-    /// The position of the most significant digit; the number is not zero.
-    int64_t top() const { return bit_length(mantissa) - 1 - fraction; }
 };
 
-/// Takes away zeros behind the point.
-void trim_fraction(Number& x) {
-    if (x.is_zero()) {
-        x = {};
-        return;
-    }
-    const int64_t zeros = std::min(trailing_zeros(x.mantissa), x.fraction);
-    x.mantissa = shift_right(x.mantissa, zeros);
-    x.fraction -= zeros;
+// The digits of a payload stand alternately left and right of the point, so the two sides are
+// unzipped and the right one, whose first digit is the one next to the point, is turned round.
+
+/// The even bits of a word, moved together into the low half; and the way back.
+uint64_t even_bits(uint64_t word) {
+    word &= 0x5555555555555555;
+    word = (word | word >> 1) & 0x3333333333333333;
+    word = (word | word >> 2) & 0x0F0F0F0F0F0F0F0F;
+    word = (word | word >> 4) & 0x00FF00FF00FF00FF;
+    word = (word | word >> 8) & 0x0000FFFF0000FFFF;
+    return (word | word >> 16) & 0x00000000FFFFFFFF;
+}
+uint64_t spread_bits(uint64_t half) {
+    half = (half | half << 16) & 0x0000FFFF0000FFFF;
+    half = (half | half << 8) & 0x00FF00FF00FF00FF;
+    half = (half | half << 4) & 0x0F0F0F0F0F0F0F0F;
+    half = (half | half << 2) & 0x3333333333333333;
+    return (half | half << 1) & 0x5555555555555555;
 }
 
-/// The number of a list, which has its element 0 still.
-Number number_of_list(const Limbs& list) {
-    Number x;
-    x.negative = !get_bit(list, 1);
-    const int64_t end = bit_length(list);
-    // Bit 2p + 2 of the list is the digit of weight 2^p, bit 2p + 1 that of 2^-p.
-    const int64_t whole = end / 2;
-    x.fraction = std::max<int64_t>(0, (end - 2) / 2);
-    x.mantissa.resize(static_cast<size_t>((whole + x.fraction) / 64 + 1));
-    for (int64_t i = 2; i < end; ++i) {
-        if (!get_bit(list, i)) continue;
-        const int64_t position = i % 2 == 0 ? (i - 2) / 2 : -(i - 1) / 2;
-        set_bit(x.mantissa, position + x.fraction);
-    }
-    mag_trim(x.mantissa);
-    trim_fraction(x);
-    return x;
+uint64_t reversed(uint64_t word) {
+    word = __builtin_bswap64(word);
+    word = (word >> 4 & 0x0F0F0F0F0F0F0F0F) | (word & 0x0F0F0F0F0F0F0F0F) << 4;
+    word = (word >> 2 & 0x3333333333333333) | (word & 0x3333333333333333) << 2;
+    return (word >> 1 & 0x5555555555555555) | (word & 0x5555555555555555) << 1;
 }
 
-/// Nothing for what is no list.
+/// Every second bit, from bit 0 on.
+Limbs even_bits(const Limbs& words) {
+    Limbs bits((words.size() + 1) / 2);
+    for (size_t i = 0; i < words.size(); ++i) bits[i / 2] |= even_bits(words[i]) << (i % 2 * 32);
+    mag_trim(bits);
+    return bits;
+}
+
+/// Puts the bits of a to the places of every second bit, from `first`, 0 or 1, on.
+void add_spread(Limbs& words, const Limbs& a, int first) {
+    if (words.size() < 2 * a.size()) words.resize(2 * a.size());
+    for (size_t i = 0; i < a.size(); ++i) {
+        words[2 * i] |= spread_bits(a[i] & 0xFFFFFFFF) << first;
+        words[2 * i + 1] |= spread_bits(a[i] >> 32) << first;
+    }
+}
+
+/// The number whose bit i is bit n - 1 - i of a, which has no more than n bits.
+Limbs reversed_bits(Limbs a, uint64_t n) {
+    a.resize((n + 63) / 64);
+    std::reverse(a.begin(), a.end());
+    for (uint64_t& word : a) word = reversed(word);
+    return shift_right(a, a.size() * 64 - n);
+}
+
+Limbs low_bits(const Limbs& a, uint64_t n) {
+    Limbs low = a;
+    if (low.size() > n / 64) {
+        low.resize(n / 64 + 1);
+        low.back() &= (uint64_t{1} << (n % 64)) - 1;
+    }
+    mag_trim(low);
+    return low;
+}
+
+/// The number of a list whose element 0 is 0.
+Number number_of_words(const Limbs& list) {
+    const Limbs payload = shift_right(list, 1);
+    Number number;
+    number.negative = !test_bit(payload, 0);
+    const Limbs whole = even_bits(shift_right(payload, 1));
+    // Bit q has the weight 2^-q. Turned round with q = 0, the sign, it goes to the top.
+    const Limbs fraction = even_bits(payload);
+    const size_t size = bit_length(fraction);
+    number.places = size > 0 ? size - 1 : 0;
+    number.mantissa = low_bits(reversed_bits(fraction, size), number.places);
+    if (!whole.empty()) {
+        number.mantissa = mag_add<Binary>(shift_left(whole, number.places), number.mantissa);
+    }
+    return number;
+}
+
 std::optional<Number> number_of(Node* x) {
-    const auto bits = bits_of(x);
-    if (!bits) return std::nullopt;
-    return number_of_list(binary_of_bytes(bits->view()));
+    const std::optional<Limbs> list = words_of(x);
+    if (!list) return std::nullopt;
+    return number_of_words(*list);
 }
 
-Value leaf_of_number(Number x) {
-    trim_fraction(x);
-    Limbs list;
-    if (!x.negative) set_bit(list, 1);
-    const int64_t length = bit_length(x.mantissa);
-    for (int64_t i = length; i-- > 0;) {
-        if (!get_bit(x.mantissa, i)) continue;
-        const int64_t position = i - x.fraction;
-        set_bit(list, position >= 0 ? 2 * position + 2 : -2 * position + 1);
+Value value_of(const Number& number) {
+    if (number.is_zero()) return leaf("00");
+    Limbs payload{uint64_t{!number.negative}};
+    add_spread(payload, shift_right(number.mantissa, number.places), 1);
+    const Limbs fraction = low_bits(number.mantissa, number.places);
+    // One digit more, so that the sign's place stays free.
+    if (!fraction.empty()) add_spread(payload, reversed_bits(fraction, number.places + 1), 0);
+    mag_trim(payload);
+    return value_of_words(shift_left(payload, 1));
+}
+
+/// Brings two numbers to the same number of places.
+void align(Number& a, Number& b) {
+    if (a.places < b.places) return align(b, a);
+    b.mantissa = shift_left(b.mantissa, a.places - b.places);
+    b.places = a.places;
+}
+
+Number sum_of(Number a, Number b) {
+    align(a, b);
+    if (a.negative == b.negative) {
+        a.mantissa = mag_add<Binary>(a.mantissa, b.mantissa);
+        return a;
     }
-    return value_of_bits(bytes_of_binary(list));
+    if (mag_compare(a.mantissa, b.mantissa) < 0) std::swap(a, b);
+    a.mantissa = mag_sub<Binary>(a.mantissa, b.mantissa);
+    return a;
 }
 
-/// Gives both numbers the same count of bits behind the point.
-void align(Number& x, Number& y) {
-    Number& shorter = x.fraction < y.fraction ? x : y;
-    const int64_t fraction = std::max(x.fraction, y.fraction);
-    shorter.mantissa = shift_left(shorter.mantissa, fraction - shorter.fraction);
-    shorter.fraction = fraction;
+Value sum_or_difference(Node* x, Node* y, bool subtract) {
+    const std::optional<Number> a = number_of(x);
+    std::optional<Number> b = number_of(y);
+    if (!a || !b) return leaf_Z();
+    if (subtract && !b->is_zero()) b->negative = !b->negative;
+    const char signs[] = {a->negative ? '0' : '1', b->negative ? '0' : '1'};
+    bug_note(concat("jjaa", concat({signs, 2}, "\n").view()));
+    return value_of(sum_of(*a, *b));
 }
 
-int compare_magnitudes(Number x, Number y) {
-    align(x, y);
-    return mag_compare(x.mantissa, y.mantissa);
+/// The number with no zeros at the right end of its mantissa, but where that would take the places
+/// below none; what is left of them goes out as a power of 2.
+uint64_t strip_zeros(Number& number) {
+    const uint64_t zeros = trailing_zeros(number.mantissa);
+    number.mantissa = shift_right(number.mantissa, zeros);
+    const uint64_t places = std::min(zeros, number.places);
+    number.places -= places;
+    return zeros - places;
 }
 
-void note_signs(const Number& x, const Number& y) {
-    char note[] = "jjaa??\n";
-    note[4] = x.negative ? '0' : '1';
-    note[5] = y.negative ? '0' : '1';
-    bug_note(String(note));
-}
-
-Value add(Number x, Number y) {
-    note_signs(x, y);
-    align(x, y);
-    if (x.negative == y.negative) {
-        x.mantissa = mag_add<Binary>(x.mantissa, y.mantissa);
-        return leaf_of_number(std::move(x));
+/// 2^n.
+Value power_of_two(int64_t n) {
+    Number power{false, {1}, 0};
+    if (n < 0) {
+        power.places = static_cast<uint64_t>(-n);
+        if (power.places >> 50) out_of_memory();
+    } else {
+        power.mantissa = shift_left(power.mantissa, static_cast<uint64_t>(n));
     }
-    if (mag_compare(x.mantissa, y.mantissa) < 0) std::swap(x, y);
-    x.mantissa = mag_sub<Binary>(x.mantissa, y.mantissa);
-    return leaf_of_number(std::move(x));
+    return value_of(power);
 }
 
-Number negated(Number x) {
-    x.negative = !x.negative && !x.is_zero();
-    return x;
+/// A number other than 0 to the power of n, n not 0.
+Value power_of(Number base, uint64_t n) {
+    const uint64_t twos = strip_zeros(base);
+    Number power{base.negative && n % 2 != 0, mag_pow<Binary>(base.mantissa, n), 0};
+    uint64_t shift;
+    if (__builtin_mul_overflow(base.places, n, &power.places) || power.places >> 50 ||
+        __builtin_mul_overflow(twos, n, &shift)) {
+        out_of_memory();
+    }
+    power.mantissa = shift_left(power.mantissa, shift);
+    return value_of(power);
 }
 
-/// x^n for the magnitude; the sign is the caller's.
-Number power(const Number& x, uint64_t n) {
-    // Past this no memory holds the result.
-    constexpr int64_t most_bits = int64_t{1} << 46;
-    int64_t fraction;
-    if (x.is_zero()) return n == 0 ? Number{false, {1}, 0} : Number{};
-    if (__builtin_mul_overflow(x.fraction, n, &fraction) || fraction > most_bits) out_of_memory();
-    return {false, mag_pow<Binary>(x.mantissa, n), fraction};
+/// The n bits of a from bit `from` on, n below 64; bits below bit 0, where `from` is negative, are
+/// 0.
+uint64_t bits_from(const Limbs& a, int64_t from, int n) {
+    const Limbs moved = from < 0 ? shift_left(a, static_cast<uint64_t>(-from))
+                                 : shift_right(a, static_cast<uint64_t>(from));
+    return moved.empty() ? 0 : moved[0] & ((uint64_t{1} << n) - 1);
 }
 
-/// 2^n for an exponent whose list is short enough; `Z` else.
-Value power_of_two(Node* exponent, const String& list) {
-    constexpr int64_t list_limit = 61;
-    if (list_length(list) >= list_limit) return leaf_Z();
-    const int64_t n = to_i64(exponent);
-    // Past this no memory holds the result.
-    constexpr int64_t most = int64_t{1} << 44;
-    if (n >= most || n <= -most) out_of_memory();
-    Limbs bits;
-    set_bit(bits, 1);
-    set_bit(bits, n >= 0 ? 2 * n + 2 : -2 * n + 1);
-    return value_of_bits(bytes_of_binary(bits));
-}
-
-constexpr uint64_t out_of_range_nan = 0x7FF9000000000000;
+// A double: the sign in bit 63, the exponent plus a bias in 11 bits, the fraction in 52.
 constexpr int fraction_bits = 52;
+constexpr uint64_t fraction_mask = (uint64_t{1} << fraction_bits) - 1;
 constexpr int64_t exponent_bias = 1023;
-constexpr int64_t least_exponent = -1074;
+constexpr int64_t exponent_mask = 0x7FF;
+constexpr int64_t exponent_least = -1022;
+constexpr int64_t position_least = exponent_least - fraction_bits;
+constexpr uint64_t out_of_range = 0x7FF9000000000000;
 
-Value real_of_bits(uint64_t bits) { return from_double(std::bit_cast<double>(bits)); }
-
-/// The digits of x from weight 2^lowest upward, what is below dropped, as a machine number.
-uint64_t digits_from(const Number& x, int64_t lowest) {
-    const int64_t shift = x.fraction + lowest;
-    const Limbs shifted =
-        shift >= 0 ? shift_right(x.mantissa, shift) : shift_left(x.mantissa, -shift);
-    return shifted.empty() ? 0 : shifted[0];
+uint64_t double_bits(const Number& number) {
+    if (number.is_zero()) return 0;
+    const auto places = static_cast<int64_t>(number.places);
+    const int64_t top = static_cast<int64_t>(bit_length(number.mantissa)) - 1 - places;
+    if (top > exponent_bias || top < position_least) return out_of_range;
+    const int64_t lowest = std::max(top - fraction_bits, position_least);
+    uint64_t bits = bits_from(number.mantissa, lowest + places, fraction_bits);
+    if (top >= exponent_least) bits |= static_cast<uint64_t>(top + exponent_bias) << fraction_bits;
+    return bits | uint64_t{number.negative} << 63;
 }
 
 }  // namespace
 
-Value numb_add(Node* x, Node* y) {
-    auto a = number_of(x);
-    auto b = number_of(y);
-    return a && b ? add(std::move(*a), std::move(*b)) : leaf_Z();
-}
-
-Value numb_sub(Node* x, Node* y) {
-    auto a = number_of(x);
-    auto b = number_of(y);
-    return a && b ? add(std::move(*a), negated(std::move(*b))) : leaf_Z();
-}
+Value numb_add(Node* x, Node* y) { return sum_or_difference(x, y, false); }
+Value numb_sub(Node* x, Node* y) { return sum_or_difference(x, y, true); }
 
 Value numb_mul(Node* x, Node* y) {
-    const auto a = number_of(x);
-    const auto b = number_of(y);
+    const std::optional<Number> a = number_of(x);
+    const std::optional<Number> b = number_of(y);
     if (!a || !b) return leaf_Z();
-    Limbs mantissa = mag_mul<Binary>(a->mantissa, b->mantissa);
-    return leaf_of_number(
-        {a->negative != b->negative, std::move(mantissa), a->fraction + b->fraction});
+    return value_of({a->negative != b->negative, mag_mul<Binary>(a->mantissa, b->mantissa),
+                     a->places + b->places});
 }
 
 Value numb_mod(Node* x, Node* y) {
-    auto a = number_of(x);
-    auto b = number_of(y);
+    std::optional<Number> a = number_of(x);
+    std::optional<Number> b = number_of(y);
     if (!a || !b || b->is_zero()) return leaf_Z();
     align(*a, *b);
     Limbs rest;
     mag_divide<Binary>(a->mantissa, b->mantissa, rest);
     if (a->negative != b->negative && !rest.empty()) rest = mag_sub<Binary>(b->mantissa, rest);
-    return leaf_of_number({false, std::move(rest), a->fraction});
+    return value_of({false, std::move(rest), a->places});
 }
 
 Value numb_pow(Node* x, Node* y) {
-    const auto list = bits_of(y);
-    const auto base = number_of(x);
-    if (!list || !base) return leaf_Z();
-    const bool is_two = !base->negative && base->fraction == 0 && base->mantissa == Limbs{2};
-    if (is_two) return power_of_two(y, *list);
-    const Limbs exponent = binary_of_bytes(list->view());
-    const Limbs magnitude = shift_right(exponent, 2);
-    if (!magnitude.empty() && !get_bit(exponent, 1)) return leaf_Z();
-    // An exponent of more than one limb leaves a result that memory can hold for 0 and 1 only.
-    uint64_t n = magnitude.empty() ? 0 : magnitude[0];
-    if (magnitude.size() > 1) n = ~uint64_t{0};
-    Number result = power(*base, n);
-    result.negative = base->negative && get_bit(magnitude, 0);
-    return leaf_of_number(std::move(result));
+    const std::optional<Limbs> base = words_of(x);
+    const std::optional<Limbs> exponent = words_of(y);
+    if (!base || !exponent) return leaf_Z();
+    const Limbs list_of_two{0b10010};
+    // A list that ends at bit 61 or above is one of 61 elements.
+    constexpr size_t most_bits = 61;
+    if (*base == list_of_two) {
+        return bit_length(*exponent) <= most_bits ? power_of_two(to_i64(y)) : leaf_Z();
+    }
+    const Limbs magnitude = shift_right(*exponent, 2);
+    if (magnitude.empty()) return leaf("001");
+    if (!test_bit(*exponent, 1)) return leaf_Z();
+    Number number = number_of_words(*base);
+    if (number.is_zero()) return leaf("00");
+    if (magnitude.size() == 1) return power_of(std::move(number), magnitude[0]);
+    // Only 1 and -1 have such powers in any memory.
+    if (number.places > 0 || number.mantissa != Limbs{1}) out_of_memory();
+    number.negative = number.negative && magnitude[0] % 2 != 0;
+    return value_of(number);
 }
 
 Value numb_neg(Node* x) {
-    auto n = number_of(x);
-    return n ? leaf_of_number(negated(std::move(*n))) : leaf_Z();
+    std::optional<Number> number = number_of(x);
+    if (!number) return leaf_Z();
+    number->negative = !number->negative;
+    return value_of(*number);
 }
 
 bool numb_sign(Node* x) {
-    const auto bits = bits_of(x);
-    return !bits || bit_get(1, *bits);
+    if (is_leaf(x)) return leaf_text(x)[2] != '0';
+    const std::optional<Limbs> list = words_of(x);
+    return !list || test_bit(*list, 1);
 }
 
 std::optional<int> numb_compare(Node* x, Node* y) {
-    const auto a = number_of(x);
-    const auto b = number_of(y);
+    std::optional<Number> a = number_of(x);
+    std::optional<Number> b = number_of(y);
     if (!a || !b) return std::nullopt;
     if (a->negative != b->negative) return a->negative ? -1 : 1;
-    const int order = compare_magnitudes(*a, *b);
+    align(*a, *b);
+    const int order = mag_compare(a->mantissa, b->mantissa);
     return a->negative ? -order : order;
 }
 
 Value hint_to_numb(Node* x) {
-    const auto bits = bits_of(x);
-    if (!bits) return leaf_Z();
-    const Limbs list = binary_of_bytes(bits->view());
-    const Limbs magnitude = shift_right(list, 2);
-    return leaf_of_number({!magnitude.empty() && !get_bit(list, 1), magnitude, 0});
+    const std::optional<Limbs> list = words_of(x);
+    if (!list) return leaf_Z();
+    return value_of({!test_bit(*list, 1), shift_right(*list, 2), 0});
 }
 
 Value numb_to_real(Node* x) {
-    const auto n = number_of(x);
-    if (!n) return leaf_Z();
-    if (n->is_zero()) return from_double(0.0);
-    const int64_t top = n->top();
-    if (top > exponent_bias || top < least_exponent) return real_of_bits(out_of_range_nan);
-    const uint64_t sign = static_cast<uint64_t>(n->negative) << 63;
-    if (top <= -exponent_bias) return real_of_bits(sign | digits_from(*n, least_exponent));
-    const uint64_t digits = digits_from(*n, top - fraction_bits);
-    const uint64_t fraction = digits & ((uint64_t{1} << fraction_bits) - 1);
-    const auto exponent = static_cast<uint64_t>(top + exponent_bias);
-    return real_of_bits(sign | (exponent << fraction_bits) | fraction);
+    const std::optional<Number> number = number_of(x);
+    if (!number) return leaf_Z();
+    return from_double(std::bit_cast<double>(double_bits(*number)));
 }
 
 Value numb_of_real(Node* x) {
     const auto bits = std::bit_cast<uint64_t>(to_double(x));
-    const uint64_t fraction = bits & ((uint64_t{1} << fraction_bits) - 1);
-    const auto exponent = static_cast<int64_t>((bits >> fraction_bits) & 0x7FF);
-    constexpr int64_t special = 0x7FF;
-    if (exponent == special) return leaf_of_number({});
-    const uint64_t mantissa = exponent ? fraction | (uint64_t{1} << fraction_bits) : fraction;
-    if (mantissa == 0) return leaf_of_number({});
-    // The weight of the mantissa's lowest bit.
-    const int64_t weight = exponent ? exponent - exponent_bias - fraction_bits : least_exponent;
-    Number n{(bits >> 63) != 0, {mantissa}, 0};
-    if (weight >= 0) {
-        n.mantissa = shift_left(n.mantissa, weight);
+    const uint64_t fraction = bits & fraction_mask;
+    const auto exponent = static_cast<int64_t>(bits >> fraction_bits) & exponent_mask;
+    if (exponent == exponent_mask) return leaf("00");
+    Number number{bits >> 63 != 0, {}, 0};
+    const bool normal = exponent != 0;
+    number.mantissa.push_back(normal ? fraction | (fraction_mask + 1) : fraction);
+    mag_trim(number.mantissa);
+    const int64_t lowest = (normal ? exponent - exponent_bias : exponent_least) - fraction_bits;
+    if (lowest < 0) {
+        number.places = static_cast<uint64_t>(-lowest);
     } else {
-        n.fraction = -weight;
+        number.mantissa = shift_left(number.mantissa, static_cast<uint64_t>(lowest));
     }
-    return leaf_of_number(std::move(n));
+    return value_of(number);
 }
 
 }  // namespace marl

@@ -1,92 +1,94 @@
-// lits and lots: a program chooses the form of a list of bits.
-//
-// `lits` packs a Value into a digit Leaf, `lots` unpacks it into J cells.
+// `lits` and `lots`: the two forms of a list of bits, a digit Leaf and J cells, at a program's
+// choice.
 #include <algorithm>
+#include <bit>
 #include <cstring>
+#include <optional>
+#include <string_view>
 #include <vector>
 
 #include "library/families.h"
 #include "number/convert.h"
-#include "number/digits.h"
 #include "number/kind.h"
-#include "number/limbs.h"
 #include "number/numb.h"
 #include "number/post.h"
+#include "number/words.h"
 #include "number/zits.h"
 
 namespace marl {
 
 namespace {
 
-/// The first 8 bytes as a number, the lowest first.
-Value pack_bytes(std::string_view bytes) {
-    int64_t n = 0;
-    if (!bytes.empty()) memcpy(&n, bytes.data(), std::min(bytes.size(), sizeof n));
-    return from_i64(n);
-}
-
-Value pack_list(Node* x) {
-    const auto bits = bits_of(x);
-    return bits ? value_of_bits(*bits) : leaf_Z();
+/// The first 8 bytes as a little-endian number, zeros behind a shorter text.
+Value integer_of_bytes(std::string_view bytes) {
+    int64_t number = 0;
+    memcpy(&number, bytes.data(), std::min(bytes.size(), sizeof number));
+    return from_i64(number);
 }
 
 Value lits(Value* arguments) {
     Node* x = arguments[0];
     switch (kind_of(x)) {
+        case 'a': return integer_of_bytes(post_payload(x));
+        case 'u': return integer_of_bytes(zits_text(x).view());
         case 'r': return numb_of_real(x);
-        case 'u': return pack_bytes(zits_text(x).view());
-        case 'a': return pack_bytes(post_payload(x));
         case 'i':
-        case 'o': return pack_list(x);
+        case 'o': {
+            if (is_leaf(x)) return leaf(leaf_bytes(x));
+            const std::optional<Limbs> list = words_of(x);
+            return list ? value_of_words(*list) : leaf_Z();
+        }
         default: return leaf_Z();
     }
 }
 
-/// The first n bits as cells in front of `rest`. Each element is a Leaf of its own.
-Value unpack(const String& bits, int64_t n, Value rest) {
+/// The first n bits in cells in front of a tail. Each element is a Leaf of its own.
+Value cells_of(const Limbs& bits, size_t n, Value tail) {
     const Value cell = leaf("J");
-    for (int64_t i = n; i-- > 0;) rest = apply(cell, truth(bit_get(i, bits)), std::move(rest));
-    return rest;
+    while (n-- > 0) tail = apply(cell, truth(test_bit(bits, n)), std::move(tail));
+    return tail;
 }
 
-/// The cells that the list has stay; a digit Leaf behind them is unpacked.
-Value unpack_number(Node* x) {
-    if (!is_list(x)) return leaf_Z();
+Value cells_of_list(const Limbs& list) { return cells_of(list, bit_length(list) - 1, leaf_K()); }
+
+/// A list with what is not yet in cells unfolded; the cells that it has keep their elements' Pairs.
+Value unfolded(Node* x) {
     std::vector<Node*> cells;
-    Node* end = x;
-    for (; !is_leaf(end); end = right(end)) cells.push_back(end);
-    if (is_leaf_of(end, 'K')) return Value::share(x);
-    const String bits = bits_of_digits(leaf_bytes(end));
-    Value list = unpack(bits, list_length(bits), leaf_K());
-    for (size_t i = cells.size(); i-- > 0;) {
-        list = pair(Value::share(left(cells[i])), std::move(list));
+    Node* tail = x;
+    for (; !is_leaf(tail); tail = right(tail)) {
+        if (!is_cell(tail)) return leaf_Z();
+        cells.push_back(left(tail));
+    }
+    if (first_byte(tail) == 'K') return Value::share(x);
+    if (!is_digit_byte(first_byte(tail))) return leaf_Z();
+    Value list = cells_of_list(*words_of(tail));
+    while (!cells.empty()) {
+        list = pair(Value::share(cells.back()), std::move(list));
+        cells.pop_back();
     }
     return list;
 }
 
-Value unpack_real(Node* x) { return unpack(String(leaf_bytes(x).substr(1)), 64, leaf_K()); }
-
-/// As many elements 0 as there are NULs at the end, a 1, and the bits of what is before them.
-Value unpack_post(Node* x) {
-    const std::string_view payload = post_payload(x);
-    const size_t last = payload.find_last_not_of('\0');
-    const std::string_view bytes = payload.substr(0, last == payload.npos ? 0 : last + 1);
-    const auto nuls = static_cast<int64_t>(payload.size() - bytes.size());
-    Limbs whole = shift_left(binary_of_bytes(bytes), nuls + 1);
-    set_bit(whole, nuls);
-    const String bits = bytes_of_binary(whole);
-    return unpack(bits, list_length(bits), leaf_K());
+/// As many elements 0 as there are NULs at the end, an element 1, and the bits of what is before
+/// them, its top bit being the end of the list.
+Value cells_of_bytes(std::string_view bytes) {
+    const size_t last = bytes.find_last_not_of('\0');
+    const size_t used = last == std::string_view::npos ? 0 : last + 1;
+    const size_t zeros = bytes.size() - used;
+    Limbs list = shift_left(words_of_bytes(bytes.substr(0, used)), zeros + 1);
+    set_bit(list, zeros);
+    return cells_of_list(list);
 }
 
 Value lots(Value* arguments) {
     Node* x = arguments[0];
     switch (kind_of(x)) {
-        case 'i':
-        case 'o': return unpack_number(x);
-        case 'r': return unpack_real(x);
-        case 'a': return unpack_post(x);
+        case 'a': return cells_of_bytes(post_payload(x));
         case 'u': return zits_expand(x);
-        default: return is_leaf_of(x, 'K') ? Value::share(x) : leaf_Z();
+        case 'r': return cells_of({std::bit_cast<uint64_t>(to_double(x))}, 64, leaf_K());
+        case 'i':
+        case 'o': return unfolded(x);
+        default: return is_leaf_of(x, 'K') ? leaf_K() : leaf_Z();
     }
 }
 

@@ -22,10 +22,10 @@ struct Divider {
     uint64_t reciprocal;  // (2^128 - 1) / divisor - 2^64
     int shift;
 
-    explicit Divider(uint64_t d) : shift(std::countl_zero(d)) {
-        divisor = d << shift;
-        reciprocal = static_cast<uint64_t>(~Wide{0} / divisor - (Wide{1} << 64));
-    }
+    constexpr explicit Divider(uint64_t d)
+        : divisor(d << std::countl_zero(d)),
+          reciprocal(static_cast<uint64_t>(~Wide{0} / divisor - (Wide{1} << 64))),
+          shift(std::countl_zero(d)) {}
 
     /// n / d for n below d * 2^64; the rest goes out.
     uint64_t divide(Wide n, uint64_t& rest) const {
