@@ -21,6 +21,12 @@ struct LowBits {
     uint64_t magnitude;  // the low 64 bits
 };
 
+/// Whether x is a Pair J b t whose element b begins with that byte.
+bool begins_with(Node* x, char bit) {
+    Node* cell = left(x);
+    return !is_leaf(cell) && first_byte(left(cell)) == 'J' && first_byte(right(cell)) == bit;
+}
+
 /// The number of a digit text modulo 2^64: no need to convert all of a long one.
 uint64_t low_bits_of_digits(std::string_view digits) {
     uint64_t number = 0;
@@ -57,13 +63,13 @@ Value name_leaf(Symbol& symbol) {
 }  // namespace
 
 bool is_integer(Node* x) {
-    if (!is_leaf(x)) return kind_of(x) == 'i';
+    if (!is_leaf(x)) return begins_with(x, 'K');
     const char* text = leaf_text(x);
     return *text == 'K' || (is_digit_byte(first_byte(x)) && !(text[0] == '0' && text[1] == '0'));
 }
 
 bool is_natural(Node* x) {
-    if (!is_leaf(x)) return kind_of(x) == 'o';
+    if (!is_leaf(x)) return begins_with(x, 'H');
     const char* text = leaf_text(x);
     if (*text == 'K') return true;
     return is_digit_byte(first_byte(x)) && (text[0] != '0' || text[1] == 0);

@@ -59,6 +59,11 @@ inline Node* new_short_leaf(int64_t length, size_t text_words) {
     return node;
 }
 
+/// The zeros at the front of two words of digit values, not all of them 0.
+inline int leading_zeros(uint64_t first, uint64_t second) {
+    return (first ? std::countr_zero(first) : 64 + std::countr_zero(second)) / 8;
+}
+
 /// The hint Leaf of a magnitude and a sign; -0 is not allowed.
 inline Value short_leaf(bool negative, uint64_t magnitude) {
     // The minus sign is a zero, so that a negative number is one with a leading zero kept. Each
@@ -76,23 +81,25 @@ inline Value short_leaf(bool negative, uint64_t magnitude) {
     }
     if (magnitude < ten_to_16) {
         const uint64_t high = eight_digits(magnitude / ten_to_8);
-        const uint64_t low = eight_digits(magnitude % ten_to_8) + ascii_zeros;
-        const int dropped = (high ? std::countr_zero(high) / 8 : 8) - sign;
+        const uint64_t low = eight_digits(magnitude % ten_to_8);
+        const int dropped = leading_zeros(high, low) - sign;
         if (dropped > 0) {
-            const Wide text = ((Wide{low} << 64) | (high + ascii_zeros)) >> (8 * dropped);
+            const Wide digits = (Wide{low + ascii_zeros} << 64) | (high + ascii_zeros);
+            const Wide text = digits >> (8 * dropped);
             Node* made = new_short_leaf(16 - dropped, 2);
             store_word(leaf_text(made), static_cast<uint64_t>(text));
             store_word(leaf_text(made) + 8, static_cast<uint64_t>(text >> 64));
             return Value::adopt(made);
         }
     }
-    const uint64_t high = eight_digits(magnitude / ten_to_16);
     const uint64_t rest = magnitude % ten_to_16;
-    char text[32] = {};
+    const uint64_t high = eight_digits(magnitude / ten_to_16);
+    const uint64_t middle = eight_digits(rest / ten_to_8);
+    char text[40] = {};
     store_word(text, high + ascii_zeros);
-    store_word(text + 8, eight_digits(rest / ten_to_8) + ascii_zeros);
+    store_word(text + 8, middle + ascii_zeros);
     store_word(text + 16, eight_digits(rest % ten_to_8) + ascii_zeros);
-    const int dropped = (high ? std::countr_zero(high) / 8 : 8) - sign;
+    const int dropped = leading_zeros(high, middle) - sign;
     Node* made = new_short_leaf(24 - dropped, 3);
     memcpy(leaf_text(made), text + dropped, 24);
     return Value::adopt(made);

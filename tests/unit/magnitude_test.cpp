@@ -1,0 +1,158 @@
+#include "number/magnitude.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "number/convolution.h"
+#include "number/decimal.h"
+
+namespace marl {
+namespace {
+
+std::mt19937_64 random_words(20240607);
+
+/// Limbs that are random, or runs of the least and the largest, where carries run far.
+template <class Radix>
+Limbs random_limbs(size_t n) {
+    Limbs limbs(n);
+    const bool extreme = random_words() % 2;
+    for (uint64_t& limb : limbs) {
+        limb = extreme ? (random_words() % 3 ? Radix::largest : 0) : random_words();
+        if (limb > Radix::largest) limb %= Radix::largest;
+    }
+    mag_trim(limbs);
+    return limbs;
+}
+
+/// The methods for long numbers from few limbs on, as long as it lives.
+template <class Radix>
+struct LowLimits {
+    size_t karatsuba = Radix::karatsuba_limit;
+    size_t transform = Radix::transform_limit;
+    size_t divide = Radix::divide_limit;
+
+    LowLimits(size_t karatsuba_limit, size_t transform_limit, size_t divide_limit) {
+        Radix::karatsuba_limit = karatsuba_limit;
+        Radix::transform_limit = transform_limit;
+        Radix::divide_limit = divide_limit;
+    }
+    ~LowLimits() {
+        Radix::karatsuba_limit = karatsuba;
+        Radix::transform_limit = transform;
+        Radix::divide_limit = divide;
+    }
+};
+
+template <class Radix>
+class Magnitudes : public testing::Test {};
+using Radices = testing::Types<Binary, Decimal>;
+TYPED_TEST_SUITE(Magnitudes, Radices);
+
+TYPED_TEST(Magnitudes, AllMethodsGiveTheSameProduct) {
+    for (int i = 0; i < 300; ++i) {
+        const Limbs a = random_limbs<TypeParam>(random_words() % 60);
+        const Limbs b = i % 4 == 0 ? a : random_limbs<TypeParam>(random_words() % 30);
+        Limbs schoolbook;
+        {
+            const LowLimits<TypeParam> limits(300, 1000, 1000);
+            schoolbook = mag_mul<TypeParam>(a, b);
+        }
+        for (const size_t transform_limit : {1000, 9, 1}) {
+            const LowLimits<TypeParam> limits(4 + random_words() % 5, transform_limit, 1000);
+            EXPECT_EQ(mag_mul<TypeParam>(a, b), schoolbook);
+            EXPECT_EQ(mag_mul<TypeParam>(a, a), mag_mul<TypeParam>(a, Limbs(a)));
+        }
+    }
+}
+
+TYPED_TEST(Magnitudes, ProductsDistributeAtTheLimitsInUse) {
+    for (const size_t n : {TypeParam::karatsuba_limit, 3 * TypeParam::karatsuba_limit + 1,
+                           TypeParam::transform_limit}) {
+        const Limbs a = random_limbs<TypeParam>(n + 1);
+        const Limbs b = random_limbs<TypeParam>(n);
+        const Limbs c = random_limbs<TypeParam>(n - 1);
+        EXPECT_EQ(mag_mul<TypeParam>(a, mag_add<TypeParam>(b, c)),
+                  mag_add<TypeParam>(mag_mul<TypeParam>(a, b), mag_mul<TypeParam>(c, a)));
+    }
+}
+
+TYPED_TEST(Magnitudes, QuotientsUndoProducts) {
+    for (const size_t divide_limit : {2, 3, 7, 1000}) {
+        const LowLimits<TypeParam> limits(8, 20, divide_limit);
+        for (int i = 0; i < 300; ++i) {
+            const Limbs quotient = random_limbs<TypeParam>(random_words() % 40);
+            Limbs divisor = random_limbs<TypeParam>(1 + random_words() % 30);
+            if (divisor.empty()) divisor = {1};
+            // The remainders next to both bounds are where a guessed digit is off.
+            Limbs remainder = mag_sub<TypeParam>(divisor, {1});
+            if (i % 3 == 0) remainder = {};
+            if (i % 3 == 1) {
+                mag_divide<TypeParam>(random_limbs<TypeParam>(30), divisor, remainder);
+            }
+            const Limbs dividend =
+                mag_add<TypeParam>(mag_mul<TypeParam>(quotient, divisor), remainder);
+            Limbs rest;
+            EXPECT_EQ(mag_divide<TypeParam>(dividend, divisor, rest), quotient);
+            EXPECT_EQ(rest, remainder);
+        }
+    }
+}
+
+TYPED_TEST(Magnitudes, DifferencesUndoSums) {
+    for (int i = 0; i < 300; ++i) {
+        const Limbs a = random_limbs<TypeParam>(random_words() % 10);
+        const Limbs b = random_limbs<TypeParam>(random_words() % 10);
+        const Limbs sum = mag_add<TypeParam>(a, b);
+        EXPECT_EQ(mag_sub<TypeParam>(sum, b), a);
+        EXPECT_GE(mag_compare(sum, a), 0);
+    }
+}
+
+TYPED_TEST(Magnitudes, PowersAreRepeatedProducts) {
+    const Limbs base = random_limbs<TypeParam>(3);
+    Limbs product{1};
+    for (uint64_t n = 0; n < 20; ++n) {
+        EXPECT_EQ(mag_pow<TypeParam>(base, n), product);
+        product = mag_mul<TypeParam>(product, base);
+    }
+    EXPECT_EQ(mag_pow<TypeParam>({}, ~uint64_t{0}), Limbs{});
+    EXPECT_EQ(mag_pow<TypeParam>({1}, ~uint64_t{0}), Limbs{1});
+}
+
+TEST(BaseChange, HalvesAgreeWithLimbByLimb) {
+    const size_t limit_in_use = base_change_limit;
+    for (size_t n = 0; n < 70; ++n) {
+        const Limbs binary = random_limbs<Binary>(n);
+        base_change_limit = 1000;
+        const Limbs decimal = decimal_of_binary(binary);
+        EXPECT_EQ(binary_of_decimal(decimal), binary);
+        for (const size_t limit : {1, 2, 5}) {
+            base_change_limit = limit;
+            EXPECT_EQ(decimal_of_binary(binary), decimal);
+            EXPECT_EQ(binary_of_decimal(decimal), binary);
+        }
+    }
+    base_change_limit = limit_in_use;
+}
+
+TEST(Convolutions, SumsOfProductsAtEveryLength) {
+    for (size_t n = 1; n < 400; n += n / 3 + 1) {
+        const size_t length = convolution_length(n);
+        std::vector<uint64_t> a(length);
+        std::vector<uint64_t> b(length);
+        std::vector<uint64_t> expected(length);
+        for (size_t i = 0; i < length; ++i) {
+            a[i] = random_words() % 1'000'000;
+            b[i] = random_words() % 1'000'000;
+        }
+        for (size_t i = 0; i < length; ++i) {
+            for (size_t j = 0; j < length; ++j) expected[(i + j) % length] += a[i] * b[j];
+        }
+        convolve(a, b);
+        EXPECT_EQ(a, expected) << length;
+    }
+}
+
+}  // namespace
+}  // namespace marl
