@@ -279,7 +279,9 @@ TEST(Structure, CorkChangesInPlaceOnlyWhatNobodyElseHolds) {
         Value arguments[] = {std::move(x), leaf("0"), leaf("65")};
         const Value result = symbol_of("cork").builtin->function(arguments);
         EXPECT_EQ(result.get() == node, !held);
-        if (held) EXPECT_NE(printed(result), printed(other));
+        if (held) {
+            EXPECT_NE(printed(result), printed(other));
+        }
     };
     evaluate("0");
     for (const bool held : {false, true}) {
