@@ -1,5 +1,6 @@
 #include "number/hint.h"
 
+#include <algorithm>
 #include <cstring>
 #include <optional>
 #include <string_view>
@@ -68,39 +69,37 @@ Value hint_of(bool negative, const Limbs& decimal) {
 // not, and where a difference went below 0, the byte's high half is not 0 and its low half is 6 too
 // large.
 
-/// The digit values of the last eight of n digits before `end`, or of all of them when n < 8.
-uint64_t digits_before(const char* end, size_t n) {
-    if (n >= 8) return __builtin_bswap64(load_word(end - 8)) & low_nibbles;
+/// The digit values of the eight digits in front of `end`, or of all of them when they are fewer.
+uint64_t digits_before(std::string_view text, size_t end) {
+    if (end >= 8) return __builtin_bswap64(load_word(text.data() + end - 8)) & low_nibbles;
     uint64_t word = 0;
-    for (size_t i = 0; i < n; ++i) word = word << 8 | (static_cast<uint8_t>(end[i - n]) & 0x0F);
+    for (size_t i = 0; i < end; ++i) word = word << 8 | (static_cast<uint8_t>(text[i]) & 0x0F);
     return word;
 }
 
-void store_digits(char* end, size_t n, uint64_t raised) {
+/// Puts the digits of a sum or difference in front of `end`, as many as there is room for.
+void store_digits(char* text, size_t end, uint64_t raised) {
     constexpr uint64_t bit_of_high_half = 0x0101010101010101;
-    const uint64_t digits =
-        (raised & low_nibbles) - ((raised >> 4) & bit_of_high_half) * 6 + ascii_zeros;
-    if (n >= 8) return store_word(end - 8, __builtin_bswap64(digits));
-    for (size_t i = 0; i < n; ++i)
-        end[-1 - static_cast<ptrdiff_t>(i)] = static_cast<char>(digits >> (8 * i));
+    uint64_t digits = (raised & low_nibbles) - ((raised >> 4) & bit_of_high_half) * 6 + ascii_zeros;
+    if (end >= 8) return store_word(text + end - 8, __builtin_bswap64(digits));
+    for (; end > 0; digits >>= 8) text[--end] = static_cast<char>(digits);
 }
 
 /// Writes a + b, as many digits as a has, which is no shorter than b. Tells whether a 1 is carried.
 bool write_sum(char* to, std::string_view a, std::string_view b) {
     constexpr uint64_t raise = 0xF6F6F6F6F6F6F6F6;
     bool carry = false;
-    size_t left_in_a = a.size();
-    size_t left_in_b = b.size();
-    while (left_in_a > 0) {
-        const size_t n = left_in_a < 8 ? left_in_a : 8;
-        uint64_t sum = digits_before(a.data() + left_in_a, left_in_a) + raise;
-        const bool over =
-            __builtin_add_overflow(sum, digits_before(b.data() + left_in_b, left_in_b), &sum);
+    size_t end_a = a.size();
+    size_t end_b = b.size();
+    while (end_a > 0) {
+        uint64_t sum = digits_before(a, end_a) + raise;
+        const bool over = __builtin_add_overflow(sum, digits_before(b, end_b), &sum);
         carry = __builtin_add_overflow(sum, uint64_t{carry}, &sum) || over;
-        store_digits(to + left_in_a, n, sum);
-        if (n < 8) return (sum >> (8 * n) & 0xFF) != 0xF6;
-        left_in_a -= n;
-        left_in_b -= left_in_b < 8 ? left_in_b : 8;
+        store_digits(to, end_a, sum);
+        // The byte above the last digits is as it was raised, unless they carry into it.
+        if (end_a < 8) return (sum >> (8 * end_a) & 0xFF) != (raise & 0xFF);
+        end_a -= 8;
+        end_b -= std::min<size_t>(end_b, 8);
     }
     return carry;
 }
@@ -108,16 +107,15 @@ bool write_sum(char* to, std::string_view a, std::string_view b) {
 /// Writes a - b, as many digits as a has, where a >= b and a is no shorter.
 void write_difference(char* to, std::string_view a, std::string_view b) {
     bool borrow = false;
-    size_t left_in_a = a.size();
-    size_t left_in_b = b.size();
-    while (left_in_a > 0) {
-        uint64_t difference = digits_before(a.data() + left_in_a, left_in_a);
-        const bool below = __builtin_sub_overflow(
-            difference, digits_before(b.data() + left_in_b, left_in_b), &difference);
+    size_t end_a = a.size();
+    size_t end_b = b.size();
+    while (end_a > 0) {
+        uint64_t difference = digits_before(a, end_a);
+        const bool below = __builtin_sub_overflow(difference, digits_before(b, end_b), &difference);
         borrow = __builtin_sub_overflow(difference, uint64_t{borrow}, &difference) || below;
-        store_digits(to + left_in_a, left_in_a, difference);
-        left_in_a -= left_in_a < 8 ? left_in_a : 8;
-        left_in_b -= left_in_b < 8 ? left_in_b : 8;
+        store_digits(to, end_a, difference);
+        end_a -= std::min<size_t>(end_a, 8);
+        end_b -= std::min<size_t>(end_b, 8);
     }
 }
 
