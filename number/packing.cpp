@@ -7,13 +7,13 @@
 #include <string_view>
 #include <vector>
 
-#include "library/families.h"
 #include "number/convert.h"
 #include "number/kind.h"
 #include "number/numb.h"
 #include "number/post.h"
 #include "number/words.h"
 #include "number/zits.h"
+#include "reduce/tables.h"
 
 namespace marl {
 
