@@ -1,0 +1,5 @@
+(let ((n (expt 3 20000)) (m (expt 7 9000)))
+  (display (quotient n m))
+  (newline)
+  (display (remainder n m))
+  (newline))
