@@ -78,6 +78,7 @@ Limbs change_base(const uint64_t* a, size_t n, size_t limit, const std::vector<L
 
 template <class To>
 Limbs change_base(const Limbs& number) {
+    if (number.empty() || (number.size() == 1 && number[0] < Decimal::base)) return number;
     const size_t limit = base_change_limit;
     std::vector<Limbs> powers;
     for (size_t n = limit; n < number.size(); n *= 2) {

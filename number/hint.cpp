@@ -171,6 +171,14 @@ Limbs divide_digits(const Operand& a, const Operand& b, Limbs& remainder) {
 /// Whether a magnitude times itself n times, n not 0, is known without doing it.
 bool is_own_power(std::string_view digits) { return digits == "0" || digits == "1"; }
 
+Value short_product(int64_t a, int64_t b) {
+    int64_t product;
+    if (!__builtin_mul_overflow(a, b, &product)) return short_leaf(product);
+    uint64_t high;
+    const uint64_t low = Decimal::split(Wide(a < 0 ? -a : a) * Wide(b < 0 ? -b : b), high);
+    return hint_of((a < 0) != (b < 0), {low, high});
+}
+
 }  // namespace
 
 Value hint_add(Node* x, Node* y) {
@@ -186,10 +194,8 @@ Value hint_sub(Node* x, Node* y) {
 }
 
 Value hint_mul(Node* x, Node* y) {
-    int64_t short_a, short_b, product;
-    if (both_short(x, y, short_a, short_b) && !__builtin_mul_overflow(short_a, short_b, &product)) {
-        return short_leaf(product);
-    }
+    int64_t short_a, short_b;
+    if (both_short(x, y, short_a, short_b)) return short_product(short_a, short_b);
     const Operand a = operand(x);
     const Operand b = operand(y);
     if (!a.is_list || !b.is_list) return leaf_Z();
