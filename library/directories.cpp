@@ -130,7 +130,15 @@ Handle* open_directory(const char* path) {
     return handle;
 }
 
+/// Whether there is a scan behind the handle; EBADF if not, as for the 0 of a failed opendir.
+bool is_open(const Handle* handle) {
+    if (handle && handle->scan) return true;
+    errno = EBADF;
+    return false;
+}
+
 Record* read_directory(Handle* handle) {
+    if (!is_open(handle)) return nullptr;
     Scan& scan = *handle->scan;
     if (!scan.ahead.present) return nullptr;
     const Entry entry = std::exchange(scan.ahead, next_entry(scan.directory));
@@ -139,10 +147,7 @@ Record* read_directory(Handle* handle) {
 }
 
 int close_directory(Handle* handle) {
-    if (!handle || !handle->scan) {
-        errno = EBADF;
-        return -1;
-    }
+    if (!is_open(handle)) return -1;
     const int failed = closedir(handle->scan->directory);
     delete handle->scan;
     free(handle);
