@@ -1,0 +1,63 @@
+#!/usr/bin/env python3
+"""The examples that need more than standard input: a client, a folder, several runs.
+
+    examples_test.py MARL
+
+The others are run by run_programs.py.
+"""
+import pathlib
+import socket
+import subprocess
+import sys
+import tempfile
+import unittest
+import urllib.request
+
+EXAMPLES = pathlib.Path(__file__).resolve().parent.parent / "examples"
+SECONDS = 60
+
+
+def run(name, *arguments, **options):
+    return subprocess.run([MARL, EXAMPLES / f"{name}.marl", *arguments], capture_output=True,
+                          timeout=SECONDS, check=False, **options)
+
+
+class Examples(unittest.TestCase):
+    def test_the_http_server_serves_its_page_and_ends(self):
+        with socket.socket() as probe:
+            probe.bind(("127.0.0.1", 0))
+            port = str(probe.getsockname()[1])
+        server = subprocess.Popen([MARL, EXAMPLES / "http_server.marl", port],
+                                  stdout=subprocess.PIPE)
+        try:
+            self.assertEqual(server.stdout.readline(), b"ready\n")
+            with urllib.request.urlopen(f"http://127.0.0.1:{port}/page", timeout=SECONDS) as reply:
+                self.assertEqual(reply.headers["Content-Type"], "text/html")
+                self.assertIn(b"<h1>Hello from marl</h1>", reply.read())
+            self.assertEqual(server.stdout.read(), b"GET /page HTTP/1.1\n")
+            self.assertEqual(server.wait(SECONDS), 0)
+        finally:
+            server.kill()
+            server.communicate()
+
+    def test_ls_sorts_a_folder_and_marks_its_kinds(self):
+        with tempfile.TemporaryDirectory() as folder:
+            root = pathlib.Path(folder)
+            (root / "b file").touch()
+            (root / "a").mkdir()
+            (root / "c").symlink_to("a")
+            listed = run("ls", root)
+            self.assertEqual((listed.stdout, listed.returncode), (b"a/\nb file\nc@\n", 0))
+            missing = run("ls", root / "none")
+            self.assertEqual((missing.stdout, missing.returncode), (b"", 1))
+
+    def test_json_finds_a_value_by_its_path(self):
+        text = (EXAMPLES / "json.in").read_bytes()
+        self.assertEqual(run("json", "more", "0", "a", "1", input=text).stdout, b"2\n")
+        self.assertEqual(run("json", "more", "7", input=text).stdout, b"no value\n")
+        self.assertEqual(run("json", input=b'{"a": [1, 2}').returncode, 1)
+
+
+if __name__ == "__main__":
+    MARL = str(pathlib.Path(sys.argv.pop(1)).resolve())
+    unittest.main()
