@@ -55,7 +55,7 @@ TEST(Machine, ReducesToTheSameFormEitherWay) {
         {"(x\\x\\x+x)(1)(2)", "4"},
         {"S(x\\y\\x+y)(x\\x*x)(1+2)", "12"},
         {"W(x\\y\\x*y)(3+4)", "49"},
-        {"from 1 ZHZHZK,from\\n\\J(n,from(n+1))", "3"},
+        {"from 1 Z H Z H Z K,from\\n\\J(n,from(n+1))", "3"},
         {"inc 1,inc\\anew,anew()\\x\\x+1", "2"},
     };
     for (const Case& c : cases) {
@@ -66,9 +66,9 @@ TEST(Machine, ReducesToTheSameFormEitherWay) {
 
 /// A random closed term in which nothing is used twice, so that it has an end.
 std::string random_term(std::mt19937& random, int size) {
-    static const char* const atoms[] = {"B", "C", "D", "E", "F", "H", "I", "J",    "K",    "L",
-                                        "N", "Q", "R", "T", "U", "V", "X", "Z",    "1",    "2",
-                                        "3", "+", "-", "=", "<", "&", "|", "flip", "pair", "once"};
+    static const char* const atoms[] = {
+        "B", "C", "D", "E", "F", "H", "I", "J",    "K",    "L",    "N",    "Q",    "R",    "T",
+        "U", "V", "X", "Z", "1", "2", "3", "plus", "dash", "same", "less", "flip", "pair", "once"};
     const auto pick = [&](size_t n) { return static_cast<size_t>(random() % n); };
     if (size <= 1) return atoms[pick(std::size(atoms))];
     const int part = 1 + static_cast<int>(pick(static_cast<size_t>(size - 1)));
