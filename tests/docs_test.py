@@ -4,11 +4,13 @@
     docs_test.py MARL
 
 Every built-in stands in docs/reference.md with its arity, and each example there gives the result
-behind its arrow, as `lisp` prints it.
+behind its arrow, as `lisp` prints it. Each program in docs/guide.md, and what it prints, is a file in
+docs/snippets, whose programs run_programs.py runs; each file there is in the guide.
 """
 import os
 import pathlib
 import re
+import socket
 import subprocess
 import sys
 import tempfile
@@ -16,6 +18,8 @@ import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 REFERENCE = (ROOT / "docs/reference.md").read_text()
+GUIDE = (ROOT / "docs/guide.md").read_text()
+SNIPPETS = ROOT / "docs/snippets"
 SECONDS = 60  # for one program; sanitizers are slow
 # What an example allocates it may leave to the end of the process.
 ENVIRONMENT = {**os.environ, "LC_ALL": "C", "TZ": "UTC0", "ASAN_OPTIONS": "detect_leaks=0"}
@@ -57,6 +61,18 @@ def examples():
     return re.findall(r"`([^`]+)`\s→\s`([^`]+)`", REFERENCE.replace("\\|", "|"))
 
 
+def guide_blocks():
+    """File name to content: the blocks that name a file behind their language."""
+    blocks = re.findall(r"^```(?:marl|text) (\S+)\n(.*?)^```$", GUIDE, re.MULTILINE | re.DOTALL)
+    return {name if "." in name else name + ".marl": text for name, text in blocks}
+
+
+def snippet_files():
+    """The same of the files. The colours of a Report don't show in the guide."""
+    return {path.name: re.sub(r"\x1b\[\d*m", "", path.read_text())
+            for path in SNIPPETS.iterdir() if path.suffix in (".marl", ".out", ".err")}
+
+
 class Documents(unittest.TestCase):
     def test_every_builtin_is_in_the_reference(self):
         promised = promised_builtins()
@@ -77,6 +93,31 @@ class Documents(unittest.TestCase):
                                          check=False)
                     self.assertEqual((run.stdout.decode("latin-1"), run.returncode), (result + "\n", 0),
                                      run.stderr)
+
+    def test_the_guide_shows_the_programs_that_are_tested(self):
+        shown, files = guide_blocks(), snippet_files()
+        in_a_session = {"01-hello.out", "23-server.out"}
+        self.assertEqual(set(shown), set(files) - in_a_session)
+        for name, text in shown.items():
+            self.assertEqual(text, files[name], name)
+
+    def test_the_server_of_the_guide_answers_in_capitals(self):
+        with socket.socket() as probe:
+            probe.bind(("127.0.0.1", 0))
+            port = probe.getsockname()[1]
+        server = subprocess.Popen([MARL, SNIPPETS / "23-server.marl", str(port)], env=ENVIRONMENT,
+                                  stdout=subprocess.PIPE)
+        try:
+            self.assertEqual(server.stdout.readline(), b"ready\n")
+            with socket.create_connection(("127.0.0.1", port), SECONDS) as client:
+                client.sendall(b"hello\n")
+                client.shutdown(socket.SHUT_WR)
+                self.assertEqual(client.makefile("rb").read(), b"HELLO\n")
+            self.assertEqual(server.stdout.read(), b"6 bytes\n")
+            self.assertEqual(server.wait(SECONDS), 0)
+        finally:
+            server.kill()
+            server.communicate()
 
 
 if __name__ == "__main__":
