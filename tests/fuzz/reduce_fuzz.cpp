@@ -25,7 +25,7 @@ class Generator {
 
     std::string term(int depth, int variables) {
         const int choice = next();
-        if (depth > 12) return atom(choice, variables);
+        if (depth > 12 || data_ == end_) return atom(choice, variables);
         const std::string variable(1, static_cast<char>('a' + variables % 26));
         switch (choice % 8) {
             case 0:
