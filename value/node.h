@@ -45,10 +45,8 @@ constexpr uint64_t pending_bit = uint64_t{1} << 62;
 constexpr uint64_t leaf_bit = uint64_t{1} << 63;
 constexpr uint64_t caches_mask = (leaf_bit - 1) & ~count_mask;
 
-/// Lengths from here on are not cached in `span`. A test build may lower it to get there quickly.
-#ifndef MARL_SPAN_LIMIT
-#define MARL_SPAN_LIMIT 0x4000000
-#endif
+/// Lengths from here on are not cached in `span`: 0x4000000, or less in builds that want to get
+/// there quickly.
 constexpr int64_t span_limit = MARL_SPAN_LIMIT;
 /// A cray's elements are counted in `span` itself, so this one can't move.
 constexpr int64_t cray_limit = 0x4000000;
