@@ -202,7 +202,7 @@ Node* fire(Node* function, Node* head, int inner, int held) {
     switch (kind) {
         case Head::data: return fire_data(kept_head.take(), force(arguments[0]));
         case Head::binder: return fire_binder(arguments, inner + held);
-        case Head::marker: return fire_marker(std::move(kept_head), force(arguments[0]));
+        case Head::marker: return fire_marker(kept_head, force(arguments[0]));
         case Head::failure: return fire_failure(arguments);
         case Head::name: break;
     }
