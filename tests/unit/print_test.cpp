@@ -3,6 +3,7 @@
 #include <random>
 #include <string>
 
+#include "front/grammar.h"
 #include "number/convert.h"
 #include "number/cray.h"
 #include "number/post.h"
@@ -110,6 +111,23 @@ TEST(Print, AgreesWithItsRulesOnWholeTexts) {
     for (int i = 0; i < 20000; ++i) {
         const Value value = random_value(random, static_cast<int>(random() % 7));
         ASSERT_EQ(printed(value), by_rules(value));
+    }
+}
+
+Value random_source_form(std::mt19937& random, int depth) {
+    static const char* const leaves[] = {"x", "_",   "K",    "Z",  "12",
+                                         "0", "[a]", "name", "[]", "[a[b]]"};
+    if (depth == 0 || random() % 4 == 0) return leaf(leaves[random() % std::size(leaves)]);
+    Value function = random_source_form(random, depth - 1);
+    return pair(std::move(function), random_source_form(random, depth - 1));
+}
+
+TEST(Print, WhatHasASourceFormIsParsedBack) {
+    std::mt19937 random(11);
+    for (int i = 0; i < 20000; ++i) {
+        const Value value = random_source_form(random, static_cast<int>(random() % 7));
+        const std::string text = printed(value);
+        ASSERT_EQ(compare(parse_expression(text), value), 0) << text;
     }
 }
 
