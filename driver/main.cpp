@@ -2,6 +2,7 @@
 //
 // Answers a missing or unreadable file itself, reads the program whole, and runs it.
 #include <cstdio>
+#include <new>
 #include <string_view>
 
 #include "driver/report.h"
@@ -81,5 +82,7 @@ uint32_t run_process(int argument_count, char** arguments) {
 }  // namespace marl
 
 int main(int argument_count, char** arguments) {
+    // The containers of the standard library end as malloc does here when memory does.
+    std::set_new_handler(marl::out_of_memory);
     return static_cast<int>(marl::run_process(argument_count, arguments));
 }
