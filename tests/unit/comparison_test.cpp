@@ -150,14 +150,14 @@ std::string by_rules(const std::string& name, Node* x, Node* y) {
         if (cray_slot(x, i) == cray_slot(y, i) && cray_slot(x, i)) continue;
         const Value a = element(x, i);
         const Value b = element(y, i);
-        const std::string same = by_rules("same", a, b);
+        std::string same = by_rules("same", a, b);
         if (name == "same") {
             if (same != "K") return same;
         } else if (name == "gteq") {
             if (same == "Z") return "Z";
             if (same != "K") return by_rules("gteq", a, b);
         } else {
-            const std::string less = by_rules("less", a, b);
+            std::string less = by_rules("less", a, b);
             if (less != "H") return less;
             if (same == "H") return "H";
         }
