@@ -1,0 +1,52 @@
+#!/usr/bin/env python3
+"""What `cmake --install` puts in place works from there.
+
+    install_test.py MARL
+
+MARL stands in the build folder that is installed.
+"""
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+DOCUMENTS = "share/doc/marl"
+EXPECTED = ["bin/marl", "share/man/man1/marl.1", f"{DOCUMENTS}/README.md", f"{DOCUMENTS}/copyright",
+            f"{DOCUMENTS}/docs/guide.md", f"{DOCUMENTS}/docs/snippets/01-hello.marl",
+            "share/marl/editors/vim/syntax/marl.vim", "share/marl/editors/vscode/package.json"]
+
+
+def run(*command):
+    return subprocess.run(command, capture_output=True, check=True).stdout
+
+
+class Installation(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.prefix = pathlib.Path(folder.name)
+        run("cmake", "--install", MARL.parent, "--prefix", self.prefix)
+
+    def test_everything_is_in_its_place(self):
+        missing = [name for name in EXPECTED if not (self.prefix / name).is_file()]
+        self.assertEqual(missing, [])
+
+    def test_the_installed_marl_runs_an_installed_example(self):
+        example = self.prefix / DOCUMENTS / "examples/mergesort.marl"
+        self.assertEqual(run(self.prefix / "bin/marl", example),
+                         example.with_suffix(".out").read_bytes())
+
+    @unittest.skipUnless(shutil.which("groff"), "no groff")
+    def test_the_man_page_formats_without_a_warning(self):
+        page = self.prefix / "share/man/man1/marl.1"
+        shown = subprocess.run(["groff", "-man", "-Tutf8", "-ww", page], capture_output=True,
+                               check=True)
+        self.assertEqual(shown.stderr, b"")
+        self.assertIn("a\\done{puts(init[Hello, world!])}0", shown.stdout.decode())
+
+
+if __name__ == "__main__":
+    MARL = pathlib.Path(sys.argv.pop(1)).resolve()
+    unittest.main()
