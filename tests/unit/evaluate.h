@@ -11,17 +11,18 @@
 #include "front/prelude.h"
 #include "front/scan.h"
 #include "reduce/machine.h"
+#include "reduce/tables.h"
 #include "value/value.h"
 
 namespace marl {
 
 /// The Value that an expression reduces to.
 inline Value evaluated(std::string_view expression) {
-    static const bool ready = [] {
+    // Another test of the process may have left a program without built-ins.
+    if (!find_definition("plus")) {
         build_prelude();
-        return parse_program("a\\0").kind == "check";
-    }();
-    MARL_REQUIRE(ready);
+        MARL_REQUIRE(passed(parse_program("a\\0")));
+    }
     return reduce(parse_expression(normalise(expression).view()));
 }
 
