@@ -38,10 +38,11 @@ void report_live_nodes() {
 
 }  // namespace
 
-uint32_t run_source(const String& source, int64_t arguments) {
+uint32_t run_source(String source, int64_t arguments) {
     build_prelude();
     const Report parsed = parse_program(source);
     if (!passed(parsed)) return fail(parsed);
+    source = String();  // nothing looks at the text again
 
     install_interrupt_handler();
     const Report outcome = run_program(arguments);
