@@ -24,12 +24,6 @@ namespace marl {
 
 namespace {
 
-String joined(std::initializer_list<std::string_view> parts) {
-    Rope rope;
-    for (const std::string_view part : parts) rope_append(rope, part);
-    return rope_flatten(rope);
-}
-
 /// A sentence about a definition: "Place error." for the entry expression, else
 /// "Place error in function f.".
 String sentence(std::string_view fault, const String& name) {

@@ -49,12 +49,6 @@ struct Module {
 using Fault = std::optional<Report>;
 using Step = Fault (*)(Module& module);
 
-String joined(std::initializer_list<std::string_view> parts) {
-    Rope rope;
-    for (const std::string_view part : parts) rope_append(rope, part);
-    return rope_flatten(rope);
-}
-
 // Before the definitions are published, `definitions` holds them.
 
 Report binder_key_fault(const Definition& definition) {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -22,5 +23,12 @@ inline void rope_push(Rope& rope, char byte) { rope.bytes.push_back(byte); }
 inline int64_t rope_length(const Rope& rope) { return static_cast<int64_t>(rope.bytes.size()); }
 /// The whole text as one String. The Rope keeps its text.
 inline String rope_flatten(const Rope& rope) { return String(std::string_view(rope.bytes)); }
+
+/// All parts in a row as one String.
+inline String joined(std::initializer_list<std::string_view> parts) {
+    Rope rope;
+    for (const std::string_view part : parts) rope_append(rope, part);
+    return rope_flatten(rope);
+}
 
 }  // namespace marl
