@@ -191,11 +191,6 @@ String fit_line(std::string_view text) {
     return concat(text.substr(0, 69), "...");
 }
 
-void redvfail(const char* word) {
-    put_text(put_text(put_text(stream_out, "REDVFAIL: "), word), "\n");
-    fatal_stop(__FILE__, __LINE__);
-}
-
 void bug_note(const String& line) {
     mkdir("/tmp", 0777);
     if (FILE* file = fopen("/tmp/both.bug", "a")) {

@@ -44,10 +44,6 @@ String clip_text(std::string_view text, bool wings);
 /// five bytes is marked, so that it can't be taken for a position code.
 String fit_line(std::string_view text);
 
-/// The end of the process for a table that lacks what it must hold: the word on standard output,
-/// then a fatal stop.
-[[noreturn]] void redvfail(const char* word);
-
 /// Appends a line, which must end in a newline, to the record of impossible cases, "/tmp/both.bug".
 /// Nothing happens when that file can't be written.
 void bug_note(const String& line);

@@ -50,7 +50,7 @@ class ErrnoScope {
 int64_t to_address(Value& slot);
 
 /// 64 bits on their way into a C parameter, which may be an integer or a pointer of any type.
-struct Word {
+struct Bits64 {
     int64_t bits;
 
     template <class To>
@@ -64,16 +64,16 @@ struct Word {
 
 struct I {
     static bool fits(Node* x) { return is_integer(x); }
-    static Word take(Value& slot) { return {to_i64(slot)}; }
+    static Bits64 take(Value& slot) { return {to_i64(slot)}; }
 };
 struct N {
     // A list of bits beginning H is a natural, but a numb: no size for C.
     static bool fits(Node* x) { return is_natural(x) && is_integer(x); }
-    static Word take(Value& slot) { return {to_i64(slot)}; }
+    static Bits64 take(Value& slot) { return {to_i64(slot)}; }
 };
 struct M {
     static bool fits(Node* x) { return is_memory(x); }
-    static Word take(Value& slot) { return {to_address(slot)}; }
+    static Bits64 take(Value& slot) { return {to_address(slot)}; }
 };
 struct R {
     static bool fits(Node* x) { return is_real(x); }

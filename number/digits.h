@@ -5,9 +5,8 @@
 //
 //   cells        J b t: what a program builds, and what `lots` gives; t is the rest in any form
 //   digit Leaf   a decimal text; each text, leading zeros included, is exactly one list
-//   bit string   a String: bit i is bit i % 8 of byte i / 8. Elements are the bits below the
-//   highest
-//                set one, which is the end of the list. 0x01 is the empty list, 0x06 the list 0, 1
+//   bit string   a String: bit i is bit i % 8 of byte i / 8. The highest set bit is the end of the
+//                list, the bits below are its elements. 0x01 is the empty list, 0x06 the list 0, 1
 //
 // The text of a list, read as the whole number w = sum of bit i * 2^i, the end included:
 //

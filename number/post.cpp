@@ -99,10 +99,6 @@ PostHalves post_halves(Node* post) {
     return {post_make(bytes.substr(0, low)), post_make(bytes.substr(low))};
 }
 
-bool post_is_tree(Node* x) {
-    return walk_tree(x, [](char) {});
-}
-
 std::optional<String> post_of_tree(Node* x) {
     Rope bytes;
     if (!walk_tree(x, [&](char byte) { rope_push(bytes, byte); })) return std::nullopt;

@@ -31,9 +31,8 @@ struct PostHalves {
 /// The first s bytes and the rest, s the largest power of two below the length, which is 2 or more.
 PostHalves post_halves(Node* post);
 
-/// Whether x is a tree of bytes: K, a byte as a tree of eight Leaves, or a J cell of two trees.
-bool post_is_tree(Node* x);
-/// The bytes of a tree, left to right; nothing when x is no tree of bytes.
+/// The bytes of a tree, left to right: K, a byte as a tree of eight Leaves, or a J cell of two
+/// trees. Nothing when x is no tree of bytes.
 std::optional<String> post_of_tree(Node* x);
 
 }  // namespace marl

@@ -4,16 +4,14 @@
 // that it interrupts, behind an entry of kind `base`. Read as an expression, an entry on context L
 // means, for the focus r:
 //
-//   argument  r applied to the node, which is held back: L (T node r)
-//   delayed   the same, the argument being a Delayed of reduce/enter.h that has no node yet
-//   call      the value of argument `data` of the function in the node: the arguments themselves
-//   are
-//             the argument entries below, counted from 1, that argument's own entry being empty
-//             while it is reduced
-//   let       the body in the node, with r for the letter `data`
+//   argument     r applied to the node, which is held back: L (T node r)
+//   delayed      the same, the argument being a Delayed of reduce/enter.h that has no node yet
+//   call         the function in the node, with r for its argument `data`, counted from 1: the
+//                arguments are the entries below, and this one's is empty while it is reduced
+//   let          the body in the node, with r for the letter `data`
 //   delayed_let  the same, the body being a Delayed that misses its last argument, r
-//   function  the node applied to r
-//   update    r becomes the memoised definition of the symbol `data`
+//   function     the node applied to r
+//   update       r becomes the memoised definition of the symbol `data`
 //
 // Entries own what they hold. A pointer into the stack is good until the next push, and no longer
 // than the next call that may run program code.

@@ -135,8 +135,6 @@ void set_cray_slot(Node* cray, int64_t i, Node* element) {
     memcpy(leaf_text(cray) + 1 + i * int64_t{sizeof element}, &element, sizeof element);
 }
 
-int base64_value(uint8_t digit) { return base64_values[digit]; }
-
 String base64_name(int64_t n) {
     MARL_REQUIRE(n >= 0 && n <= 0x40000000);
     if (n == 0x40000000) return "!!!!!";

@@ -80,7 +80,6 @@ Value apply(Value f, Value x, Rest... rest) {
         return apply(pair(std::move(f), std::move(x)), std::move(rest)...);
     }
 }
-inline Value apply3(const Value& a, const Value& b, const Value& c) { return apply(a, b, c); }
 
 /// The length of a Leaf's text in bytes; 0 for a Pair. 8n + 1 for a cray of n elements.
 int64_t length(Node* node);
@@ -111,8 +110,6 @@ int compare(Node* a, Node* b);
 
 /// The digit alphabet of counts and positions, value 0 to 63.
 extern const char base64_digits[65];
-/// The value of a digit of that alphabet; -1 for any other byte.
-int base64_value(uint8_t digit);
 /// A position, 0 to 0x40000000, as five digits, most significant first; "!!!!!" for the largest.
 /// Anything else is a fatal stop.
 String base64_name(int64_t n);
