@@ -10,7 +10,7 @@ import re
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-FOLDERS = ["text", "value", "reduce", "number", "front", "library", "driver"]
+FOLDERS = ["text", "value", "reduce", "number", "front", "library", "driver", "lab"]
 UPWARD = {"driver/report.h": {"number", "front", "library"}}
 INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
 
