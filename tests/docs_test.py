@@ -13,8 +13,9 @@ import re
 import socket
 import subprocess
 import sys
-import tempfile
 import unittest
+
+import run_tables
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 REFERENCE = (ROOT / "docs/reference.md").read_text()
@@ -83,16 +84,10 @@ class Documents(unittest.TestCase):
 
     def test_every_example_of_the_reference_is_so(self):
         self.assertGreater(len(examples()), 300)
-        with tempfile.TemporaryDirectory() as folder:
-            program = pathlib.Path(folder, "example.marl")
-            for expression, result in examples():
-                with self.subTest(expression):
-                    program.write_text(f"a\\z{{puts(init(lisp({expression})))}}0")
-                    run = subprocess.run([MARL, program], cwd=folder, capture_output=True,
-                                         env=ENVIRONMENT, stdin=subprocess.DEVNULL, timeout=SECONDS,
-                                         check=False)
-                    self.assertEqual((run.stdout.decode("latin-1"), run.returncode), (result + "\n", 0),
-                                     run.stderr)
+        block = run_tables.Block()
+        block.rows = [run_tables.Row(f"reference.md, example {number}", [expression, result])
+                      for number, (expression, result) in enumerate(examples(), 1)]
+        self.assertEqual(run_tables.Runner(MARL, SECONDS, ENVIRONMENT).faults(block), [])
 
     def test_the_guide_shows_the_programs_that_are_tested(self):
         shown, files = guide_blocks(), snippet_files()
