@@ -9,13 +9,12 @@
 // make a partial application, which is a value.
 #include "reduce/machine.h"
 
-#include <sys/resource.h>
-
 #include "reduce/build.h"
 #include "reduce/enter.h"
 #include "reduce/fire.h"
 #include "reduce/frames.h"
 #include "reduce/literal.h"
+#include "reduce/nesting.h"
 #include "reduce/stack.h"
 #include "reduce/tables.h"
 #include "value/todo.h"
@@ -109,21 +108,6 @@ bool is_out_of_steps() { return steps_left <= 0 || --steps_left == 0; }
 #else
 constexpr bool is_out_of_steps() { return false; }
 #endif
-
-/// Runs nest on the process's own stack: a todo action that makes and drops another, a load within
-/// a load. Ends the process in time with a message.
-void guard_nesting() {
-    static const char* const outermost = static_cast<const char*>(__builtin_frame_address(0));
-    static const ptrdiff_t room = [] {
-        constexpr ptrdiff_t reserve = 256 * 1024;
-        constexpr ptrdiff_t most = ptrdiff_t{1} << 30;
-        rlimit limit{};
-        getrlimit(RLIMIT_STACK, &limit);
-        const bool small = limit.rlim_cur < static_cast<rlim_t>(most);
-        return (small ? static_cast<ptrdiff_t>(limit.rlim_cur) : most) - reserve;
-    }();
-    if (outermost - static_cast<const char*>(__builtin_frame_address(0)) > room) out_of_memory();
-}
 
 }  // namespace
 

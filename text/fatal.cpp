@@ -22,11 +22,13 @@ void fatal_stop(const char* path, int line) {
     abort();
 }
 
-void out_of_memory() {
-    constexpr char message[] = "marl: out of memory\n";
-    if (write(2, message, sizeof message - 1) < 0) _exit(1);
+void end_with_line(const char* line) {
+    fflush(nullptr);
+    if (write(2, line, strlen(line)) < 0) _exit(1);  // nothing more can be said
     _exit(1);
 }
+
+void out_of_memory() { end_with_line("marl: out of memory\n"); }
 
 void* allocate_bytes(size_t size) {
     void* block = malloc(size);

@@ -1,7 +1,9 @@
 // The fatal stop: the answer to every broken invariant.
 //
 // One line on descriptor 2, "ASSERTION FAILED:path:line", and then abort. There is no recovery, and
-// no message besides the place; exhausted memory has a line of its own.
+// no message besides the place. Where it is the process that has come to an end of its means, of
+// memory or of stack, it ends in better order: what the program has printed is kept, and a line
+// says what was missing.
 #pragma once
 
 #include <cstddef>
@@ -12,7 +14,10 @@ namespace marl {
 /// be written.
 [[noreturn]] void fatal_stop(const char* path, int line);
 
-/// Writes "marl: out of memory" to descriptor 2 and ends the process with status 1.
+/// Hands over what C's streams still hold, writes the line to descriptor 2, and ends the process
+/// with status 1. Takes no memory.
+[[noreturn]] void end_with_line(const char* line);
+/// The same with the line "marl: out of memory".
 [[noreturn]] void out_of_memory();
 
 /// malloc and realloc that never give null: exhaustion ends the process by `out_of_memory`.
