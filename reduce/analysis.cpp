@@ -43,9 +43,8 @@ void analyse_leaf(Node* leaf) {
     const std::string_view name =
         text[0] && !text[1] ? std::string_view(text, 1) : leaf_bytes(leaf);
     if (!is_name(name)) return set_rank(leaf, 1);
-    Symbol*& symbol = symbol_slot(leaf);
-    if (!symbol) symbol = &symbol_of(name);
-    if (symbol->definition) return set_rank(leaf, symbol->parameters);
+    const Symbol& symbol = symbol_of_leaf(leaf);
+    if (symbol.definition) return set_rank(leaf, symbol.parameters);
     const auto letter = static_cast<uint8_t>(text[0] - 'a');
     MARL_REQUIRE(letter < 26 && name.size() == 1);
     set_rank(leaf, rank_variable);

@@ -109,7 +109,7 @@ Node* call_definition(Symbol& symbol, Arguments& arguments, int count) {
     }
     MARL_REQUIRE(symbol.body->arity == count);
     // A copy with a todo Value in it acts when it is dropped, also before anybody looks at it.
-    const bool entered = arguments_apply_directly && !symbol.body->names_todo;
+    const bool entered = !symbol.body->names_todo;
     return entered ? enter(*symbol.body, arguments.data())
                    : copy_body(*symbol.body, arguments.data());
 }

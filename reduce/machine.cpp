@@ -11,10 +11,11 @@
 
 #include "reduce/build.h"
 #include "reduce/enter.h"
+#include "reduce/exactness.h"
 #include "reduce/fire.h"
 #include "reduce/frames.h"
-#include "reduce/literal.h"
 #include "reduce/nesting.h"
+#include "reduce/plain.h"
 #include "reduce/stack.h"
 #include "reduce/tables.h"
 #include "value/todo.h"
@@ -103,18 +104,13 @@ Node* step_settled(Node* focus) {
     }
 }
 
-#ifdef MARL_STEP_LIMIT
-bool is_out_of_steps() { return steps_left <= 0 || --steps_left == 0; }
-#else
-constexpr bool is_out_of_steps() { return false; }
-#endif
-
 }  // namespace
 
 Value reduce(Value expression) {
     guard_nesting();
     const TodoArming armed(true);
     analyse(expression);
+    if (exactness_due) return plain_reduce(empty_context(), std::move(expression));
     Node* focus = expression.take();
     push(Waiting::base, nullptr);
     for (;;) {
@@ -127,10 +123,7 @@ Value reduce(Value expression) {
             focus = exhausted.take();
             break;
         }
-        if (!arguments_apply_directly) {
-            if (settled_analysed(focus) && stack.top[-1].kind() == Waiting::base) break;
-            focus = literal_step(focus);
-        } else if (!settled_analysed(focus)) {
+        if (!settled_analysed(focus)) {
             focus = step_unsettled(focus);
         } else if (stack.top[-1].kind() != Waiting::base) {
             focus = step_settled(focus);

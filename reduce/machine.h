@@ -22,6 +22,10 @@ extern volatile sig_atomic_t interrupted;
 /// nested runs; whoever wants another run sets it anew.
 constexpr int64_t step_limit = MARL_STEP_LIMIT;
 extern int64_t steps_left;
+/// Takes one step of those that are left.
+inline bool is_out_of_steps() { return steps_left <= 0 || --steps_left == 0; }
+#else
+constexpr bool is_out_of_steps() { return false; }
 #endif
 
 /// Whether r is an abort: a Pair whose left child is a Leaf with first byte ")" or "]".

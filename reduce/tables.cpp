@@ -4,11 +4,12 @@
 
 #include "reduce/analysis.h"
 #include "reduce/body.h"
+#include "reduce/exactness.h"
 
 namespace marl {
 
 std::map<String, Value> prelude_definitions;
-bool arguments_apply_directly = false;
+bool exactness_due = false;
 
 namespace {
 
@@ -31,7 +32,8 @@ int count_parameters(Node* definition) {
     return count;
 }
 
-/// Whether an expression is \ x (\ y (y x)): what the machine's held-back arguments mean.
+/// Whether an expression is \ x (\ y (y x)): what held-back arguments mean, and may be taken for as
+/// long as it is so.
 bool is_reversed_application(Node* e) {
     if (form(e) != Form::lambda || form(lambda_body(e)) != Form::lambda) return false;
     Node* x = lambda_key(e);
@@ -62,6 +64,13 @@ Symbol& symbol_of(std::string_view name) {
     return symbol;
 }
 
+Symbol& bind_symbol(Node* name_leaf) {
+    Symbol& symbol = symbol_of(leaf_bytes(name_leaf));
+    symbol_slot(name_leaf) = &symbol;
+    if (symbol.name.view() == "todo") exactness_due = true;
+    return symbol;
+}
+
 Node* find_definition(std::string_view name) {
     Symbol* symbol = find_symbol(name);
     return symbol ? symbol->definition.get() : nullptr;
@@ -71,8 +80,8 @@ void set_definition(Symbol& symbol, Value expression) {
     symbol.parameters = count_parameters(expression);
     symbol.body.reset();
     symbol.definition = std::move(expression);
-    if (symbol.name.view() == "T") {
-        arguments_apply_directly = is_reversed_application(symbol.definition);
+    if (symbol.name.view() == "T" && !is_reversed_application(symbol.definition)) {
+        exactness_due = true;
     }
 }
 
@@ -98,6 +107,7 @@ void clear_definitions() {
         erase_definition(*symbol);
         symbol->unmemoised = false;
     }
+    exactness_due = false;
 }
 
 void bind_builtins() {

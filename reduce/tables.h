@@ -49,11 +49,13 @@ struct Symbol {
 Symbol& symbol_of(std::string_view name);
 /// The Symbol of a name if anything has asked for it, else null.
 Symbol* find_symbol(std::string_view name);
+/// Finds the Symbol of a name Leaf and keeps it in the Leaf. A program that gets so far with the
+/// name `todo` has need of exactness from here on.
+Symbol& bind_symbol(Node* name_leaf);
 /// The Symbol of a name Leaf, kept in the Leaf from the first question on.
 inline Symbol& symbol_of_leaf(Node* name_leaf) {
-    Symbol*& slot = symbol_slot(name_leaf);
-    if (!slot) slot = &symbol_of(leaf_bytes(name_leaf));
-    return *slot;
+    Symbol* symbol = symbol_slot(name_leaf);
+    return symbol ? *symbol : bind_symbol(name_leaf);
 }
 
 /// The definition of a name, borrowed; null when it has none.
@@ -73,10 +75,6 @@ void clear_definitions();
 std::span<const Row> builtin_table();
 /// Binds the rows of the built-in table to their symbols; done again, it changes nothing.
 void bind_builtins();
-
-/// Whether `T` is defined as reversed application, as the prelude has it. An argument that the
-/// machine holds back means (T y): only then may it simply be applied.
-extern bool arguments_apply_directly;
 
 /// A copy of the definitions as the prelude left them, until the program check has restored from it
 /// what it needs.

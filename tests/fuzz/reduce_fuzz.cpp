@@ -11,6 +11,7 @@
 #include "front/intern.h"
 #include "front/prelude.h"
 #include "front/scan.h"
+#include "reduce/exactness.h"
 #include "reduce/machine.h"
 #include "reduce/tables.h"
 
@@ -79,10 +80,10 @@ void open_program() {
 
 /// The result of a term, whose names are all letters or defined; null when the step limit ended it.
 Value result_of(const Value& term, bool literally) {
-    arguments_apply_directly = !literally;
+    exactness_due = literally;
     steps_left = step_limit;
     Value result = reduce(term);
-    arguments_apply_directly = true;
+    exactness_due = false;
     return steps_left > 0 ? result : Value();
 }
 

@@ -1,0 +1,36 @@
+// The plain machine: the language's rules one by one, for programs that can see more than results.
+//
+// A state is a context and a focus, and means the context applied to the focus. Both are ordinary
+// expressions on the heap. A context is one of
+//
+//   I                 nothing waits for the focus
+//   B s f             the focus is the argument of f, under the context s
+//   B s (T y)         the same, read as: y is held back, and the focus r becomes T y r
+//
+// A step makes the next state first and drops the old one then, its context before its focus. What
+// dies with it dies left before right, depth first. `todo` Values act in just that order, and the
+// in-place rule counts just those holders.
+#pragma once
+
+#include "value/value.h"
+
+namespace marl {
+
+/// The context in which nothing waits.
+Value empty_context();
+/// A context on top of `context`, in which the focus becomes the argument of `function`.
+Value function_frame(Value context, Value function);
+/// The same in which `argument` is held back.
+Value argument_frame(Value context, Value argument);
+
+/// Whether a state is a run's last one: no work in the focus, and nothing that waits for it.
+bool is_last_state(Node* context, Node* focus);
+
+/// One step. Both slots hold the next state afterwards. The state must be closed, not the last one
+/// and its context of the forms above; anything else is a fatal stop.
+void plain_step(Value& context, Value& focus);
+
+/// Takes a state, of whichever machine's making, to its last one, and gives that one's focus.
+Value plain_reduce(Value context, Value focus);
+
+}  // namespace marl
