@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <new>
 #include <string_view>
+#include <vector>
 
 #include "driver/report.h"
 #include "driver/run.h"
@@ -85,12 +86,22 @@ String read_source(const String& path) {
     return source;
 }
 
+/// The address of an argument array as programs read it, 64 bits an entry. Where pointers are
+/// narrower that is a copy, for the life of the process.
+int64_t wide_array(char** arguments) {
+    if constexpr (sizeof(char*) == sizeof(uint64_t)) return reinterpret_cast<int64_t>(arguments);
+    static std::vector<uint64_t> wide;
+    while (*arguments) wide.push_back(reinterpret_cast<uintptr_t>(*arguments++));
+    wide.push_back(0);
+    return reinterpret_cast<int64_t>(wide.data());
+}
+
 uint32_t run_process(int argument_count, char** arguments) {
     MARL_REQUIRE(argument_count != 0);
     if (argument_count == 1) return show_usage();
     const String path(arguments[1]);
     if (!can_open(path)) return show_unreadable(path);
-    return run_source(read_source(path), reinterpret_cast<int64_t>(arguments + 2));
+    return run_source(read_source(path), wide_array(arguments + 2));
 }
 
 }  // namespace

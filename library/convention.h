@@ -55,7 +55,13 @@ struct Bits64 {
 
     template <class To>
     requires std::is_integral_v<To>
-    operator To() const { return static_cast<To>(bits); }
+    operator To() const {
+        // A size that is too large for a narrower size_t stays too large.
+        if constexpr (std::is_same_v<To, size_t> && sizeof(size_t) < sizeof bits) {
+            if (static_cast<uint64_t>(bits) > SIZE_MAX) return SIZE_MAX;
+        }
+        return static_cast<To>(bits);
+    }
     template <class To>
     operator To*() const {
         return reinterpret_cast<To*>(bits);

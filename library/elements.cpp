@@ -11,6 +11,7 @@
 #include "number/post.h"
 #include "number/short_hint.h"
 #include "number/zits.h"
+#include "text/bit_cast.h"
 
 namespace marl {
 
@@ -54,7 +55,7 @@ Value look_number(Node* x, int64_t i) {
 }
 
 Value look_real(Node* x, int64_t i) {
-    const auto bits = std::bit_cast<uint64_t>(to_double(x));
+    const auto bits = bit_cast<uint64_t>(to_double(x));
     const int64_t at = from_end(i, real_bits);
     if (at < 0 || at > real_bits) return leaf_Z();
     return truth(at < real_bits && (bits >> at & 1) != 0);
@@ -117,10 +118,10 @@ Value cork_number(Node* x, int64_t i, Node* v) {
 Value cork_real(Node* x, int64_t i, Node* v) {
     const int64_t at = from_end(i, real_bits);
     if (at < 0 || at >= real_bits || !is_bit(v)) return leaf_Z();
-    auto bits = std::bit_cast<uint64_t>(to_double(x));
+    auto bits = bit_cast<uint64_t>(to_double(x));
     const uint64_t mask = uint64_t{1} << at;
     bits = is_leaf_of(v, 'K') ? bits | mask : bits & ~mask;
-    return from_double(std::bit_cast<double>(bits));
+    return from_double(bit_cast<double>(bits));
 }
 
 /// The bounds of a slice; nothing when they lie outside.

@@ -6,6 +6,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 
 #include "library/convention.h"
@@ -65,7 +66,8 @@ int run_command(const char* command) {
     sigaction(SIGQUIT, &ignore, &before);
     pid_t child;
     const int failure = start_shell(command, before.sa_handler != SIG_IGN, &child);
-    int status = W_EXITCODE(127, 0);  // as from a shell that could not be run
+    constexpr int not_run = 127 << 8;  // the exit status of a shell that could not be run
+    int status = not_run;
     if (failure == 0) {
         status = wait_for(child);
     } else {
@@ -79,12 +81,39 @@ int run_command(const char* command) {
 
 int error_number() { return errno; }
 
+// A moment has 64 bits in the program's memory, also where time_t is narrower.
+
+int64_t now(void* place) {
+    const int64_t moment = time(nullptr);
+    if (place) memcpy(place, &moment, sizeof moment);
+    return moment;
+}
+
+time_t moment_at(const void* place) {
+    int64_t moment;
+    memcpy(&moment, place, sizeof moment);
+    return static_cast<time_t>(moment);
+}
+
+const char* time_text(const void* place) {
+    const time_t moment = moment_at(place);
+    return ctime(&moment);
+}
+const tm* universal_time(const void* place) {
+    const time_t moment = moment_at(place);
+    return gmtime(&moment);
+}
+const tm* local_time(const void* place) {
+    const time_t moment = moment_at(place);
+    return localtime(&moment);
+}
+
 constexpr Row rows[] = {
-    wrap<S(I), time>("time", 1),
-    {"time_t", 0, constant<sizeof(time_t)>},
-    wrap<S(I), ctime>("ctime", 1),
-    wrap<S(I), gmtime>("gmtime", 1),
-    wrap<S(I), localtime>("localtime", 1),
+    wrap<S(I), now>("time", 1),
+    {"time_t", 0, constant<sizeof(int64_t)>},
+    wrap<S(I), time_text>("ctime", 1),
+    wrap<S(I), universal_time>("gmtime", 1),
+    wrap<S(I), local_time>("localtime", 1),
     wrap<S(I), asctime>("asctime", 1),
     wrap<S(I), mktime>("mktime", 1),
     wrap<D(I, I), difftime>("difftime", 2),

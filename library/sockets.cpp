@@ -30,11 +30,13 @@ struct AddressInfo {
     int32_t socket_type;
     int32_t protocol;
     uint64_t address_length;
-    char* canonical_name;
-    sockaddr* address;
-    AddressInfo* next;
+    uint64_t canonical_name;  // addresses, of 64 bits like all that a program reads
+    uint64_t address;
+    uint64_t next;
 };
 static_assert(sizeof(AddressInfo) == 48 && offsetof(AddressInfo, address_length) == 16);
+
+uint64_t address_of(const void* place) { return reinterpret_cast<uintptr_t>(place); }
 
 /// A record in one block with what it points at.
 AddressInfo* copy_of(const addrinfo& found) {
@@ -45,14 +47,10 @@ AddressInfo* copy_of(const addrinfo& found) {
     char* name = address + found.ai_addrlen;
     memcpy(address, found.ai_addr, found.ai_addrlen);
     if (name_size > 0) memcpy(name, found.ai_canonname, name_size);
-    return new (block) AddressInfo{found.ai_flags,
-                                   found.ai_family,
-                                   found.ai_socktype,
-                                   found.ai_protocol,
-                                   found.ai_addrlen,
-                                   name_size > 0 ? name : nullptr,
-                                   reinterpret_cast<sockaddr*>(address),
-                                   nullptr};
+    return new (block) AddressInfo{found.ai_flags,      found.ai_family,
+                                   found.ai_socktype,   found.ai_protocol,
+                                   found.ai_addrlen,    name_size > 0 ? address_of(name) : 0,
+                                   address_of(address), 0};
 }
 
 /// Reads nothing of the hints but what getaddrinfo looks at. `result` and `hints` need no
@@ -70,11 +68,12 @@ int find_addresses(const char* node, const char* service, const void* hints, voi
     addrinfo* found = nullptr;
     const int failure = getaddrinfo(node, service, hints ? &wanted : nullptr, &found);
     if (failure != 0) return failure;
-    AddressInfo* list = nullptr;
-    AddressInfo** end = &list;
+    uint64_t list = 0;
+    uint64_t* end = &list;
     for (const addrinfo* each = found; each; each = each->ai_next) {
-        *end = copy_of(*each);
-        end = &(*end)->next;
+        AddressInfo* copy = copy_of(*each);
+        *end = address_of(copy);
+        end = &copy->next;
     }
     freeaddrinfo(found);
     memcpy(result, &list, sizeof list);
@@ -83,9 +82,9 @@ int find_addresses(const char* node, const char* service, const void* hints, voi
 
 void free_addresses(AddressInfo* list) {
     while (list) {
-        AddressInfo* next = list->next;
+        const auto next = static_cast<uintptr_t>(list->next);
         free(list);
-        list = next;
+        list = reinterpret_cast<AddressInfo*>(next);
     }
 }
 

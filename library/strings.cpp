@@ -27,6 +27,39 @@ int order(const char* a, const char* b) {
     return (sign > 0) - (sign < 0);
 }
 
+/// A pointer that a C function keeps in the program's memory, where it has 64 bits on every
+/// platform: taken from there for the call, and put back behind it. The place may be null.
+class KeptPointer {
+  public:
+    explicit KeptPointer(void* place) : place_(place) {
+        uint64_t address = 0;
+        if (place) memcpy(&address, place, sizeof address);
+        pointer_ = reinterpret_cast<char*>(static_cast<uintptr_t>(address));
+    }
+    ~KeptPointer() {
+        const uint64_t address = reinterpret_cast<uintptr_t>(pointer_);
+        if (place_) memcpy(place_, &address, sizeof address);
+    }
+    KeptPointer(const KeptPointer&) = delete;
+    KeptPointer& operator=(const KeptPointer&) = delete;
+    char** slot() { return place_ ? &pointer_ : nullptr; }
+
+  private:
+    void* place_;
+    char* pointer_;
+};
+
+int64_t signed_number(const char* text, void* end, int base) {
+    return strtoll(text, KeptPointer(end).slot(), base);
+}
+uint64_t unsigned_number(const char* text, void* end, int base) {
+    return strtoull(text, KeptPointer(end).slot(), base);
+}
+double real_number(const char* text, void* end) { return strtod(text, KeptPointer(end).slot()); }
+char* next_token(char* text, const char* separators, void* rest) {
+    return strtok_r(text, separators, KeptPointer(rest).slot());
+}
+
 using Class = int (*)(int);
 
 /// C defines a class on bytes and on EOF only; no other number is in any.
@@ -66,13 +99,13 @@ constexpr Row rows[] = {
     wrap<S(M, M), find_any>("strpbrk", 2),
     wrap<S(M, M), strspn>("strspn", 2),
     wrap<S(I, M), strtok>("strtok", 2),
-    wrap<S(I, M, I), strtok_r>("strtok_r", 3),
+    wrap<S(I, M, I), next_token>("strtok_r", 3),
     wrap<S(I), strerror>("strerror", 1),
-    wrap<S(M, I, I), strtol>("strtol", 3),
-    wrap<U(M, I, I), strtoul>("strtoul", 3),
-    wrap<D(M, I), strtod>("strtod", 2),
-    wrap<S(M), atol>("atoi", 1),
-    wrap<S(M), atol>("atol", 1),
+    wrap<S(M, I, I), signed_number>("strtol", 3),
+    wrap<U(M, I, I), unsigned_number>("strtoul", 3),
+    wrap<D(M, I), real_number>("strtod", 2),
+    wrap<S(M), atoll>("atoi", 1),
+    wrap<S(M), atoll>("atol", 1),
     wrap<D(M), atof>("atof", 1),
     of_class<isalnum>("isalnum"),
     of_class<isalpha>("isalpha"),

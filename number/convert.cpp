@@ -1,6 +1,5 @@
 #include "number/convert.h"
 
-#include <bit>
 #include <cstring>
 #include <optional>
 #include <string_view>
@@ -85,7 +84,7 @@ bool is_real(Node* x) { return first_byte(x) == ' '; }
 int64_t to_i64(Node* x) {
     const LowBits bits = low_bits(x);
     if (!bits.is_hint) return 0;
-    return std::bit_cast<int64_t>(bits.negative ? uint64_t{0} - bits.magnitude : bits.magnitude);
+    return static_cast<int64_t>(bits.negative ? uint64_t{0} - bits.magnitude : bits.magnitude);
 }
 
 uint64_t to_u64(Node* x) { return low_bits(x).magnitude; }

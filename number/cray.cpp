@@ -14,9 +14,8 @@ namespace {
 /// Fills slots of a new cray from `at` on with those of another, first up to but not including
 /// last.
 void copy_slots(Node* to, int64_t at, Node* from, int64_t first, int64_t last) {
-    constexpr int64_t slot = sizeof(Node*);
-    memcpy(leaf_text(to) + 1 + at * slot, leaf_text(from) + 1 + first * slot,
-           static_cast<size_t>((last - first) * slot));
+    memcpy(leaf_text(to) + 1 + at * cray_slot_size, leaf_text(from) + 1 + first * cray_slot_size,
+           static_cast<size_t>((last - first) * cray_slot_size));
     for (int64_t i = first; i < last; ++i) {
         if (Node* element = cray_slot(from, i)) retain(element);
     }

@@ -1,7 +1,6 @@
 #include "number/numb.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstdint>
 #include <utility>
 
@@ -10,6 +9,7 @@
 #include "number/decimal.h"
 #include "number/short_hint.h"
 #include "number/words.h"
+#include "text/bit_cast.h"
 
 namespace marl {
 
@@ -290,11 +290,11 @@ Value hint_to_numb(Node* x) {
 Value numb_to_real(Node* x) {
     const std::optional<Number> number = number_of(x);
     if (!number) return leaf_Z();
-    return from_double(std::bit_cast<double>(double_bits(*number)));
+    return from_double(bit_cast<double>(double_bits(*number)));
 }
 
 Value numb_of_real(Node* x) {
-    const auto bits = std::bit_cast<uint64_t>(to_double(x));
+    const auto bits = bit_cast<uint64_t>(to_double(x));
     const uint64_t fraction = bits & fraction_mask;
     const auto exponent = static_cast<int64_t>(bits >> fraction_bits) & exponent_mask;
     if (exponent == exponent_mask) return leaf("00");

@@ -1,7 +1,6 @@
 // `lits` and `lots`: the two forms of a list of bits, a digit Leaf and J cells, at a program's
 // choice.
 #include <algorithm>
-#include <bit>
 #include <cstring>
 #include <optional>
 #include <string_view>
@@ -14,6 +13,7 @@
 #include "number/words.h"
 #include "number/zits.h"
 #include "reduce/tables.h"
+#include "text/bit_cast.h"
 
 namespace marl {
 
@@ -85,7 +85,7 @@ Value lots(Value* arguments) {
     switch (kind_of(x)) {
         case 'a': return cells_of_bytes(post_payload(x));
         case 'u': return zits_expand(x);
-        case 'r': return cells_of({std::bit_cast<uint64_t>(to_double(x))}, 64, leaf_K());
+        case 'r': return cells_of({bit_cast<uint64_t>(to_double(x))}, 64, leaf_K());
         case 'i':
         case 'o': return unfolded(x);
         default: return is_leaf_of(x, 'K') ? leaf_K() : leaf_Z();

@@ -1,6 +1,5 @@
 #include "number/real.h"
 
-#include <bit>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -8,6 +7,7 @@
 #include "number/convert.h"
 #include "number/digits.h"
 #include "number/short_hint.h"
+#include "text/bit_cast.h"
 
 namespace marl {
 
@@ -57,7 +57,7 @@ Value hint_to_real(Node* hint) {
 
 Value real_unfold(Node* real) {
     MARL_REQUIRE(is_real(real));
-    return unfold_bits(std::bit_cast<uint64_t>(to_double(real)), real_bits, leaf("V"));
+    return unfold_bits(bit_cast<uint64_t>(to_double(real)), real_bits, leaf("V"));
 }
 
 bool real_is_tree(Node* x) {
@@ -68,7 +68,7 @@ bool real_is_tree(Node* x) {
 double real_fold(Node* tree) {
     uint64_t bits = 0;
     MARL_REQUIRE(read_bits(tree, real_bits, 0, bits));
-    return std::bit_cast<double>(bits);
+    return bit_cast<double>(bits);
 }
 
 }  // namespace marl

@@ -9,7 +9,7 @@ namespace marl {
 namespace {
 
 // In the place of the tag of a part, which a copy has none of.
-constexpr uintptr_t make_pair = 3;
+constexpr uint64_t make_pair = 3;
 
 // What is known of an operand before the call.
 struct Known {
@@ -102,9 +102,9 @@ class Maker {
     void mark_last_uses() {
         made_.unused = (uint32_t{1} << body_.arity) - 1;
         for (const size_t i : argument_places()) {
-            uintptr_t& word = made_.code[i];
+            uint64_t& word = made_.code[i];
             const uint32_t bit = uint32_t{1} << (word >> tag_bits);
-            if (made_.unused & bit) word = (word & ~tag_mask) | last_argument;
+            if (made_.unused & bit) word = (word & ~uint64_t{tag_mask}) | last_argument;
             made_.unused &= ~bit;
         }
     }
@@ -113,7 +113,7 @@ class Maker {
     std::vector<size_t> argument_places() const {
         std::vector<size_t> places;
         for (size_t i = 0; i < made_.code.size(); ++i) {
-            const uintptr_t tag = made_.code[i] & tag_mask;
+            const uint64_t tag = made_.code[i] & tag_mask;
             if (tag == argument) places.push_back(i);
             if (tag == make_pair) ++i;
         }
@@ -137,11 +137,11 @@ Node* pair_with_header(Node* left, Node* right, uint64_t header) {
 
 Node* run(const Copying& copying, Node** operands, Node** arguments) {
     Node** top = operands;
-    const uintptr_t* end = copying.code.data() + copying.code.size();
-    for (const uintptr_t* word = copying.code.data(); word != end; ++word) {
-        const uintptr_t index = *word >> tag_bits;
+    const uint64_t* end = copying.code.data() + copying.code.size();
+    for (const uint64_t* word = copying.code.data(); word != end; ++word) {
+        const uint64_t index = *word >> tag_bits;
         switch (*word & tag_mask) {
-            case shared_node: *top++ = shared(reinterpret_cast<Node*>(*word)); break;
+            case shared_node: *top++ = shared(node_of(static_cast<Word>(*word))); break;
             case argument: *top++ = shared(arguments[index]); break;
             case last_argument: *top++ = arguments[index]; break;
             default: {

@@ -21,7 +21,7 @@ namespace marl {
 struct Copying {
     uint32_t unused = 0;  // bit i: argument i does not occur
     size_t depth = 0;     // the most operands that stand at once
-    std::vector<uintptr_t> code;
+    std::vector<uint64_t> code;
 };
 
 /// Lays out the copy of a Body's expression.

@@ -17,7 +17,7 @@ namespace marl {
 constexpr size_t word_size = 8;
 constexpr size_t pooled_limit = 64;
 
-struct FreeBlock {
+struct alignas(word_size) FreeBlock {
     FreeBlock* next;
 };
 extern FreeBlock* free_lists[pooled_limit / word_size + 1];

@@ -14,8 +14,8 @@
 // the set of free variables on every other node, bit i for the letter "a" + i.
 //
 // A name Leaf has one more word in front of its header: the symbol that its name is bound to, once
-// analysis has found it. Nothing of a node but the caches, this word and `count` is ever written
-// while another holder could see it.
+// analysis has found it. A word is 64 bits also where a pointer is 32. Nothing of a node but the
+// caches, this word and `count` is ever written while another holder could see it.
 #pragma once
 
 #include <cstddef>
@@ -93,7 +93,13 @@ inline bool is_name_byte(uint8_t byte) {
 }
 
 /// The word in front of a name Leaf.
-inline Symbol*& symbol_slot(Node* name_leaf) { return reinterpret_cast<Symbol**>(name_leaf)[-1]; }
+struct alignas(uint64_t) SymbolWord {
+    Symbol* symbol;
+};
+inline SymbolWord* symbol_word(Node* name_leaf) {
+    return reinterpret_cast<SymbolWord*>(name_leaf) - 1;
+}
+inline Symbol*& symbol_slot(Node* name_leaf) { return symbol_word(name_leaf)->symbol; }
 
 /// Writes `span`. A value that does not fit is a fatal stop.
 inline void set_span(Node* node, int64_t span) {

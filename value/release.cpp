@@ -23,7 +23,7 @@ size_t leaf_size(Node* leaf) {
 
 void free_leaf(Node* leaf) {
     if (is_name_byte(first_byte(leaf))) {
-        free_node(&symbol_slot(leaf), leaf_size(leaf) + sizeof(Symbol*));
+        free_node(symbol_word(leaf), leaf_size(leaf) + sizeof(SymbolWord));
     } else {
         free_node(leaf, leaf_size(leaf));
     }
@@ -43,10 +43,8 @@ struct Unfinished {
 
 // A dying cray keeps what is left to do in its own slot 0, which is taken first: the element count
 // above, the next slot below.
-uint64_t cray_progress(Node* cray) { return reinterpret_cast<uint64_t>(cray_slot(cray, 0)); }
-void set_cray_progress(Node* cray, uint64_t progress) {
-    set_cray_slot(cray, 0, reinterpret_cast<Node*>(progress));
-}
+uint64_t cray_progress(Node* cray) { return cray_word(cray, 0); }
+void set_cray_progress(Node* cray, uint64_t progress) { set_cray_word(cray, 0, progress); }
 
 /// Releases further slots of the cray on top of the list, up to one whose element dies, and gives
 /// that element; null when the cray is done, and then it is freed.
@@ -62,7 +60,7 @@ Node* next_dying_element(Unfinished& unfinished) {
         }
     }
     unfinished.pop();
-    free_node(cray, sizeof(Node) + 1 + n * sizeof(Node*));
+    free_node(cray, sizeof(Node) + 1 + static_cast<size_t>(n * cray_slot_size));
     return nullptr;
 }
 

@@ -49,9 +49,9 @@ Value leaf_with_size(char kind, int64_t n) {
     const size_t size = sizeof(Node) + static_cast<size_t>(n) + 1;
     Node* node;
     if (is_name_byte(byte)) {
-        auto* slot = static_cast<Symbol**>(allocate_node(size + sizeof(Symbol*)));
-        *slot = nullptr;
-        node = reinterpret_cast<Node*>(slot + 1);
+        auto* word = static_cast<SymbolWord*>(allocate_node(size + sizeof(SymbolWord)));
+        word->symbol = nullptr;
+        node = reinterpret_cast<Node*>(word + 1);
     } else {
         node = static_cast<Node*>(allocate_node(size));
     }
@@ -74,7 +74,7 @@ Value leaf(std::string_view bytes) {
 
 Value cray_with_size(int64_t n) {
     MARL_REQUIRE(n >= 0 && n < cray_limit);
-    const size_t slots = static_cast<size_t>(n) * sizeof(Node*);
+    const size_t slots = static_cast<size_t>(n * cray_slot_size);
     auto* node = static_cast<Node*>(allocate_node(sizeof(Node) + 1 + slots));
     node->header = leaf_bit | (static_cast<uint64_t>(n) << span_shift) | 1;
     char* bytes = leaf_text(node);
@@ -111,7 +111,7 @@ int64_t length(Node* node) {
     if (caches_length(kind)) return span_of(node) ? span_of(node) : long_length(node);
     switch (kind) {
         case ' ': return 1 + static_cast<int64_t>(sizeof(double));
-        case '\n': return int64_t{8} * span_of(node) + 1;
+        case '\n': return cray_slot_size * span_of(node) + 1;
         case '(': {
             const PostExtent extent = post_extent(node);
             return extent.offset + extent.length;
@@ -125,14 +125,22 @@ std::string_view leaf_bytes(Node* node) {
     return {leaf_text(node), static_cast<size_t>(length(node))};
 }
 
+uint64_t cray_word(Node* cray, int64_t i) {
+    uint64_t word;
+    memcpy(&word, leaf_text(cray) + 1 + i * cray_slot_size, sizeof word);
+    return word;
+}
+
+void set_cray_word(Node* cray, int64_t i, uint64_t word) {
+    memcpy(leaf_text(cray) + 1 + i * cray_slot_size, &word, sizeof word);
+}
+
 Node* cray_slot(Node* cray, int64_t i) {
-    Node* element;
-    memcpy(&element, leaf_text(cray) + 1 + i * int64_t{sizeof element}, sizeof element);
-    return element;
+    return reinterpret_cast<Node*>(static_cast<uintptr_t>(cray_word(cray, i)));
 }
 
 void set_cray_slot(Node* cray, int64_t i, Node* element) {
-    memcpy(leaf_text(cray) + 1 + i * int64_t{sizeof element}, &element, sizeof element);
+    set_cray_word(cray, i, reinterpret_cast<uintptr_t>(element));
 }
 
 String base64_name(int64_t n) {
