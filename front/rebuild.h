@@ -25,8 +25,8 @@ Value rebuild(Node* root, LeafImage leaf_image, PairImage pair_image) {
             images.push_back(leaf_image(node));
         } else if (!children_done) {
             tasks.push_back({node, true});
-            tasks.push_back({as_pair(node)->right, false});
-            tasks.push_back({as_pair(node)->left, false});
+            tasks.push_back({right(node), false});
+            tasks.push_back({left(node), false});
         } else {
             Value right_image = std::move(images.back());
             images.pop_back();

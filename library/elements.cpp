@@ -9,9 +9,9 @@
 #include "number/digits.h"
 #include "number/kind.h"
 #include "number/post.h"
-#include "number/short_hint.h"
 #include "number/zits.h"
 #include "text/bit_cast.h"
+#include "value/short_hint.h"
 
 namespace marl {
 

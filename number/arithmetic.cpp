@@ -27,9 +27,9 @@
 #include "number/numb.h"
 #include "number/post.h"
 #include "number/real.h"
-#include "number/short_hint.h"
 #include "number/zits.h"
 #include "reduce/tables.h"
+#include "value/short_hint.h"
 
 namespace marl {
 

@@ -14,9 +14,9 @@
 #include "number/kind.h"
 #include "number/numb.h"
 #include "number/post.h"
-#include "number/short_hint.h"
 #include "number/zits.h"
 #include "reduce/tables.h"
+#include "value/short_hint.h"
 
 namespace marl {
 

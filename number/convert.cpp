@@ -5,9 +5,9 @@
 #include <string_view>
 
 #include "number/kind.h"
-#include "number/short_hint.h"
 #include "number/words.h"
 #include "reduce/tables.h"
+#include "value/short_hint.h"
 
 namespace marl {
 

@@ -2,8 +2,8 @@
 
 #include <array>
 
-#include "number/swar.h"
 #include "text/fatal.h"
+#include "text/swar.h"
 
 namespace marl {
 

@@ -4,7 +4,7 @@
 #include <bit>
 #include <cstring>
 
-#include "number/swar.h"
+#include "text/swar.h"
 
 namespace marl {
 

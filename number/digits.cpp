@@ -6,8 +6,8 @@
 
 #include "number/convert.h"
 #include "number/decimal.h"
-#include "number/short_hint.h"
 #include "number/words.h"
+#include "value/short_hint.h"
 
 namespace marl {
 

@@ -9,7 +9,7 @@
 #include "number/convert.h"
 #include "number/decimal.h"
 #include "number/digits.h"
-#include "number/short_hint.h"
+#include "value/short_hint.h"
 
 namespace marl {
 

@@ -7,9 +7,9 @@
 #include "driver/report.h"
 #include "number/convert.h"
 #include "number/decimal.h"
-#include "number/short_hint.h"
 #include "number/words.h"
 #include "text/bit_cast.h"
+#include "value/short_hint.h"
 
 namespace marl {
 

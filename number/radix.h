@@ -12,7 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "number/swar.h"
+#include "text/swar.h"
 
 namespace marl {
 

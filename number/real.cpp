@@ -6,8 +6,8 @@
 
 #include "number/convert.h"
 #include "number/digits.h"
-#include "number/short_hint.h"
 #include "text/bit_cast.h"
+#include "value/short_hint.h"
 
 namespace marl {
 

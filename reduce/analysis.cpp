@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "reduce/tables.h"
+#include "value/word.h"
 
 namespace marl {
 
@@ -51,17 +52,25 @@ void analyse_leaf(Node* leaf) {
     set_span(leaf, int64_t{1} << letter);
 }
 
+// What analysis sees of a Word that has no node: a number or a lambda, closed and settled.
+struct {
+    Node node{leaf_bit | (uint64_t{rank_zero_code + 1} << top_shift) | 1};
+    char text[8] = "0";
+} settled_word;
+
+const Node* seen(Word word) { return is_node(word) ? node_of(word) : &settled_word.node; }
+
 uint32_t free_of_pair(PairNode* v) {
     Node* function = v->left;
     const uint32_t free_left = free_analysed(function);
-    const uint32_t free_right = free_analysed(v->right);
+    const uint32_t free_right = free_analysed(seen(v->right));
     if (is_leaf(function)) return free_left | free_right;
     Node* head = as_pair(function)->left;
     // v is \ x b, or { p b, or { p b c.
     if (is_leaf_of(head, '\\')) return free_right & ~free_left;
     if (is_leaf_of(head, '{')) return free_right;
     if (!is_leaf(head) && is_leaf_of(as_pair(head)->left, '{')) {
-        return free_left | (free_right & ~free_analysed(as_pair(head)->right));
+        return free_left | (free_right & ~free_analysed(right(head)));
     }
     return free_left | free_right;
 }
@@ -71,7 +80,7 @@ uint32_t free_of_pair(PairNode* v) {
 void analyse_pair(Node* node) {
     PairNode* v = as_pair(node);
     Node* function = v->left;
-    Node* argument = v->right;
+    const Node* argument = seen(v->right);
     if (is_zits_analysed(function)) {
         if (is_zits_analysed(argument)) {
             v->header |= uint64_t{zits_code} << top_shift;
@@ -104,8 +113,8 @@ void analyse_node(Node* root) {
             waiting.pop_back();
         } else if (!is_analysed(as_pair(node)->left)) {
             waiting.push_back(as_pair(node)->left);
-        } else if (!is_analysed(as_pair(node)->right)) {
-            waiting.push_back(as_pair(node)->right);
+        } else if (!is_analysed(seen(as_pair(node)->right))) {
+            waiting.push_back(right(node));
         } else {
             analyse_pair(node);
             waiting.pop_back();

@@ -69,10 +69,10 @@ enum class Form { other, lambda, let };
 Form form(Node* node);
 
 /// The parts of a lambda \ x b and of a let { p b c, borrowed.
-inline Node* lambda_key(Node* lambda) { return as_pair(as_pair(lambda)->left)->right; }
-inline Node* lambda_body(Node* lambda) { return as_pair(lambda)->right; }
-inline Node* let_key(Node* let) { return as_pair(as_pair(as_pair(let)->left)->left)->right; }
-inline Node* let_value(Node* let) { return as_pair(as_pair(let)->left)->right; }
-inline Node* let_body(Node* let) { return as_pair(let)->right; }
+inline Node* lambda_key(Node* lambda) { return right(left(lambda)); }
+inline Node* lambda_body(Node* lambda) { return right(lambda); }
+inline Node* let_key(Node* let) { return right(left(left(let))); }
+inline Node* let_value(Node* let) { return right(left(let)); }
+inline Node* let_body(Node* let) { return right(let); }
 
 }  // namespace marl

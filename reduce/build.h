@@ -5,12 +5,12 @@
 #pragma once
 
 #include "reduce/analysis.h"
-#include "value/allocate.h"
+#include "value/word.h"
 
 namespace marl {
 
 /// A new Pair of two analysed children, analysed itself. Takes both references.
-inline Node* analysed_pair(Node* left, Node* right) {
+inline Node* analysed_pair(Node* left, Word right) {
     auto* node = static_cast<PairNode*>(allocate_node(sizeof(PairNode)));
     node->header = 1;
     node->left = left;
@@ -18,6 +18,8 @@ inline Node* analysed_pair(Node* left, Node* right) {
     analyse_pair(node);
     return node;
 }
+
+inline Node* analysed_pair(Node* left, Node* right) { return analysed_pair(left, word_of(right)); }
 
 /// One more reference to a borrowed node.
 inline Node* shared(Node* node) {

@@ -8,8 +8,9 @@ namespace marl {
 
 namespace {
 
-// In the place of the tag of a part, which a copy has none of.
-constexpr uint64_t make_pair = 3;
+enum Tag : uint64_t { shared_node = 0, argument = 1, last_argument = 2, make_pair = 3 };
+constexpr uint64_t tag_mask = 3;
+constexpr int tag_bits = 2;
 
 // What is known of an operand before the call.
 struct Known {
@@ -19,10 +20,13 @@ struct Known {
 
 class Maker {
   public:
-    explicit Maker(const Body& body) : body_(body) {}
+    Maker(const uint8_t* index_of, int arity, bool settled)
+        : index_of_(index_of), settled_(settled) {
+        made_.arity = arity;
+    }
 
-    Copying make() {
-        copy_later(body_.expression, body_.letters);
+    Copying make(Node* expression, uint32_t bound) {
+        copy_later(expression, bound);
         while (!work_.empty()) {
             const Work next = work_.back();
             work_.pop_back();
@@ -47,21 +51,19 @@ class Maker {
     void copy_later(Node* node, uint32_t letters) { work_.push_back({node, letters, false}); }
     void pair_later(Node* node, uint32_t letters) { work_.push_back({node, letters, true}); }
 
-    void emit(uintptr_t word, Known known) {
+    void emit(uint64_t word, Known known) {
         made_.code.push_back(word);
         standing_.push_back(known);
         made_.depth = std::max(made_.depth, standing_.size());
     }
-    void emit_shared(Node* node) {
-        emit(reinterpret_cast<uintptr_t>(node) | shared_node, {!is_zits(node), true});
-    }
+    void emit_shared(Node* node) { emit(word_of(node) | shared_node, {!is_zits(node), true}); }
 
     /// Lays out the copy of `node`, in which arguments stand for the variables `letters`.
     void copy(Node* node, uint32_t letters) {
         if ((free_set(node) & letters) == 0) return emit_shared(node);
         if (is_leaf(node)) {
-            const auto index = static_cast<uintptr_t>(body_.index_of[*leaf_text(node) - 'a']);
-            return emit((index << tag_bits) | argument, {false, body_.strict});
+            const uint64_t index = index_of_[*leaf_text(node) - 'a'];
+            return emit((index << tag_bits) | argument, {false, settled_});
         }
         pair_later(node, letters);
         switch (form(node)) {
@@ -100,7 +102,7 @@ class Maker {
     }
 
     void mark_last_uses() {
-        made_.unused = (uint32_t{1} << body_.arity) - 1;
+        made_.unused = (uint32_t{1} << made_.arity) - 1;
         for (const size_t i : argument_places()) {
             uint64_t& word = made_.code[i];
             const uint32_t bit = uint32_t{1} << (word >> tag_bits);
@@ -121,13 +123,14 @@ class Maker {
         return places;
     }
 
-    const Body& body_;
+    const uint8_t* const index_of_;
+    const bool settled_;
     Copying made_;
     std::vector<Known> standing_;
     std::vector<Work> work_;
 };
 
-Node* pair_with_header(Node* left, Node* right, uint64_t header) {
+Node* pair_with_header(Node* left, Word right, uint64_t header) {
     auto* node = static_cast<PairNode*>(allocate_node(sizeof(PairNode)));
     node->header = header;
     node->left = left;
@@ -135,20 +138,21 @@ Node* pair_with_header(Node* left, Node* right, uint64_t header) {
     return node;
 }
 
-Node* run(const Copying& copying, Node** operands, Node** arguments) {
-    Node** top = operands;
+Word run(const Copying& copying, Word* operands, Word* arguments) {
+    Word* top = operands;
     const uint64_t* end = copying.code.data() + copying.code.size();
     for (const uint64_t* word = copying.code.data(); word != end; ++word) {
         const uint64_t index = *word >> tag_bits;
         switch (*word & tag_mask) {
-            case shared_node: *top++ = shared(node_of(static_cast<Word>(*word))); break;
-            case argument: *top++ = shared(arguments[index]); break;
+            case shared_node: *top++ = word_of(shared(node_of(*word & ~tag_mask))); break;
+            case argument: *top++ = share(arguments[index]); break;
             case last_argument: *top++ = arguments[index]; break;
             default: {
                 const uint64_t header = *++word;
                 --top;
-                top[-1] = header ? pair_with_header(top[-1], top[0], header)
-                                 : analysed_pair(top[-1], top[0]);
+                Node* function = force(top[-1]);
+                top[-1] = word_of(header ? pair_with_header(function, top[0], header)
+                                         : analysed_pair(function, top[0]));
                 break;
             }
         }
@@ -158,28 +162,25 @@ Node* run(const Copying& copying, Node** operands, Node** arguments) {
 
 }  // namespace
 
-Copying make_copying(const Body& body) { return Maker(body).make(); }
+Copying make_copying(Node* expression, uint32_t letters, const uint8_t* index_of, int arity,
+                     bool settled) {
+    return Maker(index_of, arity, settled).make(expression, letters);
+}
 
-Node* copy_body(Body& body, Word* arguments) {
-    if (!body.copying) body.copying = std::make_unique<Copying>(make_copying(body));
-    const Copying& copying = *body.copying;
-    Node* nodes[most_arguments];
-    for (int i = 0; i < body.arity; ++i) {
-        if ((copying.unused & (uint32_t{1} << i)) == 0) nodes[i] = force(arguments[i]);
-    }
+Node* run_copying(const Copying& copying, Word* arguments) {
     constexpr size_t small_depth = 64;
-    Node* copied;
+    Word copied;
     if (copying.depth <= small_depth) {
-        Node* operands[small_depth];
-        copied = run(copying, operands, nodes);
+        Word operands[small_depth];
+        copied = run(copying, operands, arguments);
     } else {
-        std::vector<Node*> operands(copying.depth);
-        copied = run(copying, operands.data(), nodes);
+        std::vector<Word> operands(copying.depth);
+        copied = run(copying, operands.data(), arguments);
     }
-    for (int i = 0; i < body.arity; ++i) {
-        if (copying.unused & (uint32_t{1} << i)) drop(arguments[i]);
+    for (int i = 0; i < copying.arity; ++i) {
+        if (copying.unused & (uint32_t{1} << i)) release_word(arguments[i]);
     }
-    return copied;
+    return force(copied);
 }
 
 }  // namespace marl

@@ -3,28 +3,25 @@
 #include <array>
 #include <string>
 
-#include "reduce/body.h"
 #include "reduce/build.h"
-#include "reduce/copying.h"
+#include "reduce/closure.h"
 #include "reduce/data_head.h"
-#include "reduce/enter.h"
-#include "reduce/frames.h"
+#include "reduce/execute.h"
 #include "reduce/machine.h"
 #include "reduce/stack.h"
 #include "reduce/substitute.h"
-#include "reduce/tables.h"
 
 namespace marl {
 
 bool is_abort(Node* r) {
     if (is_leaf(r)) return false;
-    const uint8_t kind = first_byte(as_pair(r)->left);
+    const uint8_t kind = first_byte(left(r));
     return kind == ')' || kind == ']';
 }
 
 namespace {
 
-// Arguments on their way to a head. Those that are no definition take them as nodes.
+constexpr int most_arguments = most_parameters + 1;
 using Arguments = std::array<Word, most_arguments>;
 
 enum class Head : uint8_t { name, data, binder, marker, failure };
@@ -40,11 +37,15 @@ constexpr auto head_kinds = [] {
 
 Head head_kind(Node* head) { return is_leaf(head) ? head_kinds[first_byte(head)] : Head::data; }
 
+Word analysed(Value value) {
+    analyse(value);
+    return word_of(value.take());
+}
+
 /// Ends the run with `r` as its result, unless a later step finds work in it.
-Node* abort_with(Value r) {
+Word abort_with(Value r) {
     drop_context();
-    analyse(r);
-    return r.take();
+    return analysed(std::move(r));
 }
 
 Value marked_leaf(char mark, std::string_view text) {
@@ -57,14 +58,14 @@ void take_inner_arguments(Node* function, int inner, Word* arguments) {
     while (inner > 0) {
         PairNode* node = as_pair(function);
         if (count_of(node) == 1) {
-            arguments[--inner] = word_of(node->right);
+            arguments[--inner] = node->right;
             function = node->left;
             free_node(node, sizeof(PairNode));
             continue;
         }
         Node* shared_part = function;
         for (; inner > 0; function = as_pair(function)->left) {
-            arguments[--inner] = word_of(shared(as_pair(function)->right));
+            arguments[--inner] = share(as_pair(function)->right);
         }
         release(shared_part);
         return;
@@ -73,132 +74,96 @@ void take_inner_arguments(Node* function, int inner, Word* arguments) {
 }
 
 void take_held_arguments(int held, Word* arguments) {
-    for (int i = 0; i < held; ++i) arguments[i] = content(*--stack.top);
+    for (int i = 0; i < held; ++i) arguments[i] = (--stack.top)->word;
 }
 
 /// All arguments of a head, in order. Consumes the function.
-void take_arguments(Node* function, int inner, int held, Arguments& arguments) {
-    MARL_REQUIRE(inner + held <= most_arguments);
+void take_arguments(Node* function, int inner, int held, Word* arguments) {
     if (inner > 0) {
-        take_inner_arguments(function, inner, arguments.data());
+        take_inner_arguments(function, inner, arguments);
     } else {
         release(function);
     }
-    take_held_arguments(held, arguments.data() + inner);
-}
-
-Node* take_held_node() { return force(content(*--stack.top)); }
-
-Node* call_builtin(const Row& row, Arguments& arguments) {
-    for (int i = 0; i < row.arity; ++i) arguments[i] = word_of(force(arguments[i]));
-    static_assert(sizeof(Value) == sizeof(Node*));
-    auto* slots = reinterpret_cast<Value*>(arguments.data());
-    Value result = row.function(slots);
-    for (int i = 0; i < row.arity; ++i) {
-        if (Node* left_over = slots[i].take()) release(left_over);
-    }
-    analyse(result);
-    if (is_abort(result)) return abort_with(std::move(result));
-    return result.take();
-}
-
-Node* call_definition(Symbol& symbol, Arguments& arguments, int count) {
-    if (!symbol.body) {
-        const bool strict = !is_lazy_name(symbol.name.view());
-        symbol.body = make_body(symbol.definition, strict);
-    }
-    MARL_REQUIRE(symbol.body->arity == count);
-    // A copy with a todo Value in it acts when it is dropped, also before anybody looks at it.
-    const bool entered = !symbol.body->names_todo;
-    return entered ? enter(*symbol.body, arguments.data())
-                   : copy_body(*symbol.body, arguments.data());
+    take_held_arguments(held, arguments + inner);
 }
 
 /// A text head applied to a text is a text and no work; every other data head unfolds.
-Node* fire_data(Node* head, Node* argument) {
-    if (is_zits_analysed(head) && is_zits_analysed(argument)) return analysed_pair(head, argument);
-    Value unfolded = unfold_data(Value::adopt(head), Value::adopt(argument));
-    analyse(unfolded);
-    return unfolded.take();
-}
-
-/// (todo a b) c: selected by the node of the name itself, the Pair (todo a) b is the result; else
-/// it is c a b, and the Pair goes, which may be its end.
-Node* fire_todo(Node* function, Node* head, int inner, int held) {
-    if (inner == 3) {
-        Node* whole = function;
-        function = shared(left(whole));
-        push(Waiting::argument, shared(right(whole)));
-        release(whole);
-        inner = 2;
-        held = 1;
+Word fire_data(Node* head, Node* argument) {
+    if (is_zits_analysed(head) && is_zits_analysed(argument)) {
+        return word_of(analysed_pair(head, argument));
     }
-    for (; held > 1; --held) function = analysed_pair(function, take_held_node());
-    Node* selector = take_held_node();
-    if (selector == head) {
-        release(selector);
-        return function;
-    }
-    Node* a = right(left(function));
-    Node* selected = analysed_pair(analysed_pair(selector, shared(a)), shared(right(function)));
-    release(function);
-    return selected;
+    return analysed(unfold_data(Value::adopt(head), Value::adopt(argument)));
 }
 
 /// A Leaf ")name" in function position stores its argument, as an update does.
-Node* fire_marker(const Value& marker, Node* argument) {
+Word fire_marker(const Value& marker, Node* argument) {
     Symbol& symbol = symbol_of(leaf_bytes(marker).substr(1));
     MARL_REQUIRE(!symbol.name.empty() && symbol.definition && settled_analysed(argument));
-    return store_constant(symbol, argument);
+    return word_of(store_constant(symbol, argument));
 }
 
 /// A lambda whose arguments have come one by one: \ x b a.
-Node* fire_binder(Arguments& arguments, int count) {
+Word fire_binder(const Arguments& arguments, int count) {
     MARL_REQUIRE(count == 3);
     const Value key = Value::adopt(force(arguments[0]));
     const Value body = Value::adopt(force(arguments[1]));
     const Value argument = Value::adopt(force(arguments[2]));
     Bindings bindings;
     bind(bindings, static_cast<char>(first_byte(key)), argument);
-    return substitute(body, bindings);
+    return word_of(substitute(body, bindings));
 }
 
 /// A failure applied to two arguments: the text of the first takes its place.
-Node* fire_failure(Arguments& arguments) {
+Word fire_failure(const Arguments& arguments) {
     const Value text = Value::adopt(force(arguments[0]));
-    Node* failure = abort_with(marked_leaf(']', leaf_bytes(text)));
-    drop(arguments[1]);
-    return failure;
+    release_word(arguments[1]);
+    return abort_with(marked_leaf(']', leaf_bytes(text)));
 }
 
-Node* fire_undefined(const Symbol& symbol, Arguments& arguments, int count) {
-    Node* failure = abort_with(marked_leaf(']', symbol.name.view()));
-    for (int i = 0; i < count; ++i) drop(arguments[i]);
-    return failure;
+Word fire_undefined(const Symbol& symbol, const Word* arguments, int count) {
+    for (int i = 0; i < count; ++i) release_word(arguments[i]);
+    return abort_with(marked_leaf(']', symbol.name.view()));
 }
 
-Node* fire_symbol(Symbol& symbol, Node* function, Node* head, int inner, int held) {
-    static const Symbol& todo = symbol_of("todo");
-    if (&symbol == &todo) return fire_todo(function, head, inner, held);
-    Arguments arguments;
-    take_arguments(function, inner, held, arguments);
+Word fire_builtin(const Row& row, Word* arguments) {
+    Value result = call_builtin(row, arguments);
+    return is_abort(result) ? abort_with(std::move(result)) : word_of(result.take());
+}
+
+Word fire_symbol(Symbol& symbol, Node* function, int inner, int held) {
     const int count = inner + held;
-    if (symbol.builtin) {
-        MARL_REQUIRE(symbol.builtin->arity == count);
-        return call_builtin(*symbol.builtin, arguments);
+    if (symbol.definition && !symbol.builtin) {
+        Unit& unit = unit_of(symbol);
+        MARL_REQUIRE(unit.parameters == count);
+        take_arguments(function, inner, held, registers.top);
+        return run_unit(unit);
     }
-    if (!symbol.definition) return fire_undefined(symbol, arguments, count);
-    return call_definition(symbol, arguments, count);
+    MARL_REQUIRE(count <= most_arguments);
+    Arguments arguments;
+    take_arguments(function, inner, held, arguments.data());
+    if (!symbol.builtin) return fire_undefined(symbol, arguments.data(), count);
+    MARL_REQUIRE(symbol.builtin->arity == count);
+    return fire_builtin(*symbol.builtin, arguments.data());
 }
 
 }  // namespace
 
-Node* fire(Node* function, Node* head, int inner, int held) {
+Value call_builtin(const Row& row, Word* arguments) {
+    Value slots[most_arguments];
+    for (int i = 0; i < row.arity; ++i) slots[i] = Value::adopt(force(arguments[i]));
+    Value result = row.function(slots);
+    for (int i = 0; i < row.arity; ++i) slots[i] = Value();
+    analyse(result);
+    return result;
+}
+
+Word fire(Node* function, Node* head, int inner, int held) {
     const Head kind = head_kind(head);
-    if (kind == Head::name) return fire_symbol(symbol_of_leaf(head), function, head, inner, held);
+    if (kind == Head::name) return fire_symbol(symbol_of_leaf(head), function, inner, held);
     Value kept_head = Value::share(head);
+    MARL_REQUIRE(inner + held <= most_arguments);
     Arguments arguments;
-    take_arguments(function, inner, held, arguments);
+    take_arguments(function, inner, held, arguments.data());
     switch (kind) {
         case Head::data: return fire_data(kept_head.take(), force(arguments[0]));
         case Head::binder: return fire_binder(arguments, inner + held);
@@ -209,31 +174,34 @@ Node* fire(Node* function, Node* head, int inner, int held) {
     fatal_stop(__FILE__, __LINE__);
 }
 
-int lambda_takes(Node* lambda, int most) {
-    int takes = 1;
-    while (takes < most) {
-        Node* body = lambda_body(lambda);
-        const bool drops = (free_set(body) & free_set(lambda_key(lambda))) == 0;
-        if (drops || form(body) != Form::lambda) break;
-        lambda = body;
-        ++takes;
-    }
-    return takes;
+Word fire_lambda(Node* lambda) {
+    const Value whole = Value::adopt(lambda);
+    const Value argument = Value::adopt(force((--stack.top)->word));
+    Bindings bindings;
+    bind(bindings, *leaf_text(lambda_key(lambda)), argument);
+    return word_of(substitute(lambda_body(lambda), bindings));
 }
 
-Node* fire_lambda(Node* lambda, int held) {
-    Node* arguments[most_arguments];
+Word fire_closure(Closure* closure) {
+    Unit& unit = *closure->unit;
+    Word* to = registers.top;
+    open_closure(closure, to);
+    take_held_arguments(unit.parameters, to + unit.captures);
+    return run_unit(unit);
+}
+
+Word fire_delayed(Closure* closure) {
+    Unit& unit = *closure->unit;
+    open_closure(closure, registers.top);
+    return run_unit(unit);
+}
+
+Node* bind_let(Node* body, char letter, Word value) {
+    const Value whole = Value::adopt(body);
+    const Value argument = Value::adopt(force(value));
     Bindings bindings;
-    Node* body = lambda;
-    for (int i = 0; i < held; ++i) {
-        arguments[i] = take_held_node();
-        bind(bindings, *leaf_text(lambda_key(body)), arguments[i]);
-        body = lambda_body(body);
-    }
-    body = substitute(body, bindings);
-    release(lambda);
-    for (int i = 0; i < held; ++i) release(arguments[i]);
-    return body;
+    bind(bindings, letter, argument);
+    return substitute(whole, bindings);
 }
 
 Node* store_constant(Symbol& symbol, Node* value) {
@@ -248,24 +216,23 @@ Node* store_constant(Symbol& symbol, Node* value) {
     return value;
 }
 
-Node* fire_name(Node* name) {
+Word fire_name(Node* name) {
     Symbol& symbol = symbol_of_leaf(name);
     release(name);
-    Arguments none;
-    if (symbol.builtin) return call_builtin(*symbol.builtin, none);
-    if (!symbol.definition) return fire_undefined(symbol, none, 0);
+    if (symbol.builtin) return fire_builtin(*symbol.builtin, nullptr);
+    if (!symbol.definition) return fire_undefined(symbol, nullptr, 0);
     MARL_REQUIRE(symbol.parameters == 0);
     Node* definition = symbol.definition;
     if (symbol.unmemoised) {
         analyse(definition);
-        return shared(definition);
+        return word_of(shared(definition));
     }
     if (is_leaf_of(definition, ')')) return abort_with(marked_leaf(')', symbol.name.view()));
-    if (settled(definition)) return shared(definition);
+    if (settled(definition)) return word_of(shared(definition));
     definition = symbol.definition.take();
     symbol.definition = leaf(")");
-    push(Waiting::update, nullptr, reinterpret_cast<uint64_t>(&symbol));
-    return definition;
+    push(Waiting::update, 0, reinterpret_cast<uintptr_t>(&symbol));
+    return word_of(definition);
 }
 
 }  // namespace marl

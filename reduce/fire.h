@@ -1,34 +1,42 @@
-// One reduction: a saturated head and its arguments are replaced by what they give.
+// One reduction the general way: a saturated head and its arguments are replaced by what they give.
+// What code does in a row, in registers, is done here step by step, with the arguments in the
+// context.
 #pragma once
 
-#include "value/value.h"
+#include "reduce/tables.h"
+#include "value/word.h"
 
 namespace marl {
 
 /// Fires a saturated application. `function` is a settled function, or an application of rank 0;
-/// the `held` arguments that it still takes are argument entries on the stack, the first one on
-/// top, and are taken off. `head` is the head of `function` and `inner` the number of arguments
-/// that it has already. Consumes `function`; gives the next focus, owned and analysed. An abort
-/// drops the context.
-Node* fire(Node* function, Node* head, int inner, int held);
+/// the `held` arguments that it still takes are the topmost entries of the context, the first one
+/// on top, and are taken off. `head` is the head of `function` and `inner` the number of arguments
+/// that it has already. Consumes `function`; gives the next focus, analysed. An abort drops the
+/// context.
+Word fire(Node* function, Node* head, int inner, int held);
 
-/// Fires a lambda \ x (\ y ...) on `held` arguments on the stack, all settled, as many as it takes
-/// by `lambda_takes`. Consumes the lambda.
-Node* fire_lambda(Node* lambda, int held);
+/// Fires a lambda \ x b on the topmost entry, which is settled. Consumes the lambda.
+Word fire_lambda(Node* lambda);
 
-constexpr int most_lambda_arguments = 8;
+/// Calls a closure of lambdas on as many settled arguments as it has parameters, the topmost
+/// entries. Consumes it.
+Word fire_closure(Closure* closure);
 
-/// How many arguments a lambda may take in one walk, at most `most`: one, and one more for each
-/// lambda that is the body of the one before. A lambda that drops its argument ends the row, since
-/// its argument must go before the next one is reduced.
-int lambda_takes(Node* lambda, int most);
+/// Takes up the work of a closure without parameters, which is consumed.
+Word fire_delayed(Closure* closure);
 
 /// Fires a name that takes no arguments: a built-in of arity 0 or a constant definition. Consumes
 /// the Leaf; may push an update.
-Node* fire_name(Node* name);
+Word fire_name(Node* name);
+
+/// { p b c with b settled: c with b for p. Consumes both; `body` is c.
+Node* bind_let(Node* body, char letter, Word value);
 
 /// Stores a reduced constant: step of an `update` entry or marker. Consumes the value and gives
 /// what was stored, the next focus.
 Node* store_constant(Symbol& symbol, Node* value);
+
+/// Calls a built-in on as many arguments as its row says. Consumes them; the result is analysed.
+Value call_builtin(const Row& row, Word* arguments);
 
 }  // namespace marl

@@ -205,7 +205,7 @@ void take_slots(Slots& slots, Value& focus, int count) {
     int i = count;
     while (i > 0 && count_of(node) == 1) {
         PairNode* given_up = as_pair(node);
-        slots.arguments[--i] = Value::adopt(given_up->right);
+        slots.arguments[--i] = Value::adopt(force(given_up->right));
         node = given_up->left;
         free_node(given_up, sizeof(PairNode));
     }

@@ -1,12 +1,11 @@
 #include "reduce/stack.h"
 
-#include <vector>
-
-#include "reduce/enter.h"
+#include <algorithm>
 
 namespace marl {
 
 Stack stack;
+Registers registers;
 
 void grow_stack() {
     const auto used = static_cast<size_t>(stack.top - stack.entries);
@@ -16,33 +15,58 @@ void grow_stack() {
     stack.limit = stack.entries + room;
 }
 
+void grow_registers(int frame) {
+    const auto used = static_cast<size_t>(registers.top - registers.words);
+    const size_t room = std::max<size_t>(
+        used * 2, used + static_cast<size_t>(frame) + 2 * static_cast<size_t>(spare_registers));
+    registers.words = static_cast<Word*>(reallocate_bytes(registers.words, room * sizeof(Word)));
+    registers.top = registers.words + used;
+    registers.limit = registers.words + room;
+}
+
 namespace {
 
-/// What the entries hold, in order of release. The arguments that a call has reduced already stand
-/// above the empty entry, first argument on top, and go after the call's function, in order.
-std::vector<Word> contents_in_order(const Entry* first, const Entry* end) {
-    std::vector<Word> words;
-    for (const Entry* entry = first; entry != end; ++entry) {
-        if (entry->node) {
-            words.push_back(content(*entry));
-        } else if (entry->kind() == Waiting::argument) {
-            const Entry* call = entry + 1;
-            while (call->kind() != Waiting::call) ++call;
-            for (const Entry* done = call; done != entry; --done) words.push_back(content(*done));
-            entry = call;
+/// The frame of the code that waits in an entry, and what of it the entries above have released.
+class FrameDrop {
+  public:
+    void drop(const Entry& entry) {
+        const Unit& unit = *resume_unit(entry);
+        const int32_t next = resume_next(entry);
+        const auto site = std::find_if(unit.sites.begin(), unit.sites.end(),
+                                       [&](const Site& known) { return known.next == next; });
+        MARL_REQUIRE(site != unit.sites.end());
+        Word* frame = registers.top - unit.frame;
+        for (int reg = 0; reg < unit.frame; ++reg) {
+            if (site->live & ~released_ & set_of(reg)) release_word(frame[reg]);
         }
+        released_ |= site->live;
+        if (site->nested) return;
+        registers.top = frame;
+        released_ = 0;
     }
-    return words;
-}
+
+  private:
+    RegisterSet released_ = 0;
+};
 
 }  // namespace
 
 void drop_context() {
-    const Entry* first = stack.top;
-    while (first[-1].kind() != Waiting::base) --first;
-    const std::vector<Word> words = contents_in_order(first, stack.top);
-    stack.top -= stack.top - first;
-    for (const Word word : words) drop(word);
+    FrameDrop frames;
+    while (stack.top[-1].kind() != Waiting::base) {
+        const Entry entry = *--stack.top;
+        switch (entry.kind()) {
+            case Waiting::argument:
+                // The place of an argument that was being reduced is empty.
+                if (entry.word != 0) release_word(entry.word);
+                break;
+            case Waiting::call:
+            case Waiting::let: release_word(entry.word); break;
+            case Waiting::resume: frames.drop(entry); break;
+            case Waiting::base:
+            case Waiting::update: break;
+        }
+    }
 }
 
 }  // namespace marl

@@ -4,72 +4,77 @@
 // that it interrupts, behind an entry of kind `base`. Read as an expression, an entry on context L
 // means, for the focus r:
 //
-//   argument     r applied to the node, which is held back: L (T node r)
-//   delayed      the same, the argument being a Delayed of reduce/enter.h that has no node yet
-//   call         the function in the node, with r for its argument `data`, counted from 1: the
-//                arguments are the entries below, and this one's is empty while it is reduced
-//   let          the body in the node, with r for the letter `data`
-//   delayed_let  the same, the body being a Delayed that misses its last argument, r
-//   function     the node applied to r
-//   update       r becomes the memoised definition of the symbol `data`
+//   argument  r applied to the Word, which is held back: L (T word r)
+//   call      the function in the Word, with r for its argument `detail`, counted from 1: the
+//             arguments are the entries below, and this one's is empty while it is reduced
+//   let       the body in the Word, with r for the letter `detail`
+//   update    r becomes the memoised definition of the symbol `detail`
+//   resume    the code of the Unit in the Word goes on at `detail`, with r in one of its registers
 //
-// Entries own what they hold. A pointer into the stack is good until the next push, and no longer
+// Beside it stand the frames of registers of the code that waits, in the same order. Entries and
+// registers own what they hold. A pointer into either is good until the next push, and no longer
 // than the next call that may run program code.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
-#include "reduce/enter.h"
-#include "value/node.h"
+#include "reduce/code.h"
+#include "value/word.h"
 
 namespace marl {
 
-enum class Waiting : uint8_t { base, argument, delayed, call, let, delayed_let, function, update };
+enum class Waiting : uint8_t { base, argument, call, let, update, resume };
 
 struct Entry {
-    Node* node;
+    Word word;
     uint64_t data;  // the kind in the low byte
 
     Waiting kind() const { return static_cast<Waiting>(data & 0xFF); }
     uint64_t detail() const { return data >> 8; }
 };
 
+/// What a `resume` entry tells: where the code goes on, and the register that r comes to.
+inline uint64_t resume_detail(int64_t next, uint8_t reg) {
+    return (static_cast<uint64_t>(next) << 8) | reg;
+}
+inline int32_t resume_next(const Entry& entry) { return static_cast<int32_t>(entry.data >> 16); }
+inline uint8_t resume_register(const Entry& entry) { return static_cast<uint8_t>(entry.data >> 8); }
+inline Unit* resume_unit(const Entry& entry) {
+    return reinterpret_cast<Unit*>(static_cast<uintptr_t>(entry.word));
+}
+
 struct Stack {
     Entry* entries = nullptr;
     Entry* top = nullptr;  // one behind the last entry
     Entry* limit = nullptr;
 };
-
 extern Stack stack;
+
+struct Registers {
+    Word* words = nullptr;
+    Word* top = nullptr;  // one behind the last frame
+    Word* limit = nullptr;
+};
+extern Registers registers;
+
+/// Behind the last frame there is always room for what is on its way into the next one.
+constexpr ptrdiff_t spare_registers = 2 * most_registers;
 
 /// Makes room for at least one more entry.
 void grow_stack();
+/// Makes room for a frame of that many registers and the spare ones.
+void grow_registers(int frame);
 
-inline void push(Waiting kind, Node* node, uint64_t detail = 0) {
+inline void push(Waiting kind, Word word, uint64_t detail = 0) {
     if (stack.top == stack.limit) grow_stack();
-    *stack.top++ = {node, (detail << 8) | static_cast<uint64_t>(kind)};
+    *stack.top++ = {word, (detail << 8) | static_cast<uint64_t>(kind)};
 }
 
-/// Whether an entry is an argument, in either form.
-inline bool is_argument(const Entry& entry) {
-    return entry.kind() == Waiting::argument || entry.kind() == Waiting::delayed;
-}
+inline bool is_argument(const Entry& entry) { return entry.kind() == Waiting::argument; }
 
-/// Whether an argument entry has no work left in it. A delayed lambda is as settled as a lambda.
-inline bool is_settled_argument(const Entry& entry) {
-    if (entry.kind() == Waiting::argument) return settled_analysed(entry.node);
-    return reinterpret_cast<const Delayed*>(entry.node)->body->form == Form::lambda;
-}
-
-/// What an entry holds.
-inline Word content(const Entry& entry) {
-    const bool delayed = entry.kind() == Waiting::delayed || entry.kind() == Waiting::delayed_let;
-    return word_of(entry.node) | Word{delayed};
-}
-
-/// Takes off all entries down to the run's base and releases what they hold, as a context that
-/// goes: the oldest entry first.
+/// Takes off all entries down to the run's base, with the frames of the code that waits, and
+/// releases what they hold.
 void drop_context();
 
 }  // namespace marl

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "reduce/analysis.h"
-#include "reduce/body.h"
+#include "reduce/code.h"
 #include "reduce/exactness.h"
 
 namespace marl {
@@ -67,7 +67,9 @@ Symbol& symbol_of(std::string_view name) {
 Symbol& bind_symbol(Node* name_leaf) {
     Symbol& symbol = symbol_of(leaf_bytes(name_leaf));
     symbol_slot(name_leaf) = &symbol;
-    if (symbol.name.view() == "todo") exactness_due = true;
+    const std::string_view name = symbol.name.view();
+    if (name == "todo") exactness_due = true;
+    if (name == "raws" || name == "load" || name == "road") identity_matters = true;
     return symbol;
 }
 
@@ -76,9 +78,24 @@ Node* find_definition(std::string_view name) {
     return symbol ? symbol->definition.get() : nullptr;
 }
 
+namespace {
+
+/// Code that a definition had may still be named by closures, which stand for parts of it.
+struct Retired {
+    std::unique_ptr<Unit> unit;
+    Value definition;
+};
+std::vector<Retired> retired;
+
+void retire(Symbol& symbol) {
+    if (symbol.unit) retired.push_back({std::move(symbol.unit), symbol.definition});
+}
+
+}  // namespace
+
 void set_definition(Symbol& symbol, Value expression) {
     symbol.parameters = count_parameters(expression);
-    symbol.body.reset();
+    retire(symbol);
     symbol.definition = std::move(expression);
     if (symbol.name.view() == "T" && !is_reversed_application(symbol.definition)) {
         exactness_due = true;
@@ -90,7 +107,7 @@ void set_definition(std::string_view name, Value expression) {
 }
 
 void erase_definition(Symbol& symbol) {
-    symbol.body.reset();
+    retire(symbol);
     symbol.definition = Value();
 }
 
@@ -107,7 +124,9 @@ void clear_definitions() {
         erase_definition(*symbol);
         symbol->unmemoised = false;
     }
+    retired.clear();
     exactness_due = false;
+    identity_matters = false;
 }
 
 void bind_builtins() {

@@ -30,7 +30,7 @@ struct Row {
     BuiltinFunction function;
 };
 
-struct Body;  // reduce/body.h
+struct Unit;  // reduce/code.h
 
 struct Symbol {
     Symbol();
@@ -38,11 +38,10 @@ struct Symbol {
 
     String name;
     const Row* builtin = nullptr;
-    Value definition;         // null when the name has none
-    int parameters = 0;       // the lambdas at the top of `definition`, 11 for that many or more
-    bool unmemoised = false;  // a constant that is evaluated anew at each use
-    // What a call takes up, made from `definition` at the first call; null before.
-    std::unique_ptr<Body> body;
+    Value definition;            // null when the name has none
+    int parameters = 0;          // the lambdas at the top of `definition`, 11 for that many or more
+    bool unmemoised = false;     // a constant that is evaluated anew at each use
+    std::unique_ptr<Unit> unit;  // the code of `definition`, made at the first call; null before
 };
 
 /// The one Symbol of a name, made at the first question.

@@ -28,9 +28,9 @@ int compare(Node* a, Node* b) {
         if (a != b) {
             if (is_leaf(a) != is_leaf(b)) return is_leaf(a) ? 1 : -1;
             if (!is_leaf(a)) {
-                rest.emplace_back(as_pair(a)->right, as_pair(b)->right);
-                a = as_pair(a)->left;
-                b = as_pair(b)->left;
+                rest.emplace_back(right(a), right(b));
+                a = left(a);
+                b = left(b);
                 continue;
             }
             if (const int order = compare_leaves(a, b)) return order;

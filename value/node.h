@@ -30,9 +30,12 @@ struct Node {
     uint64_t header;
 };
 
+/// A reference as the machine moves it: a node, or what has no node yet (value/word.h).
+using Word = uint64_t;
+
 struct PairNode : Node {
     Node* left;
-    Node* right;
+    Word right;  // read it by `right` below
 };
 
 struct Symbol;  // reduce/tables.h
@@ -76,6 +79,10 @@ inline bool is_leaf_of(const Node* node, char byte) {
 }
 inline PairNode* as_pair(Node* node) { return static_cast<PairNode*>(node); }
 
+/// Puts a node in the place of a Word that has none, and gives it, borrowed from that place
+/// (reduce/closure.cpp).
+Node* make_node(Word& place);
+
 /// The children, borrowed: they live as long as the Pair does. A Leaf is a fatal stop.
 inline Node* left(Node* node) {
     MARL_REQUIRE(!is_leaf(node));
@@ -83,7 +90,9 @@ inline Node* left(Node* node) {
 }
 inline Node* right(Node* node) {
     MARL_REQUIRE(!is_leaf(node));
-    return as_pair(node)->right;
+    Word& child = as_pair(node)->right;
+    if ((child & 3) != 0) return make_node(child);
+    return reinterpret_cast<Node*>(child);
 }
 
 inline bool is_digit_byte(uint8_t byte) { return byte >= '0' && byte <= '9'; }
@@ -107,8 +116,9 @@ inline void set_span(Node* node, int64_t span) {
     node->header = (node->header & ~span_mask) | (static_cast<uint64_t>(span) << span_shift);
 }
 
-/// Releases what a node whose count has reached 0 holds, and frees it (value/release.cpp).
-void destroy(Node* node);
+/// Releases what a node whose count has reached 0 holds, and frees it; the same for a closure
+/// (value/release.cpp).
+void destroy(Word dying);
 
 inline void retain(Node* node) {
     const uint64_t next = node->header + 1;
@@ -116,7 +126,7 @@ inline void retain(Node* node) {
     node->header = next;
 }
 inline void release(Node* node) {
-    if ((--node->header & count_mask) == 0) destroy(node);
+    if ((--node->header & count_mask) == 0) destroy(reinterpret_cast<uintptr_t>(node));
 }
 
 }  // namespace marl

@@ -2,12 +2,14 @@
 //
 // No recursion and no memory of its own: the nodes that are still to be finished form a list that
 // is threaded through their header words, which nobody can look at any more. The list entry of a
-// Pair waits for its right child; that of a cray, whose leaf bit stays set, for its next slot.
+// Pair waits for its right child; that of a cray, whose leaf bit stays set, for its next slot; that
+// of a closure, whose pending bit is set, for the next Word that it captured.
 #include <cstring>
 
 #include "value/allocate.h"
 #include "value/todo.h"
 #include "value/value.h"
+#include "value/word.h"
 
 namespace marl {
 
@@ -29,17 +31,25 @@ void free_leaf(Node* leaf) {
     }
 }
 
-bool drops_to_zero(Node* node) { return (--node->header & count_mask) == 0; }
+bool drops_to_zero(Word word) {
+    if (is_short(word)) return false;
+    return (--node_of(word & ~Word{3})->header & count_mask) == 0;
+}
+
+constexpr uint64_t kind_bits = leaf_bit | pending_bit;
 
 struct Unfinished {
     Node* first = nullptr;
 
-    void push(Node* node) {
-        node->header = reinterpret_cast<uint64_t>(first) | (node->header & leaf_bit);
+    void push(Node* node, uint64_t kind) {
+        node->header = word_of(first) | kind;
         first = node;
     }
-    void pop() { first = reinterpret_cast<Node*>(first->header & ~leaf_bit); }
+    void pop() { first = node_of(first->header & ~kind_bits); }
 };
+
+// No Word: nothing dies.
+constexpr Word nothing = 0;
 
 // A dying cray keeps what is left to do in its own slot 0, which is taken first: the element count
 // above, the next slot below.
@@ -47,46 +57,99 @@ uint64_t cray_progress(Node* cray) { return cray_word(cray, 0); }
 void set_cray_progress(Node* cray, uint64_t progress) { set_cray_word(cray, 0, progress); }
 
 /// Releases further slots of the cray on top of the list, up to one whose element dies, and gives
-/// that element; null when the cray is done, and then it is freed.
-Node* next_dying_element(Unfinished& unfinished) {
+/// that element; nothing when the cray is done, and then it is freed.
+Word next_dying_element(Unfinished& unfinished) {
     Node* cray = unfinished.first;
     const uint64_t progress = cray_progress(cray);
     const uint64_t n = progress >> 32;
     for (uint64_t i = progress & 0xFFFFFFFF; i < n; ++i) {
         Node* element = cray_slot(cray, static_cast<int64_t>(i));
-        if (element && drops_to_zero(element)) {
+        if (element && drops_to_zero(word_of(element))) {
             set_cray_progress(cray, (n << 32) | (i + 1));
-            return element;
+            return word_of(element);
         }
     }
     unfinished.pop();
     free_node(cray, sizeof(Node) + 1 + static_cast<size_t>(n * cray_slot_size));
-    return nullptr;
+    return nothing;
 }
 
-/// Goes on with the list's first node; gives the next node to end, or null.
-Node* next_dying(Unfinished& unfinished) {
-    while (unfinished.first) {
-        Node* node = unfinished.first;
-        if (is_leaf(node)) {
-            if (Node* element = next_dying_element(unfinished)) return element;
-        } else {
-            unfinished.pop();
-            Node* child = as_pair(node)->right;
-            free_node(node, sizeof(PairNode));
-            if (drops_to_zero(child)) return child;
+// A dying closure keeps what is left to do in the place of its unit: the number of Words above, the
+// next one below.
+uint64_t& closure_progress(Closure* closure) { return closure->progress; }
+
+/// The same for the closure on top of the list.
+Word next_dying_capture(Unfinished& unfinished) {
+    auto* closure = static_cast<Closure*>(unfinished.first);
+    const uint64_t progress = closure_progress(closure);
+    const uint64_t n = progress >> 32;
+    for (uint64_t i = progress & 0xFFFFFFFF; i < n; ++i) {
+        const Word captured = closure->captured[i];
+        if (drops_to_zero(captured)) {
+            closure_progress(closure) = (n << 32) | (i + 1);
+            return captured;
         }
     }
-    return nullptr;
+    unfinished.pop();
+    free_node(closure, closure_size(n));
+    return nothing;
 }
 
-/// Begins the end of a cray that has elements; gives the first one that dies, or null.
-Node* begin_cray(Node* cray, Unfinished& unfinished) {
+/// Takes the right child of the Pair on top of the list, which is freed; nothing when it lives on.
+Word next_dying_child(Unfinished& unfinished) {
+    Node* pair = unfinished.first;
+    unfinished.pop();
+    const Word child = as_pair(pair)->right;
+    free_node(pair, sizeof(PairNode));
+    return drops_to_zero(child) ? child : nothing;
+}
+
+/// Goes on with the list's first node; gives the next Word to end, or nothing.
+Word next_dying(Unfinished& unfinished) {
+    Word dying = nothing;
+    while (unfinished.first && dying == nothing) {
+        switch (unfinished.first->header & kind_bits) {
+            case 0: dying = next_dying_child(unfinished); break;
+            case leaf_bit: dying = next_dying_element(unfinished); break;
+            default: dying = next_dying_capture(unfinished); break;
+        }
+    }
+    return dying;
+}
+
+/// Begins the end of a cray that has elements; gives the first one that dies, or nothing.
+Word begin_cray(Node* cray, Unfinished& unfinished) {
     const uint64_t n = span_of(cray);
-    Node* element = cray_slot(cray, 0);
-    unfinished.push(cray);
+    const Word element = word_of(cray_slot(cray, 0));
+    unfinished.push(cray, leaf_bit);
     set_cray_progress(cray, (n << 32) | 1);
-    return element && drops_to_zero(element) ? element : nullptr;
+    return element != 0 && drops_to_zero(element) ? element : nothing;
+}
+
+Word begin_closure(Closure* closure, Unfinished& unfinished) {
+    const uint64_t n = span_of(closure);
+    const Word made = word_of(closure->node);
+    unfinished.push(closure, pending_bit);
+    closure_progress(closure) = n << 32;
+    return made != 0 && drops_to_zero(made) ? made : nothing;
+}
+
+/// Begins the end of a node; gives what dies with it next, or nothing.
+Word begin(Node* node, Unfinished& unfinished) {
+    if (!is_leaf(node)) {
+        // Only a settled (todo x) y acts: rank 1 and not pending, unless nothing has asked yet.
+        constexpr int todo_rank_code = rank_zero_code + 1;
+        const int top = top_byte(node);
+        if ((top == todo_rank_code || top == 0) && todo_armed && is_todo(node)) {
+            run_todo_action(node);
+        }
+        const Word child = word_of(as_pair(node)->left);
+        unfinished.push(node, 0);
+        return drops_to_zero(child) ? child : nothing;
+    }
+    if (*leaf_text(node) == '\n' && span_of(node) > 0) return begin_cray(node, unfinished);
+    free_leaf(node);
+    return nothing;
 }
 
 }  // namespace
@@ -101,26 +164,12 @@ bool is_todo(Node* pair) {
     return !is_leaf(function) && begins_todo(function);
 }
 
-void destroy(Node* node) {
-    constexpr int todo_rank_code = rank_zero_code + 1;
+void destroy(Word dying) {
     Unfinished unfinished;
-    while (node) {
-        if (!is_leaf(node)) {
-            // Only a settled (todo x) y acts: rank 1 and not pending, unless nothing has asked yet.
-            const int top = top_byte(node);
-            if ((top == todo_rank_code || top == 0) && todo_armed && is_todo(node)) {
-                run_todo_action(node);
-            }
-            Node* child = as_pair(node)->left;
-            unfinished.push(node);
-            node = drops_to_zero(child) ? child : next_dying(unfinished);
-        } else if (*leaf_text(node) == '\n' && span_of(node) > 0) {
-            Node* element = begin_cray(node, unfinished);
-            node = element ? element : next_dying(unfinished);
-        } else {
-            free_leaf(node);
-            node = next_dying(unfinished);
-        }
+    while (dying != nothing) {
+        const Word next = is_closure(dying) ? begin_closure(closure_of(dying), unfinished)
+                                            : begin(node_of(dying), unfinished);
+        dying = next != nothing ? next : next_dying(unfinished);
     }
 }
 

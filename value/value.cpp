@@ -3,7 +3,7 @@
 #include <array>
 #include <cstring>
 
-#include "value/allocate.h"
+#include "value/word.h"
 
 namespace marl {
 
@@ -86,9 +86,9 @@ Value cray_with_size(int64_t n) {
 Value pair(Value left, Value right) {
     auto* node = static_cast<PairNode*>(allocate_node(sizeof(PairNode)));
     node->header = 1;
+    MARL_REQUIRE(left && right);
     node->left = left.take();
-    node->right = right.take();
-    MARL_REQUIRE(node->left && node->right);
+    node->right = word_of(right.take());
     return Value::adopt(node);
 }
 

@@ -5,7 +5,7 @@
 #include <limits>
 #include <string>
 
-#include "number/short_hint.h"
+#include "value/short_hint.h"
 
 namespace marl {
 namespace {

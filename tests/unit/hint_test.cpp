@@ -7,7 +7,7 @@
 
 #include "number/convert.h"
 #include "number/digits.h"
-#include "number/swar.h"
+#include "text/swar.h"
 
 namespace marl {
 namespace {

@@ -7,7 +7,7 @@
 #include <bit>
 #include <cstdint>
 
-#include "number/swar.h"
+#include "text/swar.h"
 #include "value/allocate.h"
 #include "value/value.h"
 

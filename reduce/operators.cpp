@@ -1,0 +1,167 @@
+// Numbers of up to 18 digits and reals are worked out here; everything else is the business of the
+// built-in that the operator names.
+#include "reduce/operators.h"
+
+#include <array>
+#include <cmath>
+#include <cstring>
+
+#include "reduce/analysis.h"
+#include "reduce/tables.h"
+#include "value/short_hint.h"
+
+namespace marl {
+
+namespace {
+
+constexpr int operator_count = static_cast<int>(Op::differ) + 1;
+
+const Row& row_of(Op op) {
+    static const auto rows = [] {
+        std::array<const Row*, operator_count> table{};
+        const auto enter = [&](Op known, const char* name) {
+            table[static_cast<size_t>(known)] = symbol_of(name).builtin;
+        };
+        enter(Op::add, "plus");
+        enter(Op::subtract, "dash");
+        enter(Op::multiply, "mult");
+        enter(Op::over, "over");
+        enter(Op::cent, "cent");
+        enter(Op::less, "less");
+        enter(Op::not_less, "gteq");
+        enter(Op::same, "same");
+        enter(Op::differ, "diff");
+        return table;
+    }();
+    return *rows[static_cast<size_t>(op)];
+}
+
+bool number_of(Word word, int64_t& n) {
+    if (!is_short(word)) return is_node(word) && short_hint(node_of(word), n);
+    n = short_of(word);
+    return true;
+}
+
+/// x op y when it is a short integer.
+bool operate_short(Op op, int64_t x, int64_t y, int64_t& result) {
+    switch (op) {
+        case Op::add: return !__builtin_add_overflow(x, y, &result) && fits_short(result);
+        case Op::subtract: return !__builtin_sub_overflow(x, y, &result) && fits_short(result);
+        case Op::multiply: return !__builtin_mul_overflow(x, y, &result) && fits_short(result);
+        case Op::over:
+            if (y == 0) return false;
+            result = short_div(x, y);
+            return fits_short(result);
+        case Op::cent:
+            if (y == 0) return false;
+            result = short_mod(x, y);
+            return fits_short(result);
+        default: return false;
+    }
+}
+
+bool compare_short(Op op, int64_t x, int64_t y) {
+    switch (op) {
+        case Op::less: return x < y;
+        case Op::not_less: return x >= y;
+        case Op::same: return x == y;
+        default: return x != y;
+    }
+}
+
+bool is_real(Word word) { return is_node(word) && is_leaf_of(node_of(word), ' '); }
+
+double real_of(Word word) {
+    double d;
+    memcpy(&d, leaf_text(node_of(word)) + 1, sizeof d);
+    return d;
+}
+
+double operate_real(Op op, double x, double y) {
+    switch (op) {
+        case Op::add: return x + y;
+        case Op::subtract: return x - y;
+        case Op::multiply: return x * y;
+        case Op::over: return x / y;
+        default: return std::fmod(x, y);
+    }
+}
+
+bool compare_real(Op op, double x, double y) {
+    switch (op) {
+        case Op::less: return x < y;
+        case Op::not_less: return x >= y;
+        case Op::same: return x == y;
+        default: return x != y;
+    }
+}
+
+/// The real in the place of x, or of y, when nobody else holds that; else in a new Leaf.
+Word make_real(double d, Word x, Word y) {
+    if (count_of(node_of(x)) != 1) std::swap(x, y);
+    Node* place = node_of(x);
+    if (count_of(place) != 1) {
+        release(place);
+        place = leaf_with_size(' ', 1 + sizeof d).take();
+        leaf_text(place)[1 + sizeof d] = 0;
+        analyse(place);
+    }
+    memcpy(leaf_text(place) + 1, &d, sizeof d);
+    release_word(y);
+    return word_of(place);
+}
+
+Node* call_row(const Row& row, Word x, Word y) {
+    Value arguments[2] = {Value::adopt(force(x)), Value::adopt(force(y))};
+    Value result = row.function(arguments);
+    analyse(result);
+    return result.take();
+}
+
+}  // namespace
+
+Word word_of_result(Node* node) {
+    int64_t n;
+    if (count_of(node) != 1 || !short_hint(node, n)) return word_of(node);
+    release(node);
+    return word_of_short(n);
+}
+
+Word operate_slowly(Op op, Word x, Word y) {
+    int64_t a, b, result;
+    if (number_of(x, a) && number_of(y, b) && operate_short(op, a, b, result)) {
+        release_word(x);
+        release_word(y);
+        return word_of_short(result);
+    }
+    if (is_real(x) && is_real(y)) {
+        return make_real(operate_real(op, real_of(x), real_of(y)), x, y);
+    }
+    return word_of_result(call_row(row_of(op), x, y));
+}
+
+Truth compare_slowly(Op op, Word x, Word y, Word& result) {
+    int64_t a, b;
+    if (number_of(x, a) && number_of(y, b)) {
+        release_word(x);
+        release_word(y);
+        return compare_short(op, a, b) ? Truth::yes : Truth::no;
+    }
+    // One real is the same as itself, whatever it is.
+    if (is_real(x) && is_real(y) && x != y) {
+        const bool yes = compare_real(op, real_of(x), real_of(y));
+        release_word(x);
+        release_word(y);
+        return yes ? Truth::yes : Truth::no;
+    }
+    Node* truth = call_row(row_of(op), x, y);
+    const uint8_t kind = first_byte(truth);
+    if (kind != 'K' && kind != 'H') {
+        result = word_of(truth);
+        return Truth::neither;
+    }
+    release(truth);
+    return kind == 'K' ? Truth::yes : Truth::no;
+}
+
+}  // namespace marl
