@@ -62,7 +62,7 @@ enum class Op : uint8_t {
     builtin,       // a = what the row gives for `sources`
     builtin_last,  // the frame ends, and that is the focus
     builtin_held,  // that is the focus, and the frame stays
-    call,          // a = what the symbol's definition gives for `sources`
+    call,          // a = what the symbol's definition gives for `sources`; b registers are kept
     call_last,
     call_held,
 

@@ -632,6 +632,7 @@ void Compiler::call(Symbol& symbol, const Operands& operands, Target target, Reg
     if (target.last) op = symbol.builtin ? Op::builtin_last : Op::call_last;
     Instruction& made = emit(op);
     made.a = static_cast<uint8_t>(target.reg);
+    made.b = static_cast<uint8_t>(live ? 64 - __builtin_clzll(live) : 0);
     if (symbol.builtin) {
         made.row = symbol.builtin;
     } else {

@@ -87,7 +87,8 @@ class Loop {
             return false;
         }
         unit_ = resume_unit(entry);
-        frame_ = registers.top - unit_->frame;
+        frame_ = registers.top - resume_kept(entry);
+        registers.top = frame_ + unit_->frame;
         frame_[resume_register(entry)] = value;
         at_ = unit_->code.data() + resume_next(entry);
         --stack.top;
@@ -162,9 +163,10 @@ class Loop {
         }
     }
 
-    void wait_here(uint8_t reg, int64_t next) {
-        push(Waiting::resume, reinterpret_cast<uintptr_t>(unit_), resume_detail(next, reg));
+    void wait_here(uint8_t reg, int64_t next, int kept) {
+        push(Waiting::resume, reinterpret_cast<uintptr_t>(unit_), resume_detail(next, kept, reg));
     }
+    void wait_here(uint8_t reg, int64_t next) { wait_here(reg, next, unit_->frame); }
     int64_t index_behind() const { return at_ - unit_->code.data() + 1; }
 
     void choose(const Instruction& in, bool two);
@@ -354,11 +356,17 @@ void Loop::run() {
             case Op::builtin_last: call_row(in, true, false); return;
             case Op::builtin_held: call_row(in, false, true); return;
 
-            case Op::call:
-                get_sources(in, registers.top);
-                wait_here(in.a, index_behind());
+            case Op::call: {
+                // The registers behind the last live one are the called code's.
+                Word* const from = registers.top;
+                Word* const to = r + in.b;
+                get_sources(in, from);
+                for (uint32_t i = 0; i < in.count; ++i) to[i] = from[i];
+                wait_here(in.a, index_behind(), in.b);
+                registers.top = to;
                 if (!enter(unit_of(*in.symbol))) return;
                 break;
+            }
             case Op::call_held:
                 get_sources(in, registers.top);
                 if (!enter(unit_of(*in.symbol))) return;

@@ -35,13 +35,17 @@ class FrameDrop {
         const auto site = std::find_if(unit.sites.begin(), unit.sites.end(),
                                        [&](const Site& known) { return known.next == next; });
         MARL_REQUIRE(site != unit.sites.end());
-        Word* frame = registers.top - unit.frame;
-        for (int reg = 0; reg < unit.frame; ++reg) {
+        const int kept = resume_kept(entry);
+        Word* frame = registers.top - kept;
+        for (int reg = 0; reg < kept; ++reg) {
             if (site->live & ~released_ & set_of(reg)) release_word(frame[reg]);
         }
         released_ |= site->live;
-        if (site->nested) return;
         registers.top = frame;
+        if (site->nested) {
+            registers.top += unit.frame;
+            return;
+        }
         released_ = 0;
     }
 

@@ -34,11 +34,13 @@ struct Entry {
     uint64_t detail() const { return data >> 8; }
 };
 
-/// What a `resume` entry tells: where the code goes on, and the register that r comes to.
-inline uint64_t resume_detail(int64_t next, uint8_t reg) {
-    return (static_cast<uint64_t>(next) << 8) | reg;
+/// What a `resume` entry tells: where the code goes on, the register that r comes to, and how many
+/// registers of the frame are kept, at least up to the last one that is live.
+inline uint64_t resume_detail(int64_t next, int kept, uint8_t reg) {
+    return (static_cast<uint64_t>(next) << 16) | (static_cast<uint64_t>(kept) << 8) | reg;
 }
-inline int32_t resume_next(const Entry& entry) { return static_cast<int32_t>(entry.data >> 16); }
+inline int32_t resume_next(const Entry& entry) { return static_cast<int32_t>(entry.data >> 24); }
+inline int resume_kept(const Entry& entry) { return static_cast<uint8_t>(entry.data >> 16); }
 inline uint8_t resume_register(const Entry& entry) { return static_cast<uint8_t>(entry.data >> 8); }
 inline Unit* resume_unit(const Entry& entry) {
     return reinterpret_cast<Unit*>(static_cast<uintptr_t>(entry.word));
