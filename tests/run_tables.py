@@ -8,7 +8,8 @@ fields of a line, "-" is an empty field, and "¶" a newline. A line of a block i
 
     # prose
     ,name\\body                               a definition for all rows of the block
-    expression   value   [note]              what `lisp` prints of the expression
+    expression   value   [note]              what `lisp` prints of the expression; several of them,
+                                             and their values, with " | " between them
     program   =status   [output   [note]]    the whole program's exit status, as a shell shows it, and
                                              standard output; standard error stays empty
     program   !kind   vip   tip   say   [way]   the Report of the program, without its colours
@@ -29,6 +30,7 @@ import tempfile
 
 TIMEOUT = 60  # seconds for one program
 SANITIZED_TIMEOUT = 600
+SHOWN = 1000  # characters of a value that is wrong
 ENVIRONMENT = {"PATH": os.environ.get("PATH", ""), "LC_ALL": "C", "TZ": "UTC0",
                "ASAN_OPTIONS": "allocator_may_return_null=1:detect_leaks=1",
                "UBSAN_OPTIONS": "print_stacktrace=1"}
@@ -82,7 +84,12 @@ def read_blocks(name, text):
         elif line[0] != "#":
             fields = ["" if field == "-" else field.replace("¶", "\n")
                       for field in re.split(" {3,}", line)]
-            blocks[-1].rows.append(Row(f"{name}:{number}", fields))
+            expressions, values = fields[0].split(" | "), fields[1].split(" | ")
+            if len(expressions) != len(values):
+                raise ValueError(f"{name}:{number}: {len(expressions)} expressions, "
+                                 f"{len(values)} values")
+            blocks[-1].rows += [Row(f"{name}:{number}", [*pair, *fields[2:]])
+                                for pair in zip(expressions, values)]
     return blocks
 
 
@@ -125,11 +132,16 @@ class Runner:
         return expected != actual and difference(f"{row.where}: {row.text}", expected, actual)
 
 
+def shown(value):
+    text = repr(value)
+    return text if len(text) < SHOWN else text[:SHOWN] + "..."
+
+
 def difference(what, expected, actual):
     lines = [what]
     for name, wanted, got in zip(("output", "errors", "status"), expected, actual):
         if wanted != got:
-            lines.append(f"    {name}: {got!r}\n    {'':{len(name)}}  not {wanted!r}")
+            lines.append(f"    {name}: {shown(got)}\n    {'':{len(name)}}  not {shown(wanted)}")
     return "\n".join(lines)
 
 

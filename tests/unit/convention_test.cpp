@@ -34,7 +34,7 @@ Value call(std::vector<Value> arguments) {
 
 std::string shown(const Value& x) { return std::string(leaf_bytes(x)); }
 
-TEST(Convention, TheFirstUnfitArgumentAnswersZAndNothingHasHappened) {
+TEST(Convention, the_first_unfit_argument_answers_Z_and_nothing_has_happened) {
     const Value good[] = {leaf("5"), leaf("[a]"), from_double(1)};
     const Value bad[] = {leaf("00"), leaf("Z"), leaf("7")};
     calls = 0;
@@ -47,7 +47,7 @@ TEST(Convention, TheFirstUnfitArgumentAnswersZAndNothingHasHappened) {
     EXPECT_EQ(shown(call<S(I, M, R), count_call>({good[0], good[1], good[2]})), "1");
 }
 
-TEST(Convention, ResultsWidenByTheSignOfTheirOwnType) {
+TEST(Convention, results_widen_by_the_sign_of_their_own_type) {
     EXPECT_EQ(shown(call<S(), minus_one>({})), "01");
     EXPECT_EQ(shown(call<S(), wide_short>({})), "65535");
     EXPECT_EQ(shown(call<U(), largest>({})), "18446744073709551615");
@@ -57,7 +57,7 @@ TEST(Convention, ResultsWidenByTheSignOfTheirOwnType) {
     EXPECT_EQ(shown(call<V(), nothing>({})), "I");
 }
 
-TEST(Convention, ANaturalIsNoNumbAndNotNegative) {
+TEST(Convention, a_natural_is_no_numb_and_not_negative) {
     build_prelude();
     const Value K = leaf("K");
     const Value numb = pair(pair(leaf("J"), leaf("H")), K);
@@ -68,19 +68,13 @@ TEST(Convention, ANaturalIsNoNumbAndNotNegative) {
     EXPECT_FALSE(N::fits(numb));
 }
 
-TEST(Convention, ErrnoIsWhatTheLastCallLeftWhateverTheMachineDoes) {
+TEST(Convention, errno_is_what_the_last_call_left_whatever_the_machine_does) {
     call<S(I), fail_with>({leaf("13")});
     errno = ENOMEM;
     const Value work = leaf("some allocation");
     EXPECT_EQ(shown(call<S(), see_errno>({})), "13");
     call<V(), nothing>({});
     EXPECT_EQ(program_errno, 13);
-}
-
-TEST(Convention, MemoryIsThePayloadOfAPostAndTheWholeTextOfAZits) {
-    EXPECT_EQ(shown(call<S(M), strlen>({leaf("(c)abc")})), "3");
-    EXPECT_EQ(shown(call<S(M), strlen>({leaf("[ab]")})), "4");
-    EXPECT_EQ(shown(call<S(M), strlen>({pair(leaf("[a]"), leaf("[b]"))})), "6");
 }
 
 }  // namespace

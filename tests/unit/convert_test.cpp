@@ -19,7 +19,7 @@ Value cells(std::string_view bits, Value tail = leaf("K")) {
     return tail;
 }
 
-TEST(Integers, EveryLengthGoesToTextAndBack) {
+TEST(Integers, every_length_goes_to_text_and_back) {
     int64_t power = 1;
     for (int digits = 1; digits <= 18; ++digits, power *= 10) {
         for (const int64_t n : {power, power + 1, 2 * power - 1, 9 * power, 10 * power - 1}) {
@@ -37,7 +37,7 @@ TEST(Integers, EveryLengthGoesToTextAndBack) {
     }
 }
 
-TEST(Integers, OfMachineSize) {
+TEST(Integers, beyond_the_machine_s_size_are_cut_off) {
     constexpr int64_t least = std::numeric_limits<int64_t>::min();
     EXPECT_EQ(shown(from_i64(0)), "0");
     EXPECT_EQ(shown(from_i64(-1)), "01");
@@ -50,7 +50,7 @@ TEST(Integers, OfMachineSize) {
     EXPECT_EQ(to_u64(leaf("340282366920938463463374607431768211461")), 5u);
 }
 
-TEST(Integers, InCells) {
+TEST(Integers, in_cells_are_read_alike) {
     EXPECT_EQ(to_i64(cells("KKH")), 2);
     EXPECT_EQ(to_i64(cells("KHH")), -2);
     EXPECT_EQ(to_i64(cells("K")), 0);
@@ -62,7 +62,7 @@ TEST(Integers, InCells) {
     EXPECT_EQ(to_i64(cells("HKH")), 0);
 }
 
-TEST(Arguments, TestsLookAtTheFirstBytes) {
+TEST(Arguments, are_told_apart_by_their_first_bytes) {
     struct Row {
         const char* text;
         bool integer, natural, memory;
@@ -86,7 +86,7 @@ TEST(Arguments, TestsLookAtTheFirstBytes) {
     EXPECT_FALSE(is_memory(from_double(0.5)));
 }
 
-TEST(Integers, ShortOnesAreDigitLeavesOfHints) {
+TEST(Integers, short_ones_are_digit_leaves_of_hints) {
     int64_t n = 0;
     for (const char* text :
          {"00", "005", "1234567890123456789", "01234567890123456789", "f", "[a]", "()", "K"}) {
@@ -94,20 +94,6 @@ TEST(Integers, ShortOnesAreDigitLeavesOfHints) {
     }
     EXPECT_FALSE(short_hint(cells("K"), n));
     EXPECT_FALSE(short_hint(from_double(1.0), n));
-}
-
-TEST(Integers, DivisionRoundsDownAndRestsAreNotNegative) {
-    const int64_t rows[][4] = {{7, 2, 3, 1},   {-7, 2, -4, 1}, {7, -2, -4, 1}, {-7, -2, 3, 1},
-                               {6, -4, -2, 2}, {0, -5, 0, 0},  {6, 3, 2, 0},   {-6, 3, -2, 0}};
-    for (const auto& [x, y, quotient, rest] : rows) {
-        EXPECT_EQ(short_div(x, y), quotient);
-        EXPECT_EQ(short_mod(x, y), rest);
-    }
-}
-
-TEST(Reals, KeepTheirBits) {
-    EXPECT_EQ(to_double(from_double(-2.5)), -2.5);
-    EXPECT_EQ(length(from_double(0.0)), 9);
 }
 
 }  // namespace

@@ -51,44 +51,7 @@ Value numb(Fraction x) {
 }
 Value numb(int64_t n) { return numb(Fraction{n, 0}); }
 
-TEST(Numbs, TextsOfSmallNumbers) {
-    const std::pair<Fraction, const char*> rows[] = {
-        {{0, 0}, "00"},     {{1, 0}, "001"}, {{-1, 0}, "000"}, {{2, 0}, "004"},
-        {{-2, 0}, "00000"}, {{3, 0}, "005"}, {{1, 1}, "002"},  {{-1, 1}, "0000"},
-    };
-    for (const auto& [x, text] : rows) {
-        EXPECT_EQ(shown(numb(x)), text);
-        if (x.places > 0) continue;
-        EXPECT_EQ(shown(hint_to_numb(from_i64(x.n))), text);
-        EXPECT_EQ(shown(hint_to_numb(in_cells(from_i64(x.n)))), text);
-    }
-}
-
-TEST(Numbs, WorkedValues) {
-    const Value one = leaf("001");
-    const Value minus_one = leaf("000");
-    const Value half = leaf("002");
-    EXPECT_EQ(shown(numb_add(one, one)), "004");
-    EXPECT_EQ(shown(numb_sub(one, one)), "00");
-    EXPECT_EQ(shown(numb_add(one, minus_one)), "00");
-    EXPECT_EQ(shown(numb_add(half, half)), "001") << "a carry crosses the binary point";
-    EXPECT_EQ(shown(numb_mul(minus_one, minus_one)), "001");
-    EXPECT_EQ(shown(numb_mul(leaf("00"), minus_one)), "00");
-    EXPECT_EQ(shown(numb_neg(leaf("00"))), "00");
-    EXPECT_EQ(shown(numb_mod(one, leaf("00"))), "Z");
-    EXPECT_EQ(shown(numb_mod(numb({5, 1}), one)), "002");
-}
-
-TEST(Numbs, RestsOfAllSigns) {
-    const int64_t rows[][3] = {{7, 3, 1}, {-7, 3, 2}, {7, -3, 2}, {-7, -3, 1}, {6, -3, 0}};
-    for (const auto& [x, y, rest] : rows) {
-        EXPECT_EQ(shown(numb_mod(numb(x), numb(y))), shown(numb(rest)));
-    }
-    // 2^100000 mod 7: 2^3 is 1 mod 7, and 100000 is 1 mod 3.
-    EXPECT_EQ(shown(numb_mod(numb_pow(leaf("004"), leaf("100000")), numb(7))), "004");
-}
-
-TEST(Numbs, AgreeWithMachineFractions) {
+TEST(Numbs, agree_with_machine_fractions) {
     for (int i = 0; i < 3'000; ++i) {
         const int places_x = static_cast<int>(random_words() % 12);
         const int places_y = static_cast<int>(random_words() % 12);
@@ -109,6 +72,7 @@ TEST(Numbs, AgreeWithMachineFractions) {
         ASSERT_EQ(*numb_compare(x, y), (a > b) - (a < b));
         ASSERT_EQ(numb_sign(y), m >= 0);
         ASSERT_EQ(shown(numb_neg(x)), shown(numb({-n, places_x})));
+        ASSERT_EQ(shown(hint_to_numb(from_i64(n))), shown(numb(n)));
         if (b == 0) continue;
         const int64_t rest = std::abs(a) % std::abs(b);
         const bool mirrored = (a < 0) != (b < 0) && rest != 0;
@@ -117,7 +81,7 @@ TEST(Numbs, AgreeWithMachineFractions) {
     }
 }
 
-TEST(Numbs, WholeOnesAgreeWithHintsAtHundredsOfDigits) {
+TEST(Numbs, whole_ones_agree_with_hints_at_hundreds_of_digits) {
     for (int i = 0; i < 100; ++i) {
         std::string x = "1";
         std::string y = "2";
@@ -140,28 +104,33 @@ TEST(Numbs, WholeOnesAgreeWithHintsAtHundredsOfDigits) {
     }
 }
 
-TEST(Numbs, Powers) {
-    const Value two = leaf("004");
-    const Value three = leaf("005");
-    EXPECT_EQ(shown(numb_pow(two, leaf("01"))), "002");
-    EXPECT_EQ(shown(numb_pow(in_cells(two), leaf("01"))), "002");
-    EXPECT_EQ(shown(numb_pow(two, leaf("0"))), "001");
-    EXPECT_EQ(shown(numb_pow(two, leaf("3"))), shown(numb(8)));
-    EXPECT_EQ(shown(numb_pow(two, leaf("1152921504606846976"))), "Z");
-    EXPECT_EQ(shown(numb_pow(two, leaf("01152921504606846976"))), "Z");
-    EXPECT_EQ(shown(numb_pow(three, leaf("0"))), "001");
-    EXPECT_EQ(shown(numb_pow(leaf("00"), leaf("0"))), "001");
-    EXPECT_EQ(shown(numb_pow(leaf("00"), leaf("5"))), "00");
-    EXPECT_EQ(shown(numb_pow(three, leaf("5"))), shown(numb(243)));
-    EXPECT_EQ(shown(numb_pow(three, leaf("05"))), "Z");
-    EXPECT_EQ(shown(numb_pow(leaf("002"), leaf("2"))), shown(numb({1, 2})));
-    EXPECT_EQ(shown(numb_pow(numb({-6, 1}), leaf("3"))), shown(numb(-27)));
-    EXPECT_EQ(shown(numb_pow(numb(-4), in_cells(leaf("3")))), shown(numb(-64)));
-    EXPECT_EQ(shown(numb_pow(leaf("000"), leaf("99999999999999999999999"))), "000");
-    EXPECT_EQ(shown(numb_pow(three, apply(leaf("J"), leaf("K"), leaf("f")))), "Z");
+TEST(Numbs, powers_of_two_are_exact_and_others_only_upwards) {
+    const struct {
+        Value base;
+        const char* exponent;
+        Value result;
+    } rows[] = {{leaf("004"), "01", leaf("002")},
+                {in_cells(leaf("004")), "01", leaf("002")},
+                {leaf("004"), "0", leaf("001")},
+                {leaf("004"), "1152921504606846976", leaf("Z")},
+                {leaf("004"), "01152921504606846976", leaf("Z")},
+                {leaf("00"), "0", leaf("001")},
+                {leaf("00"), "5", leaf("00")},
+                {leaf("005"), "5", numb(243)},
+                {leaf("005"), "05", leaf("Z")},
+                {leaf("002"), "2", numb({1, 2})},
+                {numb({-6, 1}), "3", numb(-27)},
+                {leaf("000"), "99999999999999999999999", leaf("000")}};
+    for (const auto& [base, exponent, result] : rows) {
+        EXPECT_EQ(shown(numb_pow(base, leaf(exponent))), shown(result)) << exponent;
+    }
+    EXPECT_EQ(shown(numb_pow(leaf("005"), apply(leaf("J"), leaf("K"), leaf("f")))), "Z");
+    // 2^100000 mod 7: 2^3 is 1 mod 7, and 100000 is 1 mod 3.
+    EXPECT_EQ(shown(numb_mod(numb_pow(leaf("004"), leaf("100000")), numb(7))), "004");
+    EXPECT_EQ(shown(numb_mod(leaf("001"), leaf("00"))), "Z");
 }
 
-TEST(Numbs, AnIllFormedListIsFailure) {
+TEST(Numbs, an_ill_formed_list_is_failure) {
     for (const auto operation : {numb_add, numb_sub, numb_mul, numb_mod}) {
         EXPECT_EQ(shown(operation(ill_formed(), leaf("001"))), "Z");
         EXPECT_EQ(shown(operation(leaf("001"), ill_formed())), "Z");
@@ -175,7 +144,7 @@ uint64_t bits_of_real(const Value& real) { return std::bit_cast<uint64_t>(to_dou
 
 Value power_of_two(int64_t n) { return numb_pow(leaf("004"), from_i64(n)); }
 
-TEST(NumbsAndReals, Bounds) {
+TEST(NumbsAndReals, what_a_real_cannot_hold_is_cut_off_or_no_number) {
     constexpr uint64_t nan = 0x7FF9000000000000;
     EXPECT_EQ(bits_of_real(numb_to_real(power_of_two(1024))), nan);
     EXPECT_EQ(bits_of_real(numb_to_real(numb_neg(power_of_two(1024)))), nan);
@@ -195,7 +164,7 @@ TEST(NumbsAndReals, Bounds) {
     EXPECT_EQ(shown(numb_of_real(from_double(-1.0))), "000");
 }
 
-TEST(NumbsAndReals, EveryFiniteDoubleComesBack) {
+TEST(NumbsAndReals, every_finite_double_comes_back) {
     for (int i = 0; i < 2'000; ++i) {
         uint64_t bits = random_words();
         if (i % 4 == 0) bits &= 0x800FFFFFFFFFFFFF;

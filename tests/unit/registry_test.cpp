@@ -47,7 +47,7 @@ constexpr Names promised[] = {
     {7, "getnameinfo"},
 };
 
-TEST(Registry, HasExactlyThePromisedNamesWithTheirArities) {
+TEST(Registry, has_exactly_the_promised_names_with_their_arities) {
     std::map<std::string, int> expected;
     for (const Names& row : promised) {
         std::istringstream names(row.names);
@@ -63,7 +63,7 @@ TEST(Registry, HasExactlyThePromisedNamesWithTheirArities) {
     for (const auto& [name, arity] : expected) ADD_FAILURE() << name << " is missing";
 }
 
-TEST(Registry, StandsInKeyOrderAndIsBuiltOnce) {
+TEST(Registry, stands_in_key_order_and_is_built_once) {
     const std::span<const Row> table = builtin_table();
     for (size_t i = 1; i < table.size(); ++i) {
         EXPECT_LT(std::string_view(table[i - 1].name), std::string_view(table[i].name));
