@@ -1,3 +1,7 @@
+// An interrupt runs in three phases. The handler sets the flag that the machine's loop looks at. An
+// alarm rings every second until the loop has seen it, so that a call that blocks is cut short
+// however late it began. Then `run_interrupt` reduces `shut` with the flag down, and the process
+// ends; a second interrupt in that phase ends it at once.
 #include "driver/interrupt.h"
 
 #include <unistd.h>

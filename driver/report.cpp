@@ -1,3 +1,7 @@
+// Three forms of a Report. The picture, for the terminal, shows program text in the colours of the
+// internal character code. The bracket form, for travelling inside an abort Value, writes a field
+// whose brackets don't balance with escapes, since the form is taken apart by its brackets. Clipped
+// texts, for detail lines, close what a cut leaves open.
 #include "driver/report.h"
 
 #include <sys/stat.h>

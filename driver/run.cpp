@@ -1,3 +1,6 @@
+// A run has four stages: prelude, parse, check and reduction, shutdown. Each of the first three
+// ends it with its Report. The result stays held while the definitions are taken down, and is read
+// for the status only then, as its end belongs to the run.
 #include "driver/run.h"
 
 #include "driver/interrupt.h"

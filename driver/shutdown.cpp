@@ -1,3 +1,6 @@
+// The end in three phases: the intern set lets go, so that definitions are the only holders; each
+// definition in key order is rebuilt without its todo Values, which are released by that and act
+// while all others still stand; and when a whole round has found none, the tables are emptied.
 #include "driver/shutdown.h"
 
 #include <unordered_map>

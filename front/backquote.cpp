@@ -1,3 +1,8 @@
+// One walk over the definition from the back, with a list of tasks and a stack of the images made
+// so far: a Pair is entered, its right part is done, then its left one, and when it comes up again
+// its two images are on the stack and it is put together. A backquote is evaluated at that moment,
+// so inner ones go before outer ones and right ones before left ones. With `Shared::kept`, a Pair
+// that stands in several places and holds no backquote is made once.
 #include "front/backquote.h"
 
 #include <unordered_map>

@@ -1,3 +1,8 @@
+// Two passes. Forward, a stack of open brackets finds what dangles or doesn't fit; inside square
+// brackets only these count. Backward, over brackets that are known to balance, a stack of closing
+// ones with the leftmost comma seen in each finds a parenthesis that has commas and nothing to
+// call. Going backward makes the last such parenthesis the one that is reported, and its first
+// comma the place.
 #include "front/brackets.h"
 
 #include <optional>

@@ -1,3 +1,7 @@
+// A program is cut at its outermost commas and each piece is parsed as an expression by itself;
+// what it defines is read off the Pair that came of it, a lambda whose key is the name. So "n\e"
+// needs no syntax of its own. Lines of backquotes are counted in the raw source, where newlines
+// still stand, and handed to the backquote Leaves in the order in which both appear.
 #include "front/definitions.h"
 
 #include <algorithm>

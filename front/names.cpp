@@ -1,3 +1,7 @@
+// Free names come from one walk per definition, in which each name counts the binders that hold it.
+// What is alive is then a search from the entry over these lists, smallest name first, which makes
+// the name in a Report independent of the order of the text; what is doomed is the same graph
+// walked from the undefined names backward to their callers.
 #include "front/names.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// Patterns are rewritten bottom-up, so that a pattern in the body of another one is already taken
+// apart when its turn comes. Funky keys are looked for top-down, left before right, and the first
+// one found is the one to tell.
 #include "front/patterns.h"
 
 #include <utility>

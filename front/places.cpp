@@ -1,3 +1,6 @@
+// Two passes: collect the keys, choose letters, then rebuild the definition with the names
+// replaced. A name that is bound in one place and free in another becomes the letter in both; the
+// check for unbound letters, later, is what finds the free one.
 #include "front/places.h"
 
 #include <bit>

@@ -1,3 +1,5 @@
+// The definitions as they are parsed, in one text without a blank too much: they are parsed at
+// every start, before a program's first byte is looked at.
 #include "front/prelude.h"
 
 #include <string_view>

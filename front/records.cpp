@@ -1,3 +1,6 @@
+// A record starts as one filler of its whole size, and each field is cut out of the filler that
+// covers its bytes. So the text is right by construction: fields can't overlap, and come out in the
+// order of their offsets whatever the order of the tables here.
 #include "front/records.h"
 
 #include <charconv>

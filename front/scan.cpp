@@ -1,3 +1,6 @@
+// Square brackets come first in everything: what stands in them is data, so walks over parentheses
+// and wings jump over them whole, and inside them nothing else counts. Round brackets and wings are
+// counted together, since text that comes here balances.
 #include "front/scan.h"
 
 #include "text/fatal.h"

@@ -1,3 +1,5 @@
+// The one conversion that may change its argument: a text in Pairs is flattened in its slot, so
+// that the slot keeps alive what the address points to while the C function runs.
 #include "library/convention.h"
 
 #include "number/zits.h"

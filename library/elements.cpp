@@ -1,3 +1,6 @@
+// One function for each built-in, which picks the case by the kind of its first argument, and one
+// small function for each case. An index is first counted from the end where it is negative, then
+// tested, then used; nothing is changed before all arguments have been found to fit.
 #include "library/elements.h"
 
 #include <bit>

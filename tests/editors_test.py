@@ -95,9 +95,13 @@ SPOTS = [  # a program, and the scope of each of its tokens in order, one a run 
                             "variable.parameter", "keyword.operator", "string.quoted"]),
     ("K,\n [+]\\plus", ["constant.language", "punctuation.separator", "entity.name",
                        "keyword.operator", "support.function"]),
-    ("f(x,go\\x)", ["variable.other", "punctuation.section", "variable.other",
-                   "punctuation.separator", "variable.parameter", "keyword.operator",
-                   "variable.other", "punctuation.section"]),
+    ("K,\n[a [b],], go\\K", ["constant.language", "punctuation.separator", "comment.block",
+                            "punctuation.separator", "entity.name", "keyword.operator",
+                            "constant.language"]),
+    ("f(x,[a],go\\x)", ["variable.other", "punctuation.section", "variable.other",
+                       "punctuation.separator", "string.quoted", "punctuation.separator",
+                       "variable.parameter", "keyword.operator", "variable.other",
+                       "punctuation.section"]),
     ("p q{r}]", ["variable.parameter", "keyword.operator", "variable.other", "keyword.operator",
                 "invalid.illegal"]),
     ("putsx puts", ["variable.other", "support.function"]),
@@ -133,13 +137,13 @@ class Grammar(unittest.TestCase):
                 for at, (character, scope, text) in enumerate(zip(program, found, in_text(program))):
                     where = f"{character!r} at {at}: {scope}"
                     operator = "entity.name.function.operator.marl"
-                    self.assertTrue(text == (scope or "").startswith("string") or
+                    self.assertTrue(text == (scope or "").startswith(("string", "comment")) or
                                     scope == operator, where)
                     self.assertTrue(scope or character.isspace(), where)
                     self.assertFalse((scope or "").startswith("invalid"), where)
                 for word in re.finditer(r"[a-z_]{2,}", program):
                     scope = found[word.start()]
-                    if scope.startswith(("string", "variable.parameter")):
+                    if scope.startswith(("string", "comment", "variable.parameter")):
                         continue
                     self.assertEqual(word[0] in builtins, scope.startswith("support.function"),
                                      f"{word[0]} at {word.start()}: {scope}")

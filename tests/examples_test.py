@@ -11,7 +11,6 @@ import subprocess
 import sys
 import tempfile
 import unittest
-import urllib.request
 
 EXAMPLES = pathlib.Path(__file__).resolve().parent.parent / "examples"
 SECONDS = 60
@@ -23,7 +22,7 @@ def run(name, *arguments, **options):
 
 
 class Examples(unittest.TestCase):
-    def test_the_http_server_serves_its_page_and_ends(self):
+    def test_the_http_client_fetches_the_page_of_the_http_server(self):
         with socket.socket() as probe:
             probe.bind(("127.0.0.1", 0))
             port = str(probe.getsockname()[1])
@@ -31,14 +30,18 @@ class Examples(unittest.TestCase):
                                   stdout=subprocess.PIPE)
         try:
             self.assertEqual(server.stdout.readline(), b"ready\n")
-            with urllib.request.urlopen(f"http://127.0.0.1:{port}/page", timeout=SECONDS) as reply:
-                self.assertEqual(reply.headers["Content-Type"], "text/html")
-                self.assertIn(b"<h1>Hello from marl</h1>", reply.read())
-            self.assertEqual(server.stdout.read(), b"GET /page HTTP/1.1\n")
-            self.assertEqual(server.wait(SECONDS), 0)
+            fetched = run("http_client", "127.0.0.1", port, "/page")
+            self.assertIn(b"<h1>Hello from marl</h1>", fetched.stdout)
+            self.assertEqual(server.stdout.read(), b"GET /page HTTP/1.0\n")
+            self.assertEqual((fetched.returncode, server.wait(SECONDS)), (0, 0))
         finally:
             server.kill()
             server.communicate()
+        self.assertEqual(run("http_client", "127.0.0.1", port, "/page").returncode, 1)
+
+    def test_the_invoice_is_joined_from_its_files(self):
+        added = run("invoice/main", EXAMPLES / "invoice").stdout
+        self.assertEqual(added, b"net: 1 021.45\ngross: 1 215.53\n")
 
     def test_ls_sorts_a_folder_and_marks_its_kinds(self):
         with tempfile.TemporaryDirectory() as folder:

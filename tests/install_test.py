@@ -5,6 +5,7 @@
 
 MARL stands in the build folder that is installed.
 """
+import gzip
 import pathlib
 import shutil
 import subprocess
@@ -13,7 +14,7 @@ import tempfile
 import unittest
 
 DOCUMENTS = "share/doc/marl"
-EXPECTED = ["bin/marl", "share/man/man1/marl.1", f"{DOCUMENTS}/README.md", f"{DOCUMENTS}/copyright",
+EXPECTED = ["bin/marl", "share/man/man1/marl.1.gz", f"{DOCUMENTS}/README.md", f"{DOCUMENTS}/copyright",
             f"{DOCUMENTS}/docs/guide.md", f"{DOCUMENTS}/docs/snippets/01-hello.marl",
             "share/marl/editors/vim/syntax/marl.vim", "share/marl/editors/vscode/package.json"]
 
@@ -40,11 +41,12 @@ class Installation(unittest.TestCase):
 
     @unittest.skipUnless(shutil.which("groff"), "no groff")
     def test_the_man_page_formats_without_a_warning(self):
-        page = self.prefix / "share/man/man1/marl.1"
-        shown = subprocess.run(["groff", "-man", "-Tutf8", "-ww", page], capture_output=True,
-                               check=True)
-        self.assertEqual(shown.stderr, b"")
-        self.assertIn("a\\done{puts(init[Hello, world!])}0", shown.stdout.decode())
+        for name, text in (("marl", "a\\done{puts(init[Hello, world!])}0"), ("marl-lab", "marl-lab")):
+            page = gzip.decompress((self.prefix / f"share/man/man1/{name}.1.gz").read_bytes())
+            shown = subprocess.run(["groff", "-man", "-Tutf8", "-ww"], input=page,
+                                   capture_output=True, check=True)
+            self.assertEqual(shown.stderr, b"")
+            self.assertIn(text, shown.stdout.decode())
 
 
 if __name__ == "__main__":

@@ -1,3 +1,5 @@
+// Every way in which the process ends by itself. Nothing here takes memory or goes through the
+// other parts of this folder: what ends a process must work when these are what is broken.
 #include "text/fatal.h"
 
 #include <unistd.h>

@@ -1,3 +1,5 @@
+// Text goes out in the caller's own call, chunk by chunk, with nothing kept back; numbers are
+// formatted on the stack.
 #include "text/stream.h"
 
 #include <unistd.h>

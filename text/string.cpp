@@ -1,3 +1,5 @@
+// A body is one block: length, count, bytes, NUL. All empty Strings share one body that is never
+// freed, so that a new handle costs no allocation and a moved-from one is still a String.
 #include "text/string.h"
 
 #include <cstdlib>

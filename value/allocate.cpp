@@ -1,3 +1,5 @@
+// The slow side of the free lists: slabs of 64 KiB, cut from the front into blocks as lists run
+// empty. A block never goes back to its slab; when it is freed it stays on the list of its size.
 #include "value/allocate.h"
 
 namespace marl {

@@ -1,3 +1,7 @@
+// Making Leaves, and reading them back. How long a Leaf is stands in one of three places, by its
+// first byte: in the header (text and digits that are not too long, crays), in the text itself (the
+// count in front of a post's payload), or at its NUL. Text and digits too long for the header are
+// measured again at each question, text by its brackets, digits by their NUL.
 #include "value/value.h"
 
 #include <array>
