@@ -40,7 +40,7 @@ class Allocation(unittest.TestCase):
             while (ended := self.run_failing(at)) != (whole, b"", 0):
                 self.assertEqual(ended[1:], (b"marl: out of memory\n", 1), at)
                 self.assertTrue(whole.startswith(ended[0]), at)
-                at += 1 + at // 50  # each of the first ones, and then one in so many
+                at += 1 + at // 20  # each of the first ones, and then one in so many
             self.assertGreater(at, 100)
 
 

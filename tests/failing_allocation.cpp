@@ -1,5 +1,6 @@
 // An allocator that fails once: linked round marl's own objects in the place of malloc, realloc and
-// operator new, it gives null at the call that the environment's MARL_FAIL_AT tells, the first being
+// operator new, it gives null at the call that the environment's MARL_FAIL_AT tells, the first
+// being
 // 1. What the C library allocates for itself doesn't count.
 #include <cstdint>
 #include <cstdlib>
