@@ -65,17 +65,20 @@ enum class Op : uint8_t {
     call,          // a = what the symbol's definition gives for `sources`; b registers are kept
     call_last,
     call_held,
+    apply,  // a = the first of `sources` applied to the others; b registers are kept
+    apply_last,
 
     pairs,     // a = the partial application of constants[b] to `sources`
     closure,   // a = the closure of parts[b] over `sources`
     name,      // a = the value of the constant `symbol`
     evaluate,  // a = the value of b, which is taken
 
-    if_held,  // go on at d when the topmost b entries of the context are arguments
-    wait,     // what comes next leaves the frame; its value comes to a, and the code goes on at d
-    hold,     // push the one of `sources` as an argument
-    give,     // the frame ends, and the one of `sources` is the focus
-    go,       // the one of `sources` is the focus, and the frame stays
+    if_strict,  // go on at d unless b is a strict function that takes c more arguments
+    if_held,    // go on at d when the topmost b entries of the context are arguments
+    wait,       // what comes next leaves the frame; its value comes to a, and the code goes on at d
+    hold,       // push the one of `sources` as an argument
+    give,       // the frame ends, and the one of `sources` is the focus
+    go,         // the one of `sources` is the focus, and the frame stays
 };
 
 using RegisterSet = uint64_t;

@@ -21,6 +21,7 @@
 #include "reduce/analysis.h"
 #include "reduce/code.h"
 #include "reduce/lazy.h"
+#include "reduce/operators.h"
 #include "reduce/tables.h"
 #include "value/short_hint.h"
 
@@ -54,34 +55,6 @@ struct Target {
     int reg = 0;
 };
 constexpr Target last_word{};
-
-const Row* row_named(const char* name) { return symbol_of(name).builtin; }
-
-struct Operator {
-    const Row* row;
-    Op op;
-    Op with_number;
-};
-
-/// The built-ins that code has instructions for.
-const Operator* find_operator(const Row* row) {
-    static const std::array<Operator, 9> operators{{
-        {row_named("plus"), Op::add, Op::add_number},
-        {row_named("dash"), Op::subtract, Op::subtract_number},
-        {row_named("mult"), Op::multiply, Op::multiply_number},
-        {row_named("over"), Op::over, Op::over_number},
-        {row_named("cent"), Op::cent, Op::cent_number},
-        {row_named("less"), Op::less, Op::less_number},
-        {row_named("gteq"), Op::not_less, Op::not_less_number},
-        {row_named("same"), Op::same, Op::same_number},
-        {row_named("diff"), Op::differ, Op::differ_number},
-    }};
-    for (const Operator& known : operators) {
-        if (known.row == row) return &known;
-    }
-    return nullptr;
-}
-bool is_comparison(const Operator& known) { return known.op >= Op::less; }
 
 /// Whether a constant is a number that an instruction can hold, and that number.
 bool short_constant(Word word, int64_t& n) {
@@ -165,6 +138,11 @@ class Compiler {
     }
 
     void site(int32_t next, RegisterSet live) { unit_.sites.push_back({next, live, waiting_ > 0}); }
+
+    /// How many registers a frame keeps while called code runs.
+    static uint8_t kept_registers(RegisterSet live) {
+        return static_cast<uint8_t>(live ? 64 - __builtin_clzll(live) : 0);
+    }
 
     // What is known of an operand.
 
@@ -296,13 +274,13 @@ class Compiler {
     bool arrange(Symbol& symbol, const Operands& operands, Target target, RegisterSet live);
     void partial(Node* name, bool lazy, const Operands& operands, Target target, RegisterSet live);
     void call(Symbol& symbol, const Operands& operands, Target target, RegisterSet live);
-    void operation(const Operator& known, const Operands& operands, Target target,
-                   RegisterSet live);
-    void compare(const Operator& known, const Operands& operands, Target target, RegisterSet live);
-    Instruction& operate(const Operator& known, const Operands& operands, RegisterSet live);
+    void operation(Op op, const Operands& operands, Target target, RegisterSet live);
+    void compare(Op op, const Operands& operands, Target target, RegisterSet live);
+    Instruction& operate(Op op, const Operands& operands, RegisterSet live);
 
     void hold(const Operands& operands, size_t from, RegisterSet live);
     void general(const Source& head, const Operands& operands, Target target, RegisterSet live);
+    void apply(int reg, const Operands& operands, Target target, RegisterSet live);
     void choose(int reg, const Operands& operands, Target target, RegisterSet live);
 
     /// One way of a choice: what the other ways hold is dropped, then the operand is compiled.
@@ -451,8 +429,36 @@ void Compiler::register_head(int reg, const Operands& operands, Target target, R
         return site(place + 1, live);
     }
     if (operands.empty()) return give(head, target);
-    if (operands.size() > 2) return general(head, operands, target, live);
+    if (operands.size() > 2) return apply(reg, operands, target, live);
     choose(reg, operands, target, live);
+}
+
+/// An unknown function on its operands. One that is strict and takes them all has them computed
+/// here, in order.
+void Compiler::apply(int reg, const Operands& operands, Target target, RegisterSet live) {
+    const int kept = next_;
+    const auto question = static_cast<size_t>(here());
+    Instruction& asked = emit(Op::if_strict);
+    asked.b = static_cast<uint8_t>(reg);
+    asked.c = static_cast<uint8_t>(operands.size());
+    Operands all{{nullptr, -1, reg}};
+    all.insert(all.end(), operands.begin(), operands.end());
+    const std::vector<Source> sources = values_of(all, live);
+    next_ = kept;
+    const int32_t place = here();
+    Instruction& made = emit(target.last ? Op::apply_last : Op::apply);
+    made.a = static_cast<uint8_t>(target.reg);
+    made.b = kept_registers(live);
+    attach(made, sources);
+    int32_t end = -1;
+    if (!target.last) {
+        site(place + 1, live);
+        end = here();
+        emit(Op::jump);
+    }
+    unit_.code[question].d = here();
+    general(use(reg, live | registers_of(operands)), operands, target, live);
+    if (end >= 0) unit_.code[static_cast<size_t>(end)].d = here();
 }
 
 void Compiler::leaf_head(const Operand& head, const Operands& operands, Target target,
@@ -471,11 +477,12 @@ void Compiler::named_head(const Operand& head, Node* name, const Operands& opera
     if (!symbol.definition) return general(plain, operands, target, live);
     if (symbol.builtin) {
         if (count < symbol.builtin->arity) return partial(name, false, operands, target, live);
-        const Operator* known = find_operator(symbol.builtin);
-        if (known && is_comparison(*known) && count >= 4 && truth_is_plain()) {
-            return compare(*known, operands, target, live);
+        const auto op = static_cast<Op>(symbol.operation);
+        const bool known = symbol.operation >= 0;
+        if (known && is_comparison(op) && count >= 4 && truth_is_plain()) {
+            return compare(op, operands, target, live);
         }
-        if (known && !is_comparison(*known)) return operation(*known, operands, target, live);
+        if (known && is_arithmetic(op)) return operation(op, operands, target, live);
         return call(symbol, operands, target, live);
     }
     if (symbol.parameters == 0) return constant_name(name, operands, target, live);
@@ -632,7 +639,7 @@ void Compiler::call(Symbol& symbol, const Operands& operands, Target target, Reg
     if (target.last) op = symbol.builtin ? Op::builtin_last : Op::call_last;
     Instruction& made = emit(op);
     made.a = static_cast<uint8_t>(target.reg);
-    made.b = static_cast<uint8_t>(live ? 64 - __builtin_clzll(live) : 0);
+    made.b = kept_registers(live);
     if (symbol.builtin) {
         made.row = symbol.builtin;
     } else {
@@ -649,7 +656,7 @@ void Compiler::call(Symbol& symbol, const Operands& operands, Target target, Reg
 }
 
 /// The instruction of an operator on the values of its two operands.
-Instruction& Compiler::operate(const Operator& known, const Operands& operands, RegisterSet live) {
+Instruction& Compiler::operate(Op op, const Operands& operands, RegisterSet live) {
     const Operands own(operands.begin(), operands.begin() + 2);
     std::vector<Source> sources = values_of(own, live);
     for (size_t i = 0; i < 2; ++i) {
@@ -661,7 +668,8 @@ Instruction& Compiler::operate(const Operator& known, const Operands& operands, 
         sources[i] = use(made, 0);
     }
     const bool number = sources[1].from == From::constant;
-    Instruction& made = emit(number ? known.with_number : known.op);
+    const int with_number = is_arithmetic(op) ? to_number_op : to_compared_number;
+    Instruction& made = emit(number ? static_cast<Op>(static_cast<int>(op) + with_number) : op);
     made.b = sources[0].reg;
     made.d = sources[0].from == From::take ? take_b : 0;
     if (number) {
@@ -674,20 +682,18 @@ Instruction& Compiler::operate(const Operator& known, const Operands& operands, 
     return made;
 }
 
-void Compiler::operation(const Operator& known, const Operands& operands, Target target,
-                         RegisterSet live) {
+void Compiler::operation(Op op, const Operands& operands, Target target, RegisterSet live) {
     const bool direct = !target.last && operands.size() == 2;
     const Operands rest(operands.begin() + 2, operands.end());
     const int kept = next_;
     const int reg = direct ? target.reg : new_register();
-    operate(known, operands, live | registers_of(rest)).a = static_cast<uint8_t>(reg);
+    operate(op, operands, live | registers_of(rest)).a = static_cast<uint8_t>(reg);
     if (!direct) register_head(reg, rest, target, live);
     next_ = kept;
 }
 
 /// A comparison in front of two operands, or more: a branch.
-void Compiler::compare(const Operator& known, const Operands& operands, Target target,
-                       RegisterSet live) {
+void Compiler::compare(Op op, const Operands& operands, Target target, RegisterSet live) {
     const Operand& yes = operands[2];
     const Operand& no = operands[3];
     const Operands rest(operands.begin() + 4, operands.end());
@@ -696,7 +702,7 @@ void Compiler::compare(const Operator& known, const Operands& operands, Target t
     const RegisterSet all = registers_of(choices) | live;
     const int kept = next_;
     const uint8_t odd = new_register();
-    operate(known, operands, all).a = odd;
+    operate(op, operands, all).a = odd;
     const auto branch = static_cast<size_t>(here() - 1);
     std::vector<int32_t> ends;
     way(all, registers_of(yes) | for_rest, target, ends,
@@ -749,8 +755,7 @@ void Compiler::choose(int reg, const Operands& operands, Target target, Register
             expression(chosen, {x, y}, target, live);
         });
     }
-    choice.other =
-        way(all, all, target, ends, [&] { general(use(odd, 0), operands, target, live); });
+    choice.other = way(all, all, target, ends, [&] { apply(odd, operands, target, live); });
     unit_.code[place].d = static_cast<int32_t>(unit_.choices.size());
     unit_.choices.push_back(choice);
     join(ends);

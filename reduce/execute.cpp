@@ -58,6 +58,16 @@ void take_apart(Node* node, bool taken, Word& x, Word& y) {
     if (taken) release(outer);
 }
 
+/// Whether a function is strict and takes that many more arguments.
+bool takes_strictly(Word function, int count) {
+    if (is_closure(function)) return closure_of(function)->unit->parameters >= count;
+    if (!is_node(function)) return count == 1;
+    Node* head = node_of(function);
+    if (rank_analysed(head) < count) return false;
+    while (!is_leaf(head) && !is_zits_analysed(head)) head = as_pair(head)->left;
+    return !is_lazy_head(head);
+}
+
 class Loop {
   public:
     /// Starts a Unit whose arguments stand behind the last frame; false when it has no code, and
@@ -174,8 +184,19 @@ class Loop {
         for (; set; set &= set - 1) release_word(frame_[__builtin_ctzll(set)]);
     }
 
+    /// A function, a row, or a definition on words; false when the focus is due.
+    bool apply(const Instruction& in, bool last);
+    bool apply_name(const Instruction& in, bool last, Symbol& symbol, Word* words, int count);
+    bool finish(const Instruction& in, bool last, Word value);
+    void begin_call(const Instruction& in, bool last, const Word* words, int count);
+
     /// Calls a row; false when its result is no value, and then it is the focus.
-    bool call_row(const Instruction& in, bool ends, bool waits);
+    bool call_row(const Instruction& in, const Row& row, Word* arguments, bool ends, bool waits);
+    bool call_row(const Instruction& in, bool ends, bool waits) {
+        Word arguments[most_parameters];
+        get_sources(in, arguments);
+        return call_row(in, *in.row, arguments, ends, waits);
+    }
     void make_pairs(const Instruction& in);
 
     Unit* unit_ = nullptr;
@@ -210,12 +231,10 @@ void Loop::choose(const Instruction& in, bool two) {
     at_ = code + choice.other;
 }
 
-bool Loop::call_row(const Instruction& in, bool ends, bool waits) {
-    Word arguments[most_parameters];
-    get_sources(in, arguments);
+bool Loop::call_row(const Instruction& in, const Row& row, Word* arguments, bool ends, bool waits) {
     const int64_t next = index_behind();
     if (ends) registers.top = frame_;
-    Value result = call_builtin(*in.row, arguments);
+    Value result = call_builtin(row, arguments);
     if (!ends) frame_ = registers.top - unit_->frame;
     if (!ends && !waits) {
         if (settled_analysed(result) && !is_abort(result)) {
@@ -227,6 +246,76 @@ bool Loop::call_row(const Instruction& in, bool ends, bool waits) {
     }
     if (is_abort(result)) drop_context();
     focus_ = word_of(result.take());
+    return false;
+}
+
+/// The value of an instruction.
+bool Loop::finish(const Instruction& in, bool last, Word value) {
+    if (last) {
+        registers.top = frame_;
+        return go_on(value);
+    }
+    frame_[in.a] = value;
+    ++at_;
+    return true;
+}
+
+/// Puts the words where the frame of what is called begins.
+void Loop::begin_call(const Instruction& in, bool last, const Word* words, int count) {
+    if (!last) wait_here(in.a, index_behind(), in.b);
+    registers.top = last ? frame_ : frame_ + in.b;
+    for (int i = 0; i < count; ++i) registers.top[i] = words[i];
+}
+
+bool Loop::apply_name(const Instruction& in, bool last, Symbol& symbol, Word* words, int count) {
+    if (!symbol.builtin) {
+        begin_call(in, last, words, count);
+        return enter(unit_of(symbol));
+    }
+    if (symbol.operation >= 0 && is_arithmetic(static_cast<Op>(symbol.operation))) {
+        const auto op = static_cast<Op>(symbol.operation);
+        return finish(in, last, operate_slowly(op, words[0], words[1]));
+    }
+    return call_row(in, *symbol.builtin, words, last, false);
+}
+
+/// The function stands behind the frame, and its arguments behind it. What is no call of a
+/// definition, a built-in or a closure goes the general way.
+bool Loop::apply(const Instruction& in, bool last) {
+    Word words[2 * most_registers];
+    Word* const arguments = words + most_registers;
+    get_sources(in, arguments - 1);
+    const Word function = arguments[-1];
+    const auto count = static_cast<int>(in.count) - 1;
+    if (is_closure(function)) {
+        Closure* closure = closure_of(function);
+        Unit& unit = *closure->unit;
+        if (unit.parameters == count) {
+            Word* const first = arguments - unit.captures;
+            open_closure(closure, first);
+            begin_call(in, last, first, unit.captures + count);
+            return enter(unit);
+        }
+    } else if (is_node(function)) {
+        Node* node = node_of(function);
+        Node* head = node;
+        int inner = 0;
+        for (; !is_leaf(head) && !is_zits_analysed(head); ++inner) head = as_pair(head)->left;
+        const bool named = is_leaf(head) && is_name_byte(first_byte(head)) && symbol_slot(head) &&
+                           rank_analysed(node) == count;
+        if (named && symbol_of_leaf(head).definition) {
+            Symbol& symbol = symbol_of_leaf(head);
+            take_inner_arguments(node, inner, arguments - inner);
+            return apply_name(in, last, symbol, arguments - inner, inner + count);
+        }
+    }
+    if (last) {
+        registers.top = frame_;
+    } else {
+        wait_here(in.a, index_behind());
+    }
+    for (int i = count; i-- > 0;) push(Waiting::argument, arguments[i]);
+    focus_ = function;
     return false;
 }
 
@@ -380,6 +469,13 @@ void Loop::run() {
                 break;
             }
 
+            case Op::apply:
+                if (!apply(in, false)) return;
+                break;
+            case Op::apply_last:
+                if (!apply(in, true)) return;
+                break;
+
             case Op::pairs:
                 make_pairs(in);
                 ++at_;
@@ -411,6 +507,9 @@ void Loop::run() {
                 break;
             }
 
+            case Op::if_strict:
+                at_ = takes_strictly(r[in.b], in.c) ? at_ + 1 : unit_->code.data() + in.d;
+                break;
             case Op::if_held: {
                 bool held = true;
                 for (int i = 1; held && i <= in.b; ++i) held = is_argument(stack.top[-i]);

@@ -19,6 +19,25 @@ bool is_abort(Node* r) {
     return kind == ')' || kind == ']';
 }
 
+void take_inner_arguments(Node* function, int inner, Word* arguments) {
+    while (inner > 0) {
+        PairNode* node = as_pair(function);
+        if (count_of(node) == 1) {
+            arguments[--inner] = node->right;
+            function = node->left;
+            free_node(node, sizeof(PairNode));
+            continue;
+        }
+        Node* shared_part = function;
+        for (; inner > 0; function = as_pair(function)->left) {
+            arguments[--inner] = share(as_pair(function)->right);
+        }
+        release(shared_part);
+        return;
+    }
+    release(function);
+}
+
 namespace {
 
 constexpr int most_arguments = most_parameters + 1;
@@ -50,27 +69,6 @@ Word abort_with(Value r) {
 
 Value marked_leaf(char mark, std::string_view text) {
     return leaf(std::string(1, mark).append(text));
-}
-
-/// Takes the arguments that `function` has already out of it, and drops the rest of it. A Pair that
-/// nobody else holds gives its references up, so that an argument held by it alone stays so.
-void take_inner_arguments(Node* function, int inner, Word* arguments) {
-    while (inner > 0) {
-        PairNode* node = as_pair(function);
-        if (count_of(node) == 1) {
-            arguments[--inner] = node->right;
-            function = node->left;
-            free_node(node, sizeof(PairNode));
-            continue;
-        }
-        Node* shared_part = function;
-        for (; inner > 0; function = as_pair(function)->left) {
-            arguments[--inner] = share(as_pair(function)->right);
-        }
-        release(shared_part);
-        return;
-    }
-    release(function);
 }
 
 void take_held_arguments(int held, Word* arguments) {

@@ -25,6 +25,11 @@ Word fire_closure(Closure* closure);
 /// Takes up the work of a closure without parameters, which is consumed.
 Word fire_delayed(Closure* closure);
 
+/// Takes the arguments that `function` has already, `inner` of them, out of it, and drops the rest
+/// of it. A Pair that nobody else holds gives its references up, so that an argument held by it
+/// alone stays so.
+void take_inner_arguments(Node* function, int inner, Word* arguments);
+
 /// Fires a name that takes no arguments: a built-in of arity 0 or a constant definition. Consumes
 /// the Leaf; may push an update.
 Word fire_name(Node* name);

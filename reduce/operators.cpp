@@ -14,27 +14,19 @@ namespace marl {
 
 namespace {
 
-constexpr int operator_count = static_cast<int>(Op::differ) + 1;
+constexpr struct {
+    const char* name;
+    Op op;
+} operators[] = {
+    {"plus", Op::add},      {"dash", Op::subtract}, {"mult", Op::multiply},
+    {"over", Op::over},     {"cent", Op::cent},     {"less", Op::less},
+    {"gteq", Op::not_less}, {"same", Op::same},     {"diff", Op::differ},
+};
 
-const Row& row_of(Op op) {
-    static const auto rows = [] {
-        std::array<const Row*, operator_count> table{};
-        const auto enter = [&](Op known, const char* name) {
-            table[static_cast<size_t>(known)] = symbol_of(name).builtin;
-        };
-        enter(Op::add, "plus");
-        enter(Op::subtract, "dash");
-        enter(Op::multiply, "mult");
-        enter(Op::over, "over");
-        enter(Op::cent, "cent");
-        enter(Op::less, "less");
-        enter(Op::not_less, "gteq");
-        enter(Op::same, "same");
-        enter(Op::differ, "diff");
-        return table;
-    }();
-    return *rows[static_cast<size_t>(op)];
-}
+constexpr int operator_count = static_cast<int>(Op::differ) + 1;
+std::array<const Row*, operator_count> rows;
+
+const Row& row_of(Op op) { return *rows[static_cast<size_t>(op)]; }
 
 bool number_of(Word word, int64_t& n) {
     if (!is_short(word)) return is_node(word) && short_hint(node_of(word), n);
@@ -119,6 +111,14 @@ Node* call_row(const Row& row, Word x, Word y) {
 }
 
 }  // namespace
+
+void bind_operators() {
+    for (const auto& [name, op] : operators) {
+        Symbol& symbol = symbol_of(name);
+        symbol.operation = static_cast<int8_t>(op);
+        rows[static_cast<size_t>(op)] = symbol.builtin;
+    }
+}
 
 Word word_of_result(Node* node) {
     int64_t n;

@@ -5,6 +5,15 @@
 
 namespace marl {
 
+/// Tells the symbols of built-ins which instruction does the same.
+void bind_operators();
+
+inline bool is_arithmetic(Op op) { return op >= Op::add && op <= Op::cent; }
+inline bool is_comparison(Op op) { return op >= Op::less && op <= Op::differ; }
+/// The instruction for a constant number as the second operand.
+constexpr int to_number_op = static_cast<int>(Op::add_number) - static_cast<int>(Op::add);
+constexpr int to_compared_number = static_cast<int>(Op::less_number) - static_cast<int>(Op::less);
+
 /// x op y for an arithmetic instruction, where the two are not both short or the result is not.
 /// Consumes both.
 Word operate_slowly(Op op, Word x, Word y);

@@ -5,6 +5,7 @@
 #include "reduce/analysis.h"
 #include "reduce/code.h"
 #include "reduce/exactness.h"
+#include "reduce/operators.h"
 
 namespace marl {
 
@@ -131,6 +132,7 @@ void clear_definitions() {
 
 void bind_builtins() {
     for (const Row& row : builtin_table()) symbol_of(row.name).builtin = &row;
+    bind_operators();
 }
 
 }  // namespace marl

@@ -38,6 +38,7 @@ struct Symbol {
 
     String name;
     const Row* builtin = nullptr;
+    int8_t operation = -1;       // the Op of reduce/code.h that does what the built-in does, or -1
     Value definition;            // null when the name has none
     int parameters = 0;          // the lambdas at the top of `definition`, 11 for that many or more
     bool unmemoised = false;     // a constant that is evaluated anew at each use

@@ -2,6 +2,11 @@
 // empty. A block never goes back to its slab; when it is freed it stays on the list of its size.
 #include "value/allocate.h"
 
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <cstring>
+
 namespace marl {
 
 FreeBlock* free_lists[pooled_limit / word_size + 1];
@@ -10,20 +15,41 @@ FreeBlock* free_lists[pooled_limit / word_size + 1];
 int64_t live_nodes = 0;
 #endif
 
+void* allocate_large(size_t size) {
+    if (size < large_page) return allocate_bytes(size);
+    const size_t rounded = (size + large_page - 1) & ~(large_page - 1);
+    void* block = aligned_alloc(large_page, rounded);
+    if (!block) out_of_memory();
+#ifdef MADV_HUGEPAGE
+    // Advice only: what the system makes of it changes nothing but the time.
+    (void)madvise(block, rounded, MADV_HUGEPAGE);
+#endif
+    return block;
+}
+
+void* grow_large(void* block, size_t used, size_t size) {
+    void* grown = allocate_large(size);
+    if (used > 0) memcpy(grown, block, used);
+    free(block);
+    return grown;
+}
+
 void* allocate_from_slab(size_t words) {
-    constexpr size_t slab_size = size_t{1} << 16;
+    constexpr size_t first_slab_size = size_t{1} << 16;
     static FreeBlock* slabs = nullptr;
     static char* next = nullptr;
     static size_t rest = 0;
+    static size_t slab_size = first_slab_size;
     const size_t size = words * word_size;
     if (rest < size) {
         // What is left of the old slab, less than one block, is given up. Each slab begins with the
         // address of the one before, so that leak checkers see that all are in use.
-        auto* slab = static_cast<FreeBlock*>(allocate_bytes(slab_size));
+        auto* slab = static_cast<FreeBlock*>(allocate_large(slab_size));
         slab->next = slabs;
         slabs = slab;
         next = reinterpret_cast<char*>(slab + 1);
         rest = slab_size - sizeof *slab;
+        slab_size = std::min(slab_size * 2, large_page);
     }
     void* block = next;
     next += size;

@@ -26,6 +26,14 @@ extern FreeBlock* free_lists[pooled_limit / word_size + 1];
 extern int64_t live_nodes;
 #endif
 
+/// The size and the alignment of what the system may back by one large page.
+constexpr size_t large_page = size_t{1} << 21;
+
+/// A block of which all will be used: in large pages, when it is large. Freed by `free`.
+void* allocate_large(size_t size);
+/// Such a block in the place of another, or of none, whose first `used` bytes it takes over.
+void* grow_large(void* block, size_t used, size_t size);
+
 /// A block for a free list that has run empty.
 void* allocate_from_slab(size_t words);
 
