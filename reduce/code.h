@@ -172,6 +172,9 @@ struct Unit {
 /// The Unit of a definition with parameters. `strict`: its calls have all arguments settled.
 std::unique_ptr<Unit> make_unit(Node* definition, bool strict);
 
+/// The Unit of a closed lambda.
+std::unique_ptr<Unit> make_lambda_unit(Node* lambda);
+
 /// The part behind the first of several lambdas of a part, as `rest`.
 std::unique_ptr<Unit> make_rest(const Unit& part);
 

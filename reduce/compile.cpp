@@ -808,6 +808,13 @@ std::unique_ptr<Unit> make_unit(Node* definition, bool strict) {
     return unit;
 }
 
+std::unique_ptr<Unit> make_lambda_unit(Node* lambda) {
+    auto unit = std::make_unique<Unit>();
+    unit->whole = lambda;
+    finish_part(*unit);
+    return unit;
+}
+
 std::unique_ptr<Unit> make_rest(const Unit& part) {
     auto rest = std::make_unique<Unit>();
     rest->whole = lambda_body(part.whole);

@@ -180,6 +180,12 @@ Word fire_lambda(Node* lambda) {
     return word_of(substitute(lambda_body(lambda), bindings));
 }
 
+Word fire_coded_lambda(Node* lambda, Unit& unit) {
+    take_held_arguments(unit.parameters, registers.top);
+    release(lambda);
+    return run_unit(unit);
+}
+
 Word fire_closure(Closure* closure) {
     Unit& unit = *closure->unit;
     Word* to = registers.top;

@@ -18,6 +18,10 @@ Word fire(Node* function, Node* head, int inner, int held);
 /// Fires a lambda \ x b on the topmost entry, which is settled. Consumes the lambda.
 Word fire_lambda(Node* lambda);
 
+/// Calls the code of a lambda on as many settled arguments as it has parameters, the topmost
+/// entries. Consumes the lambda.
+Word fire_coded_lambda(Node* lambda, Unit& unit);
+
 /// Calls a closure of lambdas on as many settled arguments as it has parameters, the topmost
 /// entries. Consumes it.
 Word fire_closure(Closure* closure);

@@ -16,6 +16,7 @@
 #include "reduce/exactness.h"
 #include "reduce/execute.h"
 #include "reduce/fire.h"
+#include "reduce/lambda.h"
 #include "reduce/lazy.h"
 #include "reduce/nesting.h"
 #include "reduce/plain.h"
@@ -107,6 +108,15 @@ Word apply_closure(Closure* closure) {
     return apply_partly(closure, (--stack.top)->word);
 }
 
+Word apply_lambda(Node* lambda) {
+    Unit* unit = unit_of_lambda(lambda);
+    const int parameters = unit ? unit->parameters : 1;
+    const Held held = held_arguments(parameters);
+    if (held.unsettled) return begin_argument(word_of(lambda), held.unsettled);
+    return unit && held.count == parameters ? fire_coded_lambda(lambda, *unit)
+                                            : fire_lambda(lambda);
+}
+
 /// A settled function meets the arguments on top of the stack.
 Word apply_to_held(Word word) {
     if (is_closure(word)) return apply_closure(closure_of(word));
@@ -114,10 +124,7 @@ Word apply_to_held(Word word) {
     Node* head = function;
     int inner = 0;
     for (; !is_leaf(head) && !is_zits_analysed(head); ++inner) head = as_pair(head)->left;
-    if (inner == 2 && is_leaf_of(head, '\\')) {
-        if (!is_settled(stack.top[-1].word)) return begin_argument(word_of(function), 1);
-        return fire_lambda(function);
-    }
+    if (inner == 2 && is_leaf_of(head, '\\')) return apply_lambda(function);
     const int wanted = rank_analysed(function);
     const Held held = held_arguments(wanted);
     if (held.count == wanted && (held.unsettled == 0 || is_lazy_head(head))) {

@@ -5,6 +5,7 @@
 #include "reduce/analysis.h"
 #include "reduce/code.h"
 #include "reduce/exactness.h"
+#include "reduce/lambda.h"
 #include "reduce/operators.h"
 
 namespace marl {
@@ -125,6 +126,7 @@ void clear_definitions() {
         erase_definition(*symbol);
         symbol->unmemoised = false;
     }
+    clear_lambda_units();
     retired.clear();
     exactness_due = false;
     identity_matters = false;
