@@ -301,8 +301,9 @@ bool Loop::apply(const Instruction& in, bool last) {
         Node* head = node;
         int inner = 0;
         for (; !is_leaf(head) && !is_zits_analysed(head); ++inner) head = as_pair(head)->left;
+        // The definition of `\` only gives it a rank.
         const bool named = is_leaf(head) && is_name_byte(first_byte(head)) && symbol_slot(head) &&
-                           rank_analysed(node) == count;
+                           rank_analysed(node) == count && !is_leaf_of(head, '\\');
         if (named && symbol_of_leaf(head).definition) {
             Symbol& symbol = symbol_of_leaf(head);
             take_inner_arguments(node, inner, arguments - inner);
