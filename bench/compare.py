@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Whole programs in marl against the same algorithms in other interpreters.
 
-    bench/compare.py [--rounds N] [--marl PATH]... [--peers NAMES] [PROGRAM]...
+    bench/compare.py [--large] [--rounds N] [--marl PATH]... [--peers NAMES] [PROGRAM]...
 
 Every program of bench/programs runs in marl and in each peer that is installed, one after the
 other, round after round, so that a disturbance of the machine meets all of them. A run counts when
@@ -9,8 +9,12 @@ it ends with status 0 and its output is that of the others. What counts is the u
 time of the process with its children, and its peak memory. The median over the rounds is taken,
 and from it the median of the peer's own start-up, which is that of an empty program.
 
-A ratio is the other's time over marl's: above 1, marl is faster. With several --marl, the first is
-the one that the others are compared with, which makes this the way to judge a change.
+A ratio is the other's time over marl's: above 1, marl is faster. The means are shown the other way
+round as well, and with them the program that is slowest beside each peer. With several --marl, the
+first is the one that the others are compared with, which makes this the way to judge a change.
+
+The programs have a size in them as a number. At that size a run is short, and the start-up of some
+peers is most of it; --large takes ten times as much work and more, so that it hardly counts.
 """
 
 import argparse
@@ -29,12 +33,35 @@ import tempfile
 ROOT = pathlib.Path(__file__).resolve().parent
 PROGRAMS = ROOT / "programs"
 
-# In the order of the table. A unit is what the program keeps a million of at its peak.
+# In the order of the table. A unit is what the program keeps at its peak, as many as its size says.
 NAMES = """startup countdown fib tak ackermann queens fold mergesort tree primes church array text
 bytes nbody deep cells factorial fibonacci division""".split()
 BIG_NUMBERS = {"factorial", "fibonacci", "division"}
 UNITS = {"deep": "frame", "cells": "cell"}
-UNIT_COUNT = 1_000_000
+
+# The numbers that make the size of a program: as it stands, large, and how often it is there, which
+# is the same in every language. Sums stay below 2^31, which is where an Int of hugs ends.
+SIZES = {
+    "countdown": [("1000000", "20000000", 1)],
+    "fib": [("27", "33", 1)],
+    "tak": [("21", "30", 1)],
+    "ackermann": [("7", "9", 1)],
+    "queens": [("9", "11", 2)],
+    "fold": [("200000", "4000000", 1)],
+    "mergesort": [("20000", "200000", 1)],
+    "tree": [("20000", "200000", 1)],
+    "primes": [("1000", "4000", 1)],
+    "church": [("2", "40", 1)],
+    "array": [("200000", "2000000", 3)],
+    "text": [("20000", "200000", 1)],
+    "bytes": [("4000", "100000", 1)],
+    "nbody": [("1000", "30000", 1)],
+    "deep": [("1000000", "4000000", 1)],
+    "cells": [("1000000", "4000000", 1)],
+    "factorial": [("2000", "10000", 1)],
+    "fibonacci": [("20000", "200000", 1)],
+    "division": [("20000", "200000", 1), ("9000", "90000", 1)],
+}
 
 # Net times below this are noise, and count as this.
 RESOLUTION = 0.001
@@ -42,45 +69,93 @@ CPU_LIMIT = 60
 
 # What a peer has no room for: it stops with an error there, or its collector takes minutes.
 UNABLE = {("hugs", "array"), ("hugs", "deep")}
+UNABLE_LARGE = set()
 EXTRA_OPTIONS = {("hugs", "cells"): ["-h20M"]}
+EXTRA_OPTIONS_LARGE = {
+    ("hugs", "cells"): ["-h80M"],
+    ("hugs", "mergesort"): ["-h20M"],
+    ("hugs", "tree"): ["-h20M"],
+}
 
 Run = collections.namedtuple("Run", "seconds kilobytes status output")
 
 
-class Runner:
-    """One interpreter: its command, the suffix of its programs, its environment."""
+class Size:
+    """One size of the programs: where they are, and what the peers need or cannot do at it."""
 
-    def __init__(self, name, command, suffix, environment=None, only=None):
+    def __init__(self, large, programs, scratch):
+        self.folder = enlarged(programs, scratch) if large else PROGRAMS
+        self.unable = UNABLE | UNABLE_LARGE if large else UNABLE
+        self.options = EXTRA_OPTIONS_LARGE if large else EXTRA_OPTIONS
+        self.units = {name: int(SIZES[name][0][1 if large else 0]) for name in UNITS}
+
+
+def enlarged(programs, scratch):
+    """A folder with the programs in every language at their large size."""
+    folder = pathlib.Path(scratch, "large")
+    folder.mkdir()
+    for name in programs:
+        for file in PROGRAMS.glob(name + ".*"):
+            text = file.read_text()
+            for small, large, count in SIZES.get(name, []):
+                text, found = re.subn(rf"(?<![\w.]){small}(?![\w.])", large, text)
+                if found != count:
+                    sys.exit(f"{file.name} has its size {small} in it {found} times, not {count}")
+            (folder / file.name).write_text(text)
+    return folder
+
+
+class Runner:
+    """One interpreter: its command, the suffix of its programs, its environment. It runs the
+    programs that are written for it: bc those with big numbers, lua those without, but for deep,
+    for which its stack has no room."""
+
+    def __init__(self, name, command, suffix, size, environment=None):
         self.name = name
         self.command = command
         self.suffix = suffix
+        self.size = size
         self.environment = dict(os.environ, **(environment or {}))
-        self.only = only
+
+    def file(self, program):
+        return self.size.folder / (program + self.suffix)
 
     def runs(self, program):
-        if (self.name, program) in UNABLE:
-            return False
-        return program == "startup" or self.only is None or program in self.only
+        return (self.name, program) not in self.size.unable and self.file(program).exists()
 
     def run(self, program, scratch):
-        options = EXTRA_OPTIONS.get((self.name, program), [])
-        file = PROGRAMS / (program + self.suffix)
-        return measure([*self.command, *options, str(file)], self.environment, scratch)
+        options = self.size.options.get((self.name, program), [])
+        return measure([*self.command, *options, str(self.file(program))], self.environment, scratch)
 
 
-def peers(scratch):
-    """The peers that are installed. Guile's compiler works once, before the measuring."""
-    cache = {"XDG_CACHE_HOME": f"{scratch}/compiled", "GUILE_AUTO_COMPILE": "1"}
-    no_cache = {"XDG_CACHE_HOME": f"{scratch}/not-compiled"}
+class CompiledGuile(Runner):
+    """Guile that finds its programs compiled, where it looks for them by itself."""
+
+    COMPILE = """(use-modules (system base compile))
+        (for-each (lambda (file) (compile-file file #:output-file (compiled-file-name file)))
+                  (cdr (command-line)))"""
+
+    def prepare(self, programs):
+        files = [str(self.file(program)) for program in programs]
+        subprocess.run([*self.command, "-c", self.COMPILE, *files], env=self.environment,
+                       stdout=subprocess.DEVNULL, check=True)
+
+
+def peers(size, scratch):
+    """The peers that are installed."""
+    compiled = {"XDG_CACHE_HOME": f"{scratch}/compiled"}
+    not_compiled = {"XDG_CACHE_HOME": f"{scratch}/not-compiled"}
     guile = shutil.which("guile-3.0") or shutil.which("guile") or "guile"
     python = "/usr/bin/python3" if os.path.exists("/usr/bin/python3") else sys.executable
+    lua = shutil.which("lua5.4") or shutil.which("lua") or "lua"
     candidates = [
-        Runner("hugs", ["runhugs", "-98"], ".hs"),
-        Runner("runghc", ["runghc"], ".hs"),
-        Runner("guile", [guile, "--no-auto-compile"], ".scm", no_cache),
-        Runner("guilec", [guile], ".scm", cache),
-        Runner("python3", [python], ".py"),
-        Runner("bc", ["bc", "-q"], ".bc", {"BC_LINE_LENGTH": "0"}, BIG_NUMBERS),
+        Runner("hugs", ["runhugs", "-98"], ".hs", size),
+        Runner("runghc", ["runghc"], ".hs", size),
+        Runner("guile", [guile, "--no-auto-compile"], ".scm", size, not_compiled),
+        CompiledGuile("guilec", [guile, "--no-auto-compile"], ".scm", size, compiled),
+        Runner("lua", [lua], ".lua", size),
+        Runner("python3", [python], ".py", size),
+        Runner("bc", ["bc", "-q"], ".bc", size, {"BC_LINE_LENGTH": "0"}),
     ]
     return [peer for peer in candidates if shutil.which(peer.command[0])]
 
@@ -112,13 +187,6 @@ def canonical(output):
     """The output with its real numbers at six digits, however they were written."""
     real = r"\d+\.\d+(?:e[-+]?\d+)?"
     return re.sub(real, lambda found: f"{float(found[0]):.5e}", output)
-
-
-def warm(runners, programs, scratch):
-    for runner in runners:
-        if runner.environment.get("GUILE_AUTO_COMPILE"):
-            for program in programs:
-                runner.run(program, scratch)
 
 
 def measure_all(runners, programs, rounds, scratch):
@@ -169,7 +237,8 @@ def drop_wrong(runs, programs):
 class Figures:
     """Medians: net seconds and peak kilobytes by runner name and program."""
 
-    def __init__(self, runs):
+    def __init__(self, runs, units):
+        self.units = units
         self.gross = {key: statistics.median(run.seconds for run in some)
                       for key, some in runs.items()}
         self.peak = {key: statistics.median(run.kilobytes for run in some)
@@ -189,7 +258,7 @@ class Figures:
 
     def bytes_a_unit(self, name, program):
         peak, start = self.peak.get((name, program)), self.peak.get((name, "startup"))
-        return (peak - start) * 1024 / UNIT_COUNT if peak and start else None
+        return (peak - start) * 1024 / self.units[program] if peak and start else None
 
 
 def show(value, form, width):
@@ -206,19 +275,40 @@ def print_times(figures, base, others, programs):
             line += show(figures.seconds(other.name, program), ".4f", 9)
             line += show(figures.ratio(base.name, other.name, program), ".2f", 7)
         print(line)
-    print_means(figures, base, others, "mean", [p for p in programs if p != "startup"])
-    print_means(figures, base, others, "  small", [
-        p for p in programs if p != "startup" and p not in BIG_NUMBERS])
-    print_means(figures, base, others, "  big", [p for p in programs if p in BIG_NUMBERS])
+    short = [p for p in programs if p != "startup" and p not in BIG_NUMBERS]
+    big = [p for p in programs if p in BIG_NUMBERS]
+    print_means(figures, base, others, "mean", short + big)
+    print_means(figures, base, others, "  short numbers", short)
+    print_means(figures, base, others, "  big numbers", big)
+    print("\nThe same as marl's time over the other's, and where it is the most")
+    print_means(figures, base, others, "mean", short + big, -1)
+    print_means(figures, base, others, "  short numbers", short, -1)
+    print_means(figures, base, others, "  big numbers", big, -1)
+    print_worst(figures, base, others, "at worst, short", short)
+    print_worst(figures, base, others, "at worst, big", big)
 
 
-def print_means(figures, base, others, title, programs):
-    """Geometric means of the ratios, over the programs that both can run."""
+def ratios(figures, base, other, programs):
+    """By program, of those that both can run."""
+    some = {program: figures.ratio(base.name, other.name, program) for program in programs}
+    return {program: ratio for program, ratio in some.items() if ratio}
+
+
+def print_means(figures, base, others, title, programs, power=1):
+    """Geometric means of the ratios, or with the power -1 of their inverses."""
     line = title.ljust(20)
     for other in others:
-        ratios = [figures.ratio(base.name, other.name, program) for program in programs]
-        logs = [math.log(ratio) for ratio in ratios if ratio]
-        line += show(math.exp(statistics.fmean(logs)) if logs else None, ".2f", 16)
+        logs = [math.log(ratio) for ratio in ratios(figures, base, other, programs).values()]
+        line += show(math.exp(power * statistics.fmean(logs)) if logs else None, ".2f", 16)
+    print(line)
+
+
+def print_worst(figures, base, others, title, programs):
+    line = title.ljust(20)
+    for other in others:
+        some = ratios(figures, base, other, programs)
+        worst = min(some, key=some.get, default=None)
+        line += (f"{worst} {1 / some[worst]:.2f}" if worst else "-").rjust(16)
     print(line)
 
 
@@ -240,6 +330,7 @@ def arguments():
     parser = argparse.ArgumentParser(
         description=__doc__.split("\n\n")[0], epilog="programs: " + " ".join(NAMES))
     parser.add_argument("programs", nargs="*", metavar="PROGRAM", help="all when none is named")
+    parser.add_argument("--large", action="store_true", help="the programs at their large size")
     parser.add_argument("--rounds", type=int, default=5)
     parser.add_argument("--marl", action="append", metavar="PATH",
                         help="the binary; more than one compares them (build/release/marl)")
@@ -255,9 +346,10 @@ def arguments():
     return options
 
 
-def marls(paths):
+def marls(paths, size):
     names = ["marl"] if len(paths) == 1 else [f"marl{i + 1}" for i in range(len(paths))]
-    return [Runner(name, [os.path.abspath(path)], ".marl") for name, path in zip(names, paths)]
+    return [Runner(name, [os.path.abspath(path)], ".marl", size)
+            for name, path in zip(names, paths)]
 
 
 def main():
@@ -265,16 +357,19 @@ def main():
     wanted = set(options.programs or NAMES) | {"startup"}
     programs = [name for name in NAMES if name in wanted]
     with tempfile.TemporaryDirectory() as scratch:
-        others = peers(scratch)
+        size = Size(options.large, programs, scratch)
+        others = peers(size, scratch)
         if options.peers is not None:
             others = [peer for peer in others if peer.name in options.peers.split(",")]
-        base, *more = marls(options.marl)
+        base, *more = marls(options.marl, size)
         runners = [base, *more, *others]
+        for other in others:
+            if isinstance(other, CompiledGuile):
+                other.prepare(programs)
         become_reaper()
-        warm(runners, programs, scratch)
         runs = measure_all(runners, programs, options.rounds, scratch)
     complaints = drop_wrong(runs, programs)
-    figures = Figures(runs)
+    figures = Figures(runs, size.units)
     print_times(figures, base, runners[1:], programs)
     print_memory(figures, runners, programs)
     for complaint in complaints:

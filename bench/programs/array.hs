@@ -8,7 +8,7 @@ total a i s =
   s `seq` if i == 200000 then return s else readArray a i >>= \x -> total a (i + 1) (s + x)
 
 main = do
-  a <- newArray (0, 199999) 0
+  a <- newArray (0, 200000 - 1) 0
   fill a 0
   s <- total a 0 0
   print s

@@ -1,3 +1,9 @@
+def rounds(n, x):
+    while n != 0:
+        n, x = n - 1, two(two(two(two)(two)(two)(following)))(x)
+    return x
+
+
 def two(f):
     return lambda x: f(f(x))
 
@@ -6,4 +12,4 @@ def following(n):
     return n + 1
 
 
-print(two(two(two(two(two)(two)(two)(following))))(0))
+print(rounds(2, 0))
