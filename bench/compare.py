@@ -184,9 +184,10 @@ def measure(command, environment, scratch):
 
 
 def canonical(output):
-    """The output with its real numbers at six digits, however they were written."""
+    """The output with its real numbers at seven digits, however they were written. marl prints
+    seven: at fewer, its numbers would be rounded twice."""
     real = r"\d+\.\d+(?:e[-+]?\d+)?"
-    return re.sub(real, lambda found: f"{float(found[0]):.5e}", output)
+    return re.sub(real, lambda found: f"{float(found[0]):.6e}", output)
 
 
 def measure_all(runners, programs, rounds, scratch):
