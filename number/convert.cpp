@@ -1,3 +1,5 @@
+// Only the low 64 bits of a number are ever worked out, modulo 2^64 from the digits or from the
+// cells as far as they matter, so a conversion doesn't depend on how long a number is.
 #include "number/convert.h"
 
 #include <cstring>

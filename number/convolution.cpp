@@ -1,3 +1,7 @@
+// A product runs in three phases: both sequences are transformed, multiplied point by point, and
+// transformed back. A transform of length 2^k goes in passes of radix 4, whose results come out in
+// an order that only the way back knows, so nothing is ever put in order; one of length 3 * 2^k is
+// three of those with a step of radix 3 round them.
 #include "number/convolution.h"
 
 #include <array>

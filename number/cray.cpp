@@ -1,3 +1,5 @@
+// Each operation makes the array that it gives at its full size, all slots empty, and fills it from
+// the slots of the others, each copied slot taking a reference of its own.
 #include "number/cray.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// Digits go into limbs 18 at a time. A change of base is divide and conquer: the powers of the old
+// base to 2^k limbs are made once by squaring, and a number splits at the largest that is shorter
+// than itself.
 #include "number/decimal.h"
 
 #include <array>

@@ -1,3 +1,6 @@
+// Packing goes through the number that a list is, in words of 64 bits; the text of that number,
+// with its zeros in front, is the packed form. Taking the tail of a digit Leaf never unpacks it:
+// half of a decimal number is written from the text directly.
 #include "number/digits.h"
 
 #include <bit>

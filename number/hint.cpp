@@ -1,3 +1,6 @@
+// Every operation has two ways. Operands that fit a machine word are added up or multiplied there,
+// and only a result that doesn't fit goes on; everything else is done on the sign and the magnitude
+// in limbs. A list in cells is brought to one of these first.
 #include "number/hint.h"
 
 #include <algorithm>

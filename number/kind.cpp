@@ -1,3 +1,4 @@
+// A Leaf tells its kind by its first byte, through a table; a Pair by the cell that it begins with.
 #include "number/kind.h"
 
 #include <array>

@@ -1,3 +1,8 @@
+// Three layers. Kernels run over limbs, with a carry. Products choose their method by length: rows
+// or columns up to some dozen limbs, three products of half the length up to some thousand,
+// transforms of the limbs cut in pieces beyond. Division guesses limb by limb for short divisors,
+// and for long ones halves the quotient until it is short, with one product at each step to correct
+// the guess.
 #include "number/magnitude.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// Arithmetic is done on a mantissa and a number of places behind the point. Packing and unpacking
+// between that and the list, whose digits stand alternately left and right of the point, takes
+// every second bit by shifts in whole words.
 #include "number/numb.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// The count in front of the payload is written at once at its final length. A tree of bytes is read
+// from left to right with a work list, eight Leaves to a byte.
 #include "number/post.h"
 
 #include <bit>

@@ -1,3 +1,4 @@
+// The tree of a real is built and read by halves, six levels deep; the C library does all the rest.
 #include "number/real.h"
 
 #include <cstdio>

@@ -1,3 +1,5 @@
+// Bits in limbs of 64, the lowest first. A list in cells is gathered bit by bit up to a digit Leaf,
+// whose own bits are then shifted into their place.
 #include "number/words.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// Analysis is one walk over what has no caches yet, children before parents, on a work list; a Pair
+// whose children have theirs then costs a constant. What has been seen once is never walked again,
+// so analysing is paid for by whoever made the node.
 #include "reduce/analysis.h"
 
 #include <array>

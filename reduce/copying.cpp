@@ -1,3 +1,7 @@
+// An expression is turned into a row of words once, with the header of each new Pair worked out
+// where it is known, and run for each copy: a loop over the words with one stack of results, and no
+// recursion. The last use of an argument hands its reference over, so that what nobody else holds
+// stays so.
 #include "reduce/copying.h"
 
 #include <algorithm>

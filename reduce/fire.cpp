@@ -1,3 +1,6 @@
+// A head fires in three steps: take its arguments, those in its own Pairs and those held back on
+// the stack, so that no reference of the application is left; do what the kind of the head says;
+// hand back what came of it as the next focus. What kind it is stands in a table by its first byte.
 #include "reduce/fire.h"
 
 #include <array>

@@ -1,3 +1,5 @@
+// One table by the first byte of a head says what is lazy. What the code takes for granted of
+// combinators is asked of their definitions, by comparing them with the prelude's.
 #include "reduce/lazy.h"
 
 #include <array>

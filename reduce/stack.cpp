@@ -1,3 +1,6 @@
+// Both stacks are one block each that doubles, and never shrinks. Dropping a context takes the
+// entries off from the top, and with an entry of code that waits goes its frame, as far as the
+// entries above have left it whole.
 #include "reduce/stack.h"
 
 #include <algorithm>

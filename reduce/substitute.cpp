@@ -1,3 +1,6 @@
+// A work list walks the body and a list of results takes the copies: a part without a variable that
+// is due is shared, a variable gives its Value, and a Pair is put together when both of its parts
+// are there.
 #include "reduce/substitute.h"
 
 #include <vector>

@@ -1,3 +1,6 @@
+// A map from names to Symbols that only grows, with names of one byte in an array in front of it.
+// The definitions are no table of their own: they are found by going through the Symbols, which
+// happens a few times in a run, and never in a call.
 #include "reduce/tables.h"
 
 #include <algorithm>
