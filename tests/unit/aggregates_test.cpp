@@ -88,6 +88,16 @@ TEST(Aggregates, a_checked_write_changes_in_place_only_what_nobody_else_holds) {
     }
 }
 
+TEST(Aggregates, a_marker_stores_its_argument_and_a_failure_takes_on_a_text) {
+    evaluate("0");
+    set_definition("once", leaf("1"));
+    EXPECT_EQ(printed(reduce(pair(leaf(")once"), leaf("5")))), "5");
+    EXPECT_EQ(printed(find_definition("once")), "5");
+    erase_definition(symbol_of("once"));
+    const Value failed = reduce(apply(leaf("]"), leaf("[why]"), leaf("2")));
+    EXPECT_EQ(leaf_bytes(failed), "][why]");
+}
+
 TEST(Aggregates, a_failed_assertion_stops_the_process) {
     evaluate("0");
     EXPECT_EXIT(evaluate("assert H"), testing::KilledBySignal(SIGABRT),

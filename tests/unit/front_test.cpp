@@ -54,8 +54,8 @@ TEST_F(Front, white_space_separates_words_and_nothing_else) {
 }
 
 TEST_F(Front, words_single_marks_and_bracketed_operators_can_be_defined) {
-    for (const char* text : {"a", "_", "ab_c", "A", "Z", "\t", "\x1F", "\x7F", "\xFF", "[+]", "[,]",
-                             "[{]", "[}]", "[`]", "[?]"}) {
+    for (const char* text : {"a", "_", "ab_c", "A", "Z", "\x01", "\t", "\x1F", "\x7F", "\xFF",
+                             "[+]", "[,]", "[{]", "[}]", "[`]", "[?]"}) {
         EXPECT_TRUE(is_definable(text)) << text;
     }
     for (const char* text : {"", "1", "a1", "A1", "AB", "+", "{", " ", "[a]", "[A]", "[(]", "[ ]",
