@@ -10,12 +10,6 @@ namespace marl {
 
 bool identity_matters = false;
 
-bool is_settled(Word word) {
-    if (is_short(word)) return true;
-    if (is_closure(word)) return closure_of(word)->unit->parameters > 0;
-    return settled(node_of(word));
-}
-
 Closure* new_closure(Unit& part) {
     if (part.fixed) {
         retain(part.fixed);

@@ -1,12 +1,17 @@
 // Closures: a part of a body together with what it captures.
 #pragma once
 
+#include "reduce/analysis.h"
 #include "reduce/code.h"
 
 namespace marl {
 
 /// Whether nothing is left to do in a Word: a node that is settled, a number, or a lambda.
-bool is_settled(Word word);
+inline bool is_settled(Word word) {
+    if (is_short(word)) return true;
+    if (is_closure(word)) return closure_of(word)->unit->parameters > 0;
+    return settled(node_of(word));
+}
 
 /// The closure of a part, its Words not set but where it captures none.
 Closure* new_closure(Unit& part);

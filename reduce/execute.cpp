@@ -119,6 +119,10 @@ class Loop {
     }
 
     Word get(const Source& source) {
+        return source.from == From::take ? frame_[source.reg] : get_shared(source);
+    }
+
+    Word get_shared(const Source& source) {
         switch (source.from) {
             case From::take: return frame_[source.reg];
             case From::share: return share(frame_[source.reg]);
@@ -448,10 +452,14 @@ void Loop::run() {
 
             case Op::call: {
                 // The registers behind the last live one are the called code's.
-                Word* const from = registers.top;
                 Word* const to = r + in.b;
-                get_sources(in, from);
-                for (uint32_t i = 0; i < in.count; ++i) to[i] = from[i];
+                if (in.count == 1) {
+                    to[0] = get(only_source(in));
+                } else {
+                    Word* const from = registers.top;
+                    get_sources(in, from);
+                    for (uint32_t i = 0; i < in.count; ++i) to[i] = from[i];
+                }
                 wait_here(in.a, index_behind(), in.b);
                 registers.top = to;
                 if (!enter(unit_of(*in.symbol))) return;
