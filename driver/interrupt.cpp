@@ -32,8 +32,13 @@ void set_handler(int signal_number, void (*handler)(int)) {
 // waiting. So the alarm rings until the loop has seen the flag.
 void on_alarm(int) { alarm(1); }
 
+// A second interrupt is for a run that doesn't look: in one long built-in, or in `shut`.
 void on_interrupt(int) {
     if (shut_runs) _exit(1);
+    if (interrupted) {
+        put_text(stream_err, "\n");
+        _exit(1);
+    }
     interrupted = 1;
     set_handler(SIGALRM, on_alarm);
     alarm(1);

@@ -1,7 +1,10 @@
 // The entry of the process: marl file args...
 //
-// Answers a missing or unreadable file itself, reads the program whole, and runs it.
+// Sees to the standard descriptors, answers a missing or unreadable file itself, reads the program
+// whole, and runs it.
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <new>
@@ -17,6 +20,17 @@
 namespace marl {
 
 namespace {
+
+/// Sees to it that a standard descriptor which is closed is never given to a file that the program
+/// opens: a picture must not land there. What stands in its place can be neither read nor written,
+/// with the error of a closed one.
+void reserve_standard_descriptors() {
+    while (true) {
+        const int descriptor = open("/", O_PATH);  // the lowest that is free
+        if (descriptor > 2) close(descriptor);
+        if (descriptor < 0 || descriptor > 2) return;
+    }
+}
 
 /// The path with every byte that is no plain character as two hexadecimal digits in brackets.
 String escaped_path(std::string_view path) {
@@ -97,6 +111,7 @@ int64_t wide_array(char** arguments) {
 }
 
 uint32_t run_process(int argument_count, char** arguments) {
+    reserve_standard_descriptors();
     MARL_REQUIRE(argument_count != 0);
     if (argument_count == 1) return show_usage();
     const String path(arguments[1]);

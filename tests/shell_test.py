@@ -13,12 +13,20 @@ import unittest
 SAYS = r"say\t\done(puts(init t)),done\x\I"
 NESTED = r"a\say[said];ff 0,ff\x\load text,text\[ff 0]," + SAYS
 
+OPENED = r"a\f{fopen(init[o],init[w])}x{write(2,init[x],1)}e{errno}say(lisp(V(x,V(e,fileno f))));0," + SAYS
+FILLED = r"a\say[said];rank(dd 1),dd\x\dd(x^x+x)," + SAYS
+LONG = r"a\say[said];rank(3^1000000000),shut\say[shut]," + SAYS
+
 # A command, in which marl is $M and the program p; the program; output, error output, status.
 ROWS = (
     ("ulimit -s 64; $M p", r"a\say[said];0," + SAYS, "said\n", "", 0),
     ("ulimit -s 64; $M p", NESTED, "said\n", "marl: runs are nested too deeply\n", 1),
     ("ulimit -s 8192; X=$(printf %99999s) $M p", NESTED, "said\n",
      "marl: runs are nested too deeply\n", 1),
+    ("ulimit -v 100000; $M p", FILLED, "said\n", "marl: out of memory\n", 1),
+    ("$M p 2>&-; cat o", OPENED, "(V01 (V9 3))\n", "", 0),
+    ("$M p 0<&- 2>&-", OPENED, "(V01 (V9 3))\n", "", 0),
+    ("$M p & sleep 1; kill -INT $!; sleep 0.3; kill -INT $!; wait $!", LONG, "", "\n", 1),
 )
 
 
