@@ -10,6 +10,7 @@
 
 #include "front/intern.h"
 #include "number/convert.h"
+#include "number/cray.h"
 #include "reduce/analysis.h"
 #include "reduce/machine.h"
 #include "reduce/tables.h"
@@ -27,19 +28,28 @@ bool shows_free_variables(Node* node) {
     return !has_length && span_of(node) != 0;
 }
 
-/// Whether a todo Value stands anywhere in the expression, crays not looked into. Most definitions
-/// hold none, and then nothing needs to be taken apart and put together again.
+/// Whether a todo Value can stand in it: in a Pair that is no text, and in an array.
+bool has_parts(Node* node) {
+    return is_leaf(node) ? is_leaf_of(node, '\n') : top_byte(node) != zits_code;
+}
+
+/// Whether a todo Value stands anywhere in the expression. Most definitions hold none, and then
+/// nothing needs to be taken apart and put together again.
 bool holds_todo(Node* expression) {
     std::vector<Node*> rest{expression};
     std::unordered_set<Node*> seen;
     while (!rest.empty()) {
         Node* node = rest.back();
         rest.pop_back();
-        while (!is_leaf(node) && top_byte(node) != zits_code) {
+        if (!has_parts(node) || (count_of(node) > 1 && !seen.insert(node).second)) continue;
+        if (!is_leaf(node)) {
             if (is_todo(node)) return true;
-            if (count_of(node) > 1 && !seen.insert(node).second) break;
             rest.push_back(right(node));
-            node = left(node);
+            rest.push_back(left(node));
+            continue;
+        }
+        for (int64_t i = 0; i < cray_length(node); ++i) {
+            if (cray_slot(node, i)) rest.push_back(cray_slot(node, i));
         }
     }
     return false;
@@ -73,8 +83,13 @@ class Disarming {
         const auto known = shared_.find(node);
         if (known != shared_.end()) {
             results_.push_back(known->second);
-        } else if (is_leaf(node)) {
+        } else if (!has_parts(node)) {
             results_.push_back(Value::share(node));
+        } else if (is_leaf(node)) {
+            rest_.push_back({node, true});
+            for (int64_t i = cray_length(node); i-- > 0;) {
+                if (cray_slot(node, i)) rest_.push_back({cray_slot(node, i), false});
+            }
         } else if (is_todo(node)) {
             finish(node, leaf_Z());
         } else {
@@ -85,6 +100,26 @@ class Disarming {
     }
 
     void join(Node* node) {
+        if (is_leaf(node)) {
+            join_cray(node);
+        } else {
+            join_pair(node);
+        }
+    }
+
+    void join_cray(Node* node) {
+        Value made = Value::share(node);
+        for (int64_t i = cray_length(node); i-- > 0;) {
+            if (!cray_slot(node, i)) continue;
+            Value result = pop_result();
+            if (result.get() == cray_slot(node, i)) continue;
+            if (made.get() == node) made = cray_slice(node, 0, cray_length(node));
+            cray_store(made, i, std::move(result));
+        }
+        finish(node, std::move(made));
+    }
+
+    void join_pair(Node* node) {
         Value right_result = pop_result();
         Value left_result = pop_result();
         const bool same = left_result.get() == left(node) && right_result.get() == right(node);
@@ -109,11 +144,13 @@ class Disarming {
     std::unordered_map<Node*, Value> shared_;
 };
 
-/// Disarms each definition in key order; whether there was anything to disarm.
+/// Disarms each definition in key order; whether there was anything to disarm. An action may load
+/// a definition ahead of the walk, which is then met in its place.
 bool disarm_definitions() {
     bool found = false;
-    for (Symbol* symbol : defined_symbols()) {
-        if (!symbol->definition || !holds_todo(symbol->definition)) continue;
+    for (Symbol* symbol = next_defined_symbol(nullptr); symbol;
+         symbol = next_defined_symbol(symbol)) {
+        if (!holds_todo(symbol->definition)) continue;
         found = true;
         set_definition(*symbol, disarm(symbol->definition));
     }
@@ -136,10 +173,11 @@ Value disarm(Node* expression) { return Disarming().run(expression); }
 
 void shutdown() {
     const TodoArming armed(true);
-    // First, so that what a definition holds is held by nothing else.
-    clear_intern_set();
-    // An action may compute constants, or load definitions, that hold a todo of their own.
-    while (disarm_definitions()) continue;
+    // The intern set goes first, so that what a definition holds is held by nothing else. An action
+    // may add to either, behind the walk as well: both must be found quiet.
+    do {
+        clear_intern_set();
+    } while (disarm_definitions() || intern_set_size() > 0);
     clear_definitions();
 }
 

@@ -6,11 +6,12 @@
 
 namespace marl {
 
-/// A copy of the expression in which every (todo x) y is the Leaf Z. Parts without one are shared.
-/// The elements of crays stay as they are.
+/// A copy of the expression in which every (todo x) y is the Leaf Z, also in arrays. Parts without
+/// one are shared.
 Value disarm(Node* expression);
 
-/// Disarms all definitions, in key order, and then empties the tables.
+/// Disarms all definitions, in key order, until no action makes new ones, and then empties the
+/// tables.
 void shutdown();
 
 }  // namespace marl

@@ -87,6 +87,10 @@ Report settle_names() {
         add_references(references, *symbol, symbol->definition);
     }
     if (const auto dangling = find_dangling(references)) return dangling_report(*dangling);
+    // A built-in works whatever becomes of the names in its entry, which never runs.
+    for (auto& [name, free] : references.entries) {
+        if (name->builtin) free.clear();
+    }
     remove_doomed(references);
     return {};
 }

@@ -8,10 +8,12 @@
 #include <bit>
 #include <cstring>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
 #include "reduce/analysis.h"
+#include "value/todo.h"
 
 namespace marl {
 
@@ -319,6 +321,23 @@ void drop_unsettled(Node* expression) {
         if (is_leaf(node)) continue;
         rest.push_back(right(node));
         rest.push_back(left(node));
+    }
+}
+
+size_t intern_set_size() { return intern_set().members.size(); }
+
+void drop_todos_from(size_t from) {
+    InternSet& set = intern_set();
+    std::unordered_set<Node*> holders;  // children come in before their parents
+    for (size_t i = from; i < set.members.size(); ++i) {
+        Node* node = set.members[i].node;
+        if (is_leaf(node)) continue;
+        if (is_todo(node) || holders.contains(left(node)) || holders.contains(right(node))) {
+            holders.insert(node);
+        }
+    }
+    for (size_t i = set.members.size(); i-- > from;) {
+        if (holders.contains(set.members[i].node)) set.remove(static_cast<uint32_t>(i));
     }
 }
 

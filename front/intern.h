@@ -4,6 +4,8 @@
 // are equal by `compare`.
 #pragma once
 
+#include <cstddef>
+
 #include "value/value.h"
 
 namespace marl {
@@ -19,6 +21,14 @@ void drop_unsettled_members();
 /// Takes an interned expression out of the set if it is not settled, and then its children in the
 /// same way; what has left the set already isn't followed.
 void drop_unsettled(Node* expression);
+
+/// How many members the set has.
+size_t intern_set_size();
+
+/// Takes the Pairs out that hold a todo and came in when the set had `from` members or more, with
+/// nothing taken out since. Where the interned form of a text isn't what becomes of it, its todo
+/// Values must not be left to the end of the set.
+void drop_todos_from(size_t from);
 
 /// Empties the set. Members that nobody else holds die, in the order in which they came in unless
 /// some were taken out.

@@ -43,6 +43,7 @@ struct Module {
     std::map<String, Value> definitions;
     std::set<String> unmemoised;
     std::vector<Value> interned;
+    size_t members_before = 0;  // of the intern set, when `interned` began
 };
 
 /// Nothing when all is well.
@@ -174,10 +175,17 @@ Fault publish(Module& module) {
 }
 
 Fault intern_definitions(Module& module) {
+    module.members_before = intern_set_size();
     for (auto& [name, slot] : module.definitions) {
         store(name, slot, intern(Value::share(current(name, slot))));
         module.interned.push_back(slot);
     }
+    return {};
+}
+
+/// For `load`, whose definitions are copies of what was interned.
+Fault drop_interned_todos(Module& module) {
+    drop_todos_from(module.members_before);
     return {};
 }
 
@@ -221,6 +229,7 @@ constexpr Step load_steps[] = {
     refuse_excess_parameters,
     publish,
     intern_definitions,
+    drop_interned_todos,
     evaluate_backquotes,
     drop_unsettled_parts,
     refuse_unbound_locals,
@@ -250,7 +259,7 @@ struct Outcome {
 
 Outcome compile(const String& text, std::span<const Step> steps) {
     const TodoArming unarmed(false);
-    Module module{text, {}, {}, {}};
+    Module module{text, {}, {}, {}, 0};
     for (const Step step : steps) {
         if (Fault fault = step(module)) return {std::move(fault), {}};
     }
@@ -262,7 +271,9 @@ std::optional<String> source_text(Node* x) {
     switch (kind_of(x)) {
         case 'a': return String(post_payload(x));
         case 'u': return zits_text(x);
-        case 'i': return String(reinterpret_cast<const char*>(to_i64(x)));
+        case 'i':
+            if (!is_integer(x)) return {};
+            return String(reinterpret_cast<const char*>(to_i64(x)));
         case 'c': return String();
         default: return {};
     }

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string_view>
 
+#include "number/digits.h"
 #include "number/kind.h"
 #include "number/words.h"
 #include "reduce/tables.h"
@@ -22,10 +23,9 @@ struct LowBits {
     uint64_t magnitude;  // the low 64 bits
 };
 
-/// Whether x is a Pair J b t whose element b begins with that byte.
+/// Whether x is a list of bits, in cells, that begins with that one.
 bool begins_with(Node* x, char bit) {
-    Node* cell = left(x);
-    return !is_leaf(cell) && first_byte(left(cell)) == 'J' && first_byte(right(cell)) == bit;
+    return is_cell(x) && first_byte(right(left(x))) == bit && is_list(x);
 }
 
 /// The number of a digit text modulo 2^64: no need to convert all of a long one.
@@ -78,7 +78,7 @@ bool is_natural(Node* x) {
 
 bool is_memory(Node* x) {
     const char kind = kind_of(x);
-    return kind == 'a' || kind == 'i' || kind == 'u';
+    return kind == 'a' || kind == 'u' || (kind == 'i' && is_list(x));
 }
 
 bool is_real(Node* x) { return first_byte(x) == ' '; }

@@ -10,7 +10,8 @@
 
 namespace marl {
 
-/// A hint in either form, or the Leaf K.
+/// A hint in either form, or the Leaf K. A hint as its kind goes is none when it is no list of
+/// bits.
 bool is_integer(Node* x);
 /// K, "0", a positive digit Leaf, or a list of bits beginning H.
 bool is_natural(Node* x);

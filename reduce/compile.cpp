@@ -196,6 +196,7 @@ class Compiler {
             Node* definition = symbol.definition;
             if (symbol.builtin || !definition || symbol.parameters > 0 || symbol.unmemoised) break;
             if (!is_leaf(definition) || !is_name_byte(first_byte(definition))) break;
+            if (!is_closed(definition)) break;
             if (!is_name(leaf_bytes(definition))) break;
             e = definition;
         }
@@ -522,11 +523,12 @@ void Compiler::general(const Source& head, const Operands& operands, Target targ
 }
 
 /// A constant: its value, then applied to the operands. One that is evaluated anew at each use
-/// stands for its expression, which is reduced together with the operands.
+/// stands for its expression, which is reduced together with the operands; one that a failed load
+/// has left with a letter unbound is refused there when it is called.
 void Compiler::constant_name(Node* name, const Operands& operands, Target target,
                              RegisterSet live) {
     Symbol& symbol = symbol_of_leaf(name);
-    if (symbol.unmemoised || (target.last && operands.empty())) {
+    if (symbol.unmemoised || !is_closed(symbol.definition) || (target.last && operands.empty())) {
         return general({From::constant, 0, constant(word_of(name))}, operands, target, live);
     }
     const bool direct = !target.last && operands.empty();

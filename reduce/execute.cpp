@@ -20,6 +20,7 @@ namespace marl {
 
 Unit& unit_of(Symbol& symbol) {
     if (!symbol.unit) {
+        MARL_REQUIRE(is_closed(symbol.definition));  // a failed load may have left a letter unbound
         symbol.unit = make_unit(symbol.definition, !is_lazy_name(symbol.name.view()));
     }
     if (!symbol.unit->made) compile(*symbol.unit);

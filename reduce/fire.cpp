@@ -230,10 +230,8 @@ Word fire_name(Node* name) {
     if (!symbol.definition) return fire_undefined(symbol, nullptr, 0);
     MARL_REQUIRE(symbol.parameters == 0);
     Node* definition = symbol.definition;
-    if (symbol.unmemoised) {
-        analyse(definition);
-        return word_of(shared(definition));
-    }
+    MARL_REQUIRE(is_closed(definition));  // a failed load may have left a letter unbound
+    if (symbol.unmemoised) return word_of(shared(definition));
     if (is_leaf_of(definition, ')')) return abort_with(marked_leaf(')', symbol.name.view()));
     if (settled(definition)) return word_of(shared(definition));
     definition = symbol.definition.take();

@@ -303,6 +303,7 @@ void fire_name(const Application& application, Value& context, Value& focus) {
     if (!symbol.definition) {
         return abort_with(context, focus, marked(']', symbol.name.view()));
     }
+    MARL_REQUIRE(is_closed(symbol.definition));  // a failed load may have left a letter unbound
     fire_definition(symbol, application, context, focus);
 }
 

@@ -98,13 +98,22 @@ void retire(Symbol& symbol) {
 
 }  // namespace
 
+namespace {
+
+/// Whether a definition gives another meaning to a name that the fast machine takes as given: a
+/// held-back argument means T of it, and a backquote has a rank of 1.
+bool is_seen_by_the_machine(const Symbol& symbol, Node* expression) {
+    if (symbol.name.view() == "T") return !is_reversed_application(expression);
+    return symbol.name.view() == "`" && symbol.parameters != 1;
+}
+
+}  // namespace
+
 void set_definition(Symbol& symbol, Value expression) {
     symbol.parameters = count_parameters(expression);
     retire(symbol);
-    symbol.definition = std::move(expression);
-    if (symbol.name.view() == "T" && !is_reversed_application(symbol.definition)) {
-        exactness_due = true;
-    }
+    if (is_seen_by_the_machine(symbol, expression)) exactness_due = true;
+    symbol.definition = std::move(expression);  // last: what ends here may run a todo action
 }
 
 void set_definition(std::string_view name, Value expression) {
@@ -114,6 +123,13 @@ void set_definition(std::string_view name, Value expression) {
 void erase_definition(Symbol& symbol) {
     retire(symbol);
     symbol.definition = Value();
+}
+
+Symbol* next_defined_symbol(const Symbol* after) {
+    const auto& map = symbols();
+    auto next = after ? map.upper_bound(after->name.view()) : map.begin();
+    while (next != map.end() && !next->second->definition) ++next;
+    return next == map.end() ? nullptr : next->second.get();
 }
 
 std::vector<Symbol*> defined_symbols() {

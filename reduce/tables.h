@@ -68,6 +68,9 @@ void erase_definition(Symbol& symbol);
 
 /// The symbols that have a definition, in key order, as they stand now.
 std::vector<Symbol*> defined_symbols();
+/// The first symbol behind `after` that has a definition, null when there is none; the first of all
+/// for null. For a walk that meets what is defined ahead of it meanwhile.
+Symbol* next_defined_symbol(const Symbol* after);
 /// Forgets every definition and every unmemoised mark. Nothing but the names stays.
 void clear_definitions();
 

@@ -16,6 +16,8 @@ NESTED = r"a\say[said];ff 0,ff\x\load text,text\[ff 0]," + SAYS
 OPENED = r"a\f{fopen(init[o],init[w])}x{write(2,init[x],1)}e{errno}say(lisp(V(x,V(e,fileno f))));0," + SAYS
 FILLED = r"a\say[said];rank(dd 1),dd\x\dd(x^x+x)," + SAYS
 LONG = r"a\say[said];rank(3^1000000000),shut\say[shut]," + SAYS
+OPEN = r"a\x{load[0,ff\q\(foo\foo)(foo)q,foo\1]}y{load[K 0 ff]}say(lisp(V(x,y)));0," + SAYS
+OPEN_CALLED = OPEN.replace("K 0 ff", "ff 0")
 
 # A command, in which marl is $M and the program p; the program; output, error output, status.
 ROWS = (
@@ -26,6 +28,8 @@ ROWS = (
     ("ulimit -v 100000; $M p", FILLED, "said\n", "marl: out of memory\n", 1),
     ("$M p 2>&-; cat o", OPENED, "(V01 (V9 3))\n", "", 0),
     ("$M p 0<&- 2>&-", OPENED, "(V01 (V9 3))\n", "", 0),
+    ("$M p", OPEN, "VZ0\n", "", 0),  # left behind by a load that failed
+    ("{ $M p; } 2>/dev/null; echo $?", OPEN_CALLED, "134\n", "", 0),
     ("$M p & sleep 1; kill -INT $!; sleep 0.3; kill -INT $!; wait $!", LONG, "", "\n", 1),
 )
 
