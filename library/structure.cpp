@@ -115,8 +115,12 @@ Value cmpr(Value* arguments) { return from_i64(compare(arguments[0], arguments[1
 
 Value tern(Value* arguments) { return intern(std::move(arguments[0])); }
 
-/// The reference that the argument was is never given back, so the address stays good.
-Value leak(Value* arguments) { return from_i64(reinterpret_cast<int64_t>(arguments[0].take())); }
+/// The reference that the argument was is never given back, so the address stays good. Whoever
+/// reads the node's bytes from memory finds them all.
+Value leak(Value* arguments) {
+    leaf_bytes(arguments[0]);
+    return from_i64(reinterpret_cast<int64_t>(arguments[0].take()));
+}
 
 Value bond(Value* arguments) {
     if (!is_integer(arguments[0])) return leaf_Z();

@@ -58,7 +58,7 @@ Answer same_values(Node* x, Node* y) {
         case 'a': return answer(post_payload(x) == post_payload(y));
         case 'u': return answer(compare_texts(x, y) == 0);
         case 'r': return answer(to_double(x) == to_double(y));
-        case 'i':
+        case 'i': return answer(hint_compare(x, y), [](int order) { return order == 0; });
         case 'o': return same_digits(x, y);
         default: return Answer::none;
     }

@@ -4,8 +4,8 @@
 
 #include <cstring>
 #include <optional>
-#include <string_view>
 
+#include "number/digit_leaf.h"
 #include "number/digits.h"
 #include "number/kind.h"
 #include "number/words.h"
@@ -28,24 +28,16 @@ bool begins_with(Node* x, char bit) {
     return is_cell(x) && first_byte(right(left(x))) == bit && is_list(x);
 }
 
-/// The number of a digit text modulo 2^64: no need to convert all of a long one.
-uint64_t low_bits_of_digits(std::string_view digits) {
-    uint64_t number = 0;
-    size_t i = 0;
-    for (; i + 8 <= digits.size(); i += 8) {
-        number = number * ten_to_8 + parse_eight(load_word(digits.data() + i));
-    }
-    for (; i < digits.size(); ++i) number = number * 10 + (static_cast<uint8_t>(digits[i]) & 0x0F);
-    return number;
-}
-
 LowBits low_bits(Node* x) {
     int64_t n;
     if (short_hint(x, n)) return {true, n < 0, static_cast<uint64_t>(n < 0 ? -n : n)};
-    if (is_leaf(x) && is_digit_byte(first_byte(x))) {
-        const std::string_view digits = leaf_bytes(x);
-        const bool negative = digits[0] == '0';
-        if (!negative || digits[1] != '0') return {true, negative, low_bits_of_digits(digits)};
+    if (is_leaf(x) && kind_of(x) == 'i') {
+        // No need to convert all of a long one.
+        Limbs room;
+        const Limbs& decimal = decimal_of_leaf(x, room);
+        uint64_t number = 0;
+        for (size_t i = decimal.size(); i-- > 0;) number = number * Decimal::base + decimal[i];
+        return {true, leaf_text(x)[0] == '0', number};
     }
     const std::optional<Limbs> list = words_of(x);
     // The empty list and the list 1 are zero, which has no bits of a magnitude.

@@ -1,11 +1,26 @@
-// A product runs in three phases: both sequences are transformed, multiplied point by point, and
-// transformed back. A transform of length 2^k goes in passes of radix 4, whose results come out in
-// an order that only the way back knows, so nothing is ever put in order; one of length 3 * 2^k is
-// three of those with a step of radix 3 round them.
+// A transform of length n evaluates a polynomial of n coefficients at the n-th roots of unity, by
+// splitting it: the remainder modulo x^2s - r^2 gives those modulo x^s - r and x^s + r, one factor
+// r for the whole block. Blocks are split where they stand, so that the results come out in an
+// order that only the way back knows. The factors come in the order of the blocks, and those of
+// few blocks are the first ones of those of many: one table serves all passes and lengths.
+//
+//   table[0] = 1, table[1] = i, table[2] = the square root of i, table[3] = i * table[2], ...
+//   block j is a remainder modulo x^s - table[j]^2
+//
+// A length 3 * 2^k is first split into three blocks modulo x^s - c, c a cube root of unity. All
+// roots within such a block have a cube root of unity more in them, so it has a table of its own,
+// every factor times c; taking a square root turns c into c^2.
+//
+// Factors are held with their quotient by the prime, which makes a product cost three
+// multiplications. Numbers are reduced no further than needed: below 4p on the way there, below 2p
+// on the way back.
 #include "number/convolution.h"
 
-#include <array>
+#include <algorithm>
+#include <bit>
+#include <utility>
 
+#include "number/radix.h"
 #include "text/fatal.h"
 #include "text/swar.h"
 
@@ -13,187 +28,289 @@ namespace marl {
 
 namespace {
 
-constexpr uint64_t prime = convolution_prime;
-constexpr uint64_t two_to_64 = 0xFFFFFFFF;  // modulo the prime
+/// A number below the prime, and floor(value * 2^64 / prime).
+struct Factor {
+    uint64_t value;
+    uint64_t quotient;
+};
 
-/// 2^32 - 1 when the condition holds, else 0. Taking it away is adding the prime, modulo 2^64.
-inline uint64_t correction(bool condition) {
-    uint32_t mask = uint32_t{0} - uint32_t{condition};
-    // The conditions come out at random: seeing no more than a register here, no compiler makes a
-    // branch of them, which would cost three times as much.
-    asm("" : "+r"(mask));
-    return mask;
+struct Prime {
+    uint64_t p;
+    uint64_t root;     // a primitive one
+    uint64_t inverse;  // of p modulo 2^64
+
+    constexpr Prime(uint64_t prime, uint64_t primitive_root)
+        : p(prime), root(primitive_root), inverse(prime) {
+        // Newton's step, from the three bits that any odd number is its own inverse in.
+        for (int bits = 3; bits < 64; bits *= 2) inverse *= 2 - p * inverse;
+    }
+    constexpr Factor factor(uint64_t value) const {
+        return {value, static_cast<uint64_t>((Wide{value} << 64) / p)};
+    }
+};
+
+constexpr std::array<Prime, 3> primes = {Prime(convolution_primes[0], 5),
+                                         Prime(convolution_primes[1], 5),
+                                         Prime(convolution_primes[2], 19)};
+
+inline uint64_t high_word(Wide x) { return static_cast<uint64_t>(x >> 64); }
+
+/// x less m where it is not below m.
+inline uint64_t reduced(uint64_t x, uint64_t m) { return std::min(x, x - m); }
+
+/// Any x times a factor, below 2p.
+constexpr uint64_t multiply(uint64_t x, Factor factor, uint64_t p) {
+    return x * factor.value - static_cast<uint64_t>((Wide{x} * factor.quotient) >> 64) * p;
 }
 
-/// All of these take and give numbers below the prime.
-inline uint64_t subtract(uint64_t a, uint64_t b) {
-    uint64_t difference;
-    const bool borrow = __builtin_sub_overflow(a, b, &difference);
-    return difference - correction(borrow);
+/// t / 2^64 modulo p, not 0 and below 2p, for t below 2^64 * p.
+inline uint64_t divided_by_word(Wide t, const Prime& prime) {
+    const uint64_t m = static_cast<uint64_t>(t) * prime.inverse;
+    return high_word(t) + prime.p - high_word(Wide{m} * prime.p);
 }
-inline uint64_t add(uint64_t a, uint64_t b) { return subtract(a, prime - b); }
 
-inline uint64_t reduce(Wide t) {
-    const auto low = static_cast<uint64_t>(t);
-    const auto high = static_cast<uint64_t>(t >> 64);
-    // t = low + (high mod 2^32) * 2^64 - (high / 2^32), and 2^64 = 2^32 - 1.
-    const uint64_t difference = subtract(low, high >> 32);
-    const uint64_t middle = (high << 32) - (high & two_to_64);
-    uint64_t sum;
-    const bool carry = __builtin_add_overflow(difference, middle, &sum);
-    sum += correction(carry);
-    return sum + correction(sum >= prime);
+constexpr uint64_t multiply_slowly(uint64_t a, uint64_t b, uint64_t p) {
+    return static_cast<uint64_t>(Wide{a} * b % p);
 }
-inline uint64_t multiply(uint64_t a, uint64_t b) { return reduce(Wide{a} * b); }
-
-uint64_t power(uint64_t a, uint64_t n) {
+constexpr uint64_t power(uint64_t a, uint64_t n, uint64_t p) {
     uint64_t result = 1;
-    for (; n > 0; n >>= 1, a = multiply(a, a)) {
-        if (n & 1) result = multiply(result, a);
+    for (; n > 0; n >>= 1, a = multiply_slowly(a, a, p)) {
+        if (n & 1) result = multiply_slowly(result, a, p);
     }
     return result;
 }
+constexpr uint64_t inverse_of(uint64_t a, uint64_t p) { return power(a, p - 2, p); }
 
-/// A primitive root of unity of order n, which divides p - 1. The one of order 4 is 2^48.
-uint64_t root_of_order(uint64_t n) { return power(7, (prime - 1) / n); }
+uint64_t root_of_order(uint64_t n, const Prime& prime) {
+    return power(prime.root, (prime.p - 1) / n, prime.p);
+}
 
-/// A transform of length n = 2^k works in passes, each on blocks of a length s with four points at
-/// a time, a quarter of the block apart. These are the factors of a pass: for each j below s / 4
-/// the powers j, 2j and 3j of a root of order s. The factors of the next pass, on quarters of the
-/// blocks, stand behind them.
-std::vector<uint64_t> pass_factors(size_t n, uint64_t root) {
-    std::vector<uint64_t> factors;
-    factors.reserve(n);
-    uint64_t power_of_root = 1;
-    for (size_t j = 0; j < n / 4; ++j) {
-        const uint64_t square = multiply(power_of_root, power_of_root);
-        factors.insert(factors.end(), {power_of_root, square, multiply(square, power_of_root)});
-        power_of_root = multiply(power_of_root, root);
-    }
-    size_t previous = 0;
-    for (size_t s = n / 4; s >= 4; s /= 4) {
-        const size_t begin = factors.size();
-        for (size_t j = 0; j < s / 4; ++j) {
-            for (size_t k = 0; k < 3; ++k) factors.push_back(factors[previous + 12 * j + k]);
+/// The factors of the blocks modulo x^s - c^e, with c the cube root of unity, by e.
+struct Tables {
+    std::array<std::vector<Factor>, 3> times_cube_root;
+    std::array<Factor, 3> minus_cube_root;
+};
+
+/// The tables of a prime, grown to n factors at least, for the exponents below `exponents`. They
+/// stay for the next product.
+const Tables& tables_of(size_t k, size_t n, size_t exponents) {
+    static std::array<Tables, 3> all;
+    const Prime& prime = primes[k];
+    const uint64_t p = prime.p;
+    const Divider by_prime(p);
+    for (size_t e = 0; e < exponents; ++e) {
+        std::vector<Factor>& table = all[k].times_cube_root[e];
+        if (table.empty()) {
+            const uint64_t c = power(root_of_order(3, prime), e, p);
+            table.push_back(prime.factor(c));
+            all[k].minus_cube_root[e] = prime.factor(p - c);
         }
-        previous = begin;
+        while (table.size() < n) {
+            const size_t size = table.size();
+            const Factor root = prime.factor(root_of_order(4 * size, prime));
+            table.reserve(2 * size);
+            for (size_t j = 0; j < size; ++j) {
+                const uint64_t value = reduced(multiply(table[j].value, root, p), p);
+                uint64_t rest;
+                table.push_back({value, by_prime.divide(Wide{value} << 64, rest)});
+            }
+        }
     }
-    return factors;
+    return all[k];
 }
 
-void forward_pass(uint64_t* a, size_t s, const uint64_t* factors) {
-    const size_t q = s / 4;
-    for (size_t j = 0; j < q; ++j, factors += 3) {
-        const uint64_t even_sum = add(a[j], a[j + 2 * q]);
-        const uint64_t even = subtract(a[j], a[j + 2 * q]);
-        const uint64_t odd_sum = add(a[j + q], a[j + 3 * q]);
-        const uint64_t odd = reduce(Wide{subtract(a[j + q], a[j + 3 * q])} << 48);
-        a[j] = add(even_sum, odd_sum);
-        a[j + q] = multiply(subtract(even_sum, odd_sum), factors[1]);
-        a[j + 2 * q] = multiply(add(even, odd), factors[0]);
-        a[j + 3 * q] = multiply(subtract(even, odd), factors[2]);
+/// Blocks modulo x^s - c^e * (a root of order 2^k), as the passes meet them.
+struct Blocks {
+    uint64_t p;
+    const Factor* factors;     // times c^e
+    const Factor* of_squares;  // times c^2e
+    Factor minus_one;          // times c^e
+    Factor minus_one_of_squares;
+};
+Blocks blocks_of(const Prime& prime, const Tables& tables, size_t e) {
+    const size_t square = 2 * e % 3;
+    return {prime.p, tables.times_cube_root[e].data(), tables.times_cube_root[square].data(),
+            tables.minus_cube_root[e], tables.minus_cube_root[square]};
+}
+
+/// Splits block j, of four times q elements, into four.
+void forward_pass(uint64_t* a, size_t q, size_t j, const Blocks& blocks) {
+    const uint64_t p = blocks.p;
+    const Factor square = blocks.of_squares[j];
+    const Factor first = blocks.factors[2 * j];
+    const Factor second = blocks.factors[2 * j + 1];
+    for (size_t i = 0; i < q; ++i) {
+        const uint64_t a0 = reduced(a[i], 2 * p);
+        const uint64_t a1 = reduced(a[i + q], 2 * p);
+        const uint64_t a2 = multiply(a[i + 2 * q], square, p);
+        const uint64_t a3 = multiply(a[i + 3 * q], square, p);
+        const uint64_t b0 = reduced(a0 + a2, 2 * p);
+        const uint64_t b1 = multiply(a1 + a3, first, p);
+        const uint64_t b2 = reduced(a0 - a2 + 2 * p, 2 * p);
+        const uint64_t b3 = multiply(a1 - a3 + 2 * p, second, p);
+        a[i] = b0 + b1;
+        a[i + q] = b0 - b1 + 2 * p;
+        a[i + 2 * q] = b2 + b3;
+        a[i + 3 * q] = b2 - b3 + 2 * p;
     }
 }
 
-/// Undoes a forward pass, with the factors of the inverse root, but for a factor of 4.
-void backward_pass(uint64_t* a, size_t s, const uint64_t* factors) {
-    const size_t q = s / 4;
-    for (size_t j = 0; j < q; ++j, factors += 3) {
-        const uint64_t second = multiply(a[j + q], factors[1]);
-        const uint64_t third = multiply(a[j + 2 * q], factors[0]);
-        const uint64_t fourth = multiply(a[j + 3 * q], factors[2]);
-        const uint64_t even_sum = add(a[j], second);
-        const uint64_t odd_sum = subtract(a[j], second);
-        const uint64_t even = add(third, fourth);
-        const uint64_t odd = reduce(Wide{subtract(third, fourth)} << 48);
-        a[j] = add(even_sum, even);
-        a[j + q] = subtract(odd_sum, odd);
-        a[j + 2 * q] = subtract(even_sum, even);
-        a[j + 3 * q] = add(odd_sum, odd);
+/// The way back needs the inverse factors, which are in the table as well: that of table[j] is
+/// -table[k], k being j with all bits below its highest one turned round. The minus goes into the
+/// difference that it is multiplied with; block 0 has none and takes one more.
+struct InverseFactors {
+    Factor square;
+    Factor first;
+    Factor second;
+};
+InverseFactors inverse_factors(size_t j, const Blocks& blocks) {
+    // The inverse of c^e is c^2e.
+    if (j == 0) {
+        return {blocks.minus_one, blocks.minus_one_of_squares, blocks.of_squares[1]};
     }
+    const size_t k = j ^ (std::bit_floor(j) - 1);
+    return {blocks.factors[k], blocks.of_squares[2 * k + 1], blocks.of_squares[2 * k]};
 }
 
-void pair_pass(uint64_t* a, size_t n) {
-    for (size_t i = 0; i < n; i += 2) {
-        const uint64_t sum = add(a[i], a[i + 1]);
-        a[i + 1] = subtract(a[i], a[i + 1]);
-        a[i] = sum;
+/// Undoes a forward pass, but for a factor of 4.
+void backward_pass(uint64_t* a, size_t q, size_t j, const Blocks& blocks) {
+    const uint64_t p = blocks.p;
+    const InverseFactors inverse = inverse_factors(j, blocks);
+    for (size_t i = 0; i < q; ++i) {
+        const uint64_t b0 = reduced(a[i] + a[i + q], 2 * p);
+        const uint64_t b1 = multiply(a[i + q] - a[i] + 2 * p, inverse.first, p);
+        const uint64_t b2 = reduced(a[i + 2 * q] + a[i + 3 * q], 2 * p);
+        const uint64_t b3 = multiply(a[i + 3 * q] - a[i + 2 * q] + 2 * p, inverse.second, p);
+        a[i] = reduced(b0 + b2, 2 * p);
+        a[i + q] = reduced(b1 + b3, 2 * p);
+        a[i + 2 * q] = multiply(b2 - b0 + 2 * p, inverse.square, p);
+        a[i + 3 * q] = multiply(b3 - b1 + 2 * p, inverse.square, p);
     }
 }
 
 // Up to this length all passes go over the whole at once; a longer one is finished quarter by
 // quarter, each of which then fits the cache.
-constexpr size_t cached_length = size_t{1} << 14;
+constexpr size_t cached_length = size_t{1} << 12;
 
-/// The transform of length n = 2^k, its results in an order that only `backward` knows.
-void forward(uint64_t* a, size_t n, const uint64_t* factors) {
+/// Splits block j, of n = 4^k elements, into single ones.
+void forward(uint64_t* a, size_t n, size_t j, const Blocks& blocks) {
     if (n > cached_length) {
-        forward_pass(a, n, factors);
-        for (size_t i = 0; i < 4; ++i) forward(a + i * n / 4, n / 4, factors + 3 * n / 4);
+        forward_pass(a, n / 4, j, blocks);
+        for (size_t i = 0; i < 4; ++i) forward(a + i * n / 4, n / 4, 4 * j + i, blocks);
         return;
     }
-    size_t s = n;
-    for (; s >= 4; factors += 3 * s / 4, s /= 4) {
-        for (size_t block = 0; block < n; block += s) forward_pass(a + block, s, factors);
+    size_t count = 1;
+    for (size_t s = n; s >= 4; s /= 4, count *= 4) {
+        for (size_t i = 0; i < count; ++i) {
+            forward_pass(a + i * s, s / 4, j * count + i, blocks);
+        }
     }
-    if (s == 2) pair_pass(a, n);
 }
 
-/// Undoes `forward`, with the factors of the inverse root, but for a factor of n.
-void backward(uint64_t* a, size_t n, const uint64_t* factors) {
+void backward(uint64_t* a, size_t n, size_t j, const Blocks& blocks) {
     if (n > cached_length) {
-        for (size_t i = 0; i < 4; ++i) backward(a + i * n / 4, n / 4, factors + 3 * n / 4);
-        backward_pass(a, n, factors);
+        for (size_t i = 0; i < 4; ++i) backward(a + i * n / 4, n / 4, 4 * j + i, blocks);
+        backward_pass(a, n / 4, j, blocks);
         return;
     }
-    std::array<const uint64_t*, 32> passes;
-    size_t count = 0;
-    size_t s = n;
-    for (; s >= 4; factors += 3 * s / 4, s /= 4) passes[count++] = factors;
-    if (s == 2) pair_pass(a, n);
-    for (s = s == 2 ? 8 : 4; s <= n; s *= 4) {
-        --count;
-        for (size_t block = 0; block < n; block += s) backward_pass(a + block, s, passes[count]);
+    size_t count = n / 4;
+    for (size_t s = 4; s <= n; s *= 4, count /= 4) {
+        for (size_t i = 0; i < count; ++i) {
+            backward_pass(a + i * s, s / 4, j * count + i, blocks);
+        }
     }
 }
 
-/// The step from three interleaved transforms of a third of the length to one.
-void forward_thirds(uint64_t* a, size_t third, uint64_t root) {
-    const uint64_t cube_root = power(root, third);
-    uint64_t factor = 1;
-    for (size_t j = 0; j < third; ++j, factor = multiply(factor, root)) {
-        const uint64_t x = a[j];
-        const uint64_t sum = add(a[j + third], a[j + 2 * third]);
-        const uint64_t turned = multiply(subtract(a[j + third], a[j + 2 * third]), cube_root);
-        // With c the cube root, c y + c^2 z = c (y - z) - z, and c^2 y + c z = -c (y - z) - y.
-        const uint64_t second = add(subtract(x, a[j + 2 * third]), turned);
-        const uint64_t last = subtract(subtract(x, a[j + third]), turned);
-        a[j] = add(x, sum);
-        a[j + third] = multiply(second, factor);
-        a[j + 2 * third] = multiply(last, multiply(factor, factor));
+/// The first of the blocks of one prime, of 2^k elements. For an odd k it is halved first.
+struct Whole {
+    const Prime& prime;
+    const Tables& tables;
+};
+
+void forward_power_of_two(uint64_t* a, size_t n, size_t e, const Whole& whole) {
+    if (std::countr_zero(n) % 2 == 0) {
+        return forward(a, n, 0, blocks_of(whole.prime, whole.tables, e));
+    }
+    const uint64_t p = whole.prime.p;
+    const size_t half = n / 2;
+    const size_t square = 2 * e % 3;
+    const Factor factor = whole.tables.times_cube_root[square][0];
+    for (size_t i = 0; i < half; ++i) {
+        const uint64_t x = reduced(a[i], 2 * p);
+        const uint64_t y = multiply(a[i + half], factor, p);
+        a[i] = x + y;
+        a[i + half] = x - y + 2 * p;
+    }
+    const Blocks blocks = blocks_of(whole.prime, whole.tables, square);
+    forward(a, half, 0, blocks);
+    forward(a + half, half, 1, blocks);
+}
+
+void backward_power_of_two(uint64_t* a, size_t n, size_t e, const Whole& whole) {
+    if (std::countr_zero(n) % 2 == 0) {
+        return backward(a, n, 0, blocks_of(whole.prime, whole.tables, e));
+    }
+    const uint64_t p = whole.prime.p;
+    const size_t half = n / 2;
+    const Blocks blocks = blocks_of(whole.prime, whole.tables, 2 * e % 3);
+    backward(a, half, 0, blocks);
+    backward(a + half, half, 1, blocks);
+    const Factor factor = whole.tables.times_cube_root[e][0];
+    for (size_t i = 0; i < half; ++i) {
+        const uint64_t x = a[i];
+        const uint64_t y = a[i + half];
+        a[i] = reduced(x + y, 2 * p);
+        a[i + half] = multiply(x - y + 2 * p, factor, p);
     }
 }
 
-/// Undoes it, with the inverse root, but for a factor of 3.
-void backward_thirds(uint64_t* a, size_t third, uint64_t root) {
-    const uint64_t cube_root = power(root, third);
-    uint64_t factor = 1;
-    for (size_t j = 0; j < third; ++j, factor = multiply(factor, root)) {
-        const uint64_t x = a[j];
-        const uint64_t y = multiply(a[j + third], factor);
-        const uint64_t z = multiply(a[j + 2 * third], multiply(factor, factor));
-        const uint64_t turned = multiply(subtract(y, z), cube_root);
-        a[j] = add(x, add(y, z));
-        a[j + third] = add(subtract(x, z), turned);
-        a[j + 2 * third] = subtract(subtract(x, y), turned);
+// With c the cube root of unity, c y + c^2 z = c (y - z) - z, and c^2 y + c z = -c (y - z) - y.
+
+void forward_all(std::vector<uint64_t>& a, const Whole& whole) {
+    const size_t n = a.size();
+    if (n % 3 != 0) return forward_power_of_two(a.data(), n, 0, whole);
+    const uint64_t p = whole.prime.p;
+    const size_t third = n / 3;
+    const Factor cube_root = whole.tables.times_cube_root[1][0];
+    for (size_t i = 0; i < third; ++i) {
+        const uint64_t x = a[i];
+        const uint64_t y = a[i + third];
+        const uint64_t z = a[i + 2 * third];
+        const uint64_t turned = multiply(y - z + 2 * p, cube_root, p);
+        a[i] = x + reduced(y + z, 2 * p);
+        a[i + third] = reduced(x - z + 2 * p, 2 * p) + turned;
+        a[i + 2 * third] = reduced(x - y + 2 * p, 2 * p) - turned + 2 * p;
+    }
+    for (size_t e = 0; e < 3; ++e) {
+        forward_power_of_two(a.data() + e * third, third, e, whole);
     }
 }
 
-void forward_all(std::vector<uint64_t>& a, size_t parts, uint64_t root,
-                 const std::vector<uint64_t>& factors) {
-    const size_t n = a.size() / parts;
-    if (parts == 3) forward_thirds(a.data(), n, root);
-    for (size_t i = 0; i < parts; ++i) forward(a.data() + i * n, n, factors.data());
+/// Undoes it, but for a factor of the length.
+void backward_all(std::vector<uint64_t>& a, const Whole& whole) {
+    const size_t n = a.size();
+    if (n % 3 != 0) return backward_power_of_two(a.data(), n, 0, whole);
+    const uint64_t p = whole.prime.p;
+    const size_t third = n / 3;
+    for (size_t e = 0; e < 3; ++e) {
+        backward_power_of_two(a.data() + e * third, third, e, whole);
+    }
+    const Factor inverse = whole.tables.times_cube_root[2][0];
+    for (size_t i = 0; i < third; ++i) {
+        const uint64_t x = a[i];
+        const uint64_t y = a[i + third];
+        const uint64_t z = a[i + 2 * third];
+        const uint64_t turned = multiply(y - z + 2 * p, inverse, p);
+        a[i] = reduced(x + reduced(y + z, 2 * p), 2 * p);
+        a[i + third] = reduced(reduced(x - z + 2 * p, 2 * p) + turned, 2 * p);
+        a[i + 2 * third] = reduced(reduced(x - y + 2 * p, 2 * p) - turned + 2 * p, 2 * p);
+    }
+}
+
+Whole whole_of(size_t k, size_t length) {
+    const bool thirds = length % 3 == 0;
+    return {primes[k],
+            tables_of(k, std::max<size_t>(2, (thirds ? length / 3 : length) / 2), thirds ? 3 : 1)};
 }
 
 }  // namespace
@@ -204,20 +321,53 @@ size_t convolution_length(size_t n) {
     return length >= 4 && length / 4 * 3 >= n ? length / 4 * 3 : length;
 }
 
-void convolve(std::vector<uint64_t>& a, std::vector<uint64_t>& b) {
-    MARL_REQUIRE(a.size() == b.size() && a.size() == convolution_length(a.size()));
-    const size_t parts = a.size() % 3 == 0 ? 3 : 1;
-    const size_t n = a.size() / parts;
-    const uint64_t root = root_of_order(a.size());
-    std::vector<uint64_t> factors = pass_factors(n, power(root, parts));
-    forward_all(a, parts, root, factors);
-    if (&a != &b) forward_all(b, parts, root, factors);
-    const uint64_t scale = power(a.size(), prime - 2);
-    for (size_t i = 0; i < a.size(); ++i) a[i] = multiply(multiply(a[i], b[i]), scale);
-    const uint64_t inverse = power(root, prime - 2);
-    factors = pass_factors(n, power(inverse, parts));
-    for (size_t i = 0; i < parts; ++i) backward(a.data() + i * n, n, factors.data());
-    if (parts == 3) backward_thirds(a.data(), n, inverse);
+Spectrum spectrum_of(const std::vector<Wide>& sequence, size_t length) {
+    MARL_REQUIRE(sequence.size() <= length && length == convolution_length(length));
+    Spectrum spectrum;
+    for (size_t k = 0; k < primes.size(); ++k) {
+        spectrum[k].resize(length);
+        for (size_t i = 0; i < sequence.size(); ++i) {
+            spectrum[k][i] = divided_by_word(sequence[i], primes[k]);
+        }
+        forward_all(spectrum[k], whole_of(k, length));
+    }
+    return spectrum;
+}
+
+void convolve(Spectrum& a, const Spectrum& b) {
+    for (size_t k = 0; k < primes.size(); ++k) {
+        const Prime& prime = primes[k];
+        const uint64_t p = prime.p;
+        const size_t length = a[k].size();
+        MARL_REQUIRE(length == b[k].size());
+        // Both sequences and their product have been divided by 2^64.
+        const uint64_t word = static_cast<uint64_t>((Wide{1} << 64) % p);
+        const Factor scale =
+            prime.factor(multiply_slowly(power(word, 3, p), inverse_of(length % p, p), p));
+        for (size_t i = 0; i < length; ++i) {
+            const uint64_t factor = reduced(reduced(b[k][i], 2 * p), p);
+            a[k][i] = multiply(divided_by_word(Wide{a[k][i]} * factor, prime), scale, p);
+        }
+        backward_all(a[k], whole_of(k, length));
+    }
+}
+
+Sum sum_at(const Spectrum& sums, size_t i) {
+    constexpr uint64_t p0 = primes[0].p;
+    constexpr uint64_t p1 = primes[1].p;
+    constexpr uint64_t p2 = primes[2].p;
+    constexpr Factor p0_in_p1 = primes[1].factor(inverse_of(p0, p1));
+    constexpr Factor p0_in_p2 = primes[2].factor(inverse_of(p0, p2));
+    constexpr Factor p1_in_p2 = primes[2].factor(inverse_of(p1, p2));
+    // The sum is x0 + p0 * (x1 + p1 * x2), and each prime is below the next.
+    const uint64_t x0 = reduced(sums[0][i], p0);
+    const uint64_t x1 = reduced(multiply(sums[1][i] - x0 + p1, p0_in_p1, p1), p1);
+    const uint64_t rest = multiply(sums[2][i] - x0 + p2, p0_in_p2, p2);
+    const uint64_t x2 = reduced(multiply(rest - x1 + p2, p1_in_p2, p2), p2);
+    const Wide high = Wide{p1} * x2 + x1;
+    const Wide low = Wide{p0} * static_cast<uint64_t>(high) + x0;
+    const Wide top = Wide{p0} * high_word(high) + high_word(low);
+    return {static_cast<uint64_t>(low), static_cast<uint64_t>(top), high_word(top)};
 }
 
 }  // namespace marl

@@ -120,6 +120,16 @@ void write_decimal(char* to, const Limbs& decimal) {
     for (size_t i = decimal.size() - 1; i-- > 0; to += Decimal::digits) write_limb(to, decimal[i]);
 }
 
+void halve(Limbs& decimal) {
+    uint64_t above = 0;
+    for (size_t i = decimal.size(); i-- > 0;) {
+        const uint64_t limb = decimal[i];
+        decimal[i] = limb / 2 + above;
+        above = limb % 2 * (Decimal::base / 2);
+    }
+    mag_trim(decimal);
+}
+
 Limbs binary_of_decimal(const Limbs& decimal) { return change_base<Binary>(decimal); }
 Limbs decimal_of_binary(const Limbs& binary) { return change_base<Decimal>(binary); }
 

@@ -22,6 +22,9 @@ int64_t decimal_length(const Limbs& decimal);
 /// Writes these digits, without a NUL.
 void write_decimal(char* to, const Limbs& decimal);
 
+/// Half of decimal limbs, rounded down.
+void halve(Limbs& decimal);
+
 Limbs binary_of_decimal(const Limbs& decimal);
 Limbs decimal_of_binary(const Limbs& binary);
 

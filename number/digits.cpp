@@ -5,22 +5,16 @@
 
 #include <bit>
 #include <cstring>
-#include <string>
 
 #include "number/convert.h"
 #include "number/decimal.h"
+#include "number/digit_leaf.h"
 #include "number/words.h"
 #include "value/short_hint.h"
 
 namespace marl {
 
 namespace {
-
-/// A digit text in parts: zeros, and then a number that begins with no zero, if any.
-struct DigitText {
-    int64_t zeros;
-    Limbs decimal;
-};
 
 DigitText digit_text(const Limbs& words) {
     MARL_REQUIRE(bit_length(words) > 1);
@@ -31,22 +25,6 @@ DigitText digit_text(const Limbs& words) {
     }
     const size_t end = trailing_zeros(words);
     return {static_cast<int64_t>(end) + 1, decimal_of_binary(shift_right(words, end + 1))};
-}
-
-int64_t length_of(const DigitText& text) { return text.zeros + decimal_length(text.decimal); }
-
-void write_text(char* to, const DigitText& text) {
-    memset(to, '0', static_cast<size_t>(text.zeros));
-    write_decimal(to + text.zeros, text.decimal);
-}
-
-/// The Leaf of so many zeros and then a number, if it is not 0.
-Value zeros_and_number(int64_t zeros, uint64_t number) {
-    if (zeros == 0 || (zeros == 1 && number > 0)) return short_leaf(zeros == 1, number);
-    const DigitText text{zeros, number ? Limbs{number} : Limbs{}};
-    Value made = leaf_with_size('0', length_of(text));
-    write_text(leaf_text(made), text);
-    return made;
 }
 
 Limbs words_of_bits(const String& bits) { return words_of_bytes(bits.view()); }
@@ -69,51 +47,30 @@ Value tail_of_positive(uint64_t n) { return short_leaf(n % 2 == 0, n / 2); }
 
 Value tail_of_negative(uint64_t n) {
     const int zeros = std::countr_zero(n);
-    return zeros_and_number(2 + zeros, n >> zeros >> 1);
+    const uint64_t half = n >> zeros >> 1;
+    return digit_leaf({2 + zeros, half ? Limbs{half} : Limbs{}});
 }
 
-/// Writes half of a number of more than one digit, rounded down and without a leading zero: as many
-/// digits as the number has, or one less, as the result tells. In place is fine.
-size_t write_half(char* to, std::string_view number) {
-    const size_t shorter = number[0] == '1';
-    // Each digit takes 5 over from an odd one to the left of it.
-    int from_left = 0;
-    for (size_t i = 0; i < number.size(); ++i) {
-        const int digit = number[i] - '0';
-        if (i >= shorter) to[i - shorter] = static_cast<char>('0' + digit / 2 + from_left);
-        from_left = digit % 2 * 5;
-    }
-    return shorter;
-}
+bool is_even(const Limbs& number) { return number[0] % 2 == 0; }
 
-/// A digit Leaf of `zeros` zeros and half of a number of more than one digit, rounded down.
-Value half_leaf(int64_t zeros, std::string_view number) {
-    const auto n = static_cast<int64_t>(number.size()) - (number[0] == '1');
-    Value made = leaf_with_size('0', zeros + n);
-    memset(leaf_text(made), '0', static_cast<size_t>(zeros));
-    write_half(leaf_text(made) + zeros, number);
-    return made;
-}
-
-bool is_even(std::string_view number) { return number.back() % 2 == 0; }
-
-Value tail_of_long_negative(std::string_view number) {
-    // Nearly always a few halvings of the text reach an odd number.
+Value tail_of_long_negative(const Limbs& number) {
+    // Nearly always a few halvings reach an odd number.
     constexpr int64_t most_halvings = 32;
-    std::string half(number);
+    Limbs half = number;
     int64_t zeros = 2;
-    for (; is_even(half) && zeros < most_halvings; ++zeros) {
-        half.resize(half.size() - write_half(half.data(), half));
-    }
-    if (!is_even(half)) return half_leaf(zeros, half);
-    return value_of_words(shift_left(binary_of_decimal(decimal_of_text(number)), 1));
+    for (; is_even(half) && zeros < most_halvings; ++zeros) halve(half);
+    if (is_even(half)) return value_of_words(shift_left(binary_of_decimal(number), 1));
+    halve(half);
+    return digit_leaf({zeros, std::move(half)});
 }
 
-Value tail_of_long(std::string_view digits) {
-    if (digits[0] != '0') return half_leaf(is_even(digits), digits);
-    if (digits[1] != '0') return tail_of_long_negative(digits.substr(1));
-    if (digits[2] == '0') return leaf(digits.substr(1));
-    return half_leaf(is_even(digits), digits.substr(2));
+Value tail_of_long(int64_t zeros, const Limbs& number) {
+    if (zeros > 2 || number.empty()) return digit_leaf({zeros - 1, number});
+    if (zeros == 1) return tail_of_long_negative(number);
+    const bool even = is_even(number);
+    Limbs half = number;
+    halve(half);
+    return digit_leaf({even, std::move(half)});
 }
 
 }  // namespace
@@ -181,34 +138,31 @@ std::optional<String> digits_of(Node* x) {
     return digits;
 }
 
-Value digit_head(Node* digit_leaf) {
-    const char* text = leaf_text(digit_leaf);
+Value digit_head(Node* leaf) {
+    const char* text = leaf_text(leaf);
     return truth(!(text[0] == '0' && text[1] == '0'));
 }
 
-Value digit_tail(Node* digit_leaf) {
+Value digit_tail(Node* leaf) {
     int64_t n;
-    if (short_hint(digit_leaf, n)) {
+    if (short_hint(leaf, n)) {
         if (n == 0) return leaf_K();
         const auto magnitude = static_cast<uint64_t>(n < 0 ? -n : n);
         return n > 0 ? tail_of_positive(magnitude) : tail_of_negative(magnitude);
     }
-    const std::string_view digits = leaf_bytes(digit_leaf);
-    if (digits == "00") return leaf_K();
-    if (digits[0] == '0' && digits[1] == '0' && digits[2] != '0' &&
-        digits.size() <= 2 + short_digits) {
-        return tail_of_positive(
-            parse_short(digits.data() + digits.size(), static_cast<int64_t>(digits.size()) - 2));
+    const int64_t size = length(leaf);
+    const int64_t zeros = zeros_of_leaf(leaf);
+    if (zeros == 2 && size == 2) return leaf_K();
+    if (zeros == 2 && size <= 2 + short_digits) {
+        return tail_of_positive(parse_short(leaf_text(leaf) + size, size - 2));
     }
-    return tail_of_long(digits);
+    Limbs room;
+    return tail_of_long(zeros, decimal_of_leaf(leaf, room));
 }
 
 Value value_of_words(const Limbs& words) {
     if (words.size() == 1 && words[0] == 1) return leaf_K();
-    const DigitText text = digit_text(words);
-    Value made = leaf_with_size('0', length_of(text));
-    write_text(leaf_text(made), text);
-    return made;
+    return digit_leaf(digit_text(words));
 }
 
 }  // namespace marl

@@ -51,8 +51,8 @@ std::optional<String> bits_of(Node* x);
 std::optional<String> digits_of(Node* x);
 
 /// The first element of the list of a digit Leaf, a new Leaf H or K.
-Value digit_head(Node* digit_leaf);
+Value digit_head(Node* leaf);
 /// The list of a digit Leaf without its first element: a new digit Leaf, or K.
-Value digit_tail(Node* digit_leaf);
+Value digit_tail(Node* leaf);
 
 }  // namespace marl

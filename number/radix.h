@@ -1,8 +1,9 @@
 // The two number systems that big naturals are worked on in, limb by limb.
 //
 // Binary limbs are below 2^64, decimal limbs below 10^18. What differs between the two is how a sum
-// or a product is cut into a limb and a carry, and how many small pieces a limb is cut into for
-// multiplication by convolution. All else (number/magnitude.cpp) is written once for both.
+// or a product is cut into a limb and a carry, and how many pieces (number/pieces.h) a group of
+// limbs is cut into for multiplication by convolution, which can take so many pieces. All else
+// (number/magnitude.cpp, number/division.cpp) is written once for both.
 //
 // The limits tell from how many limbs of the shorter operand, or of the quotient, on a faster
 // method is worth it. They are variables so that tests can compare the methods on small numbers.
@@ -49,12 +50,15 @@ struct Divider {
 };
 
 struct Binary {
-    static constexpr int pieces = 4;  // of 16 bits
-    static constexpr uint64_t piece_base = uint64_t{1} << 16;
+    static constexpr Wide piece_base = Wide{1} << 80;
+    static constexpr size_t group_limbs = 5;
+    static constexpr size_t group_pieces = 4;
+    static constexpr size_t most_pieces = size_t{1} << 25;
     static constexpr uint64_t largest = ~uint64_t{0};
-    static inline size_t karatsuba_limit = 28;    // at least 4
-    static inline size_t transform_limit = 2200;  // at least 1
-    static inline size_t divide_limit = 48;       // at least 2
+    static inline size_t karatsuba_limit = 28;   // at least 4
+    static inline size_t transform_limit = 500;  // at least 1
+    static inline size_t divide_limit = 48;      // at least 2
+    static inline size_t newton_limit = 400;     // at least 4
 
     /// a + b + carry as a limb; the carry goes out.
     static uint64_t add(uint64_t a, uint64_t b, uint64_t& carry) {
@@ -82,12 +86,15 @@ struct Binary {
 struct Decimal {
     static constexpr int digits = 18;
     static constexpr uint64_t base = 1'000'000'000'000'000'000;
-    static constexpr int pieces = 3;  // of 6 digits
-    static constexpr uint64_t piece_base = 1'000'000;
+    static constexpr Wide piece_base = Wide{1'000'000'000'000} * 1'000'000'000'000;
+    static constexpr size_t group_limbs = 4;
+    static constexpr size_t group_pieces = 3;
+    static constexpr size_t most_pieces = 98'000'000;
     static constexpr uint64_t largest = base - 1;
-    static inline size_t karatsuba_limit = 44;    // 4 to 300
-    static inline size_t transform_limit = 1200;  // at least 1
-    static inline size_t divide_limit = 20;       // at least 2
+    static inline size_t karatsuba_limit = 44;   // 4 to 300
+    static inline size_t transform_limit = 450;  // at least 1
+    static inline size_t divide_limit = 20;      // at least 2
+    static inline size_t newton_limit = 400;     // at least 4
 
     static uint64_t add(uint64_t a, uint64_t b, uint64_t& carry) {
         const uint64_t sum = a + b + carry;

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "number/decimal.h"
+#include "number/digit_leaf.h"
 
 namespace marl {
 
@@ -63,10 +64,12 @@ Limbs words_of_bytes(std::string_view bytes) {
     return words;
 }
 
-Limbs words_of_digits(std::string_view digits) {
-    if (digits == "0") return {3};
-    const size_t zeros = std::min(digits.find_first_not_of('0'), digits.size());
-    const Limbs number = binary_of_decimal(decimal_of_text(digits.substr(zeros)));
+namespace {
+
+/// The list of zeros and then a number; "0" is one zero.
+Limbs words_of_parts(size_t zeros, const Limbs& decimal) {
+    if (zeros == 1 && decimal.empty()) return {3};
+    const Limbs number = binary_of_decimal(decimal);
     if (zeros < 2) {
         Limbs words = shift_left(number, 2);
         words[0] |= zeros ? 1 : 3;
@@ -75,6 +78,18 @@ Limbs words_of_digits(std::string_view digits) {
     Limbs words = shift_left(number, zeros);
     set_bit(words, zeros - 1);
     return words;
+}
+
+Limbs words_of_leaf(Node* leaf) {
+    Limbs room;
+    return words_of_parts(static_cast<size_t>(zeros_of_leaf(leaf)), decimal_of_leaf(leaf, room));
+}
+
+}  // namespace
+
+Limbs words_of_digits(std::string_view digits) {
+    const size_t zeros = std::min(digits.find_first_not_of('0'), digits.size());
+    return words_of_parts(zeros, decimal_of_text(digits.substr(zeros)));
 }
 
 bool is_cell(Node* pair) {
@@ -96,7 +111,7 @@ std::optional<Limbs> words_of(Node* x) {
     if (kind == 'K') {
         set_bit(words, n);
     } else if (is_digit_byte(kind)) {
-        const Limbs rest = shift_left(words_of_digits(leaf_bytes(x)), n);
+        const Limbs rest = shift_left(words_of_leaf(x), n);
         words.resize(rest.size());
         for (size_t i = 0; i < rest.size(); ++i) words[i] |= rest[i];
     } else {

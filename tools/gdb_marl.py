@@ -12,6 +12,7 @@ import struct
 SHOWN = 200  # bytes of an expression
 ZITS = 0x40
 RANK_ZERO = 0x34
+LONG = 48  # digits
 
 
 def read(address, size):
@@ -33,6 +34,8 @@ def leaf_text(address, span):
         return f"cray of {span}"
     if kind == b" ":
         return f"real[{struct.unpack('<d', read(address + 9, 8))[0]!r}]"
+    if kind.isdigit() and span >= LONG and read(address + 7 + span, 1) == b"\0":
+        return f"number of {span} digits"  # its text is not written yet
     bytes_read = b""
     while len(bytes_read) < SHOWN and not bytes_read.endswith(b"\0"):
         bytes_read += read(address + 8 + len(bytes_read), 1)

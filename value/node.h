@@ -14,8 +14,10 @@
 // the set of free variables on every other node, bit i for the letter "a" + i.
 //
 // A name Leaf has one more word in front of its header: the symbol that its name is bound to, once
-// analysis has found it. A word is 64 bits also where a pointer is 32. Nothing of a node but the
-// caches, this word and `count` is ever written while another holder could see it.
+// analysis has found it; a word is 64 bits also where a pointer is 32. The Leaf of a long number
+// has room for its limbs there, and its text may still have to be written (value/long_number.h).
+// Nothing of a node but the caches, these, and `count` is ever written while another holder could
+// see it.
 #pragma once
 
 #include <cstddef>
@@ -66,7 +68,8 @@ inline uint32_t span_of(const Node* node) {
 }
 inline int top_byte(const Node* node) { return static_cast<int>(node->header >> top_shift); }
 
-/// A Leaf's bytes, its kind byte first.
+/// A Leaf's bytes, its kind byte first. Of a digit Leaf only the first three are sure to stand:
+/// `leaf_bytes` gives all.
 inline char* leaf_text(const Node* leaf) {
     return reinterpret_cast<char*>(const_cast<Node*>(leaf) + 1);
 }

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "value/allocate.h"
+#include "value/long_number.h"
 #include "value/todo.h"
 #include "value/value.h"
 #include "value/word.h"
@@ -17,18 +18,13 @@ bool todo_armed = false;
 
 namespace {
 
-size_t leaf_size(Node* leaf) {
-    const int64_t text = length(leaf);
-    if (*leaf_text(leaf) == '\n') return sizeof(Node) + static_cast<size_t>(text);
-    return sizeof(Node) + static_cast<size_t>(text) + 1;
-}
-
 void free_leaf(Node* leaf) {
-    if (is_name_byte(first_byte(leaf))) {
-        free_node(symbol_word(leaf), leaf_size(leaf) + sizeof(SymbolWord));
-    } else {
-        free_node(leaf, leaf_size(leaf));
-    }
+    const uint8_t kind = first_byte(leaf);
+    const int64_t n = length(leaf);
+    const size_t front = leaf_front_size(kind, n);
+    if (is_digit_byte(kind) && front > 0) leaf_limbs(leaf).~LeafLimbs();
+    const size_t size = sizeof(Node) + static_cast<size_t>(n) + (kind != '\n');
+    free_node(reinterpret_cast<char*>(leaf) - front, front + size);
 }
 
 bool drops_to_zero(Word word) {

@@ -6,7 +6,9 @@
 
 #include <array>
 #include <cstring>
+#include <new>
 
+#include "value/long_number.h"
 #include "value/word.h"
 
 namespace marl {
@@ -29,7 +31,7 @@ constexpr auto base64_values = make_base64_values();
 bool caches_length(uint8_t kind) { return kind == '[' || is_digit_byte(kind); }
 
 /// The length of a digit or "[" text that is too long for `span`.
-int64_t long_length(Node* leaf) {
+int64_t measured_length(Node* leaf) {
     const char* bytes = leaf_text(leaf);
     int64_t n = 0;
     if (*bytes == '[') {
@@ -48,16 +50,21 @@ int64_t long_length(Node* leaf) {
 
 }  // namespace
 
+size_t leaf_front_size(uint8_t kind, int64_t n) {
+    if (is_name_byte(kind)) return sizeof(SymbolWord);
+    return is_digit_byte(kind) && n >= long_length ? leaf_limbs_size : 0;
+}
+
 Value leaf_with_size(char kind, int64_t n) {
     const uint8_t byte = n > 0 ? static_cast<uint8_t>(kind) : uint8_t{0};
     const size_t size = sizeof(Node) + static_cast<size_t>(n) + 1;
-    Node* node;
+    const size_t front = leaf_front_size(byte, n);
+    char* block = static_cast<char*>(allocate_node(front + size));
+    auto* node = reinterpret_cast<Node*>(block + front);
     if (is_name_byte(byte)) {
-        auto* word = static_cast<SymbolWord*>(allocate_node(size + sizeof(SymbolWord)));
-        word->symbol = nullptr;
-        node = reinterpret_cast<Node*>(word + 1);
-    } else {
-        node = static_cast<Node*>(allocate_node(size));
+        symbol_slot(node) = nullptr;
+    } else if (front > 0) {
+        new (&leaf_limbs(node)) LeafLimbs;
     }
     node->header = leaf_bit | 1;
     if (caches_length(byte) && n < span_limit) {
@@ -112,7 +119,7 @@ PostExtent post_extent(Node* post) {
 int64_t length(Node* node) {
     if (!is_leaf(node)) return 0;
     const uint8_t kind = first_byte(node);
-    if (caches_length(kind)) return span_of(node) ? span_of(node) : long_length(node);
+    if (caches_length(kind)) return span_of(node) ? span_of(node) : measured_length(node);
     switch (kind) {
         case ' ': return 1 + static_cast<int64_t>(sizeof(double));
         case '\n': return cray_slot_size * span_of(node) + 1;
@@ -126,7 +133,9 @@ int64_t length(Node* node) {
 
 std::string_view leaf_bytes(Node* node) {
     if (!is_leaf(node)) return {};
-    return {leaf_text(node), static_cast<size_t>(length(node))};
+    const int64_t n = length(node);
+    if (text_is_due(node, n)) write_due_text(node);
+    return {leaf_text(node), static_cast<size_t>(n)};
 }
 
 uint64_t cray_word(Node* cray, int64_t i) {

@@ -1,0 +1,57 @@
+#include "number/digit_leaf.h"
+
+#include <cstring>
+#include <utility>
+
+#include "number/decimal.h"
+#include "value/long_number.h"
+#include "value/short_hint.h"
+
+namespace marl {
+
+Value digit_leaf(DigitText text) {
+    const Limbs& decimal = text.decimal;
+    if (text.zeros <= 1 && decimal.size() <= 1) {
+        return short_leaf(text.zeros == 1 && !decimal.empty(), decimal.empty() ? 0 : decimal[0]);
+    }
+    const int64_t n = length_of(text);
+    Value made = leaf_with_size('0', n);
+    char* bytes = leaf_text(made);
+    if (n < long_length || n >= span_limit || decimal.size() < 2) {
+        write_text(bytes, text);
+        return made;
+    }
+    memset(bytes, '0', static_cast<size_t>(text.zeros));
+    write_decimal(bytes + text.zeros, {decimal.back()});
+    set_text_due(made, n);
+    leaf_limbs(made) = std::move(text.decimal);
+    return made;
+}
+
+int64_t zeros_of_leaf(Node* leaf) {
+    // A length that is not known stops the search at the NUL.
+    const char* text = leaf_text(leaf);
+    int64_t zeros = 0;
+    while (text[zeros] == '0') ++zeros;
+    return zeros;
+}
+
+const Limbs& decimal_of_leaf(Node* leaf, Limbs& room) {
+    const int64_t n = length(leaf);
+    Limbs& limbs = n < long_length ? room : leaf_limbs(leaf);
+    if (limbs.empty()) limbs = decimal_of_text(leaf_bytes(leaf));
+    return limbs;
+}
+
+int64_t length_of(const DigitText& text) { return text.zeros + decimal_length(text.decimal); }
+
+void write_text(char* to, const DigitText& text) {
+    memset(to, '0', static_cast<size_t>(text.zeros));
+    write_decimal(to + text.zeros, text.decimal);
+}
+
+void write_due_text(Node* long_leaf) {
+    write_decimal(leaf_text(long_leaf) + zeros_of_leaf(long_leaf), leaf_limbs(long_leaf));
+}
+
+}  // namespace marl
