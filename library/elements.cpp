@@ -138,22 +138,36 @@ std::optional<Slice> slice_of(int64_t first, int64_t last, int64_t n) {
     return slice;
 }
 
-std::optional<std::string_view> trim_bytes(std::string_view bytes, int64_t first, int64_t last) {
-    if (first == last) return std::string_view();  // even out of bounds
-    const auto slice = slice_of(first, last, size_of(bytes));
-    if (!slice) return std::nullopt;
-    return bytes.substr(slice->first, slice->last - slice->first);
+std::optional<Slice> trim_bounds(int64_t first, int64_t last, int64_t n) {
+    if (first == last) return Slice{0, 0};  // even out of bounds
+    return slice_of(first, last, n);
 }
 
-Value trim_post(Node* x, int64_t first, int64_t last) {
-    const auto part = trim_bytes(post_payload(x), first, last);
-    return part ? post_make(*part) : leaf_Z();
+std::string_view part_of(std::string_view bytes, const Slice& slice) {
+    return bytes.substr(slice.first, slice.last - slice.first);
 }
 
-Value trim_zits(Node* x, int64_t first, int64_t last) {
-    const Value flat = zits_flatten(Value::share(x));
-    const auto part = trim_bytes(zits_body(flat), first, last);
-    return part && is_balanced(*part) ? zits_make(*part) : leaf_Z();
+// The front of a text that nobody else holds is that text made shorter.
+
+Value trim_post(Value& slot, int64_t first, int64_t last) {
+    const auto slice = trim_bounds(first, last, post_length(slot));
+    if (!slice) return leaf_Z();
+    if (slice->first == 0 && !is_held_elsewhere(slot)) {
+        return post_resized(std::move(slot), slice->last);
+    }
+    return post_make(part_of(post_payload(slot), *slice));
+}
+
+Value trim_zits(Value& slot, int64_t first, int64_t last) {
+    slot = zits_flatten(std::move(slot));
+    const auto slice = trim_bounds(first, last, size_of(zits_body(slot)));
+    if (!slice) return leaf_Z();
+    if (slice->first == 0 && !is_held_elsewhere(slot)) {
+        if (!balances_without(zits_body(slot).substr(slice->last))) return leaf_Z();
+        return zits_resized(std::move(slot), slice->last);
+    }
+    const std::string_view part = part_of(zits_body(slot), *slice);
+    return is_balanced(part) ? zits_make(part) : leaf_Z();
 }
 
 Value trim_cray(Node* x, int64_t first, int64_t last) {
@@ -201,7 +215,7 @@ Value cork(Value* arguments) {
 }
 
 Value trim(Value* arguments) {
-    Node* x = arguments[0];
+    Value& x = arguments[0];
     if (!is_integer(arguments[1]) || !is_integer(arguments[2])) return leaf_Z();
     const int64_t first = to_i64(arguments[1]);
     const int64_t last = to_i64(arguments[2]);

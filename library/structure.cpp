@@ -91,7 +91,7 @@ Value tree_form(Node* tree) {
 Value left_part(Value* arguments) {
     Node* x = arguments[0];
     if (kind_of(x) != 'u') return tree_form(subtrees_of(x).left);
-    return zits_is_empty(x) ? leaf_Z() : zits_left(x);
+    return zits_is_empty(x) ? leaf_Z() : zits_left(std::move(arguments[0]));
 }
 
 Value right_part(Value* arguments) {

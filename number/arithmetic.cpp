@@ -194,8 +194,13 @@ Value cut_cray(Node* x, Node* n) { return is_list(n) ? cray_cut(x, to_i64(n)) : 
 Value cut_text(Node* x, Node* n) {
     if (!is_list(n)) return leaf_Z();
     const Value flat = zits_flatten(Value::share(x));
-    const auto rest = cut(zits_body(flat), to_i64(n));
-    return rest && is_balanced(*rest) ? zits_make(*rest) : leaf_Z();
+    const std::string_view body = zits_body(flat);
+    const auto rest = cut(body, to_i64(n));
+    if (!rest) return leaf_Z();
+    const size_t cut_off = body.size() - rest->size();
+    const bool in_front = rest->data() != body.data();
+    const std::string_view gone = in_front ? body.substr(0, cut_off) : body.substr(rest->size());
+    return balances_without(gone) ? zits_make(*rest) : leaf_Z();
 }
 
 constexpr Operator dash_rules = {
@@ -323,15 +328,62 @@ constexpr Operator powa_rules = {
     append_element,
     nullptr};
 
+// A text that nobody else holds grows and shrinks at its end in its own place, so that a program
+// can build one a little at a time.
+
+bool is_text_of_its_own(Node* x) {
+    return count_of(x) == 1 && (is_leaf_of(x, '[') || is_leaf_of(x, '('));
+}
+
+/// The text with so many bytes less or more at its end; more are not set.
+Value resized_text(Value text, int64_t more) {
+    if (is_leaf_of(text, '(')) {
+        const int64_t n = post_length(text) + more;
+        return post_resized(std::move(text), n);
+    }
+    const int64_t n = length(text) - 2 + more;
+    return zits_resized(std::move(text), n);
+}
+
+/// For a y that has a text: not void, no cray, and no post behind a zits.
+Value append_text(Value x, Node* y) {
+    const auto text = text_of(y);
+    if (!text) return leaf_Z();
+    Value longer = resized_text(std::move(x), size_of(text->bytes));
+    const bool is_post = is_leaf_of(longer, '(');
+    // A zits has a bracket behind the body.
+    const int64_t end = length(longer) - (is_post ? 0 : 1);
+    fill(leaf_text(longer) + end - size_of(text->bytes), text->bytes);
+    return longer;
+}
+
 Value plus(Value* arguments) {
     int64_t x, y;
     if (short_hint(arguments[0], x) && short_hint(arguments[1], y)) return short_leaf(x + y);
+    if (is_text_of_its_own(arguments[0])) {
+        const char own_rule = is_leaf_of(arguments[0], '(') ? 'p' : 't';
+        const char* rules = plus_rules.rules[kind_index(arguments[0])];
+        if (rules[kind_index(arguments[1])] == own_rule) {
+            return append_text(std::move(arguments[0]), arguments[1]);
+        }
+    }
     return by_rule(plus_rules, arguments[0], arguments[1]);
+}
+
+Value cut_end(Value x, int64_t n) {
+    const bool is_post = is_leaf_of(x, '(');
+    const std::string_view bytes = is_post ? post_payload(x) : zits_body(x);
+    if (n > size_of(bytes)) return leaf_Z();
+    if (!is_post && !balances_without(bytes.substr(bytes.size() - n))) return leaf_Z();
+    return resized_text(std::move(x), -n);
 }
 
 Value dash(Value* arguments) {
     int64_t x, y;
     if (short_hint(arguments[0], x) && short_hint(arguments[1], y)) return short_leaf(x - y);
+    if (is_text_of_its_own(arguments[0]) && short_hint(arguments[1], y) && y <= 0) {
+        return cut_end(std::move(arguments[0]), -y);
+    }
     return by_rule(dash_rules, arguments[0], arguments[1]);
 }
 
@@ -389,7 +441,7 @@ Value buck(Value* arguments) {
         case 'r': return truth(!std::signbit(to_double(x)));
         case 'i': return is_list(x) ? truth(hint_sign(x)) : leaf_Z();
         case 'o': return is_list(x) ? truth(numb_sign(x)) : leaf_Z();
-        case 'u': return zits_is_empty(x) ? leaf_Z() : zits_left(x);
+        case 'u': return zits_is_empty(x) ? leaf_Z() : zits_left(std::move(arguments[0]));
         case 'a': return first_element(post_payload(x));
         default: return leaf_Z();
     }

@@ -2,11 +2,13 @@
 // from left to right with a work list, eight Leaves to a byte.
 #include "number/post.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <vector>
 
 #include "text/rope.h"
+#include "value/resize.h"
 
 namespace marl {
 
@@ -64,21 +66,42 @@ bool walk_tree(Node* x, Take take) {
     return true;
 }
 
+/// Where the payload of n bytes begins: behind "(", the digits of n and ")".
+int64_t payload_offset(int64_t n) {
+    int64_t digits = 0;
+    for (int64_t rest = n; rest != 0; rest /= 64) ++digits;
+    return digits + 2;
+}
+
+void write_length(char* text, int64_t n) {
+    int64_t i = payload_offset(n) - 1;
+    text[i] = ')';
+    for (int64_t rest = n; rest != 0; rest /= 64) text[--i] = base64_digits[rest % 64];
+}
+
 }  // namespace
 
 Value post_with_size(int64_t n) {
     MARL_REQUIRE(n >= 0);
     if (n > INT64_MAX - 64) out_of_memory();  // no sum below wraps
-    char digits[16];
-    char* const end = digits + sizeof digits;
-    char* first = end;
-    for (int64_t rest = n; rest != 0; rest /= 64) *--first = base64_digits[rest % 64];
-    const int64_t count = end - first;
-    Value made = leaf_with_size('(', count + 2 + n);
-    char* text = leaf_text(made);
-    memcpy(text + 1, first, static_cast<size_t>(count));
-    text[count + 1] = ')';
+    Value made = leaf_with_size('(', payload_offset(n) + n);
+    write_length(leaf_text(made), n);
     return made;
+}
+
+Value post_resized(Value post, int64_t n) {
+    const auto [old_offset, old_length] = post_extent(post);
+    const int64_t offset = payload_offset(n);
+    const auto kept = static_cast<size_t>(std::min(old_length, n));
+    const auto move = [&] {
+        char* text = leaf_text(post);
+        if (offset != old_offset) memmove(text + offset, text + old_offset, kept);
+    };
+    if (offset < old_offset) move();
+    post = resized_leaf(std::move(post), old_offset + old_length, offset + n);
+    if (offset > old_offset) move();
+    write_length(leaf_text(post), n);
+    return post;
 }
 
 Value post_make(std::string_view bytes) {

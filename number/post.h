@@ -24,6 +24,10 @@ std::string_view post_payload(Node* post);
 char* post_data(Node* post);
 inline int64_t post_length(Node* post) { return post_extent(post).length; }
 
+/// A post made n bytes long; further bytes are not set. Consumes the post, which nobody else may
+/// hold.
+Value post_resized(Value post, int64_t n);
+
 struct PostHalves {
     Value low;
     Value high;

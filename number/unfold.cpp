@@ -37,9 +37,12 @@ Value unfold_cray(Node* cray, Node* argument) {
 }
 
 /// Acts as V (X J) w, w the tree of the text; the selector G looks at one level only.
-Value unfold_zits(Node* zits, Value argument) {
+Value unfold_zits(Value zits, Value argument) {
     const bool empty = zits_is_empty(zits);
-    if (!empty && is_leaf_of(argument, 'G')) return pair_cell(zits_left(zits), zits_right(zits));
+    if (!empty && is_leaf_of(argument, 'G')) {
+        Value last = zits_right(zits);
+        return pair_cell(zits_left(std::move(zits)), std::move(last));
+    }
     Value tree = empty ? leaf_K() : zits_tree(zits);
     return apply(std::move(argument), pair(leaf("X"), leaf("J")), std::move(tree));
 }
@@ -67,7 +70,7 @@ Value unfold_data(Value head, Value argument) {
         case 'c': return unfold_cray(head, argument);
         case 'i':
         case 'o': return pair_cell(digit_head(head), digit_tail(head));
-        case 'u': return unfold_zits(head, std::move(argument));
+        case 'u': return unfold_zits(std::move(head), std::move(argument));
         case 'a': return unfold_post(head);
         default: return pair(real_unfold(head), std::move(argument));
     }

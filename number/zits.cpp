@@ -1,6 +1,7 @@
 // The walks of this file take depth from work lists and write each byte of a text once.
 #include "number/zits.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstring>
@@ -10,6 +11,7 @@
 
 #include "number/convert.h"
 #include "reduce/analysis.h"
+#include "value/resize.h"
 
 namespace marl {
 
@@ -279,6 +281,10 @@ bool is_balanced(std::string_view body) {
     return depth == 0;
 }
 
+bool balances_without(std::string_view end) {
+    return std::count(end.begin(), end.end(), '[') == std::count(end.begin(), end.end(), ']');
+}
+
 Value zits_with_size(int64_t n) {
     Value made = leaf_with_size('[', n + 2);
     leaf_text(made)[n + 1] = ']';
@@ -291,6 +297,13 @@ Value zits_make(std::string_view body) {
     return made;
 }
 
+Value zits_resized(Value leaf, int64_t n) {
+    const int64_t old = length(leaf);
+    Value made = resized_leaf(std::move(leaf), old, n + 2);
+    leaf_text(made)[n + 1] = ']';
+    return made;
+}
+
 std::string_view zits_body(Node* leaf) {
     MARL_REQUIRE(is_leaf_of(leaf, '['));
     const std::string_view text = leaf_bytes(leaf);
@@ -299,11 +312,13 @@ std::string_view zits_body(Node* leaf) {
 
 bool zits_is_empty(Node* x) { return is_leaf_of(x, '[') && leaf_text(x)[1] == ']'; }
 
-Value zits_left(Node* x) {
+Value zits_left(Value x) {
     if (!is_leaf(x)) return Value::share(left(x));
     MARL_REQUIRE(!zits_is_empty(x));
     const std::string_view body = zits_body(x);
-    return zits_make(body.substr(0, last_element(body)));
+    const int64_t n = last_element(body);
+    if (count_of(x) == 1) return zits_resized(std::move(x), n);
+    return zits_make(body.substr(0, n));
 }
 
 Value zits_right(Node* x) {

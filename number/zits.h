@@ -29,6 +29,8 @@ std::string_view escape_of_byte(char byte);
 
 /// Whether the brackets of a body balance.
 bool is_balanced(std::string_view body);
+/// Whether what is left of a balanced body without these bytes of one end is balanced.
+bool balances_without(std::string_view end);
 
 /// The Leaf "[body]". The caller answers for the balance.
 Value zits_make(std::string_view body);
@@ -37,10 +39,15 @@ Value zits_with_size(int64_t n);
 /// The body of a zits Leaf, borrowed.
 std::string_view zits_body(Node* leaf);
 
+/// A zits Leaf with its body made n bytes long; further bytes are not set. Consumes the Leaf, which
+/// nobody else may hold. The caller answers for the balance.
+Value zits_resized(Value leaf, int64_t n);
+
 /// Whether x is the Leaf "[]".
 bool zits_is_empty(Node* x);
-/// The two parts. "[]" has none: a fatal stop.
-Value zits_left(Node* x);
+/// The two parts. "[]" has none: a fatal stop. A Leaf that nobody else holds becomes its own left
+/// part.
+Value zits_left(Value x);
 Value zits_right(Node* x);
 /// The text of a with b as its last element, a byte for b when b is its code. Both with brackets.
 String zits_join(std::string_view a, std::string_view b);

@@ -9,6 +9,7 @@
 #include <new>
 
 #include "value/long_number.h"
+#include "value/resize.h"
 #include "value/word.h"
 
 namespace marl {
@@ -59,7 +60,8 @@ Value leaf_with_size(char kind, int64_t n) {
     const uint8_t byte = n > 0 ? static_cast<uint8_t>(kind) : uint8_t{0};
     const size_t size = sizeof(Node) + static_cast<size_t>(n) + 1;
     const size_t front = leaf_front_size(byte, n);
-    char* block = static_cast<char*>(allocate_node(front + size));
+    const bool is_text = byte == '[' || byte == '(';
+    char* block = static_cast<char*>(allocate_node(is_text ? text_block_size(size) : front + size));
     auto* node = reinterpret_cast<Node*>(block + front);
     if (is_name_byte(byte)) {
         symbol_slot(node) = nullptr;

@@ -88,7 +88,7 @@ std::string expand_by_rule(Node* x) {
     if (zits_is_empty(x)) return "[]";
     const Value last = zits_flatten(zits_right(x));
     if (byte_of_code(leaf_bytes(last))) return by_joins(x);
-    return "<" + expand_by_rule(zits_left(x)) + expand_by_rule(zits_right(x)) + ">";
+    return "<" + expand_by_rule(zits_left(Value::share(x))) + expand_by_rule(zits_right(x)) + ">";
 }
 
 std::string shape(Node* x) {
