@@ -134,9 +134,9 @@ struct Difference {
     Limbs magnitude;
 };
 template <class Radix>
-Difference<Radix> difference_from(const Limbs& a, const Pieces& product) {
+Difference<Radix> difference_from(const Limbs& a, const PieceList& product) {
     const size_t n = product.size();
-    Pieces rest = folded<Radix>(pieces_of(Radix{}, a.data(), a.size()), n);
+    PieceList rest = folded<Radix>(pieces_of(Radix{}, a.data(), a.size()), n);
     bool borrow = false;
     const auto take = [&](size_t i, Wide piece) {
         const Wide taken = piece + borrow;
@@ -186,7 +186,7 @@ Limbs reciprocal(const Limbs& b, size_t h) {
         power_of_base(h + half),
         cyclic_product<Radix>(spectrum_of_limbs<Radix>(top, length), spectrum));
     const size_t dropped = h - half - 1;
-    const Pieces product = cyclic_product<Radix>(
+    const PieceList product = cyclic_product<Radix>(
         spectrum_of_limbs<Radix>(above(error.magnitude, dropped), length), spectrum);
     Limbs step(2 * half + 4);
     limbs_of(Radix{}, step.data(), step.size(), product);

@@ -44,9 +44,9 @@ void join(Binary, const Wide* pieces, uint64_t* limbs) {
 }
 
 template <class Radix>
-Pieces cut_all(const uint64_t* limbs, size_t n) {
+PieceList cut_all(const uint64_t* limbs, size_t n) {
     const size_t groups = (n + Radix::group_limbs - 1) / Radix::group_limbs;
-    Pieces pieces(groups * Radix::group_pieces);
+    PieceList pieces(groups * Radix::group_pieces);
     Wide* to = pieces.data();
     for (; n >= Radix::group_limbs; n -= Radix::group_limbs, limbs += Radix::group_limbs) {
         cut(Radix{}, limbs, to);
@@ -62,7 +62,7 @@ Pieces cut_all(const uint64_t* limbs, size_t n) {
 }
 
 template <class Radix>
-void join_all(uint64_t* limbs, size_t n, const Pieces& pieces) {
+void join_all(uint64_t* limbs, size_t n, const PieceList& pieces) {
     std::array<Wide, Radix::group_pieces> group;
     std::array<uint64_t, Radix::group_limbs> joined;
     for (size_t from = 0; n > 0; from += Radix::group_pieces) {
@@ -102,7 +102,7 @@ void add_to(Sum& sum, Wide carry) {
 
 /// Adds what goes over the top of n pieces to their low end, where it has the weight 1.
 template <class Radix>
-void wrap(Pieces& pieces, Wide carry) {
+void wrap(PieceList& pieces, Wide carry) {
     while (carry > 0) {
         for (size_t i = 0; i < pieces.size() && carry > 0; ++i) {
             const Wide sum = pieces[i] + carry;
@@ -114,18 +114,18 @@ void wrap(Pieces& pieces, Wide carry) {
 
 }  // namespace
 
-Pieces pieces_of(Decimal, const uint64_t* limbs, size_t n) { return cut_all<Decimal>(limbs, n); }
-Pieces pieces_of(Binary, const uint64_t* limbs, size_t n) { return cut_all<Binary>(limbs, n); }
-void limbs_of(Decimal, uint64_t* limbs, size_t n, const Pieces& pieces) {
+PieceList pieces_of(Decimal, const uint64_t* limbs, size_t n) { return cut_all<Decimal>(limbs, n); }
+PieceList pieces_of(Binary, const uint64_t* limbs, size_t n) { return cut_all<Binary>(limbs, n); }
+void limbs_of(Decimal, uint64_t* limbs, size_t n, const PieceList& pieces) {
     join_all<Decimal>(limbs, n, pieces);
 }
-void limbs_of(Binary, uint64_t* limbs, size_t n, const Pieces& pieces) {
+void limbs_of(Binary, uint64_t* limbs, size_t n, const PieceList& pieces) {
     join_all<Binary>(limbs, n, pieces);
 }
 
 template <class Radix>
-Pieces folded(const Pieces& pieces, size_t n) {
-    Pieces sum(n);
+PieceList folded(const PieceList& pieces, size_t n) {
+    PieceList sum(n);
     for (size_t from = 0; from < pieces.size(); from += n) {
         Wide carry = 0;
         for (size_t i = 0; i < n; ++i) {
@@ -140,9 +140,9 @@ Pieces folded(const Pieces& pieces, size_t n) {
 }
 
 template <class Radix>
-Pieces cyclic_product(Spectrum a, const Spectrum& b) {
+PieceList cyclic_product(Spectrum a, const Spectrum& b) {
     convolve(a, b);
-    Pieces product(a[0].size());
+    PieceList product(a[0].size());
     Wide carry = 0;
     for (size_t i = 0; i < product.size(); ++i) {
         Sum sum = sum_at(a, i);
@@ -153,9 +153,9 @@ Pieces cyclic_product(Spectrum a, const Spectrum& b) {
     return product;
 }
 
-template Pieces folded<Decimal>(const Pieces&, size_t);
-template Pieces folded<Binary>(const Pieces&, size_t);
-template Pieces cyclic_product<Decimal>(Spectrum, const Spectrum&);
-template Pieces cyclic_product<Binary>(Spectrum, const Spectrum&);
+template PieceList folded<Decimal>(const PieceList&, size_t);
+template PieceList folded<Binary>(const PieceList&, size_t);
+template PieceList cyclic_product<Decimal>(Spectrum, const Spectrum&);
+template PieceList cyclic_product<Binary>(Spectrum, const Spectrum&);
 
 }  // namespace marl

@@ -14,7 +14,7 @@
 
 namespace marl {
 
-using Pieces = std::vector<Wide>;
+using PieceList = std::vector<Wide>;
 
 /// How many pieces hold n limbs.
 template <class Radix>
@@ -22,18 +22,18 @@ size_t piece_count(size_t n) {
     return (n * Radix::group_pieces + Radix::group_limbs - 1) / Radix::group_limbs;
 }
 
-Pieces pieces_of(Decimal, const uint64_t* limbs, size_t n);
-Pieces pieces_of(Binary, const uint64_t* limbs, size_t n);
+PieceList pieces_of(Decimal, const uint64_t* limbs, size_t n);
+PieceList pieces_of(Binary, const uint64_t* limbs, size_t n);
 /// Writes the n lowest limbs, filled up with 0.
-void limbs_of(Decimal, uint64_t* limbs, size_t n, const Pieces& pieces);
-void limbs_of(Binary, uint64_t* limbs, size_t n, const Pieces& pieces);
+void limbs_of(Decimal, uint64_t* limbs, size_t n, const PieceList& pieces);
+void limbs_of(Binary, uint64_t* limbs, size_t n, const PieceList& pieces);
 
 /// The number modulo piece_base^n - 1, in n pieces.
 template <class Radix>
-Pieces folded(const Pieces& pieces, size_t n);
+PieceList folded(const PieceList& pieces, size_t n);
 /// The product of two numbers modulo piece_base^n - 1, n being the length of their spectra. The
 /// shorter one has at most `most_pieces`.
 template <class Radix>
-Pieces cyclic_product(Spectrum a, const Spectrum& b);
+PieceList cyclic_product(Spectrum a, const Spectrum& b);
 
 }  // namespace marl

@@ -145,8 +145,8 @@ TEST(Convolutions, SumsOfProductsAtEveryLength) {
     const Wide largest = (Wide{1} << 80) - 1;
     for (size_t n = 1; n < 400; n += n / 3 + 1) {
         const size_t length = convolution_length(n);
-        Pieces a(length);
-        Pieces b(length);
+        PieceList a(length);
+        PieceList b(length);
         for (size_t i = 0; i < length; ++i) {
             a[i] = n % 2 ? largest : largest & (Wide{random_words()} << 64 | random_words());
             b[i] = largest & (Wide{random_words()} << 64 | random_words());
