@@ -145,12 +145,13 @@ class Disarming {
 };
 
 /// Disarms each definition in key order; whether there was anything to disarm. An action may load
-/// a definition ahead of the walk, which is then met in its place.
+/// a definition ahead of the walk, which is then met in its place. Those of the built-ins are
+/// lambdas around Z.
 bool disarm_definitions() {
     bool found = false;
     for (Symbol* symbol = next_defined_symbol(nullptr); symbol;
          symbol = next_defined_symbol(symbol)) {
-        if (!holds_todo(symbol->definition)) continue;
+        if (symbol->builtin || !holds_todo(symbol->definition)) continue;
         found = true;
         set_definition(*symbol, disarm(symbol->definition));
     }

@@ -3,6 +3,7 @@
 #include <bit>
 #include <initializer_list>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -11,6 +12,7 @@
 #include "front/names.h"
 #include "front/patterns.h"
 #include "front/places.h"
+#include "front/rebuild.h"
 #include "front/records.h"
 #include "number/convert.h"
 #include "number/kind.h"
@@ -43,7 +45,15 @@ Report dangling_report(const Dangling& dangling) {
     return report;
 }
 
-// The stages. Each goes over all definitions in key order, the entry expression first.
+// The stages. Each goes over all definitions in key order, the entry expression first. Those of the
+// built-ins, which nobody else can define, have none of the faults and refer to one name, `Z`; so
+// most stages leave them out.
+
+std::vector<Symbol*> written_symbols() {
+    std::vector<Symbol*> symbols = defined_symbols();
+    std::erase_if(symbols, [](const Symbol* symbol) { return symbol->builtin != nullptr; });
+    return symbols;
+}
 
 Report publish_records() {
     set_definition("_", leaf(record_text()));
@@ -51,14 +61,14 @@ Report publish_records() {
 }
 
 Report expand_patterns() {
-    for (Symbol* symbol : defined_symbols()) {
+    for (Symbol* symbol : written_symbols()) {
         set_definition(*symbol, expand_pair_patterns(symbol->definition));
     }
     return {};
 }
 
 Report refuse_funky_keys() {
-    for (Symbol* symbol : defined_symbols()) {
+    for (Symbol* symbol : written_symbols()) {
         if (Node* offender = find_funky(symbol->definition)) {
             return funky_report(symbol->name, offender);
         }
@@ -83,8 +93,10 @@ void remove_doomed(const References& references) {
 /// What the entry expression reaches must be defined; what it doesn't reach and can't work goes.
 Report settle_names() {
     References references;
+    const std::vector<Symbol*> of_builtin{&symbol_of("Z")};
     for (Symbol* symbol : defined_symbols()) {
-        add_references(references, *symbol, symbol->definition);
+        add_references(references, *symbol,
+                       symbol->builtin ? of_builtin : free_names(symbol->definition));
     }
     if (const auto dangling = find_dangling(references)) return dangling_report(*dangling);
     // A built-in works whatever becomes of the names in its entry, which never runs.
@@ -96,7 +108,7 @@ Report settle_names() {
 }
 
 Report give_places() {
-    for (Symbol* symbol : defined_symbols()) {
+    for (Symbol* symbol : written_symbols()) {
         Value definition = symbol->definition;
         if (!assign_places(definition)) return place_report(symbol->name);
         set_definition(*symbol, std::move(definition));
@@ -105,14 +117,16 @@ Report give_places() {
 }
 
 Report refuse_excess_parameters() {
-    for (Symbol* symbol : defined_symbols()) {
+    for (Symbol* symbol : written_symbols()) {
         if (has_excess_parameters(symbol->definition)) return arity_report(symbol->name);
     }
     return {};
 }
 
 Report evaluate_backquotes() {
-    for (Symbol* symbol : defined_symbols()) {
+    const auto is_backquote = [](Node* node) { return is_leaf_of(node, '`'); };
+    for (Symbol* symbol : written_symbols()) {
+        if (!any_node(symbol->definition, is_backquote)) continue;
         set_definition(*symbol, unquote(symbol->name, symbol->definition, Shared::kept));
     }
     return {};
@@ -120,8 +134,15 @@ Report evaluate_backquotes() {
 
 Report share_equal_parts() {
     clear_intern_set();
+    std::unordered_map<Node*, Value> of_builtins;  // many of them have one definition
     for (Symbol* symbol : defined_symbols()) {
-        set_definition(*symbol, intern(symbol->definition));
+        if (!symbol->builtin) {
+            set_definition(*symbol, intern(symbol->definition));
+            continue;
+        }
+        Value& shared = of_builtins[symbol->definition];
+        if (!shared) shared = intern(symbol->definition);
+        set_definition(*symbol, shared);
     }
     drop_unsettled_members();
     return {};

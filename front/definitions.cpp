@@ -88,17 +88,25 @@ Report builtin_key_fault(const Definition& definition) {
     return name_fault("built", definition, "Built in function [", "] cannot be re-defined.");
 }
 
-/// Gives each built-in a definition of as many lambdas as it has arguments. It makes the name known
-/// and gives it its rank; its body never runs.
+Value lambdas_around_Z(int arity) {
+    Value body = leaf("Z");
+    for (int i = arity - 1; i >= 0; --i) {
+        const char letter = static_cast<char>('a' + i);
+        Value binder = pair(leaf("\\"), leaf(std::string_view(&letter, 1)));
+        body = pair(std::move(binder), std::move(body));
+    }
+    return body;
+}
+
+/// Gives each built-in a definition of as many lambdas as it has arguments, one for all of the same
+/// arity. It makes the name known and gives it its rank; its body never runs.
 void enter_builtins() {
+    std::vector<Value> by_arity;
     for (const Row& row : builtin_table()) {
-        Value body = leaf("Z");
-        for (int i = row.arity - 1; i >= 0; --i) {
-            const char letter = static_cast<char>('a' + i);
-            Value binder = pair(leaf("\\"), leaf(std::string_view(&letter, 1)));
-            body = pair(std::move(binder), std::move(body));
+        while (by_arity.size() <= row.arity) {
+            by_arity.push_back(lambdas_around_Z(static_cast<int>(by_arity.size())));
         }
-        set_definition(row.name, std::move(body));
+        set_definition(row.name, by_arity[row.arity]);
     }
 }
 

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <map>
 #include <unordered_set>
+#include <utility>
 
 #include "front/definitions.h"
 #include "reduce/analysis.h"
@@ -102,9 +103,9 @@ std::vector<Symbol*> free_names(Node* expression) {
     return names;
 }
 
-void add_references(References& references, Symbol& name, Node* expression) {
+void add_references(References& references, Symbol& name, std::vector<Symbol*> free) {
     references.places[&name] = references.entries.size();
-    references.entries.push_back({&name, free_names(expression)});
+    references.entries.push_back({&name, std::move(free)});
 }
 
 std::optional<Dangling> find_dangling(const References& references) {

@@ -28,7 +28,8 @@ struct References {
     std::unordered_map<const Symbol*, size_t> places;  // of the names in `entries`
 };
 
-void add_references(References& references, Symbol& name, Node* expression);
+/// Enters a definition that refers to these names.
+void add_references(References& references, Symbol& name, std::vector<Symbol*> free);
 
 /// An undefined name, and the definition that refers to it.
 struct Dangling {

@@ -41,6 +41,7 @@ Value split_pattern(Node* expression) {
 }  // namespace
 
 Value expand_pair_patterns(Node* expression) {
+    if (!any_node(expression, has_pair_pattern)) return Value::share(expression);
     return rebuild(expression, Value::share, [](Value function, Value argument) {
         Value made = pair(std::move(function), std::move(argument));
         return has_pair_pattern(made) ? split_pattern(made) : made;

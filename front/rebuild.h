@@ -36,4 +36,22 @@ Value rebuild(Node* root, LeafImage leaf_image, PairImage pair_image) {
     return std::move(images.back());
 }
 
+/// Whether some node of an expression passes the test.
+template <class Test>
+bool any_node(Node* root, Test test) {
+    std::vector<Node*> rest;
+    for (Node* node = root;;) {
+        if (test(node)) return true;
+        if (!is_leaf(node)) {
+            rest.push_back(right(node));
+            node = left(node);
+        } else if (rest.empty()) {
+            return false;
+        } else {
+            node = rest.back();
+            rest.pop_back();
+        }
+    }
+}
+
 }  // namespace marl

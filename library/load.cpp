@@ -115,7 +115,7 @@ Fault refuse_funky_keys(Module& module) {
 References references_of(const Module& module) {
     References references;
     for (const auto& [name, expression] : module.definitions) {
-        add_references(references, symbol_of(name.view()), expression);
+        add_references(references, symbol_of(name.view()), free_names(expression));
     }
     return references;
 }

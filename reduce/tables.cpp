@@ -60,11 +60,15 @@ Symbol* find_symbol(std::string_view name) {
 }
 
 Symbol& symbol_of(std::string_view name) {
-    if (Symbol* known = find_symbol(name)) return *known;
+    if (name.size() == 1) {
+        if (Symbol* known = find_symbol(name)) return *known;
+    }
+    const auto place = symbols().lower_bound(name);
+    if (place != symbols().end() && place->first == name) return *place->second;
     auto made = std::make_unique<Symbol>();
     made->name = String(name);
     Symbol& symbol = *made;
-    symbols().emplace(symbol.name.view(), std::move(made));
+    symbols().emplace_hint(place, symbol.name.view(), std::move(made));
     if (name.size() == 1) one_byte_symbols[static_cast<uint8_t>(name[0])] = &symbol;
     return symbol;
 }
