@@ -1,0 +1,124 @@
+// marl for CodeMirror: highlighting, bracket matching, the sentences of the check under the faults,
+// and the reference's entry for the name under the pointer.
+import { StreamLanguage, LanguageSupport, syntaxHighlighting, HighlightStyle } from "@codemirror/language";
+import { linter, type Diagnostic } from "@codemirror/lint";
+import { hoverTooltip } from "@codemirror/view";
+import type { Text } from "@codemirror/state";
+import { Tag, tags } from "@lezer/highlight";
+import { tokenize, styleOf, type Open, type Token } from "../language/grammar";
+import { check, type Message } from "../machine/laboratory";
+import { entryFor } from "../play/entries";
+
+const tokenTable: Record<string, Tag> = {
+  text: tags.string,
+  definition: tags.definition(tags.variableName),
+  parameter: tags.local(tags.variableName),
+  builtin: tags.standard(tags.variableName),
+  number: tags.number,
+  combinator: tags.atom,
+  local: tags.special(tags.variableName),
+  name: tags.variableName,
+  binder: tags.controlKeyword,
+  operator: tags.operator,
+  separator: tags.separator,
+  bracket: tags.paren,
+  stray: tags.invalid,
+};
+
+interface LineState {
+  open: Open;
+  line: string;
+  tokens: Token[];
+  next: Open;
+}
+
+const stream = StreamLanguage.define<LineState>({
+  name: "marl",
+  startState: () => ({ open: [], line: "\0", tokens: [], next: [] }),
+  copyState: (state) => ({ ...state }),
+  token(input, state) {
+    if (input.sol() || input.string !== state.line) {
+      if (input.sol()) state.open = state.next;
+      const read = tokenize(input.string, state.open);
+      state.line = input.string;
+      state.tokens = read.tokens;
+      state.next = read.open;
+    }
+    const token = state.tokens.find((each) => each.end > input.pos);
+    if (!token) {
+      input.skipToEnd();
+      return null;
+    }
+    input.pos = token.end;
+    return styleOf(token.name).slice(2) || null;
+  },
+  tokenTable,
+  languageData: { closeBrackets: { brackets: ["(", "[", "{"] } },
+});
+
+const style = HighlightStyle.define(
+  Object.entries(tokenTable).map(([name, tag]) => ({ tag, class: `m-${name}` })),
+);
+
+const encoder = new TextEncoder();
+const decoder = new TextDecoder();
+
+/// The position of a line and a column in bytes, both counted from 1.
+function positionOf(doc: Text, line: number, column: number): number {
+  if (line > doc.lines) return doc.length;
+  const at = doc.line(Math.max(1, line));
+  const before = decoder.decode(encoder.encode(at.text).subarray(0, column - 1));
+  return Math.min(at.to, at.from + before.length);
+}
+
+export function diagnosticsOf(doc: Text, messages: Message[]): Diagnostic[] {
+  return messages.map((message) => {
+    const from = positionOf(doc, message.line, message.column);
+    const to = positionOf(doc, message.end_line, message.end_column);
+    return {
+      from,
+      to: Math.min(doc.length, Math.max(to, from + 1)),
+      severity: message.severity === "warning" ? "warning" : "error",
+      message: message.say,
+      source: message.kind,
+    };
+  });
+}
+
+const faults = linter(
+  async (view) => {
+    const { doc } = view.state;
+    if (doc.length > 1 << 18) return [];
+    try {
+      return diagnosticsOf(doc, await check(doc.toString()));
+    } catch {
+      return [];  // the laboratory is not there, or has given up: no fault of the program's
+    }
+  },
+  { delay: 300 },
+);
+
+const hover = hoverTooltip(async (view, position) => {
+  const line = view.state.doc.lineAt(position);
+  const token = tokenize(line.text, []).tokens.find(
+    (each) => each.start <= position - line.from && each.end > position - line.from,
+  );
+  if (!token) return null;
+  const entry = await entryFor(line.text.slice(token.start, token.end));
+  if (!entry) return null;
+  return {
+    pos: line.from + token.start,
+    end: line.from + token.end,
+    above: true,
+    create() {
+      const dom = document.createElement("div");
+      dom.className = "hover-entry";
+      dom.innerHTML = entry.html;
+      return { dom };
+    },
+  };
+});
+
+export function marl(): LanguageSupport {
+  return new LanguageSupport(stream, [syntaxHighlighting(style), faults, hover]);
+}

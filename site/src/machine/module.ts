@@ -1,0 +1,134 @@
+// One instance of marl's WebAssembly module, for one run or one row of laboratory requests.
+//
+// The module is emscripten's: a function that makes an instance with a file system in memory. Here
+// its standard streams are replaced by plain byte functions, and its ways to end become one
+// Outcome. A page and node use this file alike; neither a DOM nor a process is assumed.
+
+/// What this file uses of emscripten's instance.
+interface Instance {
+  FS: any;
+  ENV: Record<string, string>;
+  callMain(words: string[]): number;
+  _laboratory(request: number): number;
+  _malloc(size: number): number;
+  _free(address: number): void;
+  HEAPU8: Uint8Array;
+}
+export type Factory = (settings: object) => Promise<Instance>;
+
+export interface FileContent {
+  name: string;
+  bytes: Uint8Array;
+}
+
+/// A run: the program, all that it is given, and the folder that it stands in.
+export interface Job {
+  program: FileContent;
+  arguments: string[];
+  input: Uint8Array;
+  files: FileContent[];
+  folder: string;
+  environment: Record<string, string>;
+}
+
+/// How a run ended: by itself with a status of 32 bits; by `abort`; or by a fault of the machine
+/// that it runs on, as from an access outside of its memory, with that machine's word for it.
+export type Outcome =
+  | { ended: "exit"; status: number }
+  | { ended: "abort" }
+  | { ended: "fault"; word: string };
+
+export type Output = (stream: 1 | 2, bytes: Uint8Array) => void;
+
+async function instantiate(factory: Factory, module: WebAssembly.Module, onAbort: () => void) {
+  return factory({
+    noInitialRun: true,
+    thisProgram: "marl",
+    print: () => {},
+    printErr: () => {},
+    onAbort,
+    quit: (_status: number, exit: unknown) => {
+      throw exit;
+    },
+    instantiateWasm: (
+      imports: WebAssembly.Imports,
+      receive: (instance: WebAssembly.Instance, module: WebAssembly.Module) => void,
+    ) => {
+      void WebAssembly.instantiate(module, imports).then((made) => receive(made, module));
+      return {};
+    },
+  });
+}
+
+/// Replaces what the terminal devices do that the three standard streams stand for, also for who
+/// opens them by name. They stay terminals, so that C hands output over line by line.
+function connectStreams(fs: any, input: Uint8Array, output: Output) {
+  let position = 0;
+  const operations = (stream: 1 | 2) => ({
+    read(_: unknown, buffer: Uint8Array, offset: number, length: number) {
+      const part = input.subarray(position, position + length);
+      buffer.set(part, offset);
+      position += part.length;
+      return part.length;
+    },
+    write(_: unknown, buffer: Uint8Array, offset: number, length: number) {
+      output(stream, new Uint8Array(buffer.subarray(offset, offset + length)));
+      return length;
+    },
+  });
+  for (const descriptor of [0, 1, 2]) {
+    const stream = fs.streams[descriptor];
+    const device = fs.getDevice(stream.node.rdev);
+    device.stream_ops = { ...device.stream_ops, ...operations(descriptor === 2 ? 2 : 1) };
+    stream.stream_ops = device.stream_ops;
+  }
+}
+
+/// A machine that is ready to run one job.
+export class Machine {
+  private constructor(
+    private readonly instance: Instance,
+    private readonly aborted: { yes: boolean },
+  ) {}
+
+  static async make(factory: Factory, module: WebAssembly.Module): Promise<Machine> {
+    const aborted = { yes: false };
+    const instance = await instantiate(factory, module, () => {
+      aborted.yes = true;
+    });
+    return new Machine(instance, aborted);
+  }
+
+  /// Runs the job to its end. A machine runs once.
+  run(job: Job, output: Output): Outcome {
+    const { FS, ENV } = this.instance;
+    for (const name of Object.keys(ENV)) delete ENV[name];
+    Object.assign(ENV, job.environment);
+    FS.mkdirTree(job.folder);
+    FS.chdir(job.folder);
+    for (const file of [...job.files, job.program]) {
+      const folder = file.name.slice(0, file.name.lastIndexOf("/") + 1);
+      if (folder) FS.mkdirTree(folder);
+      FS.writeFile(file.name, file.bytes);
+    }
+    connectStreams(FS, job.input, output);
+    try {
+      const status = this.instance.callMain([job.program.name, ...job.arguments]);
+      return { ended: "exit", status: status >>> 0 };
+    } catch (fault) {
+      if (this.aborted.yes) return { ended: "abort" };
+      return { ended: "fault", word: fault instanceof Error ? fault.message : String(fault) };
+    }
+  }
+
+  /// A request to the laboratory, answered in JSON. A machine answers as many as one likes.
+  ask(request: object): any {
+    const bytes = new TextEncoder().encode(JSON.stringify(request) + "\0");
+    const address = this.instance._malloc(bytes.length);
+    this.instance.HEAPU8.set(bytes, address);
+    const answer = this.instance._laboratory(address);
+    this.instance._free(address);
+    const heap = this.instance.HEAPU8;
+    return JSON.parse(new TextDecoder().decode(heap.slice(answer, heap.indexOf(0, answer))));
+  }
+}

@@ -1,0 +1,140 @@
+// Runs and laboratory requests, from the page's side.
+//
+// Each run has a worker of its own, which is ended with it. The next one is made ready while the
+// page has nothing to do, so that a run starts at once. The module is fetched and compiled once.
+import type { Job, Outcome } from "./module";
+import type { FromWorker, ToWorker } from "./protocol";
+
+/// The bytes of output that a page takes from one run.
+const outputLimit = 1 << 20;
+
+let compiled: Promise<WebAssembly.Module> | undefined;
+function compiledModule(): Promise<WebAssembly.Module> {
+  const url = new URL("marl.wasm", document.baseURI);
+  compiled ??= fetch(url).then(async (response) => {
+    if (!response.ok) throw new Error(`marl.wasm: ${response.status}`);
+    return WebAssembly.compile(await response.arrayBuffer());
+  });
+  return compiled;
+}
+
+function makeWorker(): Worker {
+  const worker = new Worker(new URL("worker.js", document.baseURI));
+  void compiledModule().then((module) => send(worker, { kind: "load", module }));
+  return worker;
+}
+
+function send(worker: Worker, message: ToWorker) {
+  worker.postMessage(message);
+}
+
+let spare: Worker | undefined;
+
+/// Makes a worker ready for the next run.
+export function warmUp() {
+  spare ??= makeWorker();
+}
+
+export interface End {
+  outcome: Outcome | { ended: "stopped" };
+  milliseconds: number;
+  withheld: number;
+}
+
+export interface Run {
+  stop(): void;
+  end: Promise<End>;
+}
+
+/// Starts a job. `output` gets what the program writes, as it comes.
+export function start(job: Job, output: (stream: 1 | 2, bytes: Uint8Array) => void): Run {
+  warmUp();
+  const worker = spare!;
+  spare = undefined;
+  const begun = performance.now();
+  let finish: (end: End) => void;
+  const end = new Promise<End>((resolve) => {
+    finish = (value) => {
+      worker.terminate();
+      resolve(value);
+      setTimeout(warmUp, 50);
+    };
+  });
+  const fail = (word: string) =>
+    finish({
+      outcome: { ended: "fault", word },
+      milliseconds: performance.now() - begun,
+      withheld: 0,
+    });
+  worker.onmessage = ({ data }: MessageEvent<FromWorker>) => {
+    if (data.kind === "output") output(data.stream, data.bytes);
+    if (data.kind === "end") finish(data);
+  };
+  worker.onerror = (event) => fail(event.message);
+  compiledModule().then(
+    () => send(worker, { kind: "run", job, outputLimit }),
+    (error) => fail(String(error)),
+  );
+  return {
+    end,
+    stop: () =>
+      finish({
+        outcome: { ended: "stopped" },
+        milliseconds: performance.now() - begun,
+        withheld: 0,
+      }),
+  };
+}
+
+/// A worker for laboratory requests, made at the first one. A request that takes too long ends the
+/// worker, and with it all requests that wait there.
+export class Laboratory {
+  private worker: Worker | undefined;
+  private next = 0;
+  private readonly waiting = new Map<
+    number,
+    { resolve(answer: any): void; reject(error: Error): void; timer: number }
+  >();
+
+  constructor(private readonly patience: number) {}
+
+  ask(request: object): Promise<any> {
+    this.worker ??= this.open();
+    const worker = this.worker;
+    const id = this.next++;
+    return new Promise((resolve, reject) => {
+      const timer = setTimeout(() => this.close("no answer in time"), this.patience);
+      this.waiting.set(id, { resolve, reject, timer: timer as unknown as number });
+      compiledModule().then(
+        () => send(worker, { kind: "ask", id, request }),
+        (error) => this.close(String(error)),
+      );
+    });
+  }
+
+  close(word = "closed") {
+    this.worker?.terminate();
+    this.worker = undefined;
+    for (const { reject, timer } of this.waiting.values()) {
+      clearTimeout(timer);
+      reject(new Error(word));
+    }
+    this.waiting.clear();
+  }
+
+  private open(): Worker {
+    const worker = makeWorker();
+    worker.onmessage = ({ data }: MessageEvent<FromWorker>) => {
+      if (data.kind !== "answer" && data.kind !== "failed") return;
+      const request = this.waiting.get(data.id);
+      if (!request) return;
+      this.waiting.delete(data.id);
+      clearTimeout(request.timer);
+      if (data.kind === "answer") request.resolve(data.answer);
+      // A machine that has failed once is not asked again.
+      else this.close(data.word), request.reject(new Error(data.word));
+    };
+    worker.onerror = (event) => this.close(event.message);
+    return worker;
+  }
+}

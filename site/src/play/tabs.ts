@@ -1,0 +1,34 @@
+// Tabs by the pattern that screen readers and keyboards know: arrows move among those in sight.
+
+export interface Tabs {
+  select(name: string): void;
+  /// Calls back when a tab comes in front.
+  onSelect(name: string, action: () => void): void;
+}
+
+export function setUpTabs(list: Element): Tabs {
+  const tabs = [...list.querySelectorAll<HTMLButtonElement>('[role="tab"]')];
+  const actions = new Map<string, () => void>();
+  const nameOf = (tab: HTMLElement) => tab.id.replace("tab-", "");
+  const select = (name: string) => {
+    for (const tab of tabs) {
+      const chosen = nameOf(tab) === name;
+      tab.setAttribute("aria-selected", String(chosen));
+      tab.tabIndex = chosen ? 0 : -1;
+      document.getElementById(tab.getAttribute("aria-controls")!)!.hidden = !chosen;
+    }
+    actions.get(name)?.();
+  };
+  for (const tab of tabs) {
+    tab.addEventListener("click", () => select(nameOf(tab)));
+    tab.addEventListener("keydown", (event) => {
+      const step = { ArrowRight: 1, ArrowLeft: -1 }[event.key];
+      if (!step) return;
+      const shown = tabs.filter((each) => !each.hidden);
+      const next = shown[(shown.indexOf(tab) + step + shown.length) % shown.length];
+      next.focus();
+      select(nameOf(next));
+    });
+  }
+  return { select, onSelect: (name, action) => void actions.set(name, action) };
+}
