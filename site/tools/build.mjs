@@ -60,7 +60,7 @@ function writePage(name, { title, description, main, script, wide }) {
     .replaceAll("{{description}}", escapeHtml(description))
     .replace("{{class}}", wide ? "wide" : "reading")
     .replace("{{script}}", script)
-    .replace(`href="${name}"`, `href="${name}" aria-current="page"`)
+    .replace(`<a href="${name}">`, `<a href="${name}" aria-current="page">`)
     .replace("{{main}}", () => main);
   fs.writeFileSync(path.join(www, name), frame);
 }

@@ -5,6 +5,7 @@ import { Machine } from "../src/machine/module.ts";
 
 export { highlightedHtml } from "../src/language/grammar.ts";
 
+process.setMaxListeners(0);  // each instance listens for exceptions of its own
 const module = WebAssembly.compile(fs.readFileSync(new URL("marl.wasm", import.meta.url)));
 const encoder = new TextEncoder();
 

@@ -97,5 +97,8 @@ function setUpSearch(field: HTMLInputElement, list: HTMLElement) {
 
 setUpFrame();
 for (const box of document.querySelectorAll<HTMLElement>(".program")) setUpProgram(box);
+if (matchMedia("(max-width: 900px)").matches) {
+  document.querySelector<HTMLDetailsElement>(".contents details")!.open = false;
+}
 const field = document.querySelector<HTMLInputElement>("#search");
 if (field) setUpSearch(field, document.getElementById("found")!);
