@@ -38,4 +38,10 @@ void* allocate_bytes(size_t size) {
     return block;
 }
 
+void* reallocate_bytes(void* block, size_t size) {
+    void* grown = realloc(block, size);
+    if (!grown) out_of_memory();
+    return grown;
+}
+
 }  // namespace marl

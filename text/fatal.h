@@ -20,8 +20,9 @@ namespace marl {
 /// The same with the line "marl: out of memory".
 [[noreturn]] void out_of_memory();
 
-/// malloc that never gives null: exhaustion ends the process by `out_of_memory`.
+/// malloc and realloc that never give null: exhaustion ends the process by `out_of_memory`.
 void* allocate_bytes(size_t size);
+void* reallocate_bytes(void* block, size_t size);
 
 }  // namespace marl
 
