@@ -2,6 +2,7 @@
 //
 // `check` and `format` answer at once, from a worker that stays. Steps and a profile run the
 // program, so each such request has a worker of its own, which `stop` ends.
+import type { Job } from "./module";
 import { Laboratory } from "./session";
 
 export interface Message {
@@ -17,6 +18,11 @@ export interface Message {
 
 const still = new Laboratory(10_000);
 
+/// The commands that this laboratory knows.
+export async function commands(): Promise<string[]> {
+  return (await still.ask({ command: "commands" })) ?? [];
+}
+
 /// What is wrong or doubtful in a program, without running it.
 export async function check(text: string): Promise<Message[]> {
   const answer = await still.ask({ command: "check", name: "program", text });
@@ -28,16 +34,69 @@ export async function format(text: string): Promise<{ text?: string; messages?: 
   return (await still.ask({ command: "format", text })) ?? {};
 }
 
-/// A request that runs the program.
+/// A part of a state's expression. A node that its state has shown already is there `again`.
+export type Tree =
+  | { id: number; leaf: string }
+  | { id: number; of: [Tree, Tree] }
+  | { id: number; again: true };
+
+export interface Step {
+  n: number;
+  run: number;
+  rule: string;
+  name?: string;
+  line: string;
+  redex: { start: number; length: number };
+  context: Tree;
+  focus: Tree;
+}
+
+export interface Watched {
+  started: boolean;
+  ended: boolean;
+  report: string;
+}
+
+export interface ProfileRow {
+  name: string;
+  calls: number;
+  steps: number;
+  nodes: number;
+  self: number;
+  below: number;
+}
+
+/// A request that runs the program, in a worker of its own.
 export interface Pending<Answer> {
-  answer: Promise<Answer | null>;
+  answer: Promise<Answer>;
   stop(): void;
 }
 
-export function askOnce<Answer>(request: object, patience = 60_000): Pending<Answer> {
-  const laboratory = new Laboratory(patience);
+function watch<Answer>(request: object, job: Job): Pending<Answer> {
+  const laboratory = new Laboratory(120_000);
+  const text = new TextDecoder().decode(job.program.bytes);
+  const answer = laboratory.ask({ ...request, text, arguments: job.arguments }, job);
   return {
-    answer: laboratory.ask(request).finally(() => laboratory.close()),
+    answer: answer.finally(() => laboratory.close()),
     stop: () => laboratory.close("stopped"),
   };
+}
+
+export function steps(job: Job, from: number, count: number) {
+  return watch<Watched & { steps: Step[] }>({ command: "steps", from, count }, job);
+}
+
+/// Where a name is called, by the numbers of the states.
+export function calls(job: Job, name: string) {
+  return watch<Watched & { calls: { n: number; call: string }[] }>({ command: "calls", name }, job);
+}
+
+/// The calls that a Z in the result comes from, the first one first.
+export function whyZ(job: Job) {
+  return watch<Watched & { result: string; chain: { n: number; call: string; within: string[] }[] }>(
+    { command: "why_z" }, job);
+}
+
+export function profile(job: Job) {
+  return watch<Watched & { rows: ProfileRow[]; folded: string }>({ command: "profile" }, job);
 }

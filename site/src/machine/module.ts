@@ -9,7 +9,8 @@ interface Instance {
   FS: any;
   ENV: Record<string, string>;
   callMain(words: string[]): number;
-  _laboratory(request: number): number;
+  _laboratory(request: number): void;
+  _laboratory_answer(): number;
   _malloc(size: number): number;
   _free(address: number): void;
   HEAPU8: Uint8Array;
@@ -101,6 +102,36 @@ export class Machine {
 
   /// Runs the job to its end. A machine runs once.
   run(job: Job, output: Output): Outcome {
+    this.setUp(job, output);
+    try {
+      const status = this.instance.callMain([job.program.name, ...job.arguments]);
+      return { ended: "exit", status: status >>> 0 };
+    } catch (fault) {
+      if (this.aborted.yes) return { ended: "abort" };
+      return { ended: "fault", word: fault instanceof Error ? fault.message : String(fault) };
+    }
+  }
+
+  /// A request to the laboratory, answered in JSON. Those that run a program take what it is given
+  /// from the job, and a machine answers one of them; of the others as many as one likes.
+  ask(request: object, job?: Job): any {
+    if (job) this.setUp(job, () => {});
+    const bytes = new TextEncoder().encode(JSON.stringify(request) + "\0");
+    const address = this.instance._malloc(bytes.length);
+    this.instance.HEAPU8.set(bytes, address);
+    try {
+      this.instance._laboratory(address);
+      this.instance._free(address);
+    } catch (end) {
+      // A program that is watched ends the process: what was told so far stands.
+      if ((end as { name?: string }).name !== "ExitStatus") throw end;
+    }
+    const answer = this.instance._laboratory_answer();
+    const heap = this.instance.HEAPU8;
+    return JSON.parse(new TextDecoder().decode(heap.slice(answer, heap.indexOf(0, answer))));
+  }
+
+  private setUp(job: Job, output: Output) {
     const { FS, ENV } = this.instance;
     for (const name of Object.keys(ENV)) delete ENV[name];
     Object.assign(ENV, job.environment);
@@ -112,23 +143,5 @@ export class Machine {
       FS.writeFile(file.name, file.bytes);
     }
     connectStreams(FS, job.input, output);
-    try {
-      const status = this.instance.callMain([job.program.name, ...job.arguments]);
-      return { ended: "exit", status: status >>> 0 };
-    } catch (fault) {
-      if (this.aborted.yes) return { ended: "abort" };
-      return { ended: "fault", word: fault instanceof Error ? fault.message : String(fault) };
-    }
-  }
-
-  /// A request to the laboratory, answered in JSON. A machine answers as many as one likes.
-  ask(request: object): any {
-    const bytes = new TextEncoder().encode(JSON.stringify(request) + "\0");
-    const address = this.instance._malloc(bytes.length);
-    this.instance.HEAPU8.set(bytes, address);
-    const answer = this.instance._laboratory(address);
-    this.instance._free(address);
-    const heap = this.instance.HEAPU8;
-    return JSON.parse(new TextDecoder().decode(heap.slice(answer, heap.indexOf(0, answer))));
   }
 }

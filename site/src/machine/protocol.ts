@@ -4,7 +4,7 @@ import type { Job, Outcome } from "./module";
 export type ToWorker =
   | { kind: "load"; module: WebAssembly.Module }
   | { kind: "run"; job: Job; outputLimit: number }
-  | { kind: "ask"; id: number; request: object };
+  | { kind: "ask"; id: number; request: object; job?: Job };
 
 export type FromWorker =
   | { kind: "ready" }

@@ -98,7 +98,7 @@ export class Laboratory {
 
   constructor(private readonly patience: number) {}
 
-  ask(request: object): Promise<any> {
+  ask(request: object, job?: Job): Promise<any> {
     this.worker ??= this.open();
     const worker = this.worker;
     const id = this.next++;
@@ -106,7 +106,7 @@ export class Laboratory {
       const timer = setTimeout(() => this.close("no answer in time"), this.patience);
       this.waiting.set(id, { resolve, reject, timer: timer as unknown as number });
       compiledModule().then(
-        () => send(worker, { kind: "ask", id, request }),
+        () => send(worker, { kind: "ask", id, request, job }),
         (error) => this.close(String(error)),
       );
     });

@@ -74,9 +74,9 @@ async function run(job: Job, outputLimit: number) {
   post({ kind: "end", outcome, milliseconds, withheld: outlet.withheld });
 }
 
-async function answer(id: number, request: object) {
+async function answer(id: number, request: object, job?: Job) {
   try {
-    post({ kind: "answer", id, answer: (await machine).ask(request) });
+    post({ kind: "answer", id, answer: (await machine).ask(request, job) });
   } catch (fault) {
     post({ kind: "failed", id, word: String(fault) });
   }
@@ -89,6 +89,6 @@ scope.onmessage = ({ data }: MessageEvent<ToWorker>) => {
   } else if (data.kind === "run") {
     void run(data.job, data.outputLimit);
   } else {
-    void answer(data.id, data.request);
+    void answer(data.id, data.request, data.job);
   }
 };

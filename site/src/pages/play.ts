@@ -1,10 +1,10 @@
 // The playground: the editor, what the program is given, and what became of it.
 import { setUpFrame } from "./frame";
-import { Runner, type Given } from "../play/runner";
+import { jobOf, Runner, type Given } from "../play/runner";
 import { warmUp } from "../machine/session";
-import { check, format } from "../machine/laboratory";
+import { check, commands, format } from "../machine/laboratory";
 import { makeEditor, replaceText } from "../editor/editor";
-import { setUpTabs } from "../play/tabs";
+import { setUpTabs, type Tabs } from "../play/tabs";
 import { fragmentOf, givenBy } from "../play/share";
 import { setUpSteps } from "../play/steps";
 import { setUpProfile } from "../play/profile";
@@ -128,12 +128,15 @@ const editor = makeEditor({
   },
 });
 
-const tabs = setUpTabs(document.querySelector('[role="tablist"]')!);
+const tabs: Tabs = setUpTabs(document.querySelector('[role="tablist"]')!);
 const runner = new Runner(
   { output: by("output"), status: by("status"), button: by<HTMLButtonElement>("run") },
   given,
 );
 by("run").addEventListener("click", () => tabs.select("output"));
+
+setUpSteps(by("panel-steps"), tabs, () => jobOf(given()));
+setUpProfile(by("panel-profile"), tabs, () => jobOf(given()));
 
 function run() {
   tabs.select("output");
@@ -178,9 +181,11 @@ by("format").addEventListener("click", async () => {
   else say(messages?.[0]?.say ?? "This program has no layout.");
 });
 
-async function offerFormat() {
-  const probe = await format("1").catch(() => ({ text: undefined }));
-  by("format").hidden = probe.text === undefined;
+async function offerCommands() {
+  const known = await commands().catch((): string[] => []);
+  by("format").hidden = !known.includes("format");
+  by("tab-steps").hidden = !known.includes("steps");
+  by("tab-profile").hidden = !known.includes("profile");
 }
 
 for (const field of [words, input]) field.addEventListener("input", keep);
@@ -198,8 +203,6 @@ void (async () => {
     if (last) show(last);
   }
   document.body.dataset.ready = "yes";
-  await offerFormat();
-  setUpSteps(by("panel-steps"), by("tab-steps"), tabs, given);
-  setUpProfile(by("panel-profile"), by("tab-profile"), tabs, given);
+  await offerCommands();
   void showVerdict();
 })();

@@ -1,1 +1,93 @@
-export function setUpProfile(..._: unknown[]) {}
+// What a run costs, by name: a table, and the stacks of calls as a picture in which width is steps.
+import type { Job } from "../machine/module";
+import { profile, type Pending, type ProfileRow } from "../machine/laboratory";
+import type { Tabs } from "./tabs";
+
+interface Frame {
+  name: string;
+  steps: number;
+  below: Map<string, Frame>;
+}
+
+function framesOf(folded: string): Frame {
+  const root: Frame = { name: "", steps: 0, below: new Map() };
+  for (const line of folded.split("\n")) {
+    const cut = line.lastIndexOf(" ");
+    if (cut < 0) continue;
+    const count = Number(line.slice(cut + 1));
+    let frame = root;
+    frame.steps += count;
+    for (const name of line.slice(0, cut).split(";")) {
+      let next = frame.below.get(name);
+      if (!next) frame.below.set(name, (next = { name, steps: 0, below: new Map() }));
+      next.steps += count;
+      frame = next;
+    }
+  }
+  return root;
+}
+
+const rowHeight = 22;
+const deepest = 40;
+
+function flame(root: Frame, element: HTMLElement) {
+  let depth = 0;
+  const add = (frame: Frame, left: number, level: number) => {
+    depth = Math.max(depth, level + 1);
+    for (const child of [...frame.below.values()].sort((a, b) => b.steps - a.steps)) {
+      const width = (child.steps / root.steps) * 100;
+      if (width < 0.15 || level >= deepest) break;
+      const box = document.createElement("div");
+      box.className = `flame-box tone-${[...child.name].reduce((sum, c) => sum + c.charCodeAt(0), 0) % 5}`;
+      box.style.cssText = `left:${left}%;width:${width}%;top:${level * rowHeight}px`;
+      box.textContent = child.name;
+      box.title = `${child.name}: ${child.steps} steps, ${width.toFixed(1)} %`;
+      element.append(box);
+      add(child, left, level + 1);
+      left += width;
+    }
+  };
+  element.replaceChildren();
+  add(root, 0, 0);
+  element.style.height = `${depth * rowHeight}px`;
+}
+
+function tableOf(rows: ProfileRow[]): HTMLTableElement {
+  const table = document.createElement("table");
+  table.innerHTML = "<thead><tr><th>name</th><th>calls</th><th>steps</th><th>nodes</th></tr></thead>";
+  const body = table.createTBody();
+  for (const { name, calls, steps, nodes } of [...rows].sort((a, b) => b.steps - a.steps)) {
+    const row = body.insertRow();
+    row.insertCell().append(Object.assign(document.createElement("code"), { textContent: name }));
+    for (const count of [calls, steps, nodes]) row.insertCell().textContent = count.toLocaleString("en");
+  }
+  return table;
+}
+
+export function setUpProfile(panel: HTMLElement, tabs: Tabs, jobOf: () => Job) {
+  panel.innerHTML = `<div class="profile"><p class="said" role="status"></p><div class="flame" aria-hidden="true"></div><div class="table"></div></div>`;
+  const said = panel.querySelector<HTMLElement>(".said")!;
+  let key = "";
+  let running: Pending<unknown> | undefined;
+
+  tabs.onSelect("profile", async () => {
+    const job = jobOf();
+    const next = JSON.stringify([new TextDecoder().decode(job.program.bytes), job.arguments, [...job.input]]);
+    if (next === key) return;
+    key = next;
+    running?.stop();
+    said.textContent = "running ...";
+    const made = profile(job);
+    running = made;
+    const answer = await made.answer.catch((fault: Error) => ({ fault: fault.message }));
+    if (key !== next) return;
+    if ("fault" in answer || !answer?.rows) {
+      said.textContent = "fault" in answer ? `No profile: ${answer.fault}` : "This program is at fault, and does not run.";
+      return;
+    }
+    const total = answer.rows.reduce((sum, row) => sum + row.steps, 0);
+    said.textContent = `${total.toLocaleString("en")} steps of the plain machine`;
+    flame(framesOf(answer.folded), panel.querySelector<HTMLElement>(".flame")!);
+    panel.querySelector(".table")!.replaceChildren(tableOf(answer.rows));
+  });
+}

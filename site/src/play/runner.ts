@@ -12,7 +12,7 @@ export interface Given {
 
 const encoder = new TextEncoder();
 
-function jobOf(given: Given): Job {
+export function jobOf(given: Given): Job {
   return {
     program: { name: "program.marl", bytes: encoder.encode(given.text) },
     arguments: given.arguments,
