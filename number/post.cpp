@@ -90,16 +90,16 @@ Value post_with_size(int64_t n) {
 }
 
 Value post_resized(Value post, int64_t n) {
-    const auto [old_offset, old_length] = post_extent(post);
+    const PostExtent old = post_extent(post);
     const int64_t offset = payload_offset(n);
-    const auto kept = static_cast<size_t>(std::min(old_length, n));
+    const auto kept = static_cast<size_t>(std::min(old.length, n));
     const auto move = [&] {
         char* text = leaf_text(post);
-        if (offset != old_offset) memmove(text + offset, text + old_offset, kept);
+        if (offset != old.offset) memmove(text + offset, text + old.offset, kept);
     };
-    if (offset < old_offset) move();
-    post = resized_leaf(std::move(post), old_offset + old_length, offset + n);
-    if (offset > old_offset) move();
+    if (offset < old.offset) move();
+    post = resized_leaf(std::move(post), old.offset + old.length, offset + n);
+    if (offset > old.offset) move();
     write_length(leaf_text(post), n);
     return post;
 }

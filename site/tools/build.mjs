@@ -19,9 +19,11 @@ const page = (name) => fs.readFileSync(path.join(site, "templates", name), "utf8
 const alias = { "marl-module": path.join(build, "module/marl.js") };
 const common = { bundle: true, minify: true, target: "es2022", legalComments: "none", absWorkingDir: site };
 
+/// Bundles the pages' scripts; gives what the playground's imports, for the page to ask for at once.
 async function bundleScripts() {
-  await esbuild.build({
+  const { metafile } = await esbuild.build({
     ...common,
+    metafile: true,
     entryPoints: { play: "src/pages/play.ts", document: "src/pages/document.ts" },
     outdir: www,
     format: "esm",
@@ -38,6 +40,8 @@ async function bundleScripts() {
     external: ["fs", "path", "child_process", "crypto"],
   });
   await esbuild.build({ ...common, entryPoints: { site: "style/site.css" }, outdir: www });
+  const play = Object.entries(metafile.outputs).find(([name]) => path.basename(name) === "play.js")[1];
+  return play.imports.filter(({ kind }) => kind === "import-statement").map((each) => path.basename(each.path));
 }
 
 async function bundleForNode() {
@@ -54,12 +58,13 @@ async function bundleForNode() {
 }
 
 /// The page's text with its title, and the marks for where it is in the site.
-function writePage(name, { title, description, main, script, wide }) {
+function writePage(name, { title, description, main, script, wide, preload = "" }) {
   const frame = page("frame.html")
     .replaceAll("{{title}}", escapeHtml(title))
     .replaceAll("{{description}}", escapeHtml(description))
     .replace("{{class}}", wide ? "wide" : "reading")
     .replace("{{script}}", script)
+    .replace("{{preload}}", preload)
     .replace(`<a href="${name}">`, `<a href="${name}" aria-current="page">`)
     .replace("{{main}}", () => main);
   fs.writeFileSync(path.join(www, name), frame);
@@ -129,7 +134,7 @@ fs.copyFileSync(path.join(build, "module/marl.wasm"), path.join(www, "marl.wasm"
 for (const name of fs.readdirSync(path.join(site, "public"))) {
   fs.copyFileSync(path.join(site, "public", name), path.join(www, name));
 }
-await bundleScripts();
+const parts = await bundleScripts();
 const { runProgram, highlightedHtml } = await bundleForNode();
 
 const documents = { snippets: path.join(root, "docs/snippets"), highlight: highlightedHtml };
@@ -156,6 +161,8 @@ writePage("index.html", {
     examples.map(({ name, about }) => `<option value="${name}">${name}: ${escapeHtml(about.replaceAll("`", ""))}</option>`).join("\n")),
   script: "play.js",
   wide: true,
+  preload: parts.map((part) => `<link rel="modulepreload" href="${part}">\n`).join("") +
+    '<link rel="preload" href="marl.wasm" as="fetch" type="application/wasm" crossorigin>\n',
 });
 await writeServiceWorker();
 console.log(`${guide.programs.length} programs of the guide do what it shows`);
