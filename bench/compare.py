@@ -69,23 +69,22 @@ CPU_LIMIT = 60
 
 # What a peer has no room for: it stops with an error there, or its collector takes minutes.
 UNABLE = {("hugs", "array"), ("hugs", "deep")}
-UNABLE_LARGE = set()
 EXTRA_OPTIONS = {("hugs", "cells"): ["-h20M"]}
 EXTRA_OPTIONS_LARGE = {
     ("hugs", "cells"): ["-h80M"],
     ("hugs", "mergesort"): ["-h20M"],
     ("hugs", "tree"): ["-h20M"],
+    ("hugs", "text"): ["-h20M"],
 }
 
 Run = collections.namedtuple("Run", "seconds kilobytes status output")
 
 
 class Size:
-    """One size of the programs: where they are, and what the peers need or cannot do at it."""
+    """One size of the programs: where they are, and what the peers need at it."""
 
     def __init__(self, large, programs, scratch):
         self.folder = enlarged(programs, scratch) if large else PROGRAMS
-        self.unable = UNABLE | UNABLE_LARGE if large else UNABLE
         self.options = EXTRA_OPTIONS_LARGE if large else EXTRA_OPTIONS
         self.units = {name: int(SIZES[name][0][1 if large else 0]) for name in UNITS}
 
@@ -121,7 +120,7 @@ class Runner:
         return self.size.folder / (program + self.suffix)
 
     def runs(self, program):
-        return (self.name, program) not in self.size.unable and self.file(program).exists()
+        return (self.name, program) not in UNABLE and self.file(program).exists()
 
     def run(self, program, scratch):
         options = self.size.options.get((self.name, program), [])
