@@ -1,3 +1,6 @@
+// Three forms by length. A number of up to 18 digits is written as text at once; one of some more
+// is text as well; a long one keeps its limbs, with room left for the text, which is written when
+// somebody asks for it.
 #include "number/digit_leaf.h"
 
 #include <cstring>

@@ -1,6 +1,6 @@
 // Packing goes through the number that a list is, in words of 64 bits; the text of that number,
 // with its zeros in front, is the packed form. Taking the tail of a digit Leaf never unpacks it:
-// half of a decimal number is written from the text directly.
+// it halves the decimal number.
 #include "number/digits.h"
 
 #include <bit>
@@ -99,15 +99,6 @@ int64_t list_length(const String& bits) {
     MARL_REQUIRE(n > 0);
     return n * 8 - 1 - std::countl_zero(static_cast<uint8_t>(bits.data()[n - 1]));
 }
-
-String digits_of_bits(const String& bits) {
-    const DigitText text = digit_text(words_of_bits(bits));
-    String digits = String::with_size(length_of(text));
-    write_text(digits.mutable_data(), text);
-    return digits;
-}
-
-String bits_of_digits(std::string_view digits) { return bits_of_words(words_of_digits(digits)); }
 
 Value value_of_bits(const String& bits) { return value_of_words(words_of_bits(bits)); }
 

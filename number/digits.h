@@ -34,11 +34,6 @@ void bit_set(int64_t i, bool bit, String& bits);
 /// fatal stop.
 int64_t list_length(const String& bits);
 
-/// The digit text of a list of length 1 or more; a shorter one is a fatal stop. Zero bytes at the
-/// high end don't matter.
-String digits_of_bits(const String& bits);
-/// The list of a digit text.
-String bits_of_digits(std::string_view digits);
 /// A new Value of a list: K for the empty list, else a digit Leaf. No set bit at all is a fatal
 /// stop.
 Value value_of_bits(const String& bits);

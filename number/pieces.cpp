@@ -1,3 +1,6 @@
+// Limbs and pieces change into each other by groups, three pieces to four decimal limbs and four to
+// five binary ones, so that no division goes over more than one group. A sequence that is not whole
+// groups is filled up with zeros.
 #include "number/pieces.h"
 
 #include <algorithm>

@@ -328,13 +328,6 @@ Value zits_right(Node* x) {
     return leaf(element[0] == '[' ? element : code_of_byte(static_cast<uint8_t>(element[0])));
 }
 
-String zits_join(std::string_view a, std::string_view b) {
-    std::string text(a.substr(0, a.size() - 1));
-    text.append(b);
-    close_join(text, a.size() - 1);
-    return String(std::string_view(text));
-}
-
 Value zits_flatten(Value x) {
     if (is_leaf(x)) return x;
     std::string text;

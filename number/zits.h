@@ -49,8 +49,6 @@ bool zits_is_empty(Node* x);
 /// part.
 Value zits_left(Value x);
 Value zits_right(Node* x);
-/// The text of a with b as its last element, a byte for b when b is its code. Both with brackets.
-String zits_join(std::string_view a, std::string_view b);
 
 /// One Leaf of the whole text. A Leaf stays the node that it is.
 Value zits_flatten(Value x);

@@ -1,3 +1,6 @@
+// Where the old length and the new one take blocks of one size, nothing moves. Else a block of the
+// free lists is copied to one of the new size, and a large one is reallocated, which the system can
+// often do without a copy.
 #include "value/resize.h"
 
 #include <algorithm>
