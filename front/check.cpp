@@ -1,5 +1,6 @@
 #include "front/check.h"
 
+#include <algorithm>
 #include <bit>
 #include <initializer_list>
 #include <string_view>
@@ -17,6 +18,7 @@
 #include "number/convert.h"
 #include "number/kind.h"
 #include "reduce/analysis.h"
+#include "reduce/exactness.h"
 #include "reduce/machine.h"
 #include "reduce/tables.h"
 #include "text/rope.h"
@@ -90,6 +92,20 @@ void remove_doomed(const References& references) {
     prelude_definitions.clear();
 }
 
+/// A run can't change machines: a program that may load a text of its own that names `todo` needs
+/// exactness from the start.
+void expect_loaded_todo(const References& references) {
+    const auto loads = [](const References::Entry& entry) {
+        return std::any_of(entry.free.begin(), entry.free.end(), [](const Symbol* name) {
+            return name->name.view() == "load" || name->name.view() == "road";
+        });
+    };
+    if (std::none_of(references.entries.begin(), references.entries.end(), loads)) return;
+    for (const auto& [name, free] : references.entries) {
+        if (has_text_with(name->definition, "todo")) exactness_due = true;
+    }
+}
+
 /// What the entry expression reaches must be defined; what it doesn't reach and can't work goes.
 Report settle_names() {
     References references;
@@ -99,6 +115,7 @@ Report settle_names() {
                        symbol->builtin ? of_builtin : free_names(symbol->definition));
     }
     if (const auto dangling = find_dangling(references)) return dangling_report(*dangling);
+    expect_loaded_todo(references);
     // A built-in works whatever becomes of the names in its entry, which never runs.
     for (auto& [name, free] : references.entries) {
         if (name->builtin) free.clear();

@@ -103,6 +103,21 @@ std::vector<Symbol*> free_names(Node* expression) {
     return names;
 }
 
+bool has_text_with(Node* expression, std::string_view word) {
+    std::vector<Node*> rest{expression};
+    while (!rest.empty()) {
+        Node* node = rest.back();
+        rest.pop_back();
+        if (!is_leaf(node)) {
+            rest.push_back(right(node));
+            rest.push_back(left(node));
+        } else if (is_leaf_of(node, '[') && leaf_bytes(node).find(word) != std::string_view::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
 void add_references(References& references, Symbol& name, std::vector<Symbol*> free) {
     references.places[&name] = references.entries.size();
     references.entries.push_back({&name, std::move(free)});

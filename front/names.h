@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <optional>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -17,6 +18,9 @@ namespace marl {
 /// The names that are free in an expression, in the order of their text. Every key of a lambda or
 /// let in it is a name.
 std::vector<Symbol*> free_names(Node* expression);
+
+/// Whether a text in an expression has the word in it.
+bool has_text_with(Node* expression, std::string_view word);
 
 /// Some definitions, and the names that each of them refers to.
 struct References {
