@@ -12,7 +12,7 @@ import tempfile
 import unittest
 
 PRINTERS = pathlib.Path(__file__).resolve().parent.parent / "tools/gdb_marl.py"
-PROGRAM = r"a\x{puts(init(lisp(V 1(J[ab](x\go x)))))}0,go\x\x"
+PROGRAM = r"a\x{puts(init(lisp(V(1,J([ab],x\go x)))))}0,go\x\x"
 
 
 class Gdb(unittest.TestCase):
