@@ -65,11 +65,13 @@ function programHtml(snippet, highlight) {
     `<pre class="code"><code>${highlight(snippet.text)}</code></pre></div>\n`;
 }
 
-/// A document as the parts of a page: title, body, contents; and the names of its programs.
+/// A document as the parts of a page: title, body, contents; its programs, and what it shows of their
+/// output, by the names of the files.
 export function renderDocument(markdown, { snippets, highlight }) {
   const md = new MarkdownIt({ html: false, linkify: false });
   const contents = [];
   const programs = [];
+  const shown = {};
   const used = new Map();
   md.renderer.rules.fence = (tokens, i) => {
     const { info, content } = tokens[i];
@@ -79,6 +81,7 @@ export function renderDocument(markdown, { snippets, highlight }) {
       programs.push(snippet);
       return programHtml(snippet, highlight);
     }
+    if (language === "text" && name) shown[name] = content;
     const html = language === "marl" ? highlight(content) : escapeHtml(content);
     const kind = language === "text" ? "output" : language === "console" ? "console" : "code";
     return `<pre class="${kind}"><code>${html.replace(/\n$/, "")}</code></pre>\n`;
@@ -105,7 +108,7 @@ export function renderDocument(markdown, { snippets, highlight }) {
   }
   const body = markBuiltins(md.renderer.render(tokens, md.options, {}));
   const title = contents[0].text;
-  return { title, body, contents: contents.slice(1), programs };
+  return { title, body, contents: contents.slice(1), programs, shown };
 }
 
 /// The cells that name a built-in or a combinator become places to link to.

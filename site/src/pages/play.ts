@@ -2,7 +2,7 @@
 import { setUpFrame } from "./frame";
 import { jobOf, Runner, type Given } from "../play/runner";
 import { warmUp } from "../machine/session";
-import { check, commands, format } from "../machine/laboratory";
+import { check, commands, format, profile } from "../machine/laboratory";
 import { makeEditor, replaceText } from "../editor/editor";
 import { setUpTabs, type Tabs } from "../play/tabs";
 import { fragmentOf, givenBy } from "../play/share";
@@ -132,6 +132,11 @@ const tabs: Tabs = setUpTabs(document.querySelector('[role="tablist"]')!);
 const runner = new Runner(
   { output: by("output"), status: by("status"), button: by<HTMLButtonElement>("run") },
   given,
+  async (job) => {
+    if (by("tab-profile").hidden) return undefined;
+    const { rows } = await profile(job).answer;
+    return rows?.reduce((sum, row) => sum + row.steps, 0);
+  },
 );
 by("run").addEventListener("click", () => tabs.select("output"));
 

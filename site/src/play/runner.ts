@@ -23,6 +23,9 @@ export function jobOf(given: Given): Job {
   };
 }
 
+/// A run that is over within so many milliseconds is counted, by a second one.
+const shortRun = 500;
+
 const failedStatus = 0x80000000;
 
 function duration(milliseconds: number): string {
@@ -56,6 +59,8 @@ export class Runner {
   constructor(
     private readonly parts: RunnerParts,
     private readonly given: () => Given,
+    /// How many steps a run takes; asked behind a short one.
+    private readonly count?: (job: Job) => Promise<number | undefined>,
   ) {
     this.view = new OutputView(parts.output);
     parts.button.addEventListener("click", () => this.toggle());
@@ -75,7 +80,8 @@ export class Runner {
     button.classList.add("running");
     status.className = "status running";
     status.textContent = "running";
-    const run = start(jobOf(this.given()), (stream, bytes) => {
+    const job = jobOf(this.given());
+    const run = start(job, (stream, bytes) => {
       if (this.run === run) this.view.write(stream, bytes);
     });
     this.run = run;
@@ -88,6 +94,15 @@ export class Runner {
     status.textContent = endText(end);
     button.textContent = "Run";
     button.classList.remove("running");
+    if (fine && end.milliseconds < shortRun) await this.addCount(job, status);
+  }
+
+  private async addCount(job: Job, status: HTMLElement) {
+    const text = status.textContent;
+    const steps = await this.count?.(job).catch(() => undefined);
+    if (steps && status.textContent === text) {
+      status.textContent = `${text} · ${steps.toLocaleString("en")} steps`;
+    }
   }
 
   stop() {
