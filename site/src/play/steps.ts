@@ -12,10 +12,10 @@ const windowSize = 250;
 const template = `
 <div class="steps">
 <div class="panel-bar">
-<button type="button" data-do="first" aria-label="First state">⏮</button>
+<button type="button" data-do="first" aria-label="First state">«</button>
 <button type="button" data-do="back" aria-label="One step back">◀</button>
 <button type="button" data-do="next" aria-label="One step forward">▶</button>
-<button type="button" data-do="last" aria-label="Last state">⏭</button>
+<button type="button" data-do="last" aria-label="Last state">»</button>
 <input type="range" min="0" max="0" value="0" aria-label="Place in the run">
 <output></output>
 </div>
