@@ -55,20 +55,6 @@ bool is_lambda(Node* value) {
     return !is_leaf(value) && !is_leaf(left(value)) && is_leaf_text(left(left(value)), "\\");
 }
 
-/// What a piece defines: its name as written, and whether in the form n()\e. Empty for a note.
-struct Name {
-    std::string_view text;
-    bool unmemoised = false;
-};
-
-Name defined_name(Node* piece) {
-    if (!is_lambda(piece)) return {};
-    Node* written = right(left(piece));
-    if (is_leaf(written)) return {leaf_bytes(written), false};
-    if (!is_leaf_of(right(written), '}')) return {};
-    return {leaf_bytes(left(written)), true};
-}
-
 /// A fault of a definition's name, `say` being the sentence.
 Report name_fault(const char* kind, const Definition& definition, const char* before,
                   const char* behind) {
@@ -121,6 +107,14 @@ bool is_definable(std::string_view text) {
     return is_word(text) || is_combinator(text) || is_bracketed_operator(text);
 }
 
+DefinedName defined_name(Node* piece) {
+    if (!is_lambda(piece)) return {};
+    Node* written = right(left(piece));
+    if (is_leaf(written)) return {leaf_bytes(written), false};
+    if (!is_leaf_of(right(written), '}')) return {};
+    return {leaf_bytes(left(written)), true};
+}
+
 String definition_key(std::string_view text) {
     MARL_REQUIRE(is_definable(text));
     return String(text[0] == '[' ? text.substr(1, 1) : text);
@@ -152,7 +146,7 @@ Pieces parse_pieces(std::string_view normalised, const std::vector<int64_t>& lin
         stamp_lines(piece, lines, next_line);
         if (from == 0) {
             pieces.entry = std::move(piece);
-        } else if (const Name name = defined_name(piece); is_definable(name.text)) {
+        } else if (const DefinedName name = defined_name(piece); is_definable(name.text)) {
             Value expression = Value::share(right(piece));
             if (name.unmemoised) expression = pair(leaf("I"), std::move(expression));
             pieces.definitions.push_back(

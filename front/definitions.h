@@ -23,6 +23,14 @@ bool is_definable(std::string_view text);
 /// text is a fatal stop.
 String definition_key(std::string_view text);
 
+/// What a parsed piece defines: the name as written, borrowed, and whether in the form n()\e. The
+/// piece is a note unless the name is definable.
+struct DefinedName {
+    std::string_view text;
+    bool unmemoised = false;
+};
+DefinedName defined_name(Node* piece);
+
 struct Definition {
     int64_t position;  // of the piece, in the normalised text
     String key;

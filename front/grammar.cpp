@@ -4,8 +4,12 @@
 // A frame stands for each bracket that is open. Between two binary operators of a frame stands a
 // run, possibly an empty one: everything of the levels 9 to 12. A finished run is an operand, and
 // operands meet by precedence: an operator that arrives first folds what binds tighter.
+//
+// Where nodes come from is told to a Tracker, a type of its own for those who don't want to know:
+// all of its functions are empty, and nothing of it is left in their parser.
 #include "front/grammar.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 #include <vector>
@@ -86,9 +90,71 @@ struct Frame {
     Run run;
 };
 
+/// The Tracker of those who don't want to know.
+struct NoTracker {
+    void made_leaf(Node*, size_t, size_t) {}
+    void made_pair(Node*) {}
+    void opened(size_t) {}
+    void closed(Node*, size_t) {}
+    void ended_element(Node*, size_t) {}
+    void closed_wings() {}
+    void pushed_operator(size_t) {}
+    void popped_operator(Node*) {}
+    void popped_blank() {}
+};
+
+/// Fills in an Origin for each node. The stacks of the parser have one of positions beside them.
+class Tracker {
+  public:
+    explicit Tracker(Origins& origins) : origins_(origins) {}
+
+    void made_leaf(Node* node, size_t begin, size_t end) {
+        origins_[node] = {begin, end, begin, end};
+    }
+    /// The children may stand in either order.
+    void made_pair(Node* node) {
+        const Origin& a = origins_.at(left(node));
+        const Origin& b = origins_.at(right(node));
+        const size_t begin = std::min(a.outer_begin, b.outer_begin);
+        const size_t end = std::max(a.outer_end, b.outer_end);
+        origins_[node] = {begin, end, begin, end};
+    }
+    void opened(size_t position) { brackets_.push_back(position); }
+    void closed(Node* node, size_t position) {
+        ended_element(node, position + 1);
+        brackets_.pop_back();
+    }
+    /// An element of a call list counts as if it had parentheses of its own.
+    void ended_element(Node* node, size_t behind) {
+        Origin& origin = origins_.at(node);
+        origin.outer_begin = std::exchange(brackets_.back(), behind);
+        origin.outer_end = behind;
+    }
+    void closed_wings() {
+        operators_.push_back(brackets_.back());
+        brackets_.pop_back();
+    }
+    void pushed_operator(size_t position) { operators_.push_back(position); }
+    void popped_operator(Node* leaf) {
+        made_leaf(leaf, operators_.back(), operators_.back() + 1);
+        operators_.pop_back();
+    }
+    /// A blank leaves no node.
+    void popped_blank() { operators_.pop_back(); }
+
+  private:
+    Origins& origins_;
+    std::vector<size_t> brackets_;
+    std::vector<size_t> operators_;
+};
+
+template <class Tracking>
 class Parser {
   public:
-    Parser(std::string_view text, Bracket outermost) : text_(text) { open(outermost); }
+    Parser(std::string_view text, Bracket outermost, Tracking tracker)
+        : text_(text), tracker_(tracker) {
+        open(outermost);
+    }
 
     Value parse() {
         while (position_ < text_.size()) take_next();
@@ -125,12 +191,16 @@ class Parser {
 
     Run& run() { return frames_.back().run; }
 
-    void open(Bracket bracket) { frames_.push_back({bracket, operators_.size(), {}}); }
+    void open(Bracket bracket) {
+        tracker_.opened(position_);
+        frames_.push_back({bracket, operators_.size(), {}});
+    }
 
     void close_parenthesis() {
         const Bracket bracket = frames_.back().bracket;
         MARL_REQUIRE(bracket == Bracket::group || bracket == Bracket::call);
         Value value = finish_expression();
+        tracker_.closed(value, position_);
         frames_.pop_back();
         add_atom(run(), std::move(value));
     }
@@ -141,6 +211,7 @@ class Parser {
         frames_.pop_back();
         operands_.push_back(std::move(bound));
         operators_.push_back('{');
+        tracker_.closed_wings();
     }
 
     void take_comma() {
@@ -151,6 +222,7 @@ class Parser {
         }
         if (bracket == Bracket::call) {
             Value element = finish_expression();
+            tracker_.ended_element(element, position_);
             add_atom(frames_[frames_.size() - 2].run, std::move(element));
         } else {
             take_binary(',');
@@ -161,14 +233,18 @@ class Parser {
     void take_bytes() {
         const auto from = static_cast<int64_t>(position_);
         const auto behind = static_cast<size_t>(match_bracket(text_, from) + 1);
-        add_atom(run(), leaf(text_.substr(position_, behind - position_)));
+        Value bytes = leaf(text_.substr(position_, behind - position_));
+        tracker_.made_leaf(bytes, position_, behind);
+        add_atom(run(), std::move(bytes));
         position_ = behind;
     }
 
     void take_atom() {
         const size_t from = position_++;
         while (position_ < text_.size() && continues_atom()) ++position_;
-        add_atom(run(), atom(text_.substr(from, position_ - from)));
+        Value made = atom(text_.substr(from, position_ - from));
+        tracker_.made_leaf(made, from, position_);
+        add_atom(run(), std::move(made));
     }
 
     /// Whether the next byte belongs to the same atom as the one before it.
@@ -192,9 +268,23 @@ class Parser {
         return leaf_of_byte(bytes[0]);
     }
 
-    static void add_atom(Run& run, Value value) {
+    /// The two applied to each other. Consumes both.
+    Value join(Value&& function, Value&& argument) {
+        Value joined = pair(std::move(function), std::move(argument));
+        tracker_.made_pair(joined);
+        return joined;
+    }
+
+    /// The Leaf of an operator that stands before or behind an operand.
+    Value mark(size_t position) {
+        Value made = leaf_of_byte(text_[position]);
+        tracker_.made_leaf(made, position, position + 1);
+        return made;
+    }
+
+    void add_atom(Run& run, Value value) {
         run.stretch =
-            run.stretch ? pair(std::move(run.stretch), std::move(value)) : std::move(value);
+            run.stretch ? join(std::move(run.stretch), std::move(value)) : std::move(value);
     }
 
     void take_prefix() {
@@ -207,23 +297,23 @@ class Parser {
     }
 
     /// Joins the current stretch, with the operators before it, to those before.
-    void end_stretch(Run& run) const {
+    void end_stretch(Run& run) {
         Value value = prefixed(run.operators, std::move(run.stretch));
-        run.before = run.before ? pair(std::move(run.before), std::move(value)) : std::move(value);
+        run.before = run.before ? join(std::move(run.before), std::move(value)) : std::move(value);
     }
 
     /// The operators of a row applied to a value, the last one first.
-    Value prefixed(Range row, Value value) const {
+    Value prefixed(Range row, Value value) {
         for (size_t i = row.end; i > row.begin; --i) {
-            value = pair(leaf_of_byte(text_[i - 1]), std::move(value));
+            value = join(mark(i - 1), std::move(value));
         }
         return value;
     }
 
     /// The same with the first one first.
-    Value postfixed(Range row, Value value) const {
+    Value postfixed(Range row, Value value) {
         for (size_t i = row.begin; i < row.end; ++i) {
-            value = pair(leaf_of_byte(text_[i]), std::move(value));
+            value = join(mark(i), std::move(value));
         }
         return value;
     }
@@ -235,8 +325,14 @@ class Parser {
             end_stretch(run);
             run.operators = {};
         }
-        if (!run.before) return postfixed(run.leading, leaf("}"));
+        if (!run.before) return postfixed(run.leading, missing_operand());
         return postfixed(run.operators, prefixed(run.leading, std::move(run.before)));
+    }
+
+    Value missing_operand() {
+        Value missing = leaf("}");
+        tracker_.made_leaf(missing, position_, position_);
+        return missing;
     }
 
     /// Ends the run before an operator, and folds what binds tighter than the operator does.
@@ -252,6 +348,7 @@ class Parser {
     void take_binary(char c) {
         take_operand(binary_of(c));
         operators_.push_back(c);
+        tracker_.pushed_operator(position_);
     }
 
     Value pop_operand() {
@@ -266,11 +363,19 @@ class Parser {
         Value right = pop_operand();
         Value left = pop_operand();
         if (c == '{') {
-            left = pair(pair(leaf("{"), pop_operand()), std::move(left));
+            left = join(join(operator_leaf(c), pop_operand()), std::move(left));
         } else if (c != ' ') {
-            left = pair(leaf_of_byte(c), std::move(left));
+            left = join(operator_leaf(c), std::move(left));
+        } else {
+            tracker_.popped_blank();
         }
-        operands_.push_back(pair(std::move(left), std::move(right)));
+        operands_.push_back(join(std::move(left), std::move(right)));
+    }
+
+    Value operator_leaf(char c) {
+        Value made = leaf_of_byte(c);
+        tracker_.popped_operator(made);
+        return made;
     }
 
     Value finish_expression() {
@@ -284,12 +389,19 @@ class Parser {
     std::vector<Frame> frames_;
     std::vector<Value> operands_;
     std::vector<char> operators_;
+    [[no_unique_address]] Tracking tracker_;
 };
 
 }  // namespace
 
-Value parse_expression(std::string_view text) { return Parser(text, Bracket::none).parse(); }
+Value parse_expression(std::string_view text) {
+    return Parser(text, Bracket::none, NoTracker()).parse();
+}
 
-Value parse_list(std::string_view text) { return Parser(text, Bracket::list).parse(); }
+Value parse_expression(std::string_view text, Origins& origins) {
+    return Parser(text, Bracket::none, Tracker(origins)).parse();
+}
+
+Value parse_list(std::string_view text) { return Parser(text, Bracket::list, NoTracker()).parse(); }
 
 }  // namespace marl

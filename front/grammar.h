@@ -20,7 +20,9 @@
 // the Leaf "}", which nothing defines.
 #pragma once
 
+#include <cstddef>
 #include <string_view>
+#include <unordered_map>
 
 #include "value/value.h"
 
@@ -29,7 +31,20 @@ namespace marl {
 /// The Value of an expression. The text is normalised and its brackets balance; else a fatal stop.
 Value parse_expression(std::string_view text);
 
-/// The same for the text between wings, where commas separate.
+/// Where a node was written: the positions of its first byte and of the one behind its last. The
+/// outer ones count the parentheses directly around it. A missing operand takes no bytes.
+struct Origin {
+    size_t begin;
+    size_t end;
+    size_t outer_begin;
+    size_t outer_end;
+};
+using Origins = std::unordered_map<const Node*, Origin>;
+
+/// The same, for whoever shows the text to a person: adds the Origin of each node of the Value.
+Value parse_expression(std::string_view text, Origins& origins);
+
+/// The Value of a text between wings, where commas separate.
 Value parse_list(std::string_view text);
 
 }  // namespace marl

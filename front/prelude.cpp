@@ -29,6 +29,8 @@ static_assert(prelude.size() == 563);
 
 }  // namespace
 
+std::string_view prelude_text() { return prelude; }
+
 void build_prelude() {
     clear_definitions();
     prelude_definitions.clear();
