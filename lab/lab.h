@@ -7,7 +7,7 @@
 // A place in a source is a pair of line and column, both counted from 1, the column in bytes.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 
@@ -19,13 +19,15 @@ using Json = nlohmann::json;
 ///
 ///   {"name": NAME, "faults": COUNT, "warnings": COUNT, "messages": [MESSAGE...]}
 ///
-/// NAME is `name`, what the source is called. The messages stand in the order of their places:
+/// NAME is `name`, what the source is called. The messages, at most a thousand, stand in the order
+/// of their places:
 ///
 ///   {"line": L, "column": C, "end_line": L, "end_column": C,     the end is exclusive
 ///    "severity": "fault" or "warning",
 ///    "kind": WORD,             a Report's kind, or the name of the warning
 ///    "say": SENTENCE,
-///    "source": TEXT}           the line of the place
+///    "source": TEXT,           the line of the place, or what is near it of a very long line
+///    "source_column": C}       where the place begins in that text
 Json check_source(std::string_view name, std::string_view text);
 
 /// The source in canonical layout, {"text": TEXT}; or {"messages": [MESSAGE...]}, as above, for one

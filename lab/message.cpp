@@ -1,6 +1,7 @@
 #include "lab/message.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 namespace marl::lab {
 
@@ -19,14 +20,32 @@ std::string blanks_under(std::string_view text) {
 
 /// The carets under a message's place, as far as it reaches on its first line.
 std::string carets(const Json& message, std::string_view line) {
-    const size_t from = message["column"].get<size_t>() - 1;
+    const size_t from = message["source_column"].get<size_t>() - 1;
     const bool one_line = message["line"] == message["end_line"];
-    const size_t to = one_line ? message["end_column"].get<size_t>() - 1 : line.size();
-    const size_t width = blanks_under(line.substr(std::min(from, line.size()), to - from)).size();
+    const size_t length =
+        one_line ? message["end_column"].get<size_t>() - message["column"].get<size_t>()
+                 : line.size();
+    const size_t width = blanks_under(line.substr(std::min(from, line.size()), length)).size();
     return blanks_under(line.substr(0, from)) + std::string(std::max<size_t>(width, 1), '^');
 }
 
+/// A line, or the part of a long one that is near a column.
+struct Shown {
+    std::string text;
+    size_t column;
+};
+
+Shown shown_line(std::string_view line, size_t column) {
+    constexpr size_t most = 200;
+    constexpr size_t before = 60;
+    if (line.size() <= most) return {std::string(line), column};
+    const size_t from = column > before ? column - before : 0;
+    return {std::string(line.substr(from, most)), column - from};
+}
+
 }  // namespace
+
+std::string ticked(std::string_view text) { return "`" + std::string(text) + "`"; }
 
 Lines::Lines(std::string_view text) : text_(text), begins_{0} {
     for (size_t i = 0; i < text.size(); ++i) {
@@ -47,14 +66,17 @@ std::string_view Lines::text_of(size_t line) const {
 Json json_of(const Message& message, const Lines& lines) {
     const size_t first = lines.line_of(message.range.begin);
     const size_t last = lines.line_of(message.range.end);
+    const size_t column = message.range.begin - lines.begin_of(first);
+    const Shown shown = shown_line(lines.text_of(first), column);
     return {{"line", first + 1},
-            {"column", message.range.begin - lines.begin_of(first) + 1},
+            {"column", column + 1},
             {"end_line", last + 1},
             {"end_column", message.range.end - lines.begin_of(last) + 1},
             {"severity", message.severity == Severity::fault ? "fault" : "warning"},
             {"kind", message.kind},
             {"say", message.say},
-            {"source", std::string(lines.text_of(first))}};
+            {"source", shown.text},
+            {"source_column", shown.column + 1}};
 }
 
 std::string shown_messages(std::string_view name, const Json& messages) {

@@ -27,6 +27,10 @@ struct Message {
     std::string say;
 };
 
+/// A piece of a program in a sentence: `text`.
+std::string ticked(std::string_view text);
+inline std::string ticked(char c) { return ticked(std::string_view(&c, 1)); }
+
 /// A source, and where its lines begin.
 class Lines {
   public:

@@ -1,0 +1,149 @@
+#include "lab/brackets.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "driver/report.h"
+#include "front/brackets.h"
+#include "front/scan.h"
+
+namespace marl::lab {
+
+namespace {
+
+bool is_white(char c) { return c == ' ' || c == '\n'; }
+bool is_opening(char c) { return c == '(' || c == '[' || c == '{'; }
+bool is_closing(char c) { return c == ')' || c == ']' || c == '}'; }
+
+/// Whether a line begins at i that looks like a definition's first: a word, perhaps (), a
+/// backslash, behind a comma that ends the line before.
+bool begins_definition(std::string_view source, size_t i) {
+    size_t before = i;
+    while (before > 0 && is_white(source[before - 1])) --before;
+    if (before == i || before == 0 || source[before - 1] != ',') return false;
+    size_t behind = i;
+    while (behind < source.size() && is_word_byte(static_cast<uint8_t>(source[behind]))) ++behind;
+    if (behind < i + 2) return false;
+    if (source.substr(behind, 2) == "()") behind += 2;
+    return behind < source.size() && source[behind] == '\\';
+}
+
+struct Mending {
+    std::string_view source;
+    Lines lines;
+    Mended result;
+    std::vector<size_t> open;
+    std::vector<char> awaited;  // closing brackets whose opening one was given up
+
+    /// Of byte text that is never closed all bytes become blanks: they needn't balance as program
+    /// text.
+    void fault(size_t at, std::string say, size_t damage_end) {
+        result.faults.push_back({{at, at + 1}, Severity::fault, "match", std::move(say)});
+        result.damage.push_back({at, damage_end});
+        const size_t blank_end = source[at] == '[' ? damage_end : at + 1;
+        for (size_t i = at; i < blank_end; ++i) result.text[i] = ' ';
+    }
+
+    std::string place(size_t at) const {
+        const size_t line = lines.line_of(at);
+        return std::to_string(line + 1) + ":" + std::to_string(at - lines.begin_of(line) + 1);
+    }
+
+    void give_up_all(size_t at) {
+        for (; !open.empty(); open.pop_back()) {
+            const std::string where =
+                at == source.size() ? "" : " before the definition at " + place(at);
+            fault(open.back(), ticked(source[open.back()]) + " is never closed" + where + ".", at);
+        }
+    }
+
+    void close(size_t i) {
+        const char c = source[i];
+        const auto fits = std::find_if(open.rbegin(), open.rend(),
+                                       [&](size_t at) { return source[at] == partner(c); });
+        if (fits == open.rend()) return close_nothing(i);
+        for (; source[open.back()] != partner(c); open.pop_back()) {
+            const char opening = source[open.back()];
+            awaited.push_back(partner(opening));
+            fault(open.back(),
+                  ticked(opening) + " is still open where the " + ticked(c) + " at " + place(i) +
+                      " comes, which closes the " + ticked(source[*fits]) + " before it.",
+                  i);
+        }
+        open.pop_back();
+    }
+
+    void close_nothing(size_t i) {
+        const char c = source[i];
+        const auto given_up = std::find(awaited.begin(), awaited.end(), c);
+        if (given_up != awaited.end()) {
+            awaited.erase(given_up);
+            result.text[i] = ' ';
+            result.damage.push_back({i, i + 1});
+        } else if (open.empty()) {
+            fault(i, ticked(c) + " closes nothing.", i + 1);
+        } else {
+            const size_t at = open.back();
+            fault(i,
+                  ticked(c) + " doesn't fit the " + ticked(source[at]) + " at " + place(at) +
+                      ", which is still open.",
+                  i + 1);
+        }
+    }
+
+    void run() {
+        for (size_t i = 0; i < source.size(); ++i) {
+            const char c = source[i];
+            if (!open.empty() && begins_definition(source, i)) give_up_all(i);
+            const bool in_bytes = !open.empty() && source[open.back()] == '[';
+            if (in_bytes && c != '[' && c != ']') continue;
+            if (is_opening(c)) open.push_back(i);
+            if (is_closing(c)) close(i);
+        }
+        give_up_all(source.size());
+    }
+};
+
+}  // namespace
+
+Mended mend_brackets(std::string_view source) {
+    Report report;
+    int64_t position = 0;
+    Mending mending{source, Lines(source), {std::string(source), {}, {}}, {}, {}};
+    if (!check_brackets(source, report, position) && report.kind == "match") mending.run();
+    std::sort(mending.result.faults.begin(), mending.result.faults.end(),
+              [](const Message& a, const Message& b) { return a.range.begin < b.range.begin; });
+    return mending.result;
+}
+
+std::vector<Message> find_comma_faults(std::string_view source) {
+    struct Open {
+        char bracket;
+        bool faulty;  // a parenthesis that stands behind nothing it could be applied to
+    };
+    std::vector<Open> open;
+    std::vector<Message> faults;
+    for (size_t i = 0; i < source.size(); ++i) {
+        const char c = source[i];
+        if (c == '[') {
+            i = static_cast<size_t>(match_bracket(source, static_cast<int64_t>(i)));
+        } else if (is_opening(c)) {
+            const bool lacks_callee =
+                i == 0 || is_spacing_operator(static_cast<uint8_t>(source[i - 1]));
+            open.push_back({c, c == '(' && lacks_callee});
+        } else if (is_closing(c)) {
+            open.pop_back();
+        } else if (c == ',' && !open.empty() && open.back().faulty) {
+            open.back().faulty = false;
+            faults.push_back({{i, i + 1},
+                              Severity::fault,
+                              "comma",
+                              "A call list stands directly behind what it is applied to, as in "
+                              "`f(a,b)`; this parenthesis stands behind nothing, a blank or an "
+                              "operator."});
+        }
+    }
+    return faults;
+}
+
+}  // namespace marl::lab

@@ -1,0 +1,312 @@
+#include "lab/program.h"
+
+#include <algorithm>
+#include <set>
+
+#include "front/definitions.h"
+#include "front/prelude.h"
+#include "front/scan.h"
+#include "lab/brackets.h"
+#include "lab/walk.h"
+#include "reduce/analysis.h"
+#include "reduce/tables.h"
+
+namespace marl::lab {
+
+namespace {
+
+bool is_white(char c) { return c == ' ' || c == '\n'; }
+
+/// Where each byte of the normalised text stands in the source. Outside of byte text, a blank
+/// stands for a run of white space and any other byte for itself.
+std::vector<size_t> source_places(std::string_view source, std::string_view normalised) {
+    std::vector<size_t> places;
+    places.reserve(normalised.size());
+    size_t i = 0;
+    size_t bytes_end = 0;  // of the byte text that the walk is in
+    for (const char c : normalised) {
+        if (i >= bytes_end && c != ' ') {
+            while (is_white(source[i])) ++i;
+            if (c == '[') {
+                bytes_end = static_cast<size_t>(match_bracket(source, static_cast<int64_t>(i))) + 1;
+            }
+        }
+        places.push_back(i++);
+        if (c == ' ' && i > bytes_end) {
+            while (is_white(source[i])) ++i;
+        }
+    }
+    return places;
+}
+
+/// From places in a normalised piece to places in the source.
+struct Translation {
+    const std::vector<size_t>& places;
+    size_t piece_begin;
+    size_t source_size;
+
+    size_t behind(size_t position) const {
+        const size_t i = piece_begin + position;
+        if (i > 0) return places[i - 1] + 1;
+        return places.empty() ? source_size : places[0];
+    }
+    size_t at(size_t position) const {
+        const size_t i = piece_begin + position;
+        return i < places.size() ? places[i] : behind(position);
+    }
+
+    /// What takes no bytes stands right behind what is before it.
+    Origin operator()(const Origin& origin) const {
+        const bool empty = origin.begin == origin.end;
+        return {empty ? behind(origin.begin) : at(origin.begin), behind(origin.end),
+                empty && origin.outer_begin == origin.begin ? behind(origin.begin)
+                                                            : at(origin.outer_begin),
+                behind(origin.outer_end)};
+    }
+};
+
+bool is_key(Node* node) { return is_leaf(node) && is_definable(leaf_bytes(node)); }
+
+/// The text by which a Leaf refers to something; empty for data and marks.
+std::string_view reference_of(Node* node) {
+    const std::string_view bytes = leaf_bytes(node);
+    const bool is_mark = bytes == "\\" || bytes == "{" || bytes == "}";
+    return is_name(bytes) && !is_mark ? bytes : std::string_view();
+}
+
+/// Collects the names of one piece, each use with its binder.
+struct NameWalk {
+    struct Work {
+        Node* node;
+        enum Step { visit, enter, leave } step;
+        Role role = Role::use;
+        Range scope = {};
+    };
+    Program& program;
+    size_t piece;
+    std::vector<Work> rest;
+    std::map<std::string, std::vector<size_t>, std::less<>> binders;  // by key, innermost last
+
+    static std::string key_of(Node* leaf) {
+        return std::string(definition_key(leaf_bytes(leaf)).view());
+    }
+
+    void visit_leaf(Node* node) {
+        const std::string_view key = reference_of(node);
+        if (key.empty()) return;
+        Name name{program.range_of(node), std::string(key), Role::use, piece, std::nullopt, {}};
+        const auto around = binders.find(key);
+        if (around != binders.end() && !around->second.empty()) name.binder = around->second.back();
+        program.names.push_back(std::move(name));
+    }
+
+    /// The binders of a key: of the pattern of a pair both names are. Of a bad key all words are,
+    /// so that nobody looks for them elsewhere.
+    std::vector<Node*> keys_of(Node* key, bool may_be_pair) {
+        if (is_key(key)) return {key};
+        const bool is_pair =
+            may_be_pair && !is_leaf(key) && is_key(left(key)) && is_key(right(key));
+        if (is_pair) return {left(key), right(key)};
+        program.bad_keys.push_back({key, piece});
+        std::vector<Node*> words;
+        for_each_node(key, [&](Node* node) {
+            if (is_key(node) && is_word_byte(first_byte(node))) words.push_back(node);
+        });
+        return words;
+    }
+
+    void visit_scope(Node* key, Node* body, Role role) {
+        const std::vector<Node*> keys = keys_of(key, role == Role::local);
+        const Range scope = program.outer_range_of(body);
+        for (Node* each : keys) rest.push_back({each, Work::leave});
+        rest.push_back({body, Work::visit});
+        for (Node* each : keys) rest.push_back({each, Work::enter, role, scope});
+    }
+
+    void visit(Node* node) {
+        if (is_leaf(node)) return visit_leaf(node);
+        switch (form(node)) {
+            case Form::lambda:
+                return visit_scope(lambda_key(node), lambda_body(node), Role::parameter);
+            case Form::let:
+                visit_scope(let_key(node), let_body(node), Role::local);
+                rest.push_back({let_value(node), Work::visit});
+                return;
+            case Form::other:
+                rest.push_back({right(node), Work::visit});
+                rest.push_back({left(node), Work::visit});
+                return;
+        }
+    }
+
+    void enter(const Work& work) {
+        const std::string key = key_of(work.node);
+        binders[key].push_back(program.names.size());
+        program.names.push_back(
+            {program.range_of(work.node), key, work.role, piece, std::nullopt, work.scope});
+    }
+
+    void run(Node* expression) {
+        rest.push_back({expression, Work::visit});
+        while (!rest.empty()) {
+            const Work next = rest.back();
+            rest.pop_back();
+            switch (next.step) {
+                case Work::visit: visit(next.node); break;
+                case Work::enter: enter(next); break;
+                case Work::leave: binders[key_of(next.node)].pop_back(); break;
+            }
+        }
+    }
+};
+
+void name_piece(Program& program, Piece& piece) {
+    const DefinedName name = defined_name(piece.value);
+    if (!is_definable(name.text)) return;
+    Node* written = right(left(piece.value));
+    piece.kind = PieceKind::definition;
+    piece.key = std::string(definition_key(name.text).view());
+    piece.name = program.range_of(name.unmemoised ? left(written) : written);
+    piece.fresh = name.unmemoised;
+    piece.expression = right(piece.value);
+}
+
+void list_parameters(Piece& piece) {
+    for (Node* rest = piece.expression; form(rest) == Form::lambda; rest = lambda_body(rest)) {
+        Node* key = lambda_key(rest);
+        const bool is_name = is_key(key);
+        piece.parameters.push_back(is_name ? NameWalk::key_of(key) : std::string());
+    }
+}
+
+bool overlap(Range a, Range b) { return a.begin < b.end && b.begin < a.end; }
+
+/// Parses one piece of the normalised text.
+Piece read_piece(Program& program, std::string_view normalised, size_t begin, size_t end,
+                 const std::vector<size_t>& places, const std::vector<Range>& damage) {
+    const Translation translate{places, begin, program.text.size()};
+    Origins origins;
+    Value value = parse_expression(normalised.substr(begin, end - begin), origins);
+    for (const auto& [node, origin] : origins) program.origins[node] = translate(origin);
+    const size_t first = begin == end ? translate.behind(0) : translate.at(0);
+    Piece piece{begin == 0 ? PieceKind::entry : PieceKind::note,
+                {first, translate.behind(end - begin)},
+                std::move(value),
+                nullptr,
+                {},
+                {},
+                false,
+                false,
+                {},
+                0,
+                0};
+    piece.expression = piece.value;
+    piece.damaged = std::any_of(damage.begin(), damage.end(),
+                                [&](Range range) { return overlap(range, piece.range); });
+    if (begin > 0) name_piece(program, piece);
+    return piece;
+}
+
+void read_pieces(Program& program, std::string_view mended, const std::vector<Range>& damage) {
+    const String normal = normalise(mended);
+    const std::vector<size_t> places = source_places(mended, normal.view());
+    std::vector<int64_t> cuts = find_operators(normal.view(), ",");
+    cuts.push_back(normal.length());
+    size_t begin = 0;
+    for (const int64_t cut : cuts) {
+        const auto end = static_cast<size_t>(cut);
+        program.pieces.push_back(read_piece(program, normal.view(), begin, end, places, damage));
+        begin = end + 1;
+    }
+}
+
+void read_names(Program& program) {
+    for (size_t i = 0; i < program.pieces.size(); ++i) {
+        Piece& piece = program.pieces[i];
+        piece.first_name = piece.names_end = program.names.size();
+        if (piece.kind == PieceKind::note) continue;
+        if (piece.kind == PieceKind::definition) {
+            program.names.push_back({piece.name, piece.key, Role::definition, i, std::nullopt, {}});
+            if (piece.key != "_") program.definitions[piece.key] = i;  // that one is the system's
+        }
+        list_parameters(piece);
+        NameWalk{program, i, {}, {}}.run(piece.expression);
+        piece.names_end = program.names.size();
+    }
+}
+
+}  // namespace
+
+Range Program::range_of(const Node* node) const {
+    const Origin& origin = origins.at(node);
+    return {origin.begin, origin.end};
+}
+
+Range Program::outer_range_of(const Node* node) const {
+    const Origin& origin = origins.at(node);
+    return {origin.outer_begin, origin.outer_end};
+}
+
+bool Program::counts(size_t piece) const {
+    if (pieces[piece].kind != PieceKind::definition) return pieces[piece].kind == PieceKind::entry;
+    const auto definition = definitions.find(pieces[piece].key);
+    return definition != definitions.end() && definition->second == piece;
+}
+
+std::optional<size_t> Program::piece_at(size_t position) const {
+    const auto behind =
+        std::upper_bound(pieces.begin(), pieces.end(), position,
+                         [](size_t at, const Piece& piece) { return at < piece.range.begin; });
+    if (behind == pieces.begin()) return std::nullopt;
+    const auto piece = behind - 1;
+    if (position > piece->range.end) return std::nullopt;
+    return static_cast<size_t>(piece - pieces.begin());
+}
+
+const Name* Program::name_at(size_t position) const {
+    const Name* ending = nullptr;
+    for (const Name& name : names) {
+        if (name.range.begin <= position && position < name.range.end) return &name;
+        if (name.range.end == position && name.range.begin < position) ending = &name;
+    }
+    return ending;
+}
+
+Program read_program(std::string_view text) {
+    Program program;
+    program.text = std::string(text);
+    Mended mended = mend_brackets(text);
+    program.bracket_faults = std::move(mended.faults);
+    program.comma_faults = find_comma_faults(mended.text);
+    for (const Message& fault : program.comma_faults) mended.damage.push_back(fault.range);
+    read_pieces(program, mended.text, mended.damage);
+    read_names(program);
+    return program;
+}
+
+const Program& prelude_program() {
+    static const auto* program = new Program(read_program(prelude_text()));
+    return *program;
+}
+
+std::optional<int> builtin_arity(std::string_view key) {
+    static const auto* arities = [] {
+        auto* table = new std::map<std::string, int, std::less<>>;
+        for (const Row& row : builtin_table()) (*table)[row.name] = row.arity;
+        return table;
+    }();
+    const auto row = arities->find(key);
+    return row == arities->end() ? std::nullopt : std::optional(row->second);
+}
+
+bool is_given(std::string_view key) {
+    return key == "_" || builtin_arity(key) || prelude_program().definitions.contains(key);
+}
+
+bool is_letter(std::string_view key) { return key.size() == 1 && key[0] >= 'a' && key[0] <= 'z'; }
+
+std::string shown_name(const Piece& piece) {
+    return piece.kind == PieceKind::entry ? "TOP" : piece.key;
+}
+
+}  // namespace marl::lab

@@ -1,0 +1,26 @@
+// Which definitions a program reaches.
+#pragma once
+
+#include <set>
+#include <string>
+
+#include "lab/program.h"
+
+namespace marl::lab {
+
+struct Reach {
+    std::set<std::string, std::less<>> alive;   // from the entry, whose key is empty
+    std::set<std::string, std::less<>> doomed;  // not alive, and in need of what nothing defines
+    bool loads;  // a text loaded at run time may use what the program itself doesn't
+};
+
+/// Whether anything defines the name.
+bool is_defined(const Program& program, std::string_view key);
+
+Reach find_reach(const Program& program);
+
+/// The missing operands of a definition or the entry, borrowed: Leaves that stand for an operand. A
+/// binder without a key is none.
+std::vector<Node*> missing_operands(const Program& program, size_t piece);
+
+}  // namespace marl::lab

@@ -1,0 +1,46 @@
+// Looking at expressions, with a work list in place of recursion.
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+#include "value/value.h"
+
+namespace marl::lab {
+
+/// Calls `see(Node*)` for every node of an expression, parents before children, left before right.
+template <class See>
+void for_each_node(Node* root, See see) {
+    std::vector<Node*> rest{root};
+    while (!rest.empty()) {
+        Node* node = rest.back();
+        rest.pop_back();
+        see(node);
+        if (is_leaf(node)) continue;
+        rest.push_back(right(node));
+        rest.push_back(left(node));
+    }
+}
+
+/// An operator applied to two operands: ((op a) b).
+struct Infix {
+    char operation;
+    Node* leaf;
+    Node* a;
+    Node* b;
+};
+
+/// Whether the node is an application of one of `operators`, `infix` being filled in then. It is
+/// one by its form alone: `+ a b` is, as well.
+inline bool is_infix(Node* node, std::string_view operators, Infix& infix) {
+    if (is_leaf(node) || is_leaf(left(node))) return false;
+    Node* leaf = left(left(node));
+    const std::string_view bytes = leaf_bytes(leaf);
+    if (bytes.size() != 1 || operators.find(bytes[0]) == operators.npos) return false;
+    infix = {bytes[0], leaf, right(left(node)), right(node)};
+    return true;
+}
+
+inline bool is_digits(Node* node) { return is_digit_byte(first_byte(node)); }
+
+}  // namespace marl::lab

@@ -1,0 +1,31 @@
+// What is no fault, but seldom what was meant.
+//
+// Each warning has a name. A note switches it off: [lab: off NAME...] for the whole source,
+// [lab: off NAME... in DEFINITION...] for some definitions, TOP being the entry.
+#pragma once
+
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "lab/program.h"
+#include "lab/reach.h"
+
+namespace marl::lab {
+
+struct Warning {
+    std::string_view name;
+    std::string_view about;  // a line for who looks them up
+};
+
+/// All that there are, in the order of the documents.
+std::span<const Warning> warning_table();
+
+/// In no particular order. Where there are faults, what may be their consequence is left out.
+std::vector<Message> find_warnings(const Program& program, const Reach& reach,
+                                   const std::vector<Message>& faults);
+
+/// Takes out what the source's notes switch off.
+void drop_switched_off(const Program& program, std::vector<Message>& messages);
+
+}  // namespace marl::lab
