@@ -7,11 +7,14 @@
 #include <iostream>
 #include <iterator>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "lab/lab.h"
 #include "lab/message.h"
+#include "lab/repl.h"
+#include "lab/serve.h"
 
 namespace marl::lab {
 
@@ -51,7 +54,57 @@ void add_check(CLI::App& lab) {
     });
 }
 
-constexpr void (*commands[])(CLI::App&) = {add_check};
+void write_file(const std::string& path, const std::string& text) {
+    std::ofstream file(path, std::ios::binary);
+    file << text;
+    if (file.flush()) return;
+    std::cerr << path << ": can't be written\n";
+    status = 1;
+}
+
+/// Formats a file, or with `check` only tells that it is not formatted.
+void format_file(const std::string& path, bool check) {
+    const std::string text = read_file(path);
+    const Json result = format_source(text);
+    if (result.contains("messages")) {
+        std::cout << shown_messages(path, result["messages"]);
+        status = 1;
+    } else if (result["text"] != text) {
+        std::cout << path << '\n';
+        if (check) {
+            status = 1;
+        } else {
+            write_file(path, result["text"].get<std::string>());
+        }
+    }
+}
+
+void add_format(CLI::App& lab) {
+    struct Options {
+        std::vector<std::string> files;
+        bool check = false;
+    };
+    const auto options = std::make_shared<Options>();
+    CLI::App* command = lab.add_subcommand("format", "Put programs into the canonical layout");
+    add_files(command, options->files);
+    command->add_flag("--check", options->check, "Write nothing; name the files that would change");
+    command->callback([options] {
+        for (const std::string& path : options->files) format_file(path, options->check);
+    });
+}
+
+void add_serve(CLI::App& lab) {
+    CLI::App* command =
+        lab.add_subcommand("serve", "Be the language server of an editor, on standard streams");
+    command->callback([] { status = serve_streams(std::cin, std::cout); });
+}
+
+void add_repl(CLI::App& lab) {
+    CLI::App* command = lab.add_subcommand("repl", "Evaluate what is typed");
+    command->callback([] { status = run_repl(); });
+}
+
+constexpr void (*commands[])(CLI::App&) = {add_check, add_format, add_serve, add_repl};
 
 }  // namespace
 
