@@ -74,9 +74,10 @@ class Format(unittest.TestCase):
         self.assertEqual(self.path.read_text(), "a\\ (1")
 
     def test_the_programs_of_the_repository_are_formatted(self):
+        # The snippets from 30 on have faults.
         paths = [path for folder in ("examples", "docs/snippets", "bench/programs")
-                 for path in sorted((ROOT / folder).glob("*.marl"))
-                 if not path.name.startswith(("30-", "31-", "32-", "38-"))]
+                 for path in sorted((ROOT / folder).glob("**/*.marl"))
+                 if not (folder == "docs/snippets" and path.name >= "30")]
         self.assertGreater(len(paths), 50)
         result = run("--check", *paths)
         self.assertEqual((result.returncode, result.stdout.decode()), (0, ""))
