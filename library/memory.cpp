@@ -11,7 +11,7 @@ namespace marl {
 namespace {
 
 const void* find_byte(const void* block, int byte, size_t count) {
-    return memchr(block, byte, count);
+    return count > 0 ? memchr(block, byte, count) : nullptr;
 }
 
 /// bzero: a negative count is refused, as no block is that large.
