@@ -9,8 +9,6 @@
 #include <cstdint>
 
 #include "driver/report.h"
-#include "text/string.h"
-#include "value/value.h"
 
 namespace marl {
 
@@ -22,16 +20,5 @@ Report check_program();
 /// argument array. With kind "check" the result, an integer, stands under the empty name. From the
 /// start of the run proper on, todo actions are armed.
 Report run_program(int64_t arguments);
-
-// What the loading of text at run time has in common with the check.
-
-/// The Reports on a fault in the definition `name`, empty for the entry expression.
-Report funky_report(const String& name, Node* offender);
-Report place_report(const String& name);
-Report arity_report(const String& name);
-Report local_report(const String& name, uint32_t free_letters);
-
-/// Whether a definition has more parameters than the ten that a rank can count.
-bool has_excess_parameters(Node* definition);
 
 }  // namespace marl

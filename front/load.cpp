@@ -1,0 +1,184 @@
+// A text goes through the stages of the program check on a module of its own. From the moment when
+// its definitions are published they count as defined, also for what its backquotes evaluate; they
+// stay for the rest of the run. The two ways in differ in what becomes of a fault, and in the order
+// of their last stages.
+#include "front/load.h"
+
+#include <optional>
+#include <span>
+#include <utility>
+#include <vector>
+
+#include "front/brackets.h"
+#include "front/definitions.h"
+#include "front/intern.h"
+#include "front/scan.h"
+#include "front/stages.h"
+#include "number/convert.h"
+#include "number/kind.h"
+#include "number/post.h"
+#include "number/zits.h"
+#include "reduce/machine.h"
+#include "text/rope.h"
+#include "value/todo.h"
+
+namespace marl {
+
+namespace {
+
+Report binder_key_fault(const Definition& definition) {
+    Report report;
+    report.kind = "built";
+    report.say = joined({"Built in function ", definition.key.view(), " cannot be re-defined."});
+    report.vip = base64_name(definition.position);
+    report.tip = fit_line(definition.key.view());
+    return report;
+}
+
+Report check_text(Module& module) {
+    Report report;
+    int64_t position = 0;
+    return check_brackets(module.text.view(), report, position) ? Report{} : report;
+}
+
+Report cut_text(Module& module) {
+    const std::vector<int64_t> lines = backquote_lines(module.text.view());
+    Pieces pieces = parse_pieces(normalise(module.text.view()).view(), lines);
+    module.definitions[""] = std::move(pieces.entry);
+    for (Definition& definition : pieces.definitions) {
+        if (is_local_key(definition.key)) return local_key_fault(definition);
+        if (is_binder_key(definition.key)) return binder_key_fault(definition);
+        module.definitions[definition.key] = std::move(definition.expression);
+        if (definition.unmemoised) {
+            module.unmemoised.insert(definition.key);
+        } else {
+            module.unmemoised.erase(definition.key);
+        }
+    }
+    return {};
+}
+
+Report refuse_known_names(Module& module) {
+    for (const auto& [name, expression] : module.definitions) {
+        if (name.empty() || !find_definition(name.view())) continue;
+        Report report;
+        report.kind = "roads";
+        report.say =
+            joined({"Attempt to redefine function ", name.view(), " using the road function."});
+        report.vip = fit_line(name.view());
+        return report;
+    }
+    return {};
+}
+
+/// A doomed entry is a fault of `load`, which says nothing of it; `road` has refused it in words.
+Report remove_doomed(Module& module) {
+    for (Symbol* doomed : find_doomed(module.references)) {
+        if (doomed->name.empty()) {
+            Report report;
+            report.kind = "alive";
+            return report;
+        }
+        module.definitions.erase(doomed->name);
+    }
+    return {};
+}
+
+/// The definitions of `load` are copies of what was interned.
+Report drop_interned_todos(Module& module) {
+    drop_todos_from(module.members_before);
+    return {};
+}
+
+Report drop_unsettled_parts(Module& module) {
+    for (const Value& expression : module.interned) drop_unsettled(expression);
+    return {};
+}
+
+// `load` shares equal parts before it evaluates, `road` behind it. Dropping comes last in both: it
+// analyses the names in the text, whose ranks stand only when all backquotes are evaluated.
+constexpr Stage load_stages[] = {
+    check_text,
+    cut_text,
+    refuse_known_names,
+    expand_patterns,
+    refuse_funky_keys,
+    gather_references,
+    remove_doomed,
+    give_places,
+    refuse_excess_parameters,
+    publish,
+    intern_definitions,
+    drop_interned_todos,
+    evaluate_backquotes,
+    drop_unsettled_parts,
+    refuse_unbound_locals,
+};
+
+constexpr Stage road_stages[] = {
+    check_text,
+    cut_text,
+    refuse_known_names,
+    expand_patterns,
+    refuse_funky_keys,
+    gather_references,
+    refuse_dangling_names,
+    remove_doomed,
+    give_places,
+    refuse_excess_parameters,
+    publish,
+    evaluate_backquotes,
+    refuse_unbound_locals,
+    intern_definitions,
+    drop_unsettled_parts,
+};
+
+struct Outcome {
+    Report report;
+    Value entry;  // null on a fault
+};
+
+Outcome compile(const String& text, std::span<const Stage> stages) {
+    const TodoArming unarmed(false);
+    Module module;
+    module.text = text;
+    module.is_loaded = true;
+    Report report = run_stages(module, stages);
+    if (!passed(report)) return {std::move(report), {}};
+    return {std::move(report), module.definitions[""]};
+}
+
+/// The source text that a Value gives; nothing for a kind that holds none.
+std::optional<String> source_text(Node* x) {
+    switch (kind_of(x)) {
+        case 'a': return String(post_payload(x));
+        case 'u': return zits_text(x);
+        case 'i':
+            if (!is_integer(x)) return {};
+            return String(reinterpret_cast<const char*>(to_i64(x)));
+        case 'c': return String();
+        default: return {};
+    }
+}
+
+}  // namespace
+
+Value load_text(Node* x) {
+    const std::optional<String> text = source_text(x);
+    if (!text) return leaf_Z();
+    const Outcome outcome = compile(*text, load_stages);
+    return passed(outcome.report) ? reduce(outcome.entry) : leaf_Z();
+}
+
+Value road_text(Node* x) {
+    const std::optional<String> text = source_text(x);
+    if (!text) return leaf_Z();
+    Outcome outcome = compile(*text, road_stages);
+    Report& report = outcome.report;
+    if (passed(report)) return reduce(outcome.entry);
+    const bool is_match = report.kind == "match";
+    report.way = is_match ? "yes" : clip_text(normalise(text->view()).view(), true);
+    return report_value(report);
+}
+
+}  // namespace marl
