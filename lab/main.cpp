@@ -14,6 +14,7 @@
 #include "lab/lab.h"
 #include "lab/message.h"
 #include "lab/repl.h"
+#include "lab/run_commands.h"
 #include "lab/serve.h"
 
 namespace marl::lab {
@@ -104,7 +105,13 @@ void add_repl(CLI::App& lab) {
     command->callback([] { status = run_repl(); });
 }
 
-constexpr void (*commands[])(CLI::App&) = {add_check, add_format, add_serve, add_repl};
+void add_run_commands(CLI::App& lab) {
+    add_steps(lab, status);
+    add_profile(lab, status);
+}
+
+constexpr void (*commands[])(CLI::App&) = {add_check, add_format, add_serve, add_repl,
+                                           add_run_commands};
 
 }  // namespace
 

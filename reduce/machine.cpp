@@ -19,6 +19,7 @@
 #include "reduce/lambda.h"
 #include "reduce/lazy.h"
 #include "reduce/nesting.h"
+#include "reduce/observer.h"
 #include "reduce/plain.h"
 #include "reduce/stack.h"
 #include "reduce/tables.h"
@@ -163,7 +164,7 @@ Value reduce(Value expression) {
     guard_nesting();
     const TodoArming armed(true);
     analyse(expression);
-    if (exactness_due) return plain_reduce(empty_context(), std::move(expression));
+    if (exactness_due || is_observed()) return plain_reduce(empty_context(), std::move(expression));
     if (!registers.words) grow_registers(0);
     Word focus = word_of(expression.take());
     push(Waiting::base, 0);

@@ -18,9 +18,14 @@
 #include "reduce/data_head.h"
 #include "reduce/exactness.h"
 #include "reduce/machine.h"
+#include "reduce/observer.h"
 #include "reduce/tables.h"
 
 namespace marl {
+
+#ifdef MARL_OBSERVED
+Observer* observer = nullptr;
+#endif
 
 namespace {
 
@@ -414,26 +419,36 @@ bool is_last_state(Node* context, Node* focus) {
     return is_leaf_of(context, 'I') && settled(focus);
 }
 
-void plain_step(Value& context, Value& focus) {
-    if (settled(focus)) return pop(context, focus);
+Rule rule_of(Node* context, Node* focus) {
+    if (settled(focus)) return Rule::pop;
     const int rank = rank_of(focus);
-    if (rank < 0) return hold_back_argument(context, focus);
+    if (rank < 0) return Rule::hold_back;
     const bool lazy = is_lazy(head_of(focus));
     if (rank > 0) {
-        if (lazy && are_held_back(context, rank)) return fire_with_held_back(context, focus);
-        if (settled(left(focus))) return reduce_argument(context, focus);
-        return hold_back_argument(context, focus);
+        if (lazy && are_held_back(context, rank)) return Rule::fire_held;
+        return settled(left(focus)) ? Rule::reduce_argument : Rule::hold_back;
     }
-    if (lazy || !pending(focus)) return fire(context, focus);
-    if (form(focus) == Form::let) return fire_let(context, focus);
-    if (pending(left(focus))) return hold_back_argument(context, focus);
-    return reduce_argument(context, focus);
+    if (lazy || !pending(focus)) return Rule::fire;
+    if (form(focus) == Form::let) return Rule::wait_for_value;
+    return pending(left(focus)) ? Rule::hold_back : Rule::reduce_argument;
+}
+
+void plain_step(Value& context, Value& focus) {
+    switch (rule_of(context, focus)) {
+        case Rule::pop: return pop(context, focus);
+        case Rule::hold_back: return hold_back_argument(context, focus);
+        case Rule::reduce_argument: return reduce_argument(context, focus);
+        case Rule::fire: return fire(context, focus);
+        case Rule::fire_held: return fire_with_held_back(context, focus);
+        case Rule::wait_for_value: return fire_let(context, focus);
+    }
 }
 
 Value plain_reduce(Value context, Value focus) {
+    observe_begin();
     for (;;) {
         if (interrupted) run_interrupt();
-        if (is_out_of_steps()) {
+        if (!observe_state(context, focus) || is_out_of_steps()) {
             context = empty_context();
             focus = leaf("Z");
             analyse(focus);

@@ -12,6 +12,8 @@
 // in-place rule counts just those holders.
 #pragma once
 
+#include <cstdint>
+
 #include "value/value.h"
 
 namespace marl {
@@ -25,6 +27,17 @@ Value argument_frame(Value context, Value argument);
 
 /// Whether a state is a run's last one: no work in the focus, and nothing that waits for it.
 bool is_last_state(Node* context, Node* focus);
+
+/// What the next step of a state does.
+enum class Rule : uint8_t {
+    pop,              // the settled focus goes to the frame on top
+    hold_back,        // the last argument of the focus is held back
+    reduce_argument,  // its function waits, and the argument becomes the focus
+    fire,             // the focus becomes what it reduces to
+    fire_held,        // the same together with the arguments that it lacks, which are held back
+    wait_for_value,   // a let waits for its value
+};
+Rule rule_of(Node* context, Node* focus);
 
 /// One step. Both slots hold the next state afterwards. The state must be closed, not the last one
 /// and its context of the forms above; anything else is a fatal stop.

@@ -14,6 +14,9 @@ FreeBlock* free_lists[pooled_limit / word_size + 1];
 #if MARL_COUNT_NODES
 int64_t live_nodes = 0;
 #endif
+#ifdef MARL_OBSERVED
+int64_t made_nodes = 0;
+#endif
 
 void* allocate_large(size_t size) {
     if (size < large_page) return allocate_bytes(size);

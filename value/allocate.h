@@ -25,6 +25,10 @@ extern FreeBlock* free_lists[pooled_limit / word_size + 1];
 #if MARL_COUNT_NODES
 extern int64_t live_nodes;
 #endif
+#ifdef MARL_OBSERVED
+/// The nodes made so far, for a profile.
+extern int64_t made_nodes;
+#endif
 
 /// The size and the alignment of what the system may back by one large page.
 constexpr size_t large_page = size_t{1} << 21;
@@ -40,6 +44,9 @@ void* allocate_from_slab(size_t words);
 inline void* allocate_node(size_t size) {
 #if MARL_COUNT_NODES
     ++live_nodes;
+#endif
+#ifdef MARL_OBSERVED
+    ++made_nodes;
 #endif
 #if MARL_POOL
     if (size <= pooled_limit) {

@@ -1,0 +1,190 @@
+#include "lab/observe.h"
+
+#include <nlohmann/json.hpp>
+#include <utility>
+
+#include "driver/interrupt.h"
+#include "driver/shutdown.h"
+#include "front/check.h"
+#include "front/definitions.h"
+#include "front/prelude.h"
+#include "number/convert.h"
+#include "reduce/analysis.h"
+#include "value/todo.h"
+
+namespace marl::lab {
+
+namespace {
+
+/// The prelude's definitions, as the program finds them.
+std::map<String, Value>& original_prelude() {
+    static std::map<String, Value> kept;
+    return kept;
+}
+
+void take_apart(State& state) {
+    Node* node = state.focus;
+    for (; !is_leaf(node) && !is_zits(node); node = left(node)) {
+        state.arguments.insert(state.arguments.begin(), right(node));
+    }
+    state.head = node;
+    if (state.rule == Rule::fire_held) {
+        Node* context = state.context;
+        for (int lacking = rank_of(state.focus); lacking > 0; --lacking) {
+            state.arguments.push_back(right(right(context)));
+            context = right(left(context));
+        }
+    }
+    if (!is_leaf(node) || !is_name_byte(first_byte(node))) return;
+    if (is_leaf_of(node, ')') || is_leaf_of(node, ']')) return;
+    if (is_leaf_text(node, "\\") || is_leaf_text(node, "{")) return;
+    state.symbol = &symbol_of_leaf(node);
+}
+
+/// The address of the arguments as programs read them, 64 bits an entry, NUL at the end of each.
+/// They live as long as the process: a program may hand them to whatever it starts.
+int64_t argument_array(const std::vector<std::string>& arguments) {
+    auto* copies = new std::vector<std::string>(arguments);
+    auto* array = new std::vector<uint64_t>;
+    for (std::string& argument : *copies) {
+        array->push_back(reinterpret_cast<uintptr_t>(argument.data()));
+    }
+    array->push_back(0);
+    return static_cast<int64_t>(reinterpret_cast<uintptr_t>(array->data()));
+}
+
+class Observing {
+  public:
+    explicit Observing(Observer& watcher) { observer = &watcher; }
+    ~Observing() { observer = nullptr; }
+    Observing(const Observing&) = delete;
+    Observing& operator=(const Observing&) = delete;
+};
+
+}  // namespace
+
+void Watcher::begin() { runs_.push_back({false, started_, 0, Rule::fire, 0, nullptr}); }
+
+bool Watcher::see(Node* context, Value& focus) {
+    Run& run = runs_.back();
+    if (!started_ && !run.seen && !is_leaf(focus) && left(focus) == find_definition("")) {
+        // Everything before was what backquotes evaluate.
+        begin_program();
+        run.counts = true;
+    }
+    count_frames(run, context);
+    const bool last = is_last_state(context, focus);
+    const Rule rule = last ? Rule::pop : rule_of(context, focus);
+    run = {true,   run.counts, run.frames, rule, rule == Rule::fire_held ? rank_of(focus) : 0,
+           context};
+    if (run.counts && !stopped_) {
+        const int nesting = static_cast<int>(runs_.size()) - 1;
+        State state{next_++, nesting, context, focus, run.frames, last, rule, {}, {}, {}};
+        if (rule == Rule::fire || rule == Rule::fire_held) take_apart(state);
+        stopped_ = !at(state, focus);
+    }
+    if (last || stopped_) runs_.pop_back();
+    return !stopped_;
+}
+
+void Watcher::count_frames(Run& run, Node* context) const {
+    if (!run.seen) return;
+    switch (run.rule) {
+        case Rule::pop: --run.frames; break;
+        case Rule::fire_held: run.frames -= run.lacking; break;
+        case Rule::fire: break;
+        default: ++run.frames;
+    }
+    // An abort drops them all.
+    if (is_leaf(context)) run.frames = 0;
+}
+
+void Watcher::begin_program() {
+    started_ = true;
+    for (const auto& [name, expression] : original_prelude()) {
+        Symbol& symbol = symbol_of(name.view());
+        if (symbol.definition && compare(symbol.definition, expression) == 0) {
+            plumbing_.insert(&symbol);
+        }
+    }
+}
+
+void Watcher::leave_top(const State& state, Node* answer) {
+    const Call call = calls.back();
+    calls.pop_back();
+    on_left(state, call, answer);
+}
+
+void Watcher::leave_calls(const State& state) {
+    const bool done = settled(state.focus) || state.rule == Rule::fire_held;
+    while (!calls.empty()) {
+        const Call& call = calls.back();
+        if (call.nesting < state.nesting) return;
+        const bool here = call.nesting == state.nesting && call.frames == state.frames;
+        if (call.one_step || (here && done)) {
+            leave_top(state, state.focus);
+        } else if (call.nesting > state.nesting || call.frames > state.frames || state.last) {
+            leave_top(state, nullptr);
+        } else {
+            return;
+        }
+    }
+}
+
+void Watcher::enter_call(const State& state) {
+    Symbol* symbol = state.symbol;
+    if (!symbol) return;
+    const bool one_step = symbol->builtin || is_plumbing(*symbol);
+    const Call call{symbol, state.nesting, state.frames, one_step};
+    // A tail call takes the place of an earlier call of the same name, so that a loop stays short.
+    for (size_t i = calls.size(); i > 0 && !one_step; --i) {
+        const Call& other = calls[i - 1];
+        if (other.nesting != call.nesting || other.frames != call.frames) break;
+        if (other.symbol != symbol) continue;
+        while (calls.size() >= i) leave_top(state, nullptr);
+        break;
+    }
+    calls.push_back(call);
+    on_entered(state);
+}
+
+std::string call_text(const State& state, const Room& room) {
+    std::string call = shown(state.head, room);
+    for (Node* argument : state.arguments) {
+        const std::string text = shown(argument, room);
+        const bool stands_alone = is_leaf(argument) || is_zits(argument) || text.front() == '(';
+        call += stands_alone ? ' ' + text : " (" + text + ')';
+    }
+    return call;
+}
+
+Json json_of(const Outcome& outcome, const Watcher& watcher) {
+    const bool failed = !passed(outcome.report) && !watcher.has_stopped();
+    return {{"started", watcher.has_started()},
+            {"ended", watcher.has_started() && !watcher.has_stopped()},
+            {"status", outcome.status},
+            {"report", failed ? std::string(report_picture(outcome.report).view()) : ""}};
+}
+
+Outcome run_watched(std::string_view text, const std::vector<std::string>& arguments,
+                    Watcher& watcher) {
+    build_prelude();
+    original_prelude() = prelude_definitions;
+    Outcome outcome{parse_program(String(text))};
+    if (passed(outcome.report)) {
+        const Observing observing(watcher);
+        install_interrupt_handler();
+        outcome.report = run_program(argument_array(arguments));
+        if (passed(outcome.report)) {
+            outcome.status = static_cast<uint32_t>(to_i64(find_definition("")));
+            shutdown();
+        }
+    }
+    // A run that has failed leaves its todo Values alone.
+    const TodoArming armed(false);
+    original_prelude().clear();
+    clear_definitions();
+    return outcome;
+}
+
+}  // namespace marl::lab

@@ -1,0 +1,188 @@
+// What a run costs, by the names that it calls.
+//
+// The calls that are going on stand on a stack, each with its Row and its place in the tree of
+// stacks. What passes between two states belongs to the call on top. A name stands once on each way
+// through the tree, however deep it recurses.
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <utility>
+
+#include "lab/lab.h"
+#include "lab/observe.h"
+#include "value/allocate.h"
+
+namespace marl::lab {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Seconds = std::chrono::duration<double>;
+
+struct Row {
+    int64_t calls = 0;
+    int64_t steps = 0;
+    int64_t nodes = 0;
+    Clock::duration self{};
+    Clock::duration whole{};  // from the first to the last of its calls that stand in each other
+    int active = 0;
+    Clock::duration entered{};
+};
+
+/// A node of the tree of stacks.
+struct Stack {
+    const Symbol* symbol;  // null at the root
+    Stack* below;
+    int64_t steps = 0;
+    std::map<const Symbol*, std::unique_ptr<Stack>> above;
+};
+
+std::string name_of(const Symbol* symbol) {
+    if (!symbol) return "(entry)";
+    return std::string(symbol->name.view());
+}
+
+/// A name as a folded stack can hold it, where ";" stands between names.
+std::string folded_name(const Symbol* symbol) {
+    const std::string name = name_of(symbol);
+    return name == ";" ? "semicolon" : name;
+}
+
+class Profile : public Watcher {
+  public:
+    Json result() {
+        // A program that ended the process has not left its calls.
+        for (auto& [symbol, row] : rows_) {
+            if (row.active > 0) row.whole += passed_ - row.entered;
+            row.active = 0;
+        }
+        std::vector<std::string> lines;
+        fold(root_, {}, lines);
+        std::sort(lines.begin(), lines.end());
+        std::string folded;
+        for (const std::string& line : lines) folded += line + '\n';
+        return {{"rows", json_of_rows()}, {"folded", folded}};
+    }
+
+  private:
+    struct Active {
+        Row* row;
+        Stack* stack;
+    };
+
+    bool at(State& state, Value&) override {
+        if (active_.empty()) start();
+        charge();
+        leave_calls(state);
+        if (!state.last) {
+            enter_call(state);
+            ++active_.back().row->steps;
+            ++active_.back().stack->steps;
+        }
+        before_ = Clock::now();
+        nodes_before_ = made_nodes;
+        return true;
+    }
+
+    void start() {
+        before_ = Clock::now();
+        nodes_before_ = made_nodes;
+        enter(nullptr, &root_);
+    }
+
+    /// What has passed since the last state is the topmost call's.
+    void charge() {
+        const Clock::duration spent = Clock::now() - before_;
+        Row& row = *active_.back().row;
+        row.self += spent;
+        row.nodes += made_nodes - nodes_before_;
+        passed_ += spent;
+    }
+
+    void enter(const Symbol* symbol, Stack* stack) {
+        Row& row = rows_[symbol];
+        ++row.calls;
+        if (row.active++ == 0) row.entered = passed_;
+        active_.push_back({&row, stack});
+    }
+
+    void on_entered(const State& state) override {
+        enter(state.symbol, above(active_.back().stack, state.symbol));
+    }
+
+    void on_left(const State&, const Call&, Node*) override {
+        Row& row = *active_.back().row;
+        if (--row.active == 0) row.whole += passed_ - row.entered;
+        active_.pop_back();
+    }
+
+    /// The place of a call that `stack` makes. A name that stands in the stack keeps its place.
+    static Stack* above(Stack* stack, const Symbol* symbol) {
+        for (Stack* s = stack; s; s = s->below) {
+            if (s->symbol == symbol) return s;
+        }
+        std::unique_ptr<Stack>& place = stack->above[symbol];
+        if (!place) place.reset(new Stack{symbol, stack, 0, {}});
+        return place.get();
+    }
+
+    Json json_of_rows() const {
+        Json rows = Json::array();
+        for (const auto& [symbol, row] : rows_) {
+            rows.push_back({{"name", name_of(symbol)},
+                            {"calls", row.calls},
+                            {"steps", row.steps},
+                            {"nodes", row.nodes},
+                            {"self", Seconds(row.self).count()},
+                            {"below", Seconds(row.whole - row.self).count()}});
+        }
+        return rows;
+    }
+
+    static void fold(const Stack& stack, std::string way, std::vector<std::string>& lines) {
+        if (stack.below) way += ';';
+        way += folded_name(stack.symbol);
+        if (stack.steps > 0) lines.push_back(way + ' ' + std::to_string(stack.steps));
+        for (const auto& [symbol, next] : stack.above) fold(*next, way, lines);
+    }
+
+    std::map<const Symbol*, Row> rows_;
+    Stack root_{nullptr, nullptr, 0, {}};
+    std::vector<Active> active_;
+    Clock::time_point before_;
+    Clock::duration passed_{};
+    int64_t nodes_before_ = 0;
+};
+
+/// The profile that is being made, for the end of the process.
+struct Pending {
+    Profile* profile = nullptr;
+    const Emit* emit = nullptr;
+};
+Pending pending_profile;
+
+void emit_pending() {
+    const auto [profile, emit] = std::exchange(pending_profile, {});
+    if (!profile) return;
+    Json result = profile->result();
+    result.update({{"started", true}, {"ended", false}, {"status", 0}, {"report", ""}});
+    (*emit)(result);
+}
+
+}  // namespace
+
+void profile(std::string_view text, const std::vector<std::string>& arguments, const Emit& emit) {
+    static const bool registered = std::atexit(emit_pending) == 0;
+    MARL_REQUIRE(registered);
+    Profile watcher;
+    pending_profile = {&watcher, &emit};
+    Json result = json_of(run_watched(text, arguments, watcher), watcher);
+    pending_profile = {};
+    result.update(watcher.result());
+    emit(result);
+}
+
+}  // namespace marl::lab

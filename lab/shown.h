@@ -1,0 +1,45 @@
+// Values as a person can look at them: not longer than a line holds, whatever their size.
+//
+// What is left out stands there with its size, as <1234 nodes>. Sizes count what would be printed,
+// shared parts each time, up to a bound: no part of a value is gone through whose size nobody can
+// wait for.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "lab/lab.h"
+#include "value/value.h"
+
+namespace marl::lab {
+
+/// The most nodes of an expression, and frames of a context, that are shown.
+struct Room {
+    int64_t nodes = 60;
+    int64_t frames = 6;
+};
+constexpr Room unlimited{INT64_MAX, INT64_MAX};
+
+/// The expression with all that doesn't fit replaced by Leaves that tell its size.
+Value shortened(Node* expression, const Room& room);
+/// The same of a context of so many frames. Those on top are kept; each has half the room.
+Value shortened_context(Node* context, int64_t frames, const Room& room);
+
+/// The printed form of what `shortened` gives.
+std::string shown(Node* expression, const Room& room = {});
+
+/// An expression as a tree: {"id", "leaf": TEXT} or {"id", "of": [FUNCTION, ARGUMENT]}. A Pair that
+/// has been in the tree before is {"id", "again": true}: it is the same node as the one with that
+/// id.
+class Trees {
+  public:
+    Json tree_of(Node* expression);
+
+  private:
+    std::vector<std::pair<Node*, int>> seen_;
+    int next_ = 0;
+};
+
+}  // namespace marl::lab

@@ -1,0 +1,176 @@
+// The reduction as a row of states, and the calls of one name in it.
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <utility>
+
+#include "lab/lab.h"
+#include "lab/observe.h"
+#include "lab/shown.h"
+#include "reduce/analysis.h"
+
+namespace marl::lab {
+
+namespace {
+
+std::string printed(Node* node) { return std::string(print_value(node).view()); }
+
+size_t printed_length(Node* node) { return static_cast<size_t>(print_value(node).length()); }
+
+/// Where, in the printed form of a context, the function of a frame begins; `depth` counts from 1,
+/// the frame on top. What A B prints as follows from the lengths of A and B: AB, (A B), or A with B
+/// before its last parenthesis.
+size_t place_of_frame(Node* context, int depth) {
+    Node* below = right(left(context));
+    const size_t whole = printed_length(context);
+    const size_t a = printed_length(left(context));
+    const size_t f = printed_length(right(context));
+    const bool joined = whole == a + f;
+    const bool wrapped = whole == a + f + 3;
+    if (depth == 1) return joined ? a : wrapped ? a + 2 : a;
+    const size_t before_below = a == 1 + printed_length(below) ? 1 : 3;
+    return (wrapped ? 1 : 0) + before_below + place_of_frame(below, depth - 1);
+}
+
+/// How many frames the next step takes.
+int frames_taken(const State& state) {
+    if (state.last) return 0;
+    if (state.rule == Rule::pop) return 1;
+    if (state.rule != Rule::fire_held) return 0;
+    int count = static_cast<int>(state.arguments.size());
+    for (Node* node = state.focus; node != state.head; node = left(node)) --count;
+    return count;
+}
+
+const char* word_of(const State& state) {
+    if (state.last) return "end";
+    switch (state.rule) {
+        case Rule::pop: return "pop";
+        case Rule::hold_back: return "hold back";
+        case Rule::reduce_argument: return "reduce argument";
+        case Rule::wait_for_value: return "reduce value";
+        default: return "fire";
+    }
+}
+
+/// What fires, in a word.
+std::string name_of_head(const State& state) {
+    if (state.symbol) return std::string(state.symbol->name.view());
+    if (!is_leaf(state.head)) return "zits";
+    switch (*leaf_text(state.head)) {
+        case '\\': return "lambda";
+        case '{': return "let";
+        case ')': return "store " + std::string(leaf_bytes(state.head).substr(1));
+        case ']': return "failure";
+        case '(': return "post";
+        case '[': return "zits";
+        case '\n': return "cray";
+        case ' ': return "real";
+        default: return "number";
+    }
+}
+
+Json json_of(const State& state, const Room& room, bool with_trees) {
+    const Value context = shortened_context(state.context, state.frames, room);
+    const Value focus = shortened(state.focus, room);
+    const std::string context_text = printed(context);
+    const std::string line = context_text + " . " + printed(focus);
+    const int shown_frames = static_cast<int>(std::min<int64_t>(state.frames, room.frames));
+    const int taken = std::min(frames_taken(state), shown_frames);
+    size_t begin = context_text.size() + 3;
+    if (state.last) begin = line.size();
+    if (taken > 0) begin = place_of_frame(context, taken);
+    Json step = {{"n", state.number},
+                 {"run", state.nesting},
+                 {"rule", word_of(state)},
+                 {"line", line},
+                 {"redex", {{"start", begin}, {"length", line.size() - begin}}}};
+    if (state.head) step["name"] = name_of_head(state);
+    if (with_trees) {
+        Trees trees;
+        step["context"] = trees.tree_of(context);
+        step["focus"] = trees.tree_of(focus);
+    }
+    return step;
+}
+
+class States : public Watcher {
+  public:
+    States(StepsOptions options, const Emit& emit) : options_(std::move(options)), emit_(emit) {}
+
+  private:
+    bool at(State& state, Value&) override {
+        if (state.number < options_.from) return true;
+        if (options_.count >= 0 && emitted_++ >= options_.count) return false;
+        emit_(json_of(state, options_.full ? unlimited : Room{}, options_.trees));
+        if (state.symbol && state.symbol->name == String(options_.until)) return false;
+        return options_.count < 0 || emitted_ < options_.count;
+    }
+
+    const StepsOptions options_;
+    const Emit& emit_;
+    int64_t emitted_ = 0;
+};
+
+class Calls : public Watcher {
+  public:
+    Calls(std::string_view name, bool full, const Emit& emit)
+        : name_(name), room_(full ? unlimited : Room{}), emit_(emit) {}
+
+  private:
+    bool at(State& state, Value&) override {
+        if (!wanted_) wanted_ = find_wanted();
+        leave_calls(state);
+        if (state.symbol == wanted_) enter_call(state);
+        return true;
+    }
+
+    /// An operator of the prelude names the built-in that does its work.
+    Symbol* find_wanted() const {
+        Symbol* symbol = &symbol_of(name_);
+        Node* meaning = symbol->definition;
+        const bool named = is_plumbing(*symbol) && is_leaf(meaning) && is_name(leaf_bytes(meaning));
+        return named && symbol_of_leaf(meaning).builtin ? &symbol_of_leaf(meaning) : symbol;
+    }
+
+    void on_entered(const State& state) override {
+        emit_(
+            {{"n", state.number}, {"depth", calls.size() - 1}, {"call", call_text(state, room_)}});
+    }
+
+    void on_left(const State& state, const Call&, Node* answer) override {
+        if (!answer) return;
+        emit_({{"n", state.number}, {"depth", calls.size()}, {"answer", shown(answer, room_)}});
+    }
+
+    const std::string name_;
+    const Room room_;
+    const Emit& emit_;
+    Symbol* wanted_ = nullptr;
+};
+
+}  // namespace
+
+Json run_steps(std::string_view text, const std::vector<std::string>& arguments,
+               const StepsOptions& options, const Emit& emit) {
+    States states(options, emit);
+    const Outcome outcome = run_watched(text, arguments, states);
+    return json_of(outcome, states);
+}
+
+Json trace(std::string_view text, const std::vector<std::string>& arguments,
+           const StepsOptions& options) {
+    Json steps = Json::array();
+    Json result =
+        run_steps(text, arguments, options, [&](const Json& step) { steps.push_back(step); });
+    result["steps"] = std::move(steps);
+    return result;
+}
+
+Json run_calls(std::string_view text, const std::vector<std::string>& arguments,
+               std::string_view name, bool full, const Emit& emit) {
+    Calls calls(name, full, emit);
+    const Outcome outcome = run_watched(text, arguments, calls);
+    return json_of(outcome, calls);
+}
+
+}  // namespace marl::lab

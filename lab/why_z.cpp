@@ -1,0 +1,227 @@
+// Where a Z comes from.
+//
+// Each Z that a step gives gets a node of its own, and an Origin is kept for that node: from then
+// on a Z is known by its node, wherever the program carries it. A call that answers Z on an
+// argument which is a known Z, or holds one, answers so because of it: its Origin follows from that
+// one's. `Z a` hands the Origin on.
+//
+// A node that has an Origin is held, so that its address stays its own; those that nobody else
+// holds are given up from time to time.
+#include <algorithm>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+
+#include "lab/lab.h"
+#include "lab/observe.h"
+#include "lab/shown.h"
+#include "reduce/analysis.h"
+
+namespace marl::lab {
+
+namespace {
+
+struct Origin {
+    int64_t number;
+    const char* kind;
+    std::string call;
+    std::vector<std::string> within;
+    std::shared_ptr<const Origin> cause;  // null for a first one
+};
+using OriginRef = std::shared_ptr<const Origin>;
+
+bool is_Z(Node* node) { return is_leaf_text(node, "Z"); }
+
+class Origins {
+  public:
+    OriginRef of(Node* node) const {
+        const auto found = known_.find(node);
+        return found == known_.end() ? nullptr : found->second.origin;
+    }
+
+    /// A new Z with that origin.
+    Value make(OriginRef origin) {
+        if (known_.size() >= limit_) forget();
+        Value z = leaf("Z");
+        analyse(z);
+        known_[z.get()] = {z, std::move(origin)};
+        return z;
+    }
+
+    /// The origin of the first Z with one in an expression, in reading order.
+    OriginRef inside(Node* expression, size_t most_nodes) const {
+        std::vector<Node*> rest{expression};
+        std::unordered_set<Node*> seen;
+        while (!rest.empty() && seen.size() < most_nodes) {
+            Node* node = rest.back();
+            rest.pop_back();
+            if (!node || !seen.insert(node).second) continue;
+            if (OriginRef origin = of(node)) return origin;
+            if (!is_leaf(node)) {
+                rest.push_back(right(node));
+                rest.push_back(left(node));
+            } else if (is_leaf_of(node, '\n')) {
+                for (int64_t i = span_of(node); i > 0; --i) rest.push_back(cray_slot(node, i - 1));
+            }
+        }
+        return nullptr;
+    }
+
+  private:
+    void forget() {
+        std::erase_if(known_, [](const auto& entry) { return count_of(entry.first) == 1; });
+        limit_ = std::max<size_t>(1000, known_.size() * 2);
+    }
+
+    struct Known {
+        Value node;
+        OriginRef origin;
+    };
+    std::unordered_map<Node*, Known> known_;
+    size_t limit_ = 1000;
+};
+
+/// What a step did that may turn out to have answered Z.
+struct Fired {
+    enum class What { nothing, call, z_applied, other };
+    What what = What::nothing;
+    const char* kind = "";
+    std::string call;
+    int64_t number = 0;
+    OriginRef cause;
+};
+
+class Tracing : public Watcher {
+  public:
+    const OriginRef& origin_of_result() const { return result_origin_; }
+    const std::string& result() const { return result_; }
+
+  private:
+    bool at(State& state, Value& focus) override {
+        fired_.resize(static_cast<size_t>(state.nesting) + 1);
+        if (is_Z(focus) && !origins_.of(focus)) note_new_Z(state, focus);
+        leave_calls(state);
+        if (state.last) {
+            fired_.pop_back();
+            if (state.nesting == 0 && result_.empty()) note_result(focus);
+            return true;
+        }
+        fired_.back() = {};
+        if (state.head) note_fired(state);
+        if (state.symbol && !state.symbol->builtin && !is_plumbing(*state.symbol)) {
+            enter_call(state);
+        }
+        return true;
+    }
+
+    void on_entered(const State& state) override { texts_.push_back(call_text(state, Room{})); }
+    void on_left(const State&, const Call&, Node*) override { texts_.pop_back(); }
+
+    /// The calls that are going on, the innermost first.
+    std::vector<std::string> within() const {
+        constexpr size_t most = 5;
+        const auto count = static_cast<ptrdiff_t>(std::min(most, texts_.size()));
+        return {texts_.rbegin(), texts_.rbegin() + count};
+    }
+
+    void note_fired(const State& state) {
+        Fired& fired = fired_.back();
+        fired.number = state.number;
+        fired.what = Fired::What::other;
+        const bool is_data = !state.symbol && !is_leaf_of(state.head, '\\') &&
+                             !is_leaf_of(state.head, '{') && !is_leaf_of(state.head, ')');
+        if (is_Z(state.head) && is_plumbing(*state.symbol)) {
+            fired.what = Fired::What::z_applied;
+            fired.cause = origins_.of(state.head);
+        } else if (is_data || (state.symbol && !is_plumbing(*state.symbol))) {
+            fired.what = Fired::What::call;
+            fired.kind = is_data ? "data" : state.symbol->builtin ? "built-in" : "definition";
+            fired.call = call_text(state, Room{});
+            // A definition's answer follows from what it does with its arguments, not from them.
+            if (is_data || state.symbol->builtin) fired.cause = cause_in(state.arguments);
+        }
+    }
+
+    OriginRef cause_in(const std::vector<Node*>& arguments) const {
+        constexpr size_t most_nodes = 1000;
+        for (Node* argument : arguments) {
+            if (OriginRef origin = origins_.of(argument)) return origin;
+        }
+        for (Node* argument : arguments) {
+            if (OriginRef origin = origins_.inside(argument, most_nodes)) return origin;
+        }
+        return nullptr;
+    }
+
+    /// The focus is a Z that no one knows: a step has answered it, or the program writes it.
+    void note_new_Z(State& state, Value& focus) {
+        Fired& fired = fired_.back();
+        if (fired.what == Fired::What::nothing) return;
+        OriginRef origin = fired.cause;
+        if (fired.what == Fired::What::call) {
+            origin = std::make_shared<Origin>(
+                Origin{fired.number, fired.kind, std::move(fired.call), within(), fired.cause});
+            if (std::string_view(fired.kind) == "definition") drop_own_call(origin);
+        } else if (!origin) {
+            origin = written_Z(state);
+        }
+        focus = origins_.make(std::move(origin));
+        state.focus = focus;
+    }
+
+    /// A definition's own call is the innermost of those that are going on.
+    static void drop_own_call(OriginRef& origin) {
+        Origin own = *origin;
+        if (!own.within.empty()) own.within.erase(own.within.begin());
+        origin = std::make_shared<Origin>(std::move(own));
+    }
+
+    /// A Z that stands in a definition has been chosen: it is that call's answer, or a part of its
+    /// work.
+    OriginRef written_Z(const State& state) const {
+        std::vector<std::string> around = within();
+        const bool answers = !calls.empty() && calls.back().nesting == state.nesting &&
+                             calls.back().frames == state.frames;
+        std::string call = around.empty() ? "the entry" : around.front();
+        if (!around.empty()) around.erase(around.begin());
+        return std::make_shared<Origin>(Origin{state.number, answers ? "definition" : "literal",
+                                               std::move(call), std::move(around), nullptr});
+    }
+
+    void note_result(Node* result) {
+        result_ = shown(result);
+        result_origin_ = origins_.inside(result, SIZE_MAX);
+    }
+
+    Origins origins_;
+    std::vector<Fired> fired_;
+    std::vector<std::string> texts_;  // of `calls`
+    OriginRef result_origin_;
+    std::string result_;
+};
+
+Json chain_of(OriginRef origin) {
+    Json chain = Json::array();
+    for (; origin; origin = origin->cause) {
+        chain.push_back({{"n", origin->number},
+                         {"kind", origin->kind},
+                         {"call", origin->call},
+                         {"within", origin->within}});
+    }
+    std::reverse(chain.begin(), chain.end());
+    return chain;
+}
+
+}  // namespace
+
+Json why_z(std::string_view text, const std::vector<std::string>& arguments) {
+    Tracing tracing;
+    Json result = json_of(run_watched(text, arguments, tracing), tracing);
+    result["result"] = tracing.result();
+    result["chain"] = chain_of(tracing.origin_of_result());
+    return result;
+}
+
+}  // namespace marl::lab
