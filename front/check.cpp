@@ -68,8 +68,8 @@ Report remove_doomed(Module& module) {
     return {};
 }
 
-/// A run can't change machines: a program that may load a text of its own that names `todo` needs
-/// exactness from the start.
+/// A run that goes over to the plain machine has frames that are exact no more: a program that may
+/// load a text of its own that names `todo` is exact from the start.
 Report expect_loaded_todo(Module& module) {
     const auto loads = [](const References::Entry& entry) {
         return std::any_of(entry.free.begin(), entry.free.end(), [](const Symbol* name) {

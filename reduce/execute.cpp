@@ -8,6 +8,7 @@
 #include "reduce/analysis.h"
 #include "reduce/build.h"
 #include "reduce/closure.h"
+#include "reduce/exactness.h"
 #include "reduce/fire.h"
 #include "reduce/lazy.h"
 #include "reduce/machine.h"
@@ -76,7 +77,7 @@ class Loop {
     bool enter(Unit& unit) {
         if (interrupted) run_interrupt();
         if (!unit.made) compile(unit);
-        if (!unit.compiled || is_out_of_steps()) {
+        if (!unit.compiled || exactness_due || is_out_of_steps()) {
             focus_ = copy_of(unit, registers.top);
             return false;
         }

@@ -16,6 +16,7 @@
 #include "reduce/exactness.h"
 #include "reduce/execute.h"
 #include "reduce/fire.h"
+#include "reduce/handover.h"
 #include "reduce/lambda.h"
 #include "reduce/lazy.h"
 #include "reduce/nesting.h"
@@ -164,7 +165,10 @@ Value reduce(Value expression) {
     guard_nesting();
     const TodoArming armed(true);
     analyse(expression);
-    if (exactness_due || is_observed()) return plain_reduce(empty_context(), std::move(expression));
+    if (exactness_due || is_observed()) {
+        Value context = empty_context();
+        return plain_reduce(context, std::move(expression));
+    }
     if (!registers.words) grow_registers(0);
     Word focus = word_of(expression.take());
     push(Waiting::base, 0);
@@ -178,7 +182,9 @@ Value reduce(Value expression) {
             focus = word_of(exhausted.take());
             break;
         }
-        if (!is_settled(focus)) {
+        if (exactness_due && can_hand_over(focus)) {
+            focus = hand_over(focus);
+        } else if (!is_settled(focus)) {
             focus = step_unsettled(focus);
         } else if (stack.top[-1].kind() != Waiting::base) {
             focus = step_settled(focus);

@@ -444,7 +444,7 @@ void plain_step(Value& context, Value& focus) {
     }
 }
 
-Value plain_reduce(Value context, Value focus) {
+Value plain_reduce(Value& context, Value focus) {
     observe_begin();
     for (;;) {
         if (interrupted) run_interrupt();

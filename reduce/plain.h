@@ -44,6 +44,7 @@ Rule rule_of(Node* context, Node* focus);
 void plain_step(Value& context, Value& focus);
 
 /// Takes a state, of whichever machine's making, to its last one, and gives that one's focus.
-Value plain_reduce(Value context, Value focus);
+/// `context` is then the `I` that stood at its bottom, or another one when the run was aborted.
+Value plain_reduce(Value& context, Value focus);
 
 }  // namespace marl
