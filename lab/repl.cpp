@@ -34,6 +34,7 @@
 #include "lab/message.h"
 #include "lab/program.h"
 #include "lab/reference.h"
+#include "lab/screen.h"
 #include "reduce/machine.h"
 #include "reduce/tables.h"
 #include "value/todo.h"
@@ -46,6 +47,7 @@ constexpr const char* help_text =
     "An expression is evaluated and its value shown; name\\body defines a name, also again.\n"
     ":help NAME    what the reference says about a combinator, an operator or a built-in\n"
     ":time EXPR    evaluates, and shows the seconds of CPU time that it took\n"
+    ":steps EXPR   evaluates, and shows every state of the reduction\n"
     ":load FILE    takes the definitions of a file\n"
     ":save FILE    writes the definitions of the session, as a program\n"
     ":quit         ends the session, like the end of the input\n";
@@ -81,6 +83,8 @@ Session session;  // what completion looks at, too
 
 // Evaluation, in the child.
 
+enum class Show { value, value_and_time, steps };
+
 void show_result(Node* result) {
     if (is_leaf_of(result, ')')) {
         const std::string name(leaf_bytes(result).substr(1));
@@ -93,8 +97,17 @@ void show_result(Node* result) {
     }
 }
 
-[[noreturn]] void evaluate_here(const std::string& source, bool timed) {
+[[noreturn]] void show_steps_here(const std::string& source) {
+    Screen screen("", "auto");
+    StepsOptions options;
+    options.from = 1;  // behind the one that applies the entry to the program's arguments
+    run_steps("a\\" + source, {}, options, [&](const Json& state) { show_state(screen, state); });
+    std::exit(0);
+}
+
+[[noreturn]] void evaluate_here(const std::string& source, Show show) {
     std::signal(SIGINT, SIG_DFL);
+    if (show == Show::steps) show_steps_here(source);
     build_prelude();
     Report report = parse_program(String(source));
     if (passed(report)) report = check_program();
@@ -110,18 +123,18 @@ void show_result(Node* result) {
         show_result(result);
     }
     const double seconds = static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
-    if (timed) std::cout << seconds << " s\n";
+    if (show == Show::value_and_time) std::cout << seconds << " s\n";
     std::cout << std::flush;
     shutdown();
     std::exit(0);
 }
 
-void evaluate(const std::string& source, bool timed) {
+void evaluate(const std::string& source, Show show) {
     std::cout << std::flush;
     std::fflush(stdout);
     const auto before = std::signal(SIGINT, SIG_IGN);  // it is meant for the child
     const pid_t child = fork();
-    if (child == 0) evaluate_here(source, timed);
+    if (child == 0) evaluate_here(source, show);
     int status = 0;
     if (child > 0) waitpid(child, &status, 0);
     std::signal(SIGINT, before);
@@ -165,7 +178,7 @@ bool defines(const Piece& piece) {
 }
 
 /// Takes definitions, and an expression in front of them if there is one.
-void take_input(const std::string& input, bool timed) {
+void take_input(const std::string& input, Show show) {
     // Behind an entry the first piece shows whether it is a definition.
     const Program program = read_program("0,\n" + input);
     std::set<std::string> keys;
@@ -179,7 +192,7 @@ void take_input(const std::string& input, bool timed) {
     for (const Piece& piece : program.pieces) {
         if (defines(piece)) session.define(piece.key, std::string(program.written(piece.range)));
     }
-    if (has_expression) evaluate(whole, timed);
+    if (has_expression) evaluate(whole, show);
 }
 
 std::string trimmed(const std::string& text) {
@@ -260,7 +273,9 @@ bool take_command(const std::string& line) {
     if (command == ":help") {
         show_help(rest);
     } else if (command == ":time") {
-        take_input(rest, true);
+        take_input(rest, Show::value_and_time);
+    } else if (command == ":steps") {
+        take_input(rest, Show::steps);
     } else if (command == ":load") {
         load_file(rest);
     } else if (command == ":save") {
@@ -336,7 +351,7 @@ int run_repl() {
         if (whole.starts_with(':')) {
             if (!take_command(whole)) break;
         } else if (!whole.empty()) {
-            take_input(whole, false);
+            take_input(whole, Show::value);
         }
         std::cout << std::flush;
     }

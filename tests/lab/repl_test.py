@@ -86,6 +86,9 @@ class Repl(unittest.TestCase):
         self.assertEqual(self.terminal.say("inc\\n\\n+10"), "")
         self.assertEqual(self.terminal.say("twice inc 5"), "25")
 
+    def test_steps_show_the_reduction(self):
+        self.assertRegex(self.terminal.say(":steps K 1 2"), r"fire K [^\n]*\n[^\n]*mend [^\n]* 1$")
+
     def test_input_goes_on_until_the_brackets_close(self):
         self.assertEqual(self.terminal.say("plus("), "")
         self.assertEqual(self.terminal.say("1,"), "")

@@ -1,0 +1,43 @@
+// How the commands that run a program show on a terminal what the JSON of lab.h says.
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+#include "lab/lab.h"
+
+namespace marl::lab {
+
+/// Where lines go, and how they look there.
+class Screen {
+  public:
+    /// On a file, or on standard output when `path` is empty; a file that can't be written ends the
+    /// process. `colour` is "auto", "always" or "never".
+    Screen(const std::string& path, const std::string& colour);
+
+    /// Each line goes out at once, behind what the program has written.
+    void line(const std::string& text);
+
+    std::string faint(const std::string& text) const { return in(text, "2", "", ""); }
+    std::string strong(const std::string& text) const {
+        return in(text, "1;33", "\u00AB", "\u00BB");
+    }
+    std::string word(const std::string& text) const { return in(text, "36", "", ""); }
+
+  private:
+    std::string in(const std::string& text, const char* colour, const char* before,
+                   const char* behind) const;
+
+    FILE* file_ = stdout;
+    bool colours_ = false;
+};
+
+/// A text on one line: control bytes as their pictures.
+std::string on_one_line(const std::string& text);
+
+/// Each takes what `run_steps` and `run_calls` emit, and what `why_z` gives.
+void show_state(Screen& screen, const Json& state);
+void show_call(Screen& screen, const Json& call);
+void show_why(Screen& screen, const Json& why);
+
+}  // namespace marl::lab
