@@ -1,3 +1,7 @@
+// A program goes through the stages of a module, all of it as one: the prelude's definitions, the
+// program's, and behind the backquotes those that they have loaded. In three parts: what the text
+// says is tidied and refused where it can't run; it is published, and the backquotes are evaluated,
+// which already runs code; then equal parts become one node and each is analysed for the run.
 #include "front/check.h"
 
 #include <algorithm>

@@ -81,7 +81,6 @@ enum class Bracket {
     group,  // a parenthesis at the start of a stretch
     call,   // a parenthesis behind an atom
     wings,
-    list,  // the text of parse_list itself
 };
 
 struct Frame {
@@ -151,9 +150,8 @@ class Tracker {
 template <class Tracking>
 class Parser {
   public:
-    Parser(std::string_view text, Bracket outermost, Tracking tracker)
-        : text_(text), tracker_(tracker) {
-        open(outermost);
+    Parser(std::string_view text, Tracking tracker) : text_(text), tracker_(tracker) {
+        open(Bracket::none);
     }
 
     Value parse() {
@@ -394,14 +392,10 @@ class Parser {
 
 }  // namespace
 
-Value parse_expression(std::string_view text) {
-    return Parser(text, Bracket::none, NoTracker()).parse();
-}
+Value parse_expression(std::string_view text) { return Parser(text, NoTracker()).parse(); }
 
 Value parse_expression(std::string_view text, Origins& origins) {
-    return Parser(text, Bracket::none, Tracker(origins)).parse();
+    return Parser(text, Tracker(origins)).parse();
 }
-
-Value parse_list(std::string_view text) { return Parser(text, Bracket::list, NoTracker()).parse(); }
 
 }  // namespace marl

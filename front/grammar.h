@@ -44,7 +44,4 @@ using Origins = std::unordered_map<const Node*, Origin>;
 /// The same, for whoever shows the text to a person: adds the Origin of each node of the Value.
 Value parse_expression(std::string_view text, Origins& origins);
 
-/// The Value of a text between wings, where commas separate.
-Value parse_list(std::string_view text);
-
 }  // namespace marl

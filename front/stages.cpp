@@ -1,3 +1,6 @@
+// Each stage is a loop over the module's definitions. Which Report a fault becomes is told here as
+// well, so that a program and a loaded text are refused in the same words, but for the few that
+// `is_loaded` decides.
 #include "front/stages.h"
 
 #include <bit>

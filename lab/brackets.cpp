@@ -1,3 +1,7 @@
+// One walk with a stack of open brackets. A closing bracket takes the innermost one that it fits;
+// those that stand open above it are given up, and what would have closed them later is awaited, so
+// that one slip gives one message. Where a line looks like the begin of a definition all open ones
+// are given up.
 #include "lab/brackets.h"
 
 #include <algorithm>

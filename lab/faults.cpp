@@ -1,3 +1,6 @@
+// Each rule that can refuse a program looks at the whole of it, where the language stops at the
+// first fault: undefined names and missing operands by definition, then keys, names and parameters.
+// What a fault makes of its surroundings is not told: a piece that is damaged is left alone.
 #include "lab/faults.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Columns count bytes, a terminal counts characters: what stands before the caret is as wide as
+// what stands before the place, and of a long line only the part around it is shown.
 #include "lab/message.h"
 
 #include <algorithm>

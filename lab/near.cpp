@@ -1,3 +1,5 @@
+// Near is what few slips of typing lead to: letters put in, left out, replaced, or exchanged with
+// their neighbour. How many may be, depends on the length of the name.
 #include "lab/near.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// What is missing shows in what stands around the place: the byte before and the two behind. Two
+// signs together often are one that another language has; a table tells what is written for it
+// here.
 #include "lab/operands.h"
 
 #include <array>

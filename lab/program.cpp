@@ -1,3 +1,6 @@
+// In four passes: brackets are mended, the text is normalised with the place of each byte kept,
+// each piece is parsed with the origins of its nodes, and a walk over each expression binds its
+// names.
 #include "lab/program.h"
 
 #include <algorithm>

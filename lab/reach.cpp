@@ -1,3 +1,5 @@
+// A graph of names: alive is what a walk from the entry meets, doomed what a walk backward from the
+// undefined names meets and the first one doesn't.
 #include "lab/reach.h"
 
 #include <map>

@@ -1,3 +1,5 @@
+// Each warning is a function over the pieces, or over the nodes of their expressions as they were
+// written. The notes that switch warnings off are read last, and take messages away.
 #include "lab/warnings.h"
 
 #include <algorithm>

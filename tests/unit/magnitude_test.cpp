@@ -53,7 +53,7 @@ class Magnitudes : public testing::Test {};
 using Radices = testing::Types<Binary, Decimal>;
 TYPED_TEST_SUITE(Magnitudes, Radices);
 
-TYPED_TEST(Magnitudes, AllMethodsGiveTheSameProduct) {
+TYPED_TEST(Magnitudes, all_methods_give_the_same_product) {
     for (int i = 0; i < 300; ++i) {
         const Limbs a = random_limbs<TypeParam>(random_words() % 60);
         const Limbs b = i % 4 == 0 ? a : random_limbs<TypeParam>(random_words() % 30);
@@ -70,7 +70,7 @@ TYPED_TEST(Magnitudes, AllMethodsGiveTheSameProduct) {
     }
 }
 
-TYPED_TEST(Magnitudes, ProductsDistributeAtTheLimitsInUse) {
+TYPED_TEST(Magnitudes, products_distribute_at_the_limits_in_use) {
     for (const size_t n : {TypeParam::karatsuba_limit, 3 * TypeParam::karatsuba_limit + 1,
                            TypeParam::transform_limit}) {
         const Limbs a = random_limbs<TypeParam>(n + 1);
@@ -81,7 +81,7 @@ TYPED_TEST(Magnitudes, ProductsDistributeAtTheLimitsInUse) {
     }
 }
 
-TYPED_TEST(Magnitudes, QuotientsUndoProducts) {
+TYPED_TEST(Magnitudes, quotients_undo_products) {
     for (const auto& [divide_limit, newton_limit] :
          {std::pair{2, 1000}, {3, 1000}, {7, 1000}, {1000, 1000}, {2, 4}, {3, 9}}) {
         const LowLimits<TypeParam> limits(8, 20, divide_limit, newton_limit);
@@ -104,7 +104,7 @@ TYPED_TEST(Magnitudes, QuotientsUndoProducts) {
     }
 }
 
-TYPED_TEST(Magnitudes, DifferencesUndoSums) {
+TYPED_TEST(Magnitudes, differences_undo_sums) {
     for (int i = 0; i < 300; ++i) {
         const Limbs a = random_limbs<TypeParam>(random_words() % 10);
         const Limbs b = random_limbs<TypeParam>(random_words() % 10);
@@ -114,7 +114,7 @@ TYPED_TEST(Magnitudes, DifferencesUndoSums) {
     }
 }
 
-TYPED_TEST(Magnitudes, PowersAreRepeatedProducts) {
+TYPED_TEST(Magnitudes, powers_are_repeated_products) {
     const Limbs base = random_limbs<TypeParam>(3);
     Limbs product{1};
     for (uint64_t n = 0; n < 20; ++n) {
@@ -125,7 +125,7 @@ TYPED_TEST(Magnitudes, PowersAreRepeatedProducts) {
     EXPECT_EQ(mag_pow<TypeParam>({1}, ~uint64_t{0}), Limbs{1});
 }
 
-TEST(BaseChange, HalvesAgreeWithLimbByLimb) {
+TEST(BaseChange, by_halves_agrees_with_limb_by_limb) {
     const size_t limit_in_use = base_change_limit;
     for (size_t n = 0; n < 70; ++n) {
         const Limbs binary = random_limbs<Binary>(n);
@@ -141,7 +141,7 @@ TEST(BaseChange, HalvesAgreeWithLimbByLimb) {
     base_change_limit = limit_in_use;
 }
 
-TEST(Convolutions, SumsOfProductsAtEveryLength) {
+TEST(Convolutions, give_sums_of_products_at_every_length) {
     const Wide largest = (Wide{1} << 80) - 1;
     for (size_t n = 1; n < 400; n += n / 3 + 1) {
         const size_t length = convolution_length(n);

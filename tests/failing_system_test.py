@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
-"""Whichever allocation fails, the run ends in order: what was printed is kept, and a line tells why.
+"""marl on a system that gives it no more than it must.
 
-    allocation_test.py MARL
+    failing_system_test.py MARL
 
-Beside MARL stands tests/marl_failing, in which the allocation of the number MARL_FAIL_AT gives null.
+Beside MARL stands tests/marl_failing, in which the allocation of the number MARL_FAIL_AT gives null, and
+directories tell no types.
 """
 import os
 import pathlib
@@ -23,14 +24,17 @@ show\x\done(puts(init(lisp x))),
 done\x\I"""
 
 
-class Allocation(unittest.TestCase):
+LISTING = pathlib.Path(__file__).resolve().parent.parent / "examples/ls.marl"
+
+
+class FailingSystem(unittest.TestCase):
     def run_failing(self, at):
         environment = {**os.environ, "MARL_FAIL_AT": str(at), "ASAN_OPTIONS": "detect_leaks=0"}
         done = subprocess.run([FAILING, self.program], env=environment, capture_output=True,
                               timeout=120, check=False)
         return done.stdout, done.stderr, done.returncode
 
-    def test_each_of_them_can_fail(self):
+    def test_whichever_allocation_fails_the_run_ends_in_order(self):
         with tempfile.TemporaryDirectory() as folder:
             self.program = pathlib.Path(folder, "program.marl")
             self.program.write_text(PROGRAM, encoding="ascii")
@@ -42,6 +46,15 @@ class Allocation(unittest.TestCase):
                 self.assertTrue(whole.startswith(ended[0]), at)
                 at += 1 + at // 20  # each of the first ones, and then one in so many
             self.assertGreater(at, 100)
+
+    def test_types_are_asked_for_where_a_directory_tells_none(self):
+        with tempfile.TemporaryDirectory() as folder:
+            pathlib.Path(folder, "inner").mkdir()
+            pathlib.Path(folder, "file").touch()
+            pathlib.Path(folder, "link").symlink_to("file")
+            os.mkfifo(pathlib.Path(folder, "pipe"))
+            shown = subprocess.run([FAILING, LISTING, folder], capture_output=True, check=False)
+            self.assertEqual(shown.stdout, b"file\ninner/\nlink@\npipe\n")
 
 
 if __name__ == "__main__":

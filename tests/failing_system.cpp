@@ -1,13 +1,17 @@
-// An allocator that fails once: linked round marl's own objects in the place of malloc, realloc and
-// operator new, it gives null at the call that the environment's MARL_FAIL_AT tells, the first
-// being
-// 1. What the C library allocates for itself doesn't count.
+// What is linked round marl's own objects in the place of the system's.
+//
+// The allocator, malloc, realloc and operator new, fails once: it gives null at the call that the
+// environment's MARL_FAIL_AT tells, the first being 1. What the C library allocates for itself
+// doesn't count. Directories tell no types, as on a file system that keeps none there.
+#include <dirent.h>
+
 #include <cstdint>
 #include <cstdlib>
 #include <new>
 
 extern "C" void* __real_malloc(size_t size);
 extern "C" void* __real_realloc(void* block, size_t size);
+extern "C" dirent* __real_readdir(DIR* directory);
 
 namespace {
 
@@ -30,6 +34,12 @@ void* allocate(size_t size) {
 extern "C" void* __wrap_malloc(size_t size) { return fails_now() ? nullptr : __real_malloc(size); }
 extern "C" void* __wrap_realloc(void* block, size_t size) {
     return fails_now() ? nullptr : __real_realloc(block, size);
+}
+
+extern "C" dirent* __wrap_readdir(DIR* directory) {
+    dirent* entry = __real_readdir(directory);
+    if (entry) entry->d_type = DT_UNKNOWN;
+    return entry;
 }
 
 void* operator new(size_t size) { return allocate(size); }
