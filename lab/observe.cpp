@@ -1,5 +1,6 @@
 #include "lab/observe.h"
 
+#include <list>
 #include <nlohmann/json.hpp>
 #include <utility>
 
@@ -41,16 +42,22 @@ void take_apart(State& state) {
     state.symbol = &symbol_of_leaf(node);
 }
 
-/// The address of the arguments as programs read them, 64 bits an entry, NUL at the end of each.
-/// They live as long as the process: a program may hand them to whatever it starts.
+/// The arguments of a run as programs read them, 64 bits an entry, 0 at the end.
+struct Arguments {
+    std::vector<std::string> texts;
+    std::vector<uint64_t> array;
+};
+
+/// The address of the arguments. They live as long as the process: a program may hand them to
+/// whatever it starts.
 int64_t argument_array(const std::vector<std::string>& arguments) {
-    auto* copies = new std::vector<std::string>(arguments);
-    auto* array = new std::vector<uint64_t>;
-    for (std::string& argument : *copies) {
-        array->push_back(reinterpret_cast<uintptr_t>(argument.data()));
+    static std::list<Arguments> of_runs;
+    Arguments& kept = of_runs.emplace_back(Arguments{arguments, {}});
+    for (std::string& argument : kept.texts) {
+        kept.array.push_back(reinterpret_cast<uintptr_t>(argument.data()));
     }
-    array->push_back(0);
-    return static_cast<int64_t>(reinterpret_cast<uintptr_t>(array->data()));
+    kept.array.push_back(0);
+    return static_cast<int64_t>(reinterpret_cast<uintptr_t>(kept.array.data()));
 }
 
 class Observing {
