@@ -497,7 +497,8 @@ void Loop::run() {
                 break;
             case Op::name: {
                 Node* definition = in.symbol->definition;
-                if (!settled(definition)) {
+                // A constant that is being reduced is a cycle, which the machine finds.
+                if (!settled(definition) || is_leaf_of(definition, ')')) {
                     wait_here(in.a, index_behind());
                     focus_ = word_of(shared(node_of(unit_->constants[static_cast<size_t>(in.d)])));
                     return;
