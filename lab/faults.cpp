@@ -122,7 +122,7 @@ struct Finding {
             return "Nothing stands before the backslash or wings here; a name must.";
         }
         const std::string_view written = program.written(range);
-        const std::string split = split_sentence(written);
+        std::string split = split_sentence(written);
         if (std::all_of(written.begin(), written.end(), is_digit)) {
             return ticked(written) + " is a number; only a name can stand here.";
         }
@@ -231,7 +231,7 @@ struct Finding {
         if (name.range.begin > 0 && program.text[name.range.begin - 1] == '"') {
             return shown + " is not defined. Text stands in brackets, not in quotes: `[text]`.";
         }
-        const std::string split = split_sentence(run_around(program.text, name.range));
+        std::string split = split_sentence(run_around(program.text, name.range));
         if (!split.empty()) return shown + " is not defined. " + split;
         if (const Name* binder = binder_elsewhere(name)) {
             return shown + " is not defined here: this is outside of the " +

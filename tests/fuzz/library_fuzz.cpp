@@ -194,6 +194,7 @@ Value call(const Row& row, Source& source, const std::vector<Value>& pool) {
 
 std::vector<std::string> pictures(const std::vector<Value>& pool) {
     std::vector<std::string> texts;
+    texts.reserve(pool.size());
     for (const Value& each : pool) texts.emplace_back(print_value(each).view());
     return texts;
 }
