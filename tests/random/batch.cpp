@@ -117,14 +117,6 @@ Choices smaller(Choices choices, const IsAsBad& is_as_bad) {
 
 }  // namespace
 
-std::string printed_since() {
-    fflush(stdout);
-    std::string shown(static_cast<size_t>(lseek(STDOUT_FILENO, 0, SEEK_CUR)), '\0');
-    if (pread(STDOUT_FILENO, shown.data(), shown.size(), 0) < 0) abort();
-    lseek(STDOUT_FILENO, 0, SEEK_SET);
-    return shown;
-}
-
 std::string first_fault(const Generate& generate, const Judge& judge, unsigned count) {
     count = from_environment("MARL_RANDOM_COUNT", count);
     const unsigned seed = from_environment("MARL_RANDOM_SEED", 1);

@@ -15,12 +15,8 @@ namespace marl {
 using Choose = std::function<unsigned(unsigned)>;
 /// Turns choices into the text of a program.
 using Generate = std::function<std::string(const Choose&)>;
-/// What is wrong with a program; empty when nothing is. What it prints on standard output can be
-/// taken by `printed_since`.
+/// What is wrong with a program; empty when nothing is. Its standard output is a file of its own.
 using Judge = std::function<std::string(const std::string&)>;
-
-/// What has gone to standard output since the last question. Only in a judge.
-std::string printed_since();
 
 /// Runs MARL_RANDOM_COUNT programs, else `count`, from MARL_RANDOM_SEED on, else 1. Gives the first
 /// one that the judge finds fault with or that ends the process, made smaller, and what is wrong

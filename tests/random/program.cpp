@@ -12,7 +12,7 @@ namespace marl {
 
 namespace {
 
-enum Type { integer, truth, text, list, couple, array, function };
+enum Type { integer, truth, text, list, couple, function, array };
 constexpr unsigned type_count = 7;
 
 struct Variable {
@@ -30,7 +30,7 @@ struct Definition {
 
 class Generator {
   public:
-    Generator(const Choose& choose, bool load_todo) : choose_(choose), load_todo_(load_todo) {}
+    Generator(const Choose& choose, bool with_todo) : choose_(choose), with_todo_(with_todo) {}
 
     std::string program() {
         const unsigned count = 1 + choose_(6);
@@ -42,7 +42,7 @@ class Generator {
             entry += "x{puts(init(lisp(" + expression(any_type(), 5) + ")))}";
         }
         entry += "0";
-        if (chance(6)) redefine();
+        if (chance(6) && !(with_todo_ && loads_ > 0)) redefine();
         entry += ",\ntt\\x\\y{puts(init(lisp(x)))}x,\ntl\\l\\x\\y{puts(init(l))}x" + definitions_;
         return entry;
     }
@@ -53,7 +53,7 @@ class Generator {
     // What the choice 0 leads to is the simplest each time, so that a program can be made smaller
     // by making its choices 0.
     bool chance(unsigned one_in) { return choose_(one_in) == one_in - 1; }
-    Type any_type() { return static_cast<Type>(choose_(type_count)); }
+    Type any_type() { return static_cast<Type>(choose_(with_todo_ ? type_count - 1 : type_count)); }
 
     template <size_t n>
     std::string one_of(const std::array<std::string_view, n>& texts) {
@@ -97,6 +97,7 @@ class Generator {
     std::string expression(Type type, int depth) {
         cost_ += scale_;
         if (chance(60)) type = any_type();
+        if (with_todo_ && type == array) type = list;
         std::string found;
         if (choose_(10) == 0) return literal(type);
         if (depth > 0 && self_ && self_calls_ > 0 && self_->result == type && chance(3)) {
@@ -120,7 +121,7 @@ class Generator {
     std::string ex(int depth) { return expression(chance(3) ? any_type() : integer, depth); }
 
     std::string literal(Type type) {
-        static constexpr std::array<std::string_view, 22> integers = {"0",
+        static constexpr std::array<std::string_view, 26> integers = {"0",
                                                                       "1",
                                                                       "2",
                                                                       "3",
@@ -141,6 +142,10 @@ class Generator {
                                                                       "09223372036854775808",
                                                                       "99999999999999999999",
                                                                       "0012",
+                                                                      "00",
+                                                                      "004",
+                                                                      "0000",
+                                                                      "(real(2))",
                                                                       "(real[1.5])"};
         static constexpr std::array<std::string_view, 6> texts = {
             "[]", "[a]", "[abc]", "[a[bc]d]", "(init[abc])", "([ab][c])"};
@@ -163,7 +168,7 @@ class Generator {
         const auto e = [&] { return expression(type, depth); };
         const auto other = [&] { return expression(any_type(), depth); };
         const Scope scope{variables_};
-        switch (choose_(20)) {
+        switch (choose_(25)) {
             case 0: return "(" + expression(truth, depth) + ")(" + e() + ")(" + e() + ")";
             case 1: {
                 const std::string condition = expression(truth, depth);
@@ -213,7 +218,48 @@ class Generator {
             }
             case 15: return loaded(type, depth);
             case 16: return "(I(" + e() + "))";
+            case 17: {
+                const std::string pair = expression(couple, depth);
+                const char first = new_letter();
+                const char second = first == 'y' ? 'c' : static_cast<char>(first + 1);
+                bind(first, integer);
+                bind(second, integer);
+                return std::string("(") + first + " " + second + "{" + pair + "}" + e() + ")";
+            }
+            case 18: return arranged(type, depth);
+            case 19:
+            case 20: {
+                if (!with_todo_) return "tt(" + e() + ")";
+                const std::string value = "todo(tt," + other() + ")";
+                const std::string key = binder(couple);
+                return choose_(2) == 0 ? "((" + key + e() + ")(" + value + "))"
+                                       : "(" + value + "(" + key + binder(integer) + e() + "))";
+            }
             default: return call(type, depth);
+        }
+    }
+
+    /// By way of a combinator that only arranges what it gets.
+    std::string arranged(Type type, int depth) {
+        const auto e = [&] { return "(" + expression(type, depth) + ")"; };
+        const auto other = [&] { return "(" + expression(any_type(), depth) + ")"; };
+        const auto taking = [&](unsigned count) {
+            const Scope scope{variables_};
+            std::string keys;
+            for (; count > 0; --count) keys += binder(integer);
+            return "(" + keys + expression(type, depth) + ")";
+        };
+        switch (choose_(10)) {
+            case 0: return "(D" + taking(2) + other() + "(x\\x)" + other() + ")";
+            case 1: return "(E" + taking(3) + other() + "(x\\y\\x)" + other() + other() + ")";
+            case 2: return "(F" + other() + e() + "K)";
+            case 3: return "(N" + other() + e() + other() + ")";
+            case 4: return "(L(V" + other() + e() + ")" + e() + e() + ")";
+            case 5: return "(U" + e() + other() + other() + other() + "(x\\y\\x K))";
+            case 6: return "(X" + other() + e() + other() + "(K(K))K)";
+            case 7: return "(O(x\\J" + e() + ")" + taking(1) + ")";
+            case 8: return "(M(x\\y\\" + expression(type, depth) + ")" + other() + ")";
+            default: return "(Q(V" + other() + other() + ")" + e() + e() + ")";
         }
     }
 
@@ -300,6 +346,7 @@ class Generator {
             case 1: return "(" + p() + "|" + p() + ")";
             case 2: return "(!" + p() + ")";
             case 3: {
+                if (with_todo_) return "(!" + p() + ")";
                 const Type type = any_type();
                 return "raws(" + expression(type, depth) + "," + expression(type, depth) + ")";
             }
@@ -367,6 +414,7 @@ class Generator {
 
     std::string counter(int depth) {
         if (chance(2)) return std::to_string(choose_(6));
+        if (depth == 5 && chance(3)) return std::to_string(10 + choose_(90));
         return "(" + expression(integer, depth) + "%5)";
     }
 
@@ -424,22 +472,29 @@ class Generator {
         return shown + "))";
     }
 
-    /// A value that a text loaded in the run gives.
+    /// A value that a text loaded in the run gives. A text may call what another one defines. With
+    /// `todo` it does without the program's definitions, so that no constant is computed in it.
     std::string loaded(Type type, int depth) {
-        if (loads_ > 2) return literal(type);
+        if (loads_ > 3) return literal(type);
         ++loads_;
         if (chance(8)) return "(road[zz])";
         const Scope scope{variables_};
         variables_.clear();
         const Definition* const self = std::exchange(self_, nullptr);
+        std::vector<Definition> known;
+        if (with_todo_) std::swap(known, known_);
         const std::string name = "la" + std::string(1, static_cast<char>('a' + loads_));
         std::string inner = expression(type, depth);
         if (chance(2)) {
             const std::string parameter = binder(integer);
             inner = name + "(" + inner + ")," + name + "\\" + parameter + expression(type, depth);
-        } else if (load_todo_) {
-            inner = name + "(" + inner + ")," + name + "\\x\\K(x,todo(puts,init(lisp(x))))";
+        } else if (chance(4)) {
+            inner =
+                "la" + std::string(1, static_cast<char>('a' + choose_(loads_))) + "(" + inner + ")";
+        } else if (chance(8)) {
+            inner += "," + name + "\\x\\" + expression(type, 1) + ",lb\\(tl\\tl)(tl)";
         }
+        if (with_todo_) std::swap(known, known_);
         self_ = self;
         const char* const loader = chance(2) ? "load" : "road";
         return std::string("(") + loader + "[" + inner + "])";
@@ -468,7 +523,7 @@ class Generator {
     }
 
     std::string constant(const Definition& made) {
-        if (chance(20)) return "\\" + made.name + "+1";
+        if (chance(20)) return "\\" + made.name + "c+1,\n" + made.name + "c\\I(" + made.name + ")";
         return (chance(4) ? "()\\" : "\\") + expression(made.result, 4);
     }
 
@@ -593,7 +648,7 @@ class Generator {
     static constexpr double most_cost = 3000;
 
     const Choose& choose_;
-    bool load_todo_;
+    bool with_todo_;
     std::vector<Definition> known_;
     std::string definitions_;
     std::vector<Variable> variables_;
@@ -608,8 +663,8 @@ class Generator {
 
 }  // namespace
 
-std::string random_program(const Choose& choose, bool load_todo) {
-    return Generator(choose, load_todo).program();
+std::string random_program(const Choose& choose, bool with_todo) {
+    return Generator(choose, with_todo).program();
 }
 
 }  // namespace marl

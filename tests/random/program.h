@@ -8,12 +8,12 @@
 namespace marl {
 
 /// The text of a program that ends: definitions of all shapes and an entry that prints what it
-/// makes of them. It uses `puts`, `load` and `road` for effects. `load_todo`: texts that it loads
-/// name `todo`, while its own text does not.
-std::string random_program(const Choose& choose, bool load_todo = false);
+/// makes of them. It uses `puts`, `load` and `road` for effects. `with_todo`: it makes `todo`
+/// Values, too, and does without arrays and `raws`.
+std::string random_program(const Choose& choose, bool with_todo = false);
 
-/// The text of a program of `todo` Values, calls, lambdas, lets and combinators, redefined ones
-/// too. Nothing keeps it from running for ever.
-std::string random_todo_program(const Choose& choose);
+/// The text of a program of calls, lambdas, lets and combinators, redefined ones too, in every
+/// second one together with `todo` Values. Nothing keeps it from running for ever.
+std::string random_term_program(const Choose& choose);
 
 }  // namespace marl

@@ -1,5 +1,6 @@
 #include "random/rules.h"
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <unordered_map>
@@ -22,6 +23,8 @@ struct Term {
     Ref left, right;   // of a Pair
     int rank = 0;
     bool pending = false;
+    bool zits = false;
+    int depth = 0;
     uint32_t free = 0;
     ~Term();
 };
@@ -31,17 +34,20 @@ std::vector<Ref> interned;
 int steps = 0;
 bool acting = false;
 
-constexpr int most_steps = 2000;
+constexpr int most_steps = 5000;
 constexpr int most_parts = 2000;  // of a term that is written out
+constexpr int most_depth = 3000;  // walks recurse
 
 Ref reduce_term(Ref e);
 
+bool is_head(const Ref& t) { return !t->left || t->zits; }
 char kind(const Ref& t) { return t->left ? '\0' : t->text[0]; }
 bool settled(const Ref& t) { return !t->pending && t->rank >= 1; }
 
 Ref leaf_term(const std::string& text) {
     Ref t = std::make_shared<Term>();
     t->text = text;
+    t->zits = text[0] == '[';
     const Symbol* symbol = find_symbol(text);
     if (text[0] == ')') {
         t->rank = 1;
@@ -62,6 +68,13 @@ Ref pair_term(const Ref& l, const Ref& r) {
     Ref t = std::make_shared<Term>();
     t->left = l;
     t->right = r;
+    t->depth = std::max(l->depth, r->depth) + 1;
+    if (t->depth > most_depth) steps = most_steps;
+    t->zits = l->zits && r->zits;
+    if (t->zits) {
+        t->rank = 1;
+        return t;
+    }
     t->rank = l->rank == 11 ? 11 : l->rank - 1;
     if (l->left && kind(l->left) == '\\') {
         t->free = r->free & ~l->free;
@@ -106,9 +119,25 @@ Ref term_of(Node* node, std::unordered_map<Node*, Ref>& made) {
     return term;
 }
 
-Ref copied_term(const Value& value) {
+Ref copied_term(Node* value) {
     std::unordered_map<Node*, Ref> made;
     return term_of(value, made);
+}
+
+/// The term of what a built-in gives. The program holds the parts that a loaded text has settled.
+Ref result_term(const Value& result) {
+    std::unordered_map<Node*, Ref> made;
+    Ref term = term_of(result, made);
+    std::unordered_map<Node*, uint32_t> holders{{result, 1}};
+    for (const auto& [node, part] : made) {
+        if (!part->left) continue;
+        ++holders[left(node)];
+        ++holders[right(node)];
+    }
+    for (const auto& [node, part] : made) {
+        if (count_of(node) > holders[node]) interned.push_back(part);
+    }
+    return term;
 }
 
 /// The parts of a term, up to one more than the most.
@@ -117,8 +146,17 @@ int size_of(const Ref& t, int so_far = 0) {
     return size_of(t->right, size_of(t->left, so_far + 1));
 }
 
+/// A Value in which each term is one node.
+Value value_of(const Ref& t, std::unordered_map<Term*, Value>& made) {
+    Value& value = made[t.get()];
+    if (value) return value;
+    const Value whole = t->left ? pair(value_of(t->left, made), value_of(t->right, made))
+                                : leaf(std::string_view(t->text));
+    return made[t.get()] = whole;
+}
 Value value_of(const Ref& t) {
-    return t->left ? pair(value_of(t->left), value_of(t->right)) : leaf(std::string_view(t->text));
+    std::unordered_map<Term*, Value> made;
+    return value_of(t, made);
 }
 
 // The rules.
@@ -147,21 +185,42 @@ Ref call_builtin(const Row& row, const Ref& app, const std::vector<Ref>& argumen
         return leaf_term(arguments[0] == arguments[1] ? "K" : "H");
     }
     const TodoArming unarmed(false);
+    std::unordered_map<Term*, Value> made;
     std::vector<Value> values;
     for (const Ref& argument : arguments) {
         if (size_of(argument) > most_parts) steps = most_steps;
-        values.push_back(steps < most_steps ? value_of(argument) : leaf("Z"));
+        values.push_back(steps < most_steps ? value_of(argument, made) : leaf("Z"));
     }
-    return copied_term(row.function(values.data()));
+    made.clear();
+    Value result;
+    {
+        const std::string name = row.name;
+        const TodoArming armed(name == "load" || name == "road");
+        result = row.function(values.data());
+    }
+    return result_term(result);
 }
 
 Ref frame(const Ref& context, const Ref& f) {
     return pair_term(pair_term(leaf_term("B"), context), f);
 }
 
+bool is_data(const Ref& head) {
+    return head->zits || std::string_view("0123456789( ").find(head->text[0]) < 12;
+}
+
+/// A text and a real hand the argument on.
+Ref unfold(const Ref& head, const Ref& argument) {
+    const bool one_level = kind(argument) == 'G';
+    const Ref shown = copied_term(unfold_data(value_of(head), leaf(one_level ? "G" : "Z")));
+    if (kind(head) == ' ') return pair_term(shown->left, argument);
+    if (!head->zits || kind(shown->left->left) == 'V') return shown;
+    return pair_term(pair_term(argument, shown->left->right), shown->right);
+}
+
 Ref fire_constant(const Ref& context, const std::string& name, const Ref& definition) {
     if (kind(definition) == ')') return pair_term(leaf_term("I"), leaf_term(")" + name));
-    if (settled(definition)) return pair_term(context, definition);
+    if (settled(definition) || find_symbol(name)->unmemoised) return pair_term(context, definition);
     known[name] = leaf_term(")");
     return pair_term(context, pair_term(leaf_term(")" + name), definition));
 }
@@ -171,8 +230,9 @@ Ref fire(const Ref& state) {
     const Ref focus = state->right;
     std::vector<Ref> arguments;
     Ref head = focus;
-    for (; head->left; head = head->left) arguments.insert(arguments.begin(), head->right);
+    for (; !is_head(head); head = head->left) arguments.insert(arguments.begin(), head->right);
     const std::string name = head->text;
+    if (is_data(head)) return pair_term(context, unfold(head, arguments[0]));
     const Symbol* symbol = find_symbol(name);
     if (symbol && symbol->builtin) {
         const Ref r = call_builtin(*symbol->builtin, focus, arguments);
@@ -189,10 +249,6 @@ Ref fire(const Ref& state) {
     if (name == "\\") {
         return pair_term(context, substitute(arguments[1], arguments[2], kind(arguments[0])));
     }
-    if (name[0] >= '0' && name[0] <= '9') {
-        return pair_term(context,
-                         copied_term(unfold_data(leaf(std::string_view(name)), leaf("Z"))));
-    }
     if (name[0] == ')') {
         Ref v = arguments[0];
         if (is_lambda(v)) v = pair_term(pair_term(leaf_term("B"), leaf_term("I")), v);
@@ -200,7 +256,9 @@ Ref fire(const Ref& state) {
         return pair_term(context, v);
     }
     if (name[0] == ']') return pair_term(leaf_term("I"), leaf_term("]" + arguments[0]->text));
-    Ref body = known.at(name);
+    Ref& definition = known[name];
+    if (!definition) definition = copied_term(find_definition(name));
+    Ref body = definition;
     std::string letters;
     for (; is_lambda(body); body = body->right) letters += kind(body->left->right);
     if (letters.empty()) return fire_constant(context, name, body);
@@ -211,8 +269,9 @@ Ref fire(const Ref& state) {
 }
 
 bool is_lazy(Ref head) {
-    while (head->left) head = head->left;
-    return std::string_view("&|ABCDEFHIJKLNQRTUVXZ").find(head->text[0]) != std::string_view::npos;
+    while (!is_head(head)) head = head->left;
+    return !head->left &&
+           std::string_view("&|ABCDEFHIJKLNQRTUVXZ").find(head->text[0]) != std::string_view::npos;
 }
 
 Ref step(const Ref& state) {

@@ -1,0 +1,96 @@
+// All of it in one process: a run forgets the definitions of the one before.
+#include "random/differences.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "driver/report.h"
+#include "driver/shutdown.h"
+#include "front/check.h"
+#include "front/definitions.h"
+#include "front/prelude.h"
+#include "random/rules.h"
+#include "reduce/exactness.h"
+#include "reduce/machine.h"
+#include "reduce/tables.h"
+#include "value/todo.h"
+
+namespace marl {
+
+namespace {
+
+#ifdef MARL_STEP_LIMIT
+void allow_steps() { steps_left = step_limit; }
+bool ran_out_of_steps() { return steps_left <= 0; }
+#else
+void allow_steps() {}
+bool ran_out_of_steps() { return false; }
+#endif
+
+/// What has gone to standard output since the last question.
+std::string printed_since() {
+    fflush(stdout);
+    std::string shown(static_cast<size_t>(lseek(STDOUT_FILENO, 0, SEEK_CUR)), '\0');
+    if (pread(STDOUT_FILENO, shown.data(), shown.size(), 0) < 0) abort();
+    lseek(STDOUT_FILENO, 0, SEEK_SET);
+    return shown;
+}
+
+/// Fills the tables with a program and checks it.
+Report set_up(const std::string& source, bool plain) {
+    allow_steps();
+    build_prelude();
+    Report report = parse_program(String(std::string_view(source)));
+    exactness_due |= plain;
+    return passed(report) ? check_program() : report;
+}
+
+/// What the entry expression prints and comes to.
+std::string printed_result() {
+    std::string result;
+    {
+        const Value value = reduce(pair(Value::share(find_definition("")), leaf("0")));
+        result = print_value(value).view();
+    }
+    return printed_since() + "= " + result + "\n";
+}
+
+/// All that a program does; empty when it takes too many steps.
+std::string behaviour(const std::string& source, bool plain) {
+    const Report report = set_up(source, plain);
+    std::string shown = passed(report) ? printed_result() : std::string(report.say.view()) + "\n";
+    shutdown();
+    shown += printed_since();
+    return ran_out_of_steps() ? "" : shown;
+}
+
+}  // namespace
+
+std::string machines_difference(const std::string& source) {
+    const std::string plain = behaviour(source, true);
+    if (plain.empty()) return "";
+    const std::string fast = behaviour(source, false);
+    if (fast.empty() || plain == fast) return "";
+    return "plain:\n" + plain + "fast:\n" + fast;
+}
+
+std::string rules_difference(const std::string& source) {
+    if (!passed(set_up(source, false))) return "";
+    const bool names_todo = exactness_due;
+    const std::string result = result_by_the_rules();
+    const std::string rules = printed_since() + "= " + result + "\n";
+    if (result.empty() || ran_out_of_steps()) return "";
+    for (const bool plain : {true, false}) {
+        if (names_todo && !plain) break;
+        set_up(source, plain);
+        const TodoArming armed(true);
+        const std::string shown = printed_result();
+        if (ran_out_of_steps() || shown == rules) continue;
+        return "rules:\n" + rules + (plain ? "plain:\n" : "fast:\n") + shown;
+    }
+    return "";
+}
+
+}  // namespace marl
