@@ -31,6 +31,7 @@ struct Term {
 
 std::map<std::string, Ref> known;
 std::vector<Ref> interned;
+Ref the_todo;  // the program holds its name once, and loaded texts have it, too
 int steps = 0;
 bool acting = false;
 
@@ -113,6 +114,7 @@ Ref term_of(Node* node, std::unordered_map<Node*, Ref>& made) {
     if (!term) {
         Ref t = is_leaf(node) ? leaf_term(std::string(leaf_bytes(node)))
                               : pair_term(term_of(left(node), made), term_of(right(node), made));
+        if (t->text == "todo") t = the_todo = the_todo ? the_todo : t;
         made[node] = t;
         return t;
     }
@@ -342,6 +344,7 @@ std::string result_by_the_rules() {
     acting = false;
     known.clear();
     interned.clear();
+    the_todo.reset();
     return steps > most_steps ? "" : printed;
 }
 
