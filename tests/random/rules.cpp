@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <memory>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -30,8 +31,7 @@ struct Term {
 };
 
 std::map<std::string, Ref> known;
-std::vector<Ref> interned;
-Ref the_todo;  // the program holds its name once, and loaded texts have it, too
+std::unordered_map<Node*, Ref> interned;  // what the program and loaded texts hold, each part once
 int steps = 0;
 bool acting = false;
 
@@ -110,15 +110,11 @@ Term::~Term() {
 // Terms and Values.
 
 Ref term_of(Node* node, std::unordered_map<Node*, Ref>& made) {
-    Ref& term = made[node];
-    if (!term) {
-        Ref t = is_leaf(node) ? leaf_term(std::string(leaf_bytes(node)))
-                              : pair_term(term_of(left(node), made), term_of(right(node), made));
-        if (t->text == "todo") t = the_todo = the_todo ? the_todo : t;
-        made[node] = t;
-        return t;
-    }
-    return term;
+    if (const auto held = interned.find(node); held != interned.end()) return held->second;
+    if (const auto found = made.find(node); found != made.end()) return found->second;
+    const Ref t = is_leaf(node) ? leaf_term(std::string(leaf_bytes(node)))
+                                : pair_term(term_of(left(node), made), term_of(right(node), made));
+    return made[node] = t;
 }
 
 Ref copied_term(Node* value) {
@@ -126,8 +122,8 @@ Ref copied_term(Node* value) {
     return term_of(value, made);
 }
 
-/// The term of what a built-in gives. The program holds the parts that a loaded text has settled.
-Ref result_term(const Value& result) {
+/// The term of what a loaded text gives. The program holds the parts that are settled in it.
+Ref loaded_term(const Value& result) {
     std::unordered_map<Node*, Ref> made;
     Ref term = term_of(result, made);
     std::unordered_map<Node*, uint32_t> holders{{result, 1}};
@@ -137,7 +133,7 @@ Ref result_term(const Value& result) {
         ++holders[right(node)];
     }
     for (const auto& [node, part] : made) {
-        if (count_of(node) > holders[node]) interned.push_back(part);
+        if (count_of(node) > holders[node]) interned[node] = part;
     }
     return term;
 }
@@ -178,14 +174,13 @@ Ref substitute(const Ref& e, const Ref& argument, char c) {
 }
 
 Ref call_builtin(const Row& row, const Ref& app, const std::vector<Ref>& arguments) {
-    if (app->left && row.name == std::string("todo")) {
+    const std::string_view name = row.name;
+    if (app->left && name == "todo") {
         const Ref head = app->left->left->left;
         if (arguments[2] == head) return app->left;
         return pair_term(pair_term(arguments[2], arguments[0]), arguments[1]);
     }
-    if (row.name == std::string("raws")) {
-        return leaf_term(arguments[0] == arguments[1] ? "K" : "H");
-    }
+    if (name == "raws") return leaf_term(arguments[0] == arguments[1] ? "K" : "H");
     const TodoArming unarmed(false);
     std::unordered_map<Term*, Value> made;
     std::vector<Value> values;
@@ -194,13 +189,13 @@ Ref call_builtin(const Row& row, const Ref& app, const std::vector<Ref>& argumen
         values.push_back(steps < most_steps ? value_of(argument, made) : leaf("Z"));
     }
     made.clear();
+    const bool loads = name == "load" || name == "road";
     Value result;
     {
-        const std::string name = row.name;
-        const TodoArming armed(name == "load" || name == "road");
+        const TodoArming armed(loads);
         result = row.function(values.data());
     }
-    return result_term(result);
+    return loads ? loaded_term(result) : copied_term(result);
 }
 
 Ref frame(const Ref& context, const Ref& f) {
@@ -332,7 +327,7 @@ std::string result_by_the_rules() {
         }
         // The check holds every settled part of the program.
         for (const auto& [node, term] : made) {
-            if (settled(term)) interned.push_back(term);
+            if (settled(term)) interned[node] = term;
         }
     }
     acting = true;
@@ -344,7 +339,6 @@ std::string result_by_the_rules() {
     acting = false;
     known.clear();
     interned.clear();
-    the_todo.reset();
     return steps > most_steps ? "" : printed;
 }
 
