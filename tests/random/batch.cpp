@@ -133,11 +133,11 @@ std::string first_fault(const Generate& generate, const Judge& judge, unsigned c
         }
         const unsigned found = seed + finding().number;
         const Choices least = smaller(choices_of(found, generate), [&](const Choices& tried) {
-            const std::string source = program_of(tried, generate);
+            std::string source = program_of(tried, generate);
             return run_batch(
                        0, 1, [&](unsigned) { return source; }, judge) == outcome;
         });
-        const std::string source = program_of(least, generate);
+        std::string source = program_of(least, generate);
         run_batch(
             0, 1, [&](unsigned) { return source; }, judge);
         return "seed " + std::to_string(found) +

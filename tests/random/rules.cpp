@@ -209,7 +209,7 @@ bool is_data(const Ref& head) {
 /// A text and a real hand the argument on.
 Ref unfold(const Ref& head, const Ref& argument) {
     const bool one_level = kind(argument) == 'G';
-    const Ref shown = copied_term(unfold_data(value_of(head), leaf(one_level ? "G" : "Z")));
+    Ref shown = copied_term(unfold_data(value_of(head), leaf(one_level ? "G" : "Z")));
     if (kind(head) == ' ') return pair_term(shown->left, argument);
     if (!head->zits || kind(shown->left->left) == 'V') return shown;
     return pair_term(pair_term(argument, shown->left->right), shown->right);

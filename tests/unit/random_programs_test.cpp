@@ -9,17 +9,17 @@
 namespace marl {
 namespace {
 
-TEST(RandomPrograms, DoTheSameOnBothMachines) {
+TEST(RandomPrograms, do_the_same_on_both_machines) {
     const auto generate = [](const Choose& choose) { return random_program(choose); };
     EXPECT_EQ(first_fault(generate, machines_difference, 800), "");
 }
 
-TEST(RandomPrograms, DoWhatTheRulesSay) {
+TEST(RandomPrograms, do_what_the_rules_say) {
     const auto generate = [](const Choose& choose) { return random_program(choose, true); };
     EXPECT_EQ(first_fault(generate, rules_difference, 400), "");
 }
 
-TEST(RandomPrograms, ReduceTermsAsTheRulesDo) {
+TEST(RandomPrograms, reduce_terms_as_the_rules_do) {
     EXPECT_EQ(first_fault(random_term_program, rules_difference, 1000), "");
 }
 
