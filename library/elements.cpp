@@ -175,6 +175,35 @@ Value trim_cray(Node* x, int64_t first, int64_t last) {
     return slice ? cray_slice(x, slice->first, slice->last) : leaf_Z();
 }
 
+// On Words.
+
+/// The Leaf that a Word is; null when it is none.
+Node* leaf_argument(Word word) {
+    return is_node(word) && is_leaf(node_of(word)) ? node_of(word) : nullptr;
+}
+
+/// Makes n the result. Consumes the aggregate.
+bool give_short(int64_t n, Node* x, Word& result) {
+    release(x);
+    result = word_of_short(n);
+    return true;
+}
+
+bool byte_at(std::string_view bytes, int64_t i, int64_t& n) {
+    const int64_t at = from_end(i, size_of(bytes));
+    if (at < 0 || at >= size_of(bytes)) return false;
+    n = static_cast<uint8_t>(bytes[at]);
+    return true;
+}
+
+/// A short number in a cray. Nobody must be able to see that it is no longer the node there.
+bool number_at(Node* cray, int64_t i, int64_t& n) {
+    const int64_t at = from_end(i, cray_length(cray));
+    if (identity_matters || at < 0 || at >= cray_length(cray)) return false;
+    const Node* element = cray_slot(cray, at);
+    return element && short_hint(element, n);
+}
+
 /// Writes bytes to an address that the program answers for.
 Value write_bytes(Node* address, std::string_view bytes) {
     if (!bytes.empty())
@@ -211,6 +240,47 @@ Value cork(Value* arguments) {
         case 'o': return cork_number(x, i, arguments[2]);
         case 'r': return cork_real(x, i, arguments[2]);
         default: return leaf_Z();
+    }
+}
+
+bool look_on_words(Word* arguments, Word& result) {
+    Node* x = leaf_argument(arguments[0]);
+    if (!x || !is_short(arguments[1])) return false;
+    const int64_t i = short_of(arguments[1]);
+    int64_t n;
+    switch (kind_of(x)) {
+        case 'a': return byte_at(post_payload(x), i, n) && give_short(n, x, result);
+        case 'u': return byte_at(zits_body(x), i, n) && give_short(n, x, result);
+        case 'c': return number_at(x, i, n) && give_short(n, x, result);
+        default: return false;
+    }
+}
+
+bool cork_on_words(Word* arguments, Word& result) {
+    Node* x = leaf_argument(arguments[0]);
+    if (!x || count_of(x) != 1 || !is_short(arguments[1]) || !is_short(arguments[2])) return false;
+    const char kind = kind_of(x);
+    if (kind != 'a' && kind != 'c') return false;
+    const int64_t n = kind == 'a' ? post_length(x) : cray_length(x);
+    const int64_t at = from_end(short_of(arguments[1]), n);
+    if (at < 0 || at >= n) return false;
+    result = arguments[0];
+    if (kind == 'a') {
+        post_data(x)[at] = static_cast<char>(short_of(arguments[2]));
+    } else {
+        cray_store(x, at, Value::adopt(force(arguments[2])));
+    }
+    return true;
+}
+
+bool count_on_words(Word* arguments, Word& result) {
+    Node* x = leaf_argument(arguments[0]);
+    if (!x) return false;
+    switch (kind_of(x)) {
+        case 'a': return give_short(post_length(x), x, result);
+        case 'c': return give_short(cray_length(x), x, result);
+        case 'u': return give_short(zits_size(x) - 2, x, result);
+        default: return false;
     }
 }
 

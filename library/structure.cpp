@@ -149,11 +149,11 @@ Value assert_builtin(Value* arguments) {
 }
 
 constexpr Row rows[] = {
-    {"look", 2, look},
-    {"cork", 3, cork},
+    {"look", 2, look, look_on_words},
+    {"cork", 3, cork, cork_on_words},
     {"trim", 3, trim},
     {"copy", 2, copy_bytes},
-    {"rank", 1, count_elements},
+    {"rank", 1, count_elements, count_on_words},
     {"init", 1, init},
     {"post", 2, read_memory},
     {"cray", 0, empty_cray},

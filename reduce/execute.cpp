@@ -196,7 +196,7 @@ class Loop {
     bool finish(const Instruction& in, bool last, Word value);
     void begin_call(const Instruction& in, bool last, const Word* words, int count);
 
-    /// Calls a row; false when its result is no value, and then it is the focus.
+    /// Calls a row; false when the focus is due.
     bool call_row(const Instruction& in, const Row& row, Word* arguments, bool ends, bool waits);
     bool call_row(const Instruction& in, bool ends, bool waits) {
         Word arguments[most_parameters];
@@ -240,6 +240,11 @@ void Loop::choose(const Instruction& in, bool two) {
 bool Loop::call_row(const Instruction& in, const Row& row, Word* arguments, bool ends, bool waits) {
     const int64_t next = index_behind();
     if (ends) registers.top = frame_;
+    Word value;
+    if (!waits && row.on_words && row.on_words(arguments, value)) {
+        if (!ends) frame_ = registers.top - unit_->frame;
+        return finish(in, ends, value);
+    }
     Value result = call_builtin(row, arguments);
     if (!ends) frame_ = registers.top - unit_->frame;
     if (!ends && !waits) {
@@ -449,7 +454,9 @@ void Loop::run() {
             case Op::builtin:
                 if (!call_row(in, false, false)) return;
                 break;
-            case Op::builtin_last: call_row(in, true, false); return;
+            case Op::builtin_last:
+                if (!call_row(in, true, false)) return;
+                break;
             case Op::builtin_held: call_row(in, false, true); return;
 
             case Op::call: {

@@ -16,6 +16,7 @@
 
 #include "text/string.h"
 #include "value/value.h"
+#include "value/word.h"
 
 namespace marl {
 
@@ -24,10 +25,16 @@ namespace marl {
 /// count of 1 is held by nobody else. Gives the result, which may be any closed expression.
 using BuiltinFunction = Value (*)(Value* arguments);
 
+/// The same for the arguments and the result that nearly every call has, numbers without nodes.
+/// Consumes the arguments and gives a settled result; false, and all is as it was, when the
+/// BuiltinFunction is due.
+using WordFunction = bool (*)(Word* arguments, Word& result);
+
 struct Row {
     const char* name;
     uint8_t arity;
     BuiltinFunction function;
+    WordFunction on_words = nullptr;
 };
 
 struct Unit;  // reduce/code.h

@@ -192,6 +192,18 @@ Value call(const Row& row, Source& source, const std::vector<Value>& pool) {
     return result;
 }
 
+constexpr int most_parts = 2000;
+
+/// The parts that a value is written with, shared ones as often as they stand there, up to one more
+/// than the most.
+int parts_of(Node* x, int so_far = 0) {
+    if (!x || ++so_far > most_parts) return so_far;
+    if (!is_leaf(x)) return parts_of(right(x), parts_of(left(x), so_far));
+    if (kind_of(x) != 'c') return so_far;
+    for (int64_t i = 0; i < cray_length(x); ++i) so_far = parts_of(cray_slot(x, i), so_far);
+    return so_far;
+}
+
 std::vector<std::string> pictures(const std::vector<Value>& pool) {
     std::vector<std::string> texts;
     texts.reserve(pool.size());
@@ -223,7 +235,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         const auto before = pictures(pool);
         Value result = call(row, source, pool);
         if (pictures(pool) != before) abort();
-        if (!settled(result)) continue;
+        if (!settled(result) || parts_of(result) > most_parts) continue;
         if (pool.size() == most_held) pool.erase(pool.begin());
         pool.push_back(std::move(result));
     }
