@@ -59,6 +59,7 @@ enum class Op : uint8_t {
     apply_two,  // take or share b and look at it; go on as `choices[d]` tells
     apply_one,
 
+    // What is called leaves a `Waiting` of kind c, and what comes next in the code gets its value.
     builtin,       // a = what the row gives for `sources`
     builtin_last,  // the frame ends, and that is the focus
     builtin_held,  // that is the focus, and the frame stays
@@ -117,6 +118,10 @@ constexpr int take_c = 2;
 
 /// Where to go on when a choice's head is of a known shape; -1 where the code has no way for it and
 /// takes that of `other`, with the head in `head`. A cell's or pair's parts go to x and y.
+///
+/// While the head is computed, the operands may have to be held back after all: `count` of sources,
+/// the last one first, from sources[first] on. Then the value comes to register `to`, and the code
+/// goes on at `after`; -1 when the frame ends with the choice.
 struct Choice {
     int32_t k = -1;
     int32_t h = -1;
@@ -124,6 +129,10 @@ struct Choice {
     int32_t other = -1;
     uint8_t x = 0;
     uint8_t y = 0;
+    uint8_t to = 0;
+    uint8_t count = 0;
+    uint32_t first = 0;
+    int32_t after = -1;
 };
 
 /// What is live in the frame while something else runs, by the place where the code goes on.

@@ -22,6 +22,7 @@
 #include "reduce/code.h"
 #include "reduce/lazy.h"
 #include "reduce/operators.h"
+#include "reduce/stack.h"
 #include "reduce/tables.h"
 #include "value/short_hint.h"
 
@@ -275,6 +276,8 @@ class Compiler {
     bool arrange(Symbol& symbol, const Operands& operands, Target target, RegisterSet live);
     void partial(Node* name, bool lazy, const Operands& operands, Target target, RegisterSet live);
     void call(Symbol& symbol, const Operands& operands, Target target, RegisterSet live);
+    Instruction& emit_call(Op op, Symbol& symbol, int reg, RegisterSet live,
+                           const std::vector<Source>& sources);
     void operation(Op op, const Operands& operands, Target target, RegisterSet live);
     void compare(Op op, const Operands& operands, Target target, RegisterSet live);
     Instruction& operate(Op op, const Operands& operands, RegisterSet live);
@@ -282,7 +285,9 @@ class Compiler {
     void hold(const Operands& operands, size_t from, RegisterSet live);
     void general(const Source& head, const Operands& operands, Target target, RegisterSet live);
     void apply(int reg, const Operands& operands, Target target, RegisterSet live);
-    void choose(int reg, const Operands& operands, Target target, RegisterSet live);
+    size_t choose(int reg, const Operands& operands, Target target, RegisterSet live);
+    void call_and_choose(Symbol& symbol, const Operands& own, const Operands& rest, Target target,
+                         RegisterSet live);
 
     /// One way of a choice: what the other ways hold is dropped, then the operand is compiled.
     template <class Compile>
@@ -450,6 +455,7 @@ void Compiler::apply(int reg, const Operands& operands, Target target, RegisterS
     Instruction& made = emit(target.last ? Op::apply_last : Op::apply);
     made.a = static_cast<uint8_t>(target.reg);
     made.b = kept_registers(live);
+    made.c = static_cast<uint8_t>(Waiting::resume);
     attach(made, sources);
     int32_t end = -1;
     if (!target.last) {
@@ -619,11 +625,54 @@ void Compiler::partial(Node* name, bool lazy, const Operands& operands, Target t
     general(plain, operands, target, live);
 }
 
+Instruction& Compiler::emit_call(Op op, Symbol& symbol, int reg, RegisterSet live,
+                                 const std::vector<Source>& sources) {
+    Instruction& made = emit(op);
+    made.a = static_cast<uint8_t>(reg);
+    made.b = kept_registers(live);
+    made.c = static_cast<uint8_t>(Waiting::resume);
+    if (symbol.builtin) {
+        made.row = symbol.builtin;
+    } else {
+        made.symbol = &symbol;
+    }
+    attach(made, sources);
+    return made;
+}
+
+/// What a call gives is applied to one or two operands more. They wait in the frame: what it gives
+/// is nearly always a value that takes one of them or both apart here.
+void Compiler::call_and_choose(Symbol& symbol, const Operands& own, const Operands& rest,
+                               Target target, RegisterSet live) {
+    const RegisterSet held = live | registers_of(rest);
+    const int kept = next_;
+    const std::vector<Source> sources = values_of(own, held);
+    next_ = kept;
+    const uint8_t reg = new_register();
+    const Op op = symbol.builtin ? Op::builtin : Op::call;
+    emit_call(op, symbol, reg, held, sources).c = static_cast<uint8_t>(Waiting::choice);
+    site(here(), held);
+    const size_t index = choose(reg, rest, target, live);
+    std::vector<Source> operands;
+    for (size_t i = rest.size(); i-- > 0;) {
+        operands.push_back(as_it_is(rest[i], live | (i > 0 ? registers_of(rest[0]) : 0)));
+    }
+    Choice& choice = unit_.choices[index];
+    choice.first = static_cast<uint32_t>(unit_.sources.size());
+    choice.count = static_cast<uint8_t>(operands.size());
+    unit_.sources.insert(unit_.sources.end(), operands.begin(), operands.end());
+    next_ = kept;
+}
+
 /// A built-in or a strict definition with all its operands, and perhaps more.
 void Compiler::call(Symbol& symbol, const Operands& operands, Target target, RegisterSet live) {
     const auto arity =
         static_cast<size_t>(symbol.builtin ? symbol.builtin->arity : symbol.parameters);
     const Operands own(operands.begin(), operands.begin() + static_cast<ptrdiff_t>(arity));
+    if (operands.size() == arity + 1 || operands.size() == arity + 2) {
+        const Operands rest(operands.begin() + static_cast<ptrdiff_t>(arity), operands.end());
+        return call_and_choose(symbol, own, rest, target, live);
+    }
     const bool more = operands.size() > arity;
     const bool waits = more && !target.last;
     const int32_t wait = here();
@@ -639,15 +688,7 @@ void Compiler::call(Symbol& symbol, const Operands& operands, Target target, Reg
     Op op = symbol.builtin ? Op::builtin : Op::call;
     if (waits) op = symbol.builtin ? Op::builtin_held : Op::call_held;
     if (target.last) op = symbol.builtin ? Op::builtin_last : Op::call_last;
-    Instruction& made = emit(op);
-    made.a = static_cast<uint8_t>(target.reg);
-    made.b = kept_registers(live);
-    if (symbol.builtin) {
-        made.row = symbol.builtin;
-    } else {
-        made.symbol = &symbol;
-    }
-    attach(made, sources);
+    emit_call(op, symbol, target.reg, live, sources);
     if (waits) {
         --waiting_;
         unit_.code[static_cast<size_t>(wait)].d = here();
@@ -719,8 +760,8 @@ void Compiler::compare(Op op, const Operands& operands, Target target, RegisterS
     next_ = kept;
 }
 
-/// A variable in front of one or two operands.
-void Compiler::choose(int reg, const Operands& operands, Target target, RegisterSet live) {
+/// A settled register in front of one or two operands. Gives the index of the Choice.
+size_t Compiler::choose(int reg, const Operands& operands, Target target, RegisterSet live) {
     const bool two = operands.size() == 2;
     const Operand& chosen = operands.back();  // what a cell or a pair goes to
     const RegisterSet all = registers_of(operands) | live;
@@ -758,10 +799,15 @@ void Compiler::choose(int reg, const Operands& operands, Target target, Register
         });
     }
     choice.other = way(all, all, target, ends, [&] { apply(odd, operands, target, live); });
+    if (!target.last) {
+        choice.to = static_cast<uint8_t>(target.reg);
+        choice.after = ends.back();
+    }
     unit_.code[place].d = static_cast<int32_t>(unit_.choices.size());
     unit_.choices.push_back(choice);
     join(ends);
     next_ = kept;
+    return unit_.choices.size() - 1;
 }
 
 /// The row of lambdas at the top of a part: their variables come behind the captured ones.

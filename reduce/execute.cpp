@@ -5,6 +5,8 @@
 // machine, its own continuation being in the context.
 #include "reduce/execute.h"
 
+#include <algorithm>
+
 #include "reduce/analysis.h"
 #include "reduce/build.h"
 #include "reduce/closure.h"
@@ -70,6 +72,26 @@ bool takes_strictly(Word function, int count) {
     return !is_lazy_head(head);
 }
 
+const Choice& choice_of(const Entry& entry) {
+    const Unit& unit = *resume_unit(entry);
+    return unit.choices[static_cast<size_t>(unit.code[resume_next(entry)].d)];
+}
+
+/// Whether so many arguments are held back on top of the context.
+bool are_held(int count) {
+    for (const Entry* entry = stack.top - 1; count > 0; --entry) {
+        if (is_argument(*entry)) {
+            --count;
+        } else if (entry->kind() == Waiting::choice) {
+            count -= choice_of(*entry).count;
+            if (choice_of(*entry).after >= 0) break;
+        } else {
+            break;
+        }
+    }
+    return count <= 0;
+}
+
 class Loop {
   public:
     /// Starts a Unit whose arguments stand behind the last frame; false when it has no code, and
@@ -94,7 +116,7 @@ class Loop {
     /// Hands a value to the code on top of the context; false when something else stands there.
     bool go_on(Word value) {
         const Entry& entry = stack.top[-1];
-        if (entry.kind() != Waiting::resume) {
+        if (!is_code(entry)) {
             focus_ = value;
             return false;
         }
@@ -107,6 +129,7 @@ class Loop {
         return true;
     }
 
+    void hold_operands(int above);
     void run();
     Word focus() const { return focus_; }
 
@@ -179,8 +202,8 @@ class Loop {
         }
     }
 
-    void wait_here(uint8_t reg, int64_t next, int kept) {
-        push(Waiting::resume, reinterpret_cast<uintptr_t>(unit_), resume_detail(next, kept, reg));
+    void wait_here(uint8_t reg, int64_t next, int kept, Waiting kind = Waiting::resume) {
+        push(kind, reinterpret_cast<uintptr_t>(unit_), resume_detail(next, kept, reg));
     }
     void wait_here(uint8_t reg, int64_t next) { wait_here(reg, next, unit_->frame); }
     int64_t index_behind() const { return at_ - unit_->code.data() + 1; }
@@ -210,6 +233,32 @@ class Loop {
     const Instruction* at_ = nullptr;
     Word focus_ = 0;
 };
+
+void Loop::hold_operands(int above) {
+    Entry* place = stack.top - above - 1;
+    const Entry choice_entry = *place;
+    const Choice& choice = choice_of(choice_entry);
+    const int kept = resume_kept(choice_entry);
+    unit_ = resume_unit(choice_entry);
+    frame_ = registers.top - kept;
+    // What stands in the place of the entry, from the bottom up.
+    Entry made[3];
+    int count = 0;
+    const auto add = [&](Waiting kind, Word word, uint64_t detail) {
+        made[count++] = {word, (detail << 8) | static_cast<uint64_t>(kind)};
+    };
+    if (choice.after >= 0) {
+        add(Waiting::resume, choice_entry.word, resume_detail(choice.after, kept, choice.to));
+    }
+    for (uint32_t i = 0; i < choice.count; ++i) {
+        add(Waiting::argument, get(unit_->sources[choice.first + i]), 0);
+    }
+    if (choice.after < 0) registers.top = frame_;
+    for (int i = 1; i < count; ++i) push(Waiting::base, 0);
+    place = stack.top - above - count;
+    std::copy_backward(place + 1, place + 1 + above, stack.top);
+    std::copy(made, made + count, place);
+}
 
 void Loop::choose(const Instruction& in, bool two) {
     const Choice& choice = unit_->choices[static_cast<size_t>(in.d)];
@@ -253,7 +302,7 @@ bool Loop::call_row(const Instruction& in, const Row& row, Word* arguments, bool
             ++at_;
             return true;
         }
-        wait_here(in.a, next);
+        wait_here(in.a, next, unit_->frame, static_cast<Waiting>(in.c));
     }
     if (is_abort(result)) drop_context();
     focus_ = word_of(result.take());
@@ -469,7 +518,7 @@ void Loop::run() {
                     get_sources(in, from);
                     for (uint32_t i = 0; i < in.count; ++i) to[i] = from[i];
                 }
-                wait_here(in.a, index_behind(), in.b);
+                wait_here(in.a, index_behind(), in.b, static_cast<Waiting>(in.c));
                 registers.top = to;
                 if (!enter(unit_of(*in.symbol))) return;
                 break;
@@ -530,9 +579,7 @@ void Loop::run() {
                 at_ = takes_strictly(r[in.b], in.c) ? at_ + 1 : unit_->code.data() + in.d;
                 break;
             case Op::if_held: {
-                bool held = true;
-                for (int i = 1; held && i <= in.b; ++i) held = is_argument(stack.top[-i]);
-                at_ = held ? unit_->code.data() + in.d : at_ + 1;
+                at_ = are_held(in.b) ? unit_->code.data() + in.d : at_ + 1;
                 break;
             }
             case Op::wait:
@@ -565,6 +612,8 @@ Word run_unit(Unit& unit) {
     if (loop.enter(unit)) loop.run();
     return loop.focus();
 }
+
+void hold_operands(int above) { Loop().hold_operands(above); }
 
 Word resume(Word value) {
     Loop loop;

@@ -15,6 +15,10 @@ Word run_unit(Unit& unit);
 /// Goes on with the code that waits on top of the context, for a settled value. Consumes it.
 Word resume(Word value);
 
+/// Makes arguments of the operands of the choice in the context that has only that many other
+/// entries above it, none of them code.
+void hold_operands(int above);
+
 /// The Unit of a definition with parameters, made at its first call.
 Unit& unit_of(Symbol& symbol);
 

@@ -11,6 +11,7 @@
 #include "reduce/analysis.h"
 #include "reduce/build.h"
 #include "reduce/closure.h"
+#include "reduce/execute.h"
 #include "reduce/plain.h"
 #include "reduce/stack.h"
 #include "reduce/tables.h"
@@ -19,9 +20,7 @@ namespace marl {
 
 namespace {
 
-bool is_bottom(const Entry& entry) {
-    return entry.kind() == Waiting::base || entry.kind() == Waiting::resume;
-}
+bool is_bottom(const Entry& entry) { return entry.kind() == Waiting::base || is_code(entry); }
 
 Value value_of(Word word) { return Value::adopt(force(word)); }
 
@@ -59,7 +58,8 @@ Value take_frame_function(bool& held_back) {
             return marker;
         }
         case Waiting::base:
-        case Waiting::resume: break;
+        case Waiting::resume:
+        case Waiting::choice: break;
     }
     fatal_stop(__FILE__, __LINE__);
 }
@@ -71,7 +71,9 @@ Value take_context(Value bottom) {
         bool held_back;
     };
     std::vector<Frame> frames;
-    while (!is_bottom(stack.top[-1])) {
+    for (;;) {
+        if (stack.top[-1].kind() == Waiting::choice) hold_operands(0);
+        if (is_bottom(stack.top[-1])) break;
         bool held_back;
         Value function = take_frame_function(held_back);
         frames.push_back({std::move(function), held_back});

@@ -95,6 +95,7 @@ struct Held {
 Held held_arguments(int most) {
     Held held;
     for (; held.count < most; ++held.count) {
+        if (stack.top[-held.count - 1].kind() == Waiting::choice) hold_operands(held.count);
         const Entry& entry = stack.top[-held.count - 1];
         if (!is_argument(entry)) break;
         if (held.unsettled == 0 && !is_settled(entry.word)) held.unsettled = held.count + 1;
@@ -144,7 +145,8 @@ Word step_settled(Word focus) {
     switch (stack.top[-1].kind()) {
         case Waiting::argument: return apply_to_held(focus);
         case Waiting::call: return apply_to_held(end_argument(focus));
-        case Waiting::resume: return resume(focus);
+        case Waiting::resume:
+        case Waiting::choice: return resume(focus);
         case Waiting::let: {
             const Entry let = *--stack.top;
             return word_of(bind_let(node_of(let.word), static_cast<char>(let.detail()), focus));

@@ -73,7 +73,8 @@ void drop_context() {
                 break;
             case Waiting::call:
             case Waiting::let: release_word(entry.word); break;
-            case Waiting::resume: frames.drop(entry); break;
+            case Waiting::resume:
+            case Waiting::choice: frames.drop(entry); break;
             case Waiting::base:
             case Waiting::update: break;
         }

@@ -10,6 +10,8 @@
 //   let       the body in the Word, with r for the letter `detail`
 //   update    r becomes the memoised definition of the symbol `detail`
 //   resume    the code of the Unit in the Word goes on at `detail`, with r in one of its registers
+//   choice    the same, and what it does is to apply r to operands that it holds back: whoever asks
+//             for arguments in the context makes them of it (`hold_operands`)
 //
 // Beside it stand the frames of registers of the code that waits, in the same order. Entries and
 // registers own what they hold. A pointer into either is good until the next push, and no longer
@@ -24,7 +26,7 @@
 
 namespace marl {
 
-enum class Waiting : uint8_t { base, argument, call, let, update, resume };
+enum class Waiting : uint8_t { base, argument, call, let, update, resume, choice };
 
 struct Entry {
     Word word;
@@ -34,8 +36,8 @@ struct Entry {
     uint64_t detail() const { return data >> 8; }
 };
 
-/// What a `resume` entry tells: where the code goes on, the register that r comes to, and how many
-/// registers of the frame are kept, at least up to the last one that is live.
+/// What a `resume` or `choice` entry tells: where the code goes on, the register that r comes to,
+/// and how many registers of the frame are kept, at least up to the last one that is live.
 inline uint64_t resume_detail(int64_t next, int kept, uint8_t reg) {
     return (static_cast<uint64_t>(next) << 16) | (static_cast<uint64_t>(kept) << 8) | reg;
 }
@@ -73,6 +75,8 @@ inline void push(Waiting kind, Word word, uint64_t detail = 0) {
     *stack.top++ = {word, (detail << 8) | static_cast<uint64_t>(kind)};
 }
 
+/// Whether code waits in an entry.
+inline bool is_code(const Entry& entry) { return entry.kind() >= Waiting::resume; }
 inline bool is_argument(const Entry& entry) { return entry.kind() == Waiting::argument; }
 
 /// Takes off all entries down to the run's base, with the frames of the code that waits, and
