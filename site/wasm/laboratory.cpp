@@ -1,79 +1,76 @@
-// The commands of the laboratory for a page: JSON in, JSON out. "commands" tells which there are.
+// The commands of the laboratory for a page: JSON in, JSON out.
 //
 // A request is an object with "command", "text", and what else the command takes. The answer is
-// what lab/lab.h describes; what a command tells as it comes is gathered. It is kept apart from the
-// call, for a program that is watched may end the process, and then there still is what was told so
-// far.
+// what lab/lab.h describes, with what a command tells as it comes gathered in it. A program that is
+// watched may end the process; then what was told so far is the answer, which so outlives it.
 #include <nlohmann/json.hpp>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "lab/lab.h"
+#include "lab/observe.h"
 
 namespace marl::lab {
 
 namespace {
 
-Json answer;
+Json& answer = *new Json;
 
-/// The page hides what its laboratory lacks.
-Json commands() {
-    Json names = Json::array({"check"});
-#if __has_include("lab/format.cpp")
-    names.push_back("format");
-#endif
-#if __has_include("lab/observe.h")
-    for (const char* name : {"steps", "calls", "why_z", "profile"}) names.push_back(name);
-#endif
-    return names;
-}
+using Arguments = std::vector<std::string>;
 
-#if __has_include("lab/observe.h")
-
-/// The calls of one name that a page looks through.
-constexpr size_t most_calls = 10000;
-
-Json calls(const std::string& text, const std::vector<std::string>& arguments,
-           const std::string& name) {
-    Json found = Json::array();
-    Json result = run_calls(text, arguments, name, false, [&](const Json& call) {
-        if (call.contains("call") && found.size() < most_calls) found.push_back(call);
-    });
-    result["calls"] = std::move(found);
-    return result;
-}
-
-StepsOptions options_of(const Json& request) {
+void steps(const std::string& text, const Arguments& arguments, const Json& request) {
     StepsOptions options;
     options.from = request.value("from", int64_t{0});
     options.count = request.value("count", int64_t{100});
     options.trees = true;
-    return options;
+    answer["steps"] = Json::array();
+    const Emit gather = [](const Json& step) { answer["steps"].push_back(step); };
+    answer.update(run_steps(text, arguments, options, gather));
 }
 
-/// The commands that run the program.
-void watch(const std::string& command, const std::string& text, const Json& request) {
-    const auto arguments = request.value("arguments", std::vector<std::string>());
-    if (command == "steps") answer = trace(text, arguments, options_of(request));
-    if (command == "calls") answer = calls(text, arguments, request.value("name", std::string()));
-    if (command == "why_z") answer = why_z(text, arguments);
-    if (command == "profile") profile(text, arguments, [](const Json& told) { answer = told; });
-}
+/// Goes through a run without telling its states.
+class Walk : public Watcher {
+  public:
+    Walk(int64_t from, int64_t limit, std::string name)
+        : from_(from), limit_(limit), name_(std::move(name)) {}
 
-#endif
+  private:
+    bool at(State& state, Value&) override {
+        answer["last"] = state.number;
+        const bool wanted = state.symbol && state.symbol->name.view() == name_;
+        if (wanted && state.number >= from_) {
+            answer["call"] = call_text(state, Room{});
+            return false;
+        }
+        return state.number < limit_;
+    }
+
+    const int64_t from_;
+    const int64_t limit_;
+    const std::string name_;
+};
+
+/// "last" is the number of the last state, or of the one that the walk was left at: the state
+/// numbered "limit", or the first one behind "from" that calls "name"; "call" tells that call.
+void walk(const std::string& text, const Arguments& arguments, const Json& request) {
+    Walk walk(request.value("from", int64_t{0}), request.value("limit", INT64_MAX),
+              request.value("name", std::string()));
+    answer.update(json_of(run_watched(text, arguments, walk), walk));
+}
 
 void answer_to(const Json& request) {
     const auto command = request.value("command", std::string());
     const auto text = request.value("text", std::string());
-    answer = nullptr;
-    if (command == "commands") answer = commands();
+    const auto arguments = request.value("arguments", Arguments());
+    // What stands when the program ends the process.
+    answer = {{"started", true}, {"ended", true}, {"report", ""}};
     if (command == "check") answer = check_source("program", text);
-#if __has_include("lab/format.cpp")
     if (command == "format") answer = format_source(text);
-#endif
-#if __has_include("lab/observe.h")
-    watch(command, text, request);
-#endif
+    if (command == "steps") steps(text, arguments, request);
+    if (command == "walk") walk(text, arguments, request);
+    if (command == "why_z") answer.update(why_z(text, arguments));
+    if (command == "profile") profile(text, arguments, [](const Json& told) { answer = told; });
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // The pages in headless Chromium, as a reader uses them. No test may leave an error in the console,
 // and no page may ask any other host for anything.
 import assert from "node:assert/strict";
-import { execFileSync } from "node:child_process";
+import { spawnSync } from "node:child_process";
 import fs from "node:fs";
 import { createRequire } from "node:module";
 import path from "node:path";
@@ -16,9 +16,7 @@ const shots = path.join(root, "build/site/shots");
 const www = path.join(root, "build/site/www");
 
 const { askLaboratory } = await import(path.join(root, "build/site/machine.mjs"));
-/// What the laboratory of this build can't do has no place in its pages either.
-const known = await askLaboratory({ command: "commands" });
-const needs = (command) => ({ skip: !known.includes(command) });
+const marlLab = path.join(root, "build/release/marl-lab");
 
 let browser, server, address;
 const faults = [];
@@ -256,16 +254,20 @@ test("the last program is there again, and the site works without a network", as
 });
 
 test("pages fit a narrow screen and a wide one, dark and light", async () => {
+  const ready = { output: "#status.fine", steps: ".steps svg.tree", profile: ".profile tbody tr" };
   for (const [width, height] of [[390, 844], [1280, 850]]) {
-    for (const name of ["index.html", "guide.html", "reference.html", "examples.html", "browser.html"]) {
-      const page = await open(name, { width, height });
-      if (name === "index.html") await run(page);
-      for (const theme of ["light", "dark"]) {
-        await page.evaluate((value) => (document.documentElement.dataset.theme = value), theme);
-        await page.screenshot({ path: path.join(shots, `${path.parse(name).name}-${width}-${theme}.png`) });
+    for (const name of ["index", "guide", "reference", "examples", "browser"]) {
+      const page = await open(`${name}.html`, { width, height });
+      if (name === "index") await run(page);
+      for (const tab of name === "index" ? Object.keys(ready) : [""]) {
+        if (tab) await page.click(`#tab-${tab}`).then(() => page.waitForSelector(ready[tab]));
+        for (const theme of ["light", "dark"]) {
+          await page.evaluate((value) => (document.documentElement.dataset.theme = value), theme);
+          await page.screenshot({ path: path.join(shots, `${tab || name}-${width}-${theme}.png`) });
+        }
+        const over = await page.evaluate(() => document.documentElement.scrollWidth - innerWidth);
+        assert.ok(over <= 0, `${name} ${tab} at ${width} is ${over} too wide`);
       }
-      const over = await page.evaluate(() => document.documentElement.scrollWidth - innerWidth);
-      assert.ok(over <= 0, `${name} at ${width} is ${over} too wide`);
       await page.close();
     }
   }
@@ -289,60 +291,110 @@ test("the first page is small, and its first output comes soon", async () => {
   await page.close();
 });
 
-test("the steps of fact 3 are those of marl-lab, with the same part marked, and lead to calls and to Z", needs("steps"), async () => {
-  const program = "a\\fact 3,fact\\x\\(x=0)1(x*fact(x-1))";
-  const file = path.join(shots, "fact3.marl");
+/// What `marl-lab COMMAND` says on standard output about a program.
+function laboratorySays(command, program) {
+  const file = path.join(shots, "program.marl");
   fs.writeFileSync(file, program);
-  const lines = execFileSync(process.env.MARL_LAB ?? path.join(root, "build/release/marl-lab"), ["steps", file])
-    .toString().split("\n").filter((line) => /^ *\d+  /.test(line));
-  assert.ok(lines.length > 50);
+  const { stdout } = spawnSync(marlLab, [command, file], { encoding: "utf8" });
+  return stdout.trimEnd().split("\n");
+}
+
+const atStep = (page, n) =>
+  page.waitForFunction((wanted) => document.querySelector("#panel-steps").dataset.at === wanted, {}, String(n));
+const said = (page, pattern) =>
+  page.waitForFunction((source) => new RegExp(source).test(document.querySelector(".steps .said").textContent), {}, pattern.source);
+const does = (page, action) => page.$eval(`[data-do="${action}"]`, (button) => button.click());
+
+test("the steps of fact 3 are those of marl-lab, with the same part marked", async () => {
+  const program = "a\\fact 3,fact\\x\\(x=0)1(x*fact(x-1))";
+  const lines = laboratorySays("steps", program);
+  assert.ok(lines.length > 100);
   const page = await open("index.html");
   await write(page, program);
-  await page.waitForSelector("#tab-steps:not([hidden])");
   await page.click("#tab-steps");
-  const state = (n) => page.waitForFunction((wanted) => document.querySelector("#panel-steps").dataset.at === wanted, {}, String(n))
-    .then(() => page.$eval(".state", (e) => e.innerHTML.replace(/<mark>(.*?)<\/mark>/, (_, part) => part && `\u00ab${part}\u00bb`)
-      .replaceAll("&lt;", "<").replaceAll("&gt;", ">").replaceAll("&amp;", "&")));
-  for (let n = 0; n < lines.length; ++n) {
-    const shown = await state(n);
-    assert.ok(lines[n].endsWith(`  ${shown}`), `state ${n}: ${shown}, and marl-lab: ${lines[n]}`);
-    await page.$eval('[data-do="next"]', (button) => button.click());
+  for (const [n, line] of lines.entries()) {
+    await atStep(page, n);
+    const [rule, state] = await page.evaluate(() => [
+      document.querySelector(".rule").textContent,
+      [...document.querySelector(".state").childNodes]
+        .map((part) => (part.nodeName === "MARK" && part.textContent ? `«${part.textContent}»` : part.textContent)).join(""),
+    ]);
+    assert.equal(`${n}  ${rule.replace("Next: ", "").replace("The end.", "end").padEnd(16)}  ${state}`, line.trimStart());
+    await does(page, "next");
   }
-  await page.click('[data-do="first"]');
-  await state(0);
+  await page.waitForFunction((end) => document.querySelector(".steps output").textContent === end, {},
+    `step ${lines.length - 1} of ${lines.length - 1}`);
+  await does(page, "back");
+  await atStep(page, lines.length - 2);
+  await page.$eval(".steps [type=range]", (slider) => {
+    slider.value = 6;
+    slider.dispatchEvent(new Event("change"));
+  });
+  await atStep(page, 6);
   await page.type("[name=call]", "fact");
+  const inner = lines.findIndex((line, n) => n > 6 && /fire fact/.test(line));
   await page.keyboard.press("Enter");
-  await page.waitForFunction(() => /^fact/.test(document.querySelector("#panel-steps .said").textContent));
-  assert.match(await page.$eval(".rule", (e) => e.textContent), /fire fact/);
-  assert.notEqual(await page.$(".picture svg.tree text"), null);
-  await page.screenshot({ path: path.join(shots, "steps-1280.png") });
-  await write(page, "a\\half(4*[a]),half\\n\\n/2");
+  await atStep(page, inner);
+  await said(page, /^fact 2$/);
+  await page.close();
+});
+
+test("steps lead to the first Z, show shared parts, and last as long as the reader wants", async () => {
+  const page = await open("index.html");
+  await write(page, "a\\5*half(4*[a]),half\\n\\n/2");
   await page.click("#tab-steps");
-  await page.waitForFunction(() => document.querySelector(".state").textContent.includes("half"));
-  await page.click('[data-do="z"]');
-  await page.waitForFunction(() => /mult|\*/.test(document.querySelector("#panel-steps .said").textContent));
+  await atStep(page, 0);
+  await does(page, "z");
+  await said(page, /^Z is the answer of mult 4 \[a\], then over Z 2, then mult 5 Z$/);
+  assert.match(await page.$eval(".rule", (e) => e.textContent), /fire mult/);
+  const marked = await page.$$eval(".waiting mark", (all) => all.map((e) => e.textContent));
+  assert.deepEqual(marked, []);
+  await write(page, "a\\both(J(1,K)),both\\l\\J(l,l)");
+  await page.click("#tab-steps");
+  await page.waitForFunction(() => /of \d+$/.test(document.querySelector(".steps output").textContent));
+  await does(page, "last");
+  await page.waitForFunction(() => document.querySelector(".rule").textContent === "The end.");
+  assert.deepEqual(await page.$$eval(".tree .shared, .tree .reference", (all) => all.map((e) => e.textContent)), ["J #1", "#1"]);
+  await write(page, "a\\loop 1,loop\\n\\loop(n+1)");
+  await page.click("#tab-steps");
+  await page.waitForSelector('[data-do="more"]:not([hidden])');
+  await does(page, "last");
+  await atStep(page, 1_000_000);
+  await does(page, "z");
+  await page.waitForSelector('[data-do="stop"]:not([hidden])');
+  await does(page, "stop");
+  await said(page, /^stopped$/);
   await page.close();
 });
 
-test("a profile names what was called, in a table and a picture", needs("profile"), async () => {
+test("a profile is that of marl-lab, and steps and profile tell what a program did that ends itself", async () => {
   const page = await open("index.html");
-  await write(page, "a\\twice(sum 30),twice\\n\\n+n,sum\\n\\(n=0)0(n+sum(n-1))");
-  await page.waitForSelector("#tab-profile:not([hidden])");
+  const program = "a\\exit(twice(sum 30)),twice\\n\\n+n,sum\\n\\(n=0)0(n+sum(n-1))";
+  const expected = laboratorySays("profile", program).slice(1).map((line) => line.trim().split(/\s+/));
+  assert.ok(expected.length > 5);
+  await write(page, program);
   await page.click("#tab-profile");
-  await page.waitForSelector(".profile table");
-  const rows = await page.$$eval(".profile tbody tr", (all) => all.map((row) => [...row.cells].map((cell) => cell.textContent)));
-  assert.deepEqual(rows.find(([name]) => name === "sum").slice(0, 2), ["sum", "31"]);
-  assert.notEqual(await page.$(".flame-box"), null);
-  await page.screenshot({ path: path.join(shots, "profile-1280.png") });
+  await page.waitForSelector(".profile tbody tr");
+  const rows = await page.$$eval(".profile tbody tr", (all) =>
+    all.map((row) => [...row.cells].map((cell) => cell.textContent.replace(/,/g, ""))));
+  const sorted = (list) => list.map(String).sort();
+  assert.deepEqual(sorted(rows.map(([name, calls, steps]) => [calls, steps, name])),
+    sorted(expected.map((cells) => [cells[0], cells[1], cells.at(-1)])));
+  assert.match(await page.$eval(".flame", (e) => e.textContent), /^\(entry\).*sum/);
+  await page.click("#tab-steps");
+  await page.waitForFunction(() => /of \d+$/.test(document.querySelector(".steps output").textContent));
+  await does(page, "last");
+  await page.waitForFunction(() => document.querySelector(".rule").textContent === "Next: fire exit");
   await page.close();
 });
 
-test("format lays a program out, and a hover tells what a built-in is", needs("format"), async () => {
+test("format lays a program out, and a hover tells what a built-in is", async () => {
   const page = await open("index.html");
-  await write(page, "a\\fact   5  ,  fact\\x\\(x=0)1(x*fact(x-1))");
-  await page.waitForSelector("#format:not([hidden])");
+  const program = "a\\fact   5  ,  fact\\x\\(x=0)1(x*fact(x-1))";
+  await write(page, program);
   await page.click("#format");
-  await page.waitForFunction(() => !document.querySelector("#editor .cm-content").innerText.includes("   5"));
+  const { text } = await askLaboratory({ command: "format", text: program });
+  await page.waitForFunction((wanted) => document.querySelector("#editor .cm-content").innerText.trim() === wanted.trim(), {}, text);
   await write(page, "puts");
   const name = await page.waitForSelector("#editor .m-builtin");
   await name.hover();

@@ -18,11 +18,6 @@ export interface Message {
 
 const still = new Laboratory(10_000);
 
-/// The commands that this laboratory knows.
-export async function commands(): Promise<string[]> {
-  return (await still.ask({ command: "commands" })) ?? [];
-}
-
 /// What is wrong or doubtful in a program, without running it.
 export async function check(text: string): Promise<Message[]> {
   const answer = await still.ask({ command: "check", name: "program", text });
@@ -72,8 +67,11 @@ export interface Pending<Answer> {
   stop(): void;
 }
 
+/// How long a request may run, in milliseconds.
+const patience = 120_000;
+
 function watch<Answer>(request: object, job: Job): Pending<Answer> {
-  const laboratory = new Laboratory(120_000);
+  const laboratory = new Laboratory(patience);
   const text = new TextDecoder().decode(job.program.bytes);
   const answer = laboratory.ask({ ...request, text, arguments: job.arguments }, job);
   return {
@@ -86,17 +84,23 @@ export function steps(job: Job, from: number, count: number) {
   return watch<Watched & { steps: Step[] }>({ command: "steps", from, count }, job);
 }
 
-/// Where a name is called, by the numbers of the states.
-export function calls(job: Job, name: string) {
-  return watch<Watched & { calls: { n: number; call: string }[] }>({ command: "calls", name }, job);
+/// Where a run gets to: to its end, or to the state numbered `limit`.
+export function walk(job: Job, limit: number) {
+  return watch<Watched & { last: number }>({ command: "walk", limit }, job);
 }
 
-/// The calls that a Z in the result comes from, the first one first.
+/// The first call of a name in a state from `from` on; without `call` when there is none.
+export function nextCall(job: Job, name: string, from: number) {
+  return watch<Watched & { last: number; call?: string }>({ command: "walk", name, from }, job);
+}
+
+/// The calls that a Z in the result comes from, the first one first. A program that ends the
+/// process has no result.
 export function whyZ(job: Job) {
-  return watch<Watched & { result: string; chain: { n: number; call: string; within: string[] }[] }>(
+  return watch<Watched & { result?: string; chain?: { n: number; call: string; within: string[] }[] }>(
     { command: "why_z" }, job);
 }
 
 export function profile(job: Job) {
-  return watch<Watched & { rows: ProfileRow[]; folded: string }>({ command: "profile" }, job);
+  return watch<Watched & { rows?: ProfileRow[]; folded: string }>({ command: "profile" }, job);
 }

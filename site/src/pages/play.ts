@@ -2,7 +2,7 @@
 import { setUpFrame } from "./frame";
 import { jobOf, Runner, type Given } from "../play/runner";
 import { warmUp } from "../machine/session";
-import { check, commands, format, profile } from "../machine/laboratory";
+import { check, format, walk } from "../machine/laboratory";
 import { makeEditor, replaceText } from "../editor/editor";
 import { setUpTabs, type Tabs } from "../play/tabs";
 import { fragmentOf, givenBy } from "../play/share";
@@ -133,9 +133,8 @@ const runner = new Runner(
   { output: by("output"), status: by("status"), button: by<HTMLButtonElement>("run") },
   given,
   async (job) => {
-    if (by("tab-profile").hidden) return undefined;
-    const { rows } = await profile(job).answer;
-    return rows?.reduce((sum, row) => sum + row.steps, 0);
+    const { last, ended } = await walk(job, 1_000_000).answer;
+    return `${ended ? "" : "over "}${last.toLocaleString("en")} steps`;
   },
 );
 by("run").addEventListener("click", () => tabs.select("output"));
@@ -186,13 +185,6 @@ by("format").addEventListener("click", async () => {
   else say(messages?.[0]?.say ?? "This program has no layout.");
 });
 
-async function offerCommands() {
-  const known = await commands().catch((): string[] => []);
-  by("format").hidden = !known.includes("format");
-  by("tab-steps").hidden = !known.includes("steps");
-  by("tab-profile").hidden = !known.includes("profile");
-}
-
 for (const field of [words, input]) field.addEventListener("input", keep);
 by("add-file").addEventListener("click", () => {
   addFile("", "");
@@ -208,6 +200,5 @@ void (async () => {
     if (last) show(last);
   }
   document.body.dataset.ready = "yes";
-  await offerCommands();
   void showVerdict();
 })();

@@ -52,23 +52,43 @@ function flame(root: Frame, element: HTMLElement) {
   element.style.height = `${depth * rowHeight}px`;
 }
 
+const columns = ["name", "calls", "steps", "nodes"] as const;
+
+/// The rows, by the column whose title was chosen last.
 function tableOf(rows: ProfileRow[]): HTMLTableElement {
   const table = document.createElement("table");
-  table.innerHTML = "<thead><tr><th>name</th><th>calls</th><th>steps</th><th>nodes</th></tr></thead>";
   const body = table.createTBody();
-  for (const { name, calls, steps, nodes } of [...rows].sort((a, b) => b.steps - a.steps)) {
-    const row = body.insertRow();
-    row.insertCell().append(Object.assign(document.createElement("code"), { textContent: name }));
-    for (const count of [calls, steps, nodes]) row.insertCell().textContent = count.toLocaleString("en");
+  const head = table.createTHead().insertRow();
+  const fill = (by: (typeof columns)[number]) => {
+    for (const each of head.cells) each.ariaSort = each.textContent === by ? (by === "name" ? "ascending" : "descending") : "none";
+    const sorted = [...rows].sort((a, b) => (by === "name" ? (a.name < b.name ? -1 : 1) : b[by] - a[by]));
+    body.replaceChildren();
+    for (const { name, calls, steps, nodes } of sorted) {
+      const row = body.insertRow();
+      row.insertCell().append(Object.assign(document.createElement("code"), { textContent: name }));
+      for (const count of [calls, steps, nodes]) row.insertCell().textContent = count.toLocaleString("en");
+    }
+  };
+  for (const column of columns) {
+    const title = Object.assign(document.createElement("button"), { type: "button", textContent: column });
+    title.addEventListener("click", () => fill(column));
+    head.append(document.createElement("th"));
+    head.lastElementChild!.append(title);
   }
+  fill("steps");
   return table;
 }
 
 export function setUpProfile(panel: HTMLElement, tabs: Tabs, jobOf: () => Job) {
-  panel.innerHTML = `<div class="profile"><p class="said" role="status"></p><div class="flame" aria-hidden="true"></div><div class="table"></div></div>`;
-  const said = panel.querySelector<HTMLElement>(".said")!;
+  panel.innerHTML = `<div class="profile"><p class="said"><span role="status"></span> <button type="button" hidden>Stop</button></p>
+<div class="flame" aria-hidden="true"></div><div class="table"></div></div>`;
+  const said = panel.querySelector<HTMLElement>("[role=status]")!;
+  const stop = panel.querySelector("button")!;
+  const picture = panel.querySelector<HTMLElement>(".flame")!;
+  const table = panel.querySelector(".table")!;
   let key = "";
   let running: Pending<unknown> | undefined;
+  stop.addEventListener("click", () => running?.stop());
 
   tabs.onSelect("profile", async () => {
     const job = jobOf();
@@ -76,18 +96,29 @@ export function setUpProfile(panel: HTMLElement, tabs: Tabs, jobOf: () => Job) {
     if (next === key) return;
     key = next;
     running?.stop();
+    table.replaceChildren();
+    picture.replaceChildren();
+    picture.style.height = "0";
     said.textContent = "running ...";
+    stop.hidden = false;
     const made = profile(job);
     running = made;
-    const answer = await made.answer.catch((fault: Error) => ({ fault: fault.message }));
+    const answer = await made.answer.catch(({ message }: Error) => message);
     if (key !== next) return;
-    if ("fault" in answer || !answer?.rows) {
-      said.textContent = "fault" in answer ? `No profile: ${answer.fault}` : "This program is at fault, and does not run.";
+    stop.hidden = true;
+    if (typeof answer === "string") {
+      key = "";
+      said.textContent = answer === "stopped" ? answer : `The laboratory gave up: ${answer}`;
       return;
     }
-    const total = answer.rows.reduce((sum, row) => sum + row.steps, 0);
+    const { rows, folded, started } = answer;
+    if (!started || !rows) {
+      said.textContent = "This program is at fault, and does not run.";
+      return;
+    }
+    const total = rows.reduce((sum, row) => sum + row.steps, 0);
     said.textContent = `${total.toLocaleString("en")} steps of the plain machine`;
-    flame(framesOf(answer.folded), panel.querySelector<HTMLElement>(".flame")!);
-    panel.querySelector(".table")!.replaceChildren(tableOf(answer.rows));
+    flame(framesOf(folded), picture);
+    table.replaceChildren(tableOf(rows));
   });
 }

@@ -59,8 +59,8 @@ export class Runner {
   constructor(
     private readonly parts: RunnerParts,
     private readonly given: () => Given,
-    /// How many steps a run takes; asked behind a short one.
-    private readonly count?: (job: Job) => Promise<number | undefined>,
+    /// How many steps a run takes, in words; asked behind a short one.
+    private readonly count?: (job: Job) => Promise<string>,
   ) {
     this.view = new OutputView(parts.output);
     parts.button.addEventListener("click", () => this.toggle());
@@ -100,9 +100,7 @@ export class Runner {
   private async addCount(job: Job, status: HTMLElement) {
     const text = status.textContent;
     const steps = await this.count?.(job).catch(() => undefined);
-    if (steps && status.textContent === text) {
-      status.textContent = `${text} · ${steps.toLocaleString("en")} steps`;
-    }
+    if (steps && status.textContent === text) status.textContent = `${text} · ${steps}`;
   }
 
   stop() {

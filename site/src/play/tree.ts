@@ -13,8 +13,11 @@ interface Term {
   width: number;
 }
 
-function sharedIds(trees: Tree[]): Map<number, number> {
-  const ids = new Map<number, number>();
+/// Numbers for the nodes that stand in several places of the trees.
+export type Shared = Map<number, number>;
+
+export function sharedParts(trees: Tree[]): Shared {
+  const ids: Shared = new Map();
   const visit = (tree: Tree) => {
     if ("again" in tree && !ids.has(tree.id)) ids.set(tree.id, ids.size + 1);
     if ("of" in tree) tree.of.forEach(visit);
@@ -36,7 +39,7 @@ function spine(tree: Tree): [Tree, Tree[]] {
 
 const shorten = (text: string) => (text.length > 26 ? `${text.slice(0, 24)}…` : text);
 
-function termOf(tree: Tree, shared: Map<number, number>): Term {
+function termOf(tree: Tree, shared: Shared): Term {
   const term = { label: "", children: [] as Term[], reference: false, x: 0, depth: 0, width: 0 };
   if ("again" in tree) return { ...term, shared: shared.get(tree.id), reference: true };
   const [head, rest] = spine(tree);
@@ -109,23 +112,20 @@ function size(term: Term): { width: number; depth: number } {
   );
 }
 
-export interface Pictures {
-  focus: SVGElement;
-  frames: string[];
-}
-
-function pictureOf(tree: Tree, shared: Map<number, number>): SVGElement {
+/// An expression as a tree; `marked` when the next step rewrites all of it.
+export function pictureOf(tree: Tree, shared: Shared, marked: boolean): SVGElement {
   const term = termOf(tree, shared);
   place(term, 2, 0);
   const { width, depth } = size(term);
   const svg = element("svg", {
-    class: "tree", width: width + 4, height: depth * level + 34, role: "img", "aria-label": "The focus as a tree",
+    class: marked ? "tree redex" : "tree", width: width + 4, height: depth * level + 34,
+    role: "img", "aria-label": "The focus as a tree",
   }) as SVGElement;
   draw(term, svg);
   return svg;
 }
 
-function textOf(tree: Tree, shared: Map<number, number>, inner = false): string {
+function textOf(tree: Tree, shared: Shared, inner = false): string {
   if ("again" in tree) return `#${shared.get(tree.id)}`;
   if ("leaf" in tree) return tree.leaf;
   const [head, rest] = spine(tree);
@@ -134,12 +134,11 @@ function textOf(tree: Tree, shared: Map<number, number>, inner = false): string 
   return inner || mark ? `${mark}(${text})` : text;
 }
 
-/// A state as pictures: its focus as a tree, and what waits for it, the next one first.
-export function picturesOf(context: Tree, focus: Tree): Pictures {
-  const shared = sharedIds([context, focus]);
+/// What waits in a context, the next one first. A context is I, or B applied to the context below
+/// and to what waits on top of it.
+export function waitingIn(context: Tree, shared: Shared): string[] {
   const frames: string[] = [];
   let rest = context;
-  // A context is I, or B applied to the context below and to what waits on top of it.
   while ("of" in rest && "of" in rest.of[0]) {
     const frame = rest.of[1];
     const held = "of" in frame && "leaf" in frame.of[0] && frame.of[0].leaf === "T";
@@ -147,5 +146,5 @@ export function picturesOf(context: Tree, focus: Tree): Pictures {
     rest = rest.of[0].of[1];
   }
   if ("leaf" in rest && rest.leaf !== "I") frames.push(rest.leaf);
-  return { focus: pictureOf(focus, shared), frames };
+  return frames;
 }
