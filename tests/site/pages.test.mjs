@@ -307,7 +307,9 @@ const does = (page, action) => page.$eval(`[data-do="${action}"]`, (button) => b
 
 test("the steps of fact 3 are those of marl-lab, with the same part marked", async () => {
   const program = "a\\fact 3,fact\\x\\(x=0)1(x*fact(x-1))";
-  const lines = laboratorySays("steps", program);
+  // The entry's argument is an address, which is another one in each process.
+  const withoutAddress = (line) => line.replace(/(?<=^0 .*fact3 )\d+/, "");
+  const lines = laboratorySays("steps", program).map((line) => withoutAddress(line.trimStart()));
   assert.ok(lines.length > 100);
   const page = await open("index.html");
   await write(page, program);
@@ -319,7 +321,8 @@ test("the steps of fact 3 are those of marl-lab, with the same part marked", asy
       [...document.querySelector(".state").childNodes]
         .map((part) => (part.nodeName === "MARK" && part.textContent ? `«${part.textContent}»` : part.textContent)).join(""),
     ]);
-    assert.equal(`${n}  ${rule.replace("Next: ", "").replace("The end.", "end").padEnd(16)}  ${state}`, line.trimStart());
+    const shown = `${n}  ${rule.replace("Next: ", "").replace("The end.", "end").padEnd(16)}  ${state}`;
+    assert.equal(withoutAddress(shown), line);
     await does(page, "next");
   }
   await page.waitForFunction((end) => document.querySelector(".steps output").textContent === end, {},
@@ -345,10 +348,8 @@ test("steps lead to the first Z, show shared parts, and last as long as the read
   await page.click("#tab-steps");
   await atStep(page, 0);
   await does(page, "z");
-  await said(page, /^Z is the answer of mult 4 \[a\], then over Z 2, then mult 5 Z$/);
-  assert.match(await page.$eval(".rule", (e) => e.textContent), /fire mult/);
-  const marked = await page.$$eval(".waiting mark", (all) => all.map((e) => e.textContent));
-  assert.deepEqual(marked, []);
+  await said(page, /^Z is the answer of over \[aaaa\] 2, within half \[aaaa\], then mult 5 Z$/);
+  assert.match(await page.$eval(".rule", (e) => e.textContent), /fire over/);
   await write(page, "a\\both(J(1,K)),both\\l\\J(l,l)");
   await page.click("#tab-steps");
   await page.waitForFunction(() => /of \d+$/.test(document.querySelector(".steps output").textContent));
