@@ -261,6 +261,7 @@ test("pages fit a narrow screen and a wide one, dark and light", async () => {
       if (name === "index") await run(page);
       for (const tab of name === "index" ? Object.keys(ready) : [""]) {
         if (tab) await page.click(`#tab-${tab}`).then(() => page.waitForSelector(ready[tab]));
+        if (tab === "steps") await slideTo(page, 60);
         for (const theme of ["light", "dark"]) {
           await page.evaluate((value) => (document.documentElement.dataset.theme = value), theme);
           await page.screenshot({ path: path.join(shots, `${tab || name}-${width}-${theme}.png`) });
@@ -302,6 +303,14 @@ function laboratorySays(command, program) {
 
 const atStep = (page, n) =>
   page.waitForFunction((wanted) => document.querySelector("#panel-steps").dataset.at === wanted, {}, String(n));
+async function slideTo(page, n) {
+  await page.waitForFunction((wanted) => document.querySelector(".steps [type=range]").max >= wanted, {}, n);
+  await page.$eval(".steps [type=range]", (slider, wanted) => {
+    slider.value = wanted;
+    slider.dispatchEvent(new Event("change"));
+  }, n);
+  await atStep(page, n);
+}
 const said = (page, pattern) =>
   page.waitForFunction((source) => new RegExp(source).test(document.querySelector(".steps .said").textContent), {}, pattern.source);
 const does = (page, action) => page.$eval(`[data-do="${action}"]`, (button) => button.click());
@@ -330,11 +339,7 @@ test("the steps of fact 3 are those of marl-lab, with the same part marked", asy
     `step ${lines.length - 1} of ${lines.length - 1}`);
   await does(page, "back");
   await atStep(page, lines.length - 2);
-  await page.$eval(".steps [type=range]", (slider) => {
-    slider.value = 6;
-    slider.dispatchEvent(new Event("change"));
-  });
-  await atStep(page, 6);
+  await slideTo(page, 6);
   await page.type("[name=call]", "fact");
   const inner = lines.findIndex((line, n) => n > 6 && /fire fact/.test(line));
   await page.keyboard.press("Enter");

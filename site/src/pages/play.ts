@@ -10,10 +10,11 @@ import { setUpSteps } from "../play/steps";
 import { setUpProfile } from "../play/profile";
 
 const hello: Given = {
-  text: `a\\done{puts(init[Hello, world!])}0,
+  text: `a\\done{puts(init[Hello, world!])}fact 5,
 
 [A program is an entry and definitions, with commas
- between them. Change something, and run it.],
+ between them. Its integer is the exit status.
+ Change something, and run it.],
 
 fact\\n\\(n=0)1(n*fact(n-1))
 `,

@@ -33,7 +33,6 @@ const deepest = 40;
 function flame(root: Frame, element: HTMLElement) {
   let depth = 0;
   const add = (frame: Frame, left: number, level: number) => {
-    depth = Math.max(depth, level + 1);
     for (const child of [...frame.below.values()].sort((a, b) => b.steps - a.steps)) {
       const width = (child.steps / root.steps) * 100;
       if (width < 0.15 || level >= deepest) break;
@@ -43,6 +42,7 @@ function flame(root: Frame, element: HTMLElement) {
       box.textContent = child.name;
       box.title = `${child.name}: ${child.steps} steps, ${width.toFixed(1)} %`;
       element.append(box);
+      depth = Math.max(depth, level + 1);
       add(child, left, level + 1);
       left += width;
     }
