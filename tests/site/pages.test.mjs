@@ -288,7 +288,7 @@ test("the first page is small, and its first output comes soon", async () => {
     .reduce((total, name) => total + compress(fs.readFileSync(path.join(www, name))).length, 0);
   const [gzip, brotli] = [sum(zlib.gzipSync), sum(zlib.brotliCompressSync)];
   console.log(`first page: ${gzip} bytes by gzip, ${brotli} by brotli; first output ${Math.round(milliseconds)} ms after the load began`);
-  assert.ok(names.size > 6 && gzip < 400_000, [...names].join(" "));
+  assert.ok(names.size > 6 && gzip < 400 * 1024, [...names].join(" "));
   assert.ok(milliseconds < 20_000);
   await page.close();
 });

@@ -124,7 +124,7 @@ export function setUpSteps(panel: HTMLElement, tabs: Tabs, jobOf: () => Job) {
     windows = new Map();
     more.hidden = true;
     say("");
-    for (const part of panel.querySelectorAll(".rule, .state, .picture, ol")) part.replaceChildren();
+    for (const part of panel.querySelectorAll("output, .rule, .state, .picture, ol")) part.replaceChildren();
     void show(0).then(() => count(firstLimit));
   }
 
