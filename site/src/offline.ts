@@ -1,4 +1,5 @@
-// The site without a network: a service worker that keeps all files of one version together.
+// The site without a network: a service worker that keeps all files of one version together. A newer
+// version waits until no page of this one is open, since a page asks for some of its files late.
 declare const FILES: string[];
 declare const VERSION: string;
 
@@ -7,8 +8,8 @@ const store = `marl-${VERSION}`;
 
 async function install() {
   const cache = await caches.open(store);
-  await cache.addAll(FILES);
-  await scope.skipWaiting();
+  // Not from what the browser may have kept of an older version.
+  await cache.addAll(FILES.map((name) => new Request(name, { cache: "no-cache" })));
 }
 
 async function dropOthers() {

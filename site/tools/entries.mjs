@@ -85,7 +85,7 @@ function sectionEntry({ section, head, rows }) {
     }));
 }
 
-/// All entries. A hover takes the first of a name; those that are hidden are for the search alone.
+/// All entries; those that are hidden are for the search alone.
 export function referenceEntries(markdown) {
   const entries = [];
   for (const table of tablesOf(markdown)) {

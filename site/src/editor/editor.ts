@@ -5,6 +5,7 @@ import { defaultKeymap, history, historyKeymap, indentLess, insertTab } from "@c
 import { bracketMatching } from "@codemirror/language";
 import { closeBrackets, closeBracketsKeymap } from "@codemirror/autocomplete";
 import { lintKeymap } from "@codemirror/lint";
+import type { Message } from "../machine/laboratory";
 import { marl } from "./marl";
 
 export interface EditorSettings {
@@ -13,7 +14,9 @@ export interface EditorSettings {
   label: string;
   numbered: boolean;
   onRun(): void;
-  onChange?(text: string): void;
+  onChange?(): void;
+  /// What the check says, behind each change of the text.
+  onChecked?(messages: Message[]): void;
 }
 
 // Escape gives the tabulator back to the keyboard's way through the page, up to the next key.
@@ -67,9 +70,9 @@ export function makeEditor(settings: EditorSettings): EditorView {
           autocorrect: "off",
           spellcheck: "false",
         }),
-        marl(),
+        marl((messages) => settings.onChecked?.(messages)),
         EditorView.updateListener.of((update) => {
-          if (update.docChanged) settings.onChange?.(update.state.doc.toString());
+          if (update.docChanged) settings.onChange?.();
         }),
       ],
     }),

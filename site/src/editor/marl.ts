@@ -2,7 +2,7 @@
 // and the reference's entry for the name under the pointer.
 import { StreamLanguage, LanguageSupport, syntaxHighlighting, HighlightStyle } from "@codemirror/language";
 import { linter, type Diagnostic } from "@codemirror/lint";
-import { hoverTooltip } from "@codemirror/view";
+import { hoverTooltip, type EditorView } from "@codemirror/view";
 import type { Text } from "@codemirror/state";
 import { Tag, tags } from "@lezer/highlight";
 import { tokenize, styleOf, type Open, type Token } from "../language/grammar";
@@ -71,7 +71,7 @@ function positionOf(doc: Text, line: number, column: number): number {
   return Math.min(at.to, at.from + before.length);
 }
 
-export function diagnosticsOf(doc: Text, messages: Message[]): Diagnostic[] {
+function diagnosticsOf(doc: Text, messages: Message[]): Diagnostic[] {
   return messages.map((message) => {
     const from = positionOf(doc, message.line, message.column);
     const to = positionOf(doc, message.end_line, message.end_column);
@@ -85,18 +85,18 @@ export function diagnosticsOf(doc: Text, messages: Message[]): Diagnostic[] {
   });
 }
 
-const faults = linter(
-  async (view) => {
-    const { doc } = view.state;
-    if (doc.length > 1 << 18) return [];
-    try {
-      return diagnosticsOf(doc, await check(doc.toString()));
-    } catch {
-      return [];  // the laboratory is not there, or has given up: no fault of the program's
-    }
-  },
-  { delay: 300 },
-);
+/// Programs above this length are not checked while they are typed.
+const longest = 1 << 18;
+
+function faults(onChecked: (messages: Message[]) => void) {
+  const lint = async ({ state: { doc } }: EditorView) => {
+    // Without an answer from the laboratory there is nothing to say against a program.
+    const messages = doc.length > longest ? [] : await check(doc.toString()).catch(() => []);
+    onChecked(messages);
+    return diagnosticsOf(doc, messages);
+  };
+  return linter(lint, { delay: 300 });
+}
 
 const hover = hoverTooltip(async (view, position) => {
   const line = view.state.doc.lineAt(position);
@@ -119,6 +119,7 @@ const hover = hoverTooltip(async (view, position) => {
   };
 });
 
-export function marl(): LanguageSupport {
-  return new LanguageSupport(stream, [syntaxHighlighting(style), faults, hover]);
+/// `onChecked` gets what the check says, behind each change.
+export function marl(onChecked: (messages: Message[]) => void): LanguageSupport {
+  return new LanguageSupport(stream, [syntaxHighlighting(style), faults(onChecked), hover]);
 }

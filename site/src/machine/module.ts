@@ -33,7 +33,8 @@ export interface Job {
 }
 
 /// How a run ended: by itself with a status of 32 bits; by `abort`; or by a fault of the machine
-/// that it runs on, as from an access outside of its memory, with that machine's word for it.
+/// that it runs on, as from an access outside of its memory, with that machine's word for it. A job
+/// that can't be set up ends as such a fault.
 export type Outcome =
   | { ended: "exit"; status: number }
   | { ended: "abort" }
@@ -102,8 +103,8 @@ export class Machine {
 
   /// Runs the job to its end. A machine runs once.
   run(job: Job, output: Output): Outcome {
-    this.setUp(job, output);
     try {
+      this.setUp(job, output);
       const status = this.instance.callMain([job.program.name, ...job.arguments]);
       return { ended: "exit", status: status >>> 0 };
     } catch (fault) {
@@ -137,10 +138,14 @@ export class Machine {
     Object.assign(ENV, job.environment);
     FS.mkdirTree(job.folder);
     FS.chdir(job.folder);
-    for (const file of [...job.files, job.program]) {
-      const folder = file.name.slice(0, file.name.lastIndexOf("/") + 1);
-      if (folder) FS.mkdirTree(folder);
-      FS.writeFile(file.name, file.bytes);
+    for (const { name, bytes } of [...job.files, job.program]) {
+      try {
+        const folder = name.slice(0, name.lastIndexOf("/") + 1);
+        if (folder) FS.mkdirTree(folder);
+        FS.writeFile(name, bytes);
+      } catch {
+        throw new Error(`no file can have the name ${name}`);
+      }
     }
     connectStreams(FS, job.input, output);
   }

@@ -14,13 +14,17 @@ function compiledModule(): Promise<WebAssembly.Module> {
   compiled ??= fetch(url).then(async (response) => {
     if (!response.ok) throw new Error(`marl.wasm: ${response.status}`);
     return WebAssembly.compile(await response.arrayBuffer());
+  }).catch((fault) => {
+    compiled = undefined;  // the next run asks again
+    throw fault;
   });
   return compiled;
 }
 
 function makeWorker(): Worker {
   const worker = new Worker(new URL("worker.js", document.baseURI));
-  void compiledModule().then((module) => send(worker, { kind: "load", module }));
+  // Who has work for the worker hears of a module that does not come.
+  compiledModule().then((module) => send(worker, { kind: "load", module }), () => {});
   return worker;
 }
 
@@ -130,9 +134,10 @@ export class Laboratory {
       if (!request) return;
       this.waiting.delete(data.id);
       clearTimeout(request.timer);
-      if (data.kind === "answer") request.resolve(data.answer);
+      if (data.kind === "answer") return request.resolve(data.answer);
       // A machine that has failed once is not asked again.
-      else this.close(data.word), request.reject(new Error(data.word));
+      request.reject(new Error(data.word));
+      this.close(data.word);
     };
     worker.onerror = (event) => this.close(event.message);
     return worker;

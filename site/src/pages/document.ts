@@ -35,7 +35,7 @@ function setUpProgram(box: HTMLElement) {
   output.setAttribute("aria-label", "Output");
   bar.append(run, change, status);
   box.append(bar, output);
-  const runner = new Runner({ output, status, button: run }, given);
+  const runner = new Runner({ output, status, button: run }, given, false);
 
   change.addEventListener("click", async () => {
     change.disabled = true;
@@ -63,7 +63,7 @@ function setUpSearch(field: HTMLInputElement, list: HTMLElement) {
     const asked = wanted;
     list.replaceChildren();
     if (!asked) return;
-    const entries = [...(await allEntries()).values()];
+    const entries = await allEntries();
     if (asked !== wanted) return;
     const rank = ({ name, text }: { name: string; text: string }) => {
       const low = name.toLowerCase();

@@ -1,27 +1,16 @@
-// What all pages do: the choice of dark and light, and the copy that works without a network.
-
-const key = "marl.theme";
-
-function chosenTheme(): string | null {
-  try {
-    return localStorage.getItem(key);
-  } catch {
-    return null;
-  }
-}
+// What all pages do: the choice of dark and light, which the page's head has taken from the last one, and
+// the copy that works without a network.
 
 export function setUpFrame() {
   const button = document.getElementById("theme") as HTMLButtonElement;
   const dark = () =>
     (document.documentElement.dataset.theme ??
       (matchMedia("(prefers-color-scheme: dark)").matches ? "dark" : "light")) === "dark";
-  const chosen = chosenTheme();
-  if (chosen) document.documentElement.dataset.theme = chosen;
   button.addEventListener("click", () => {
     const theme = dark() ? "light" : "dark";
     document.documentElement.dataset.theme = theme;
     try {
-      localStorage.setItem(key, theme);
+      localStorage.setItem("marl.theme", theme);
     } catch {
       // Storage is forbidden: the choice holds for this page.
     }

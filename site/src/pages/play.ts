@@ -1,8 +1,8 @@
 // The playground: the editor, what the program is given, and what became of it.
 import { setUpFrame } from "./frame";
-import { jobOf, Runner, type Given } from "../play/runner";
+import { Runner, type Given } from "../play/runner";
 import { warmUp } from "../machine/session";
-import { check, format, walk } from "../machine/laboratory";
+import { format, type Message } from "../machine/laboratory";
 import { makeEditor, replaceText } from "../editor/editor";
 import { setUpTabs, type Tabs } from "../play/tabs";
 import { fragmentOf, givenBy } from "../play/share";
@@ -101,14 +101,9 @@ function say(text: string) {
   }, 4000);
 }
 
-let editing = 0;
-async function showVerdict() {
+/// The first fault below the editor as well, for who has no pointer to hold over it.
+function showVerdict(messages: Message[]) {
   const verdict = by("verdict");
-  const mine = ++editing;
-  await new Promise((resolve) => setTimeout(resolve, 350));
-  if (mine !== editing) return;
-  const messages = await check(editor.state.doc.toString()).catch(() => []);
-  if (mine !== editing) return;
   const first = messages.find(({ severity }) => severity === "fault") ?? messages[0];
   verdict.hidden = !first;
   if (!first) return;
@@ -123,25 +118,20 @@ const editor = makeEditor({
   label: "Program",
   numbered: true,
   onRun: () => run(),
-  onChange() {
-    keep();
-    void showVerdict();
-  },
+  onChange: keep,
+  onChecked: showVerdict,
 });
 
 const tabs: Tabs = setUpTabs(document.querySelector('[role="tablist"]')!);
 const runner = new Runner(
   { output: by("output"), status: by("status"), button: by<HTMLButtonElement>("run") },
   given,
-  async (job) => {
-    const { last, ended } = await walk(job, 1_000_000).answer;
-    return `${ended ? "" : "over "}${last.toLocaleString("en")} steps`;
-  },
+  true,
 );
 by("run").addEventListener("click", () => tabs.select("output"));
 
-setUpSteps(by("panel-steps"), tabs, () => jobOf(given()));
-setUpProfile(by("panel-profile"), tabs, () => jobOf(given()));
+setUpSteps(by("panel-steps"), tabs, given);
+setUpProfile(by("panel-profile"), tabs, given);
 
 function run() {
   tabs.select("output");
@@ -201,5 +191,4 @@ void (async () => {
     if (last) show(last);
   }
   document.body.dataset.ready = "yes";
-  void showVerdict();
 })();

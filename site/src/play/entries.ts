@@ -9,17 +9,17 @@ export interface Entry {
   text: string;
   /// Where on the reference's page.
   anchor: string;
+  /// For the search alone: its name stands for something else in a program.
+  hidden?: boolean;
 }
 
-let entries: Promise<Map<string, Entry>> | undefined;
+let entries: Promise<Entry[]> | undefined;
 
-export function allEntries(): Promise<Map<string, Entry>> {
-  entries ??= fetch(new URL("entries.json", document.baseURI))
-    .then((response) => response.json() as Promise<Entry[]>)
-    .then((list) => new Map(list.map((entry) => [entry.name, entry])));
+export function allEntries(): Promise<Entry[]> {
+  entries ??= fetch(new URL("entries.json", document.baseURI)).then((response) => response.json());
   return entries;
 }
 
 export async function entryFor(name: string): Promise<Entry | undefined> {
-  return (await allEntries()).get(name);
+  return (await allEntries()).find((entry) => entry.name === name && !entry.hidden);
 }

@@ -1,6 +1,6 @@
 // What a run costs, by name: a table, and the stacks of calls as a picture in which width is steps.
-import type { Job } from "../machine/module";
 import { profile, type Pending, type ProfileRow } from "../machine/laboratory";
+import { jobOf, type Given } from "./runner";
 import type { Tabs } from "./tabs";
 
 interface Frame {
@@ -79,7 +79,7 @@ function tableOf(rows: ProfileRow[]): HTMLTableElement {
   return table;
 }
 
-export function setUpProfile(panel: HTMLElement, tabs: Tabs, jobOf: () => Job) {
+export function setUpProfile(panel: HTMLElement, tabs: Tabs, given: () => Given) {
   panel.innerHTML = `<div class="profile"><p class="said"><span role="status"></span> <button type="button" hidden>Stop</button></p>
 <div class="flame" aria-hidden="true"></div><div class="table"></div></div>`;
   const said = panel.querySelector<HTMLElement>("[role=status]")!;
@@ -91,8 +91,8 @@ export function setUpProfile(panel: HTMLElement, tabs: Tabs, jobOf: () => Job) {
   stop.addEventListener("click", () => running?.stop());
 
   tabs.onSelect("profile", async () => {
-    const job = jobOf();
-    const next = JSON.stringify([new TextDecoder().decode(job.program.bytes), job.arguments, [...job.input]]);
+    const asked = given();
+    const next = JSON.stringify(asked);
     if (next === key) return;
     key = next;
     running?.stop();
@@ -101,7 +101,7 @@ export function setUpProfile(panel: HTMLElement, tabs: Tabs, jobOf: () => Job) {
     picture.style.height = "0";
     said.textContent = "running ...";
     stop.hidden = false;
-    const made = profile(job);
+    const made = profile(jobOf(asked));
     running = made;
     const answer = await made.answer.catch(({ message }: Error) => message);
     if (key !== next) return;

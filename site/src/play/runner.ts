@@ -1,4 +1,5 @@
 // A program's run in a page: its output, how it ended, and the button that starts and stops it.
+import { walk, type Pending } from "../machine/laboratory";
 import type { Job } from "../machine/module";
 import { start, type End, type Run } from "../machine/session";
 import { OutputView } from "./output";
@@ -23,8 +24,8 @@ export function jobOf(given: Given): Job {
   };
 }
 
-/// A run that is over within so many milliseconds is counted, by a second one.
-const shortRun = 500;
+/// The steps that are counted behind a run, by a second one.
+const countLimit = 1_000_000;
 
 const failedStatus = 0x80000000;
 
@@ -55,12 +56,13 @@ export interface RunnerParts {
 export class Runner {
   private readonly view: OutputView;
   private run: Run | undefined;
+  private counting: Pending<unknown> | undefined;
 
   constructor(
     private readonly parts: RunnerParts,
     private readonly given: () => Given,
-    /// How many steps a run takes, in words; asked behind a short one.
-    private readonly count?: (job: Job) => Promise<string>,
+    /// Whether the steps are counted as well.
+    private readonly counts: boolean,
   ) {
     this.view = new OutputView(parts.output);
     parts.button.addEventListener("click", () => this.toggle());
@@ -73,6 +75,7 @@ export class Runner {
 
   async start() {
     this.run?.stop();
+    this.counting?.stop();
     this.view.clear();
     const { button, status, output } = this.parts;
     output.hidden = status.hidden = false;
@@ -94,16 +97,16 @@ export class Runner {
     status.textContent = endText(end);
     button.textContent = "Run";
     button.classList.remove("running");
-    if (fine && end.milliseconds < shortRun) await this.addCount(job, status);
+    if (this.counts && end.outcome.ended !== "stopped") await this.addCount(job);
   }
 
-  private async addCount(job: Job, status: HTMLElement) {
-    const text = status.textContent;
-    const steps = await this.count?.(job).catch(() => undefined);
-    if (steps && status.textContent === text) status.textContent = `${text} · ${steps}`;
-  }
-
-  stop() {
-    this.run?.stop();
+  /// A run that is stopped or replaced while it is counted goes without.
+  private async addCount(job: Job) {
+    const counting = walk(job, countLimit);
+    this.counting = counting;
+    const answer = await counting.answer.catch(() => undefined);
+    if (!answer?.started) return;
+    const steps = `${answer.ended ? "" : "over "}${answer.last.toLocaleString("en")} steps`;
+    this.parts.status.textContent += ` · ${steps}`;
   }
 }

@@ -5,6 +5,7 @@
 import type { Job } from "../machine/module";
 import { nextCall, steps, walk, whyZ, type Pending, type Step } from "../machine/laboratory";
 import { pictureOf, sharedParts, waitingIn } from "./tree";
+import { jobOf, type Given } from "./runner";
 import type { Tabs } from "./tabs";
 
 const windowSize = 250;
@@ -67,7 +68,7 @@ function framesTaken({ line, redex, rule }: Step): number {
   return taken;
 }
 
-export function setUpSteps(panel: HTMLElement, tabs: Tabs, jobOf: () => Job) {
+export function setUpSteps(panel: HTMLElement, tabs: Tabs, given: () => Given) {
   panel.innerHTML = template;
   const find = <E extends Element>(selector: string) => panel.querySelector<E>(selector)!;
   const slider = find<HTMLInputElement>("input[type=range]");
@@ -112,11 +113,10 @@ export function setUpSteps(panel: HTMLElement, tabs: Tabs, jobOf: () => Job) {
   }
 
   function begin() {
-    const next = jobOf();
-    const nextKey = JSON.stringify([decoder.decode(next.program.bytes), next.arguments, decoder.decode(next.input)]);
-    if (nextKey === key) return;
-    job = next;
-    key = nextKey;
+    const next = given();
+    if (JSON.stringify(next) === key) return;
+    job = jobOf(next);
+    key = JSON.stringify(next);
     stopAll();
     at = wanted = last = 0;
     ended = false;
