@@ -3,7 +3,8 @@ import MarkdownIt from "markdown-it";
 import { anchorOf } from "./documents.mjs";
 
 const md = new MarkdownIt();
-const inline = (text) => md.renderInline(text.replace(/\]\(#[^)]*\)/g, "]").replace(/\[([^\]`]*)\]/g, "$1"));
+/// As HTML without links: an entry is a link itself.
+const inline = (text) => md.renderInline(text).replace(/<\/?a\b[^>]*>/g, "");
 
 /// The tables under the headings of a text, with the section that they stand in.
 function tablesOf(markdown) {
@@ -85,6 +86,22 @@ function sectionEntry({ section, head, rows }) {
     }));
 }
 
+/// The sections by their prose, for the search.
+function proseEntries(markdown) {
+  return markdown.split(/^#+ /m).slice(2).map((section) => {
+    const [name, ...lines] = section.split("\n");
+    const prose = lines.join("\n").replace(/^```[^]*?^```/gm, "").replace(/^\|.*$/gm, "").trim();
+    const [first] = prose.split("\n\n");
+    return {
+      name,
+      html: `<strong>${inline(name)}</strong><p>${inline(first)}</p>`,
+      text: prose,
+      anchor: slug(name),
+      hidden: true,
+    };
+  });
+}
+
 /// All entries; those that are hidden are for the search alone.
 export function referenceEntries(markdown) {
   const entries = [];
@@ -94,5 +111,6 @@ export function referenceEntries(markdown) {
     else if (table.section === "Grammar") entries.push(...operatorEntries(table.rows));
     else entries.push(...sectionEntry(table));
   }
+  entries.push(...proseEntries(markdown));
   return entries;
 }

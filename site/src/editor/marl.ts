@@ -10,6 +10,7 @@ import { check, type Message } from "../machine/laboratory";
 import { entryFor } from "../play/entries";
 
 const tokenTable: Record<string, Tag> = {
+  note: tags.comment,
   text: tags.string,
   definition: tags.definition(tags.variableName),
   parameter: tags.local(tags.variableName),

@@ -104,6 +104,7 @@ export function tokenize(line: string, open: Open): { tokens: Token[]; open: Ope
 /// The class of a token in style sheets, from its name in the grammar; empty for plain text.
 export function styleOf(name: string): string {
   const kinds: [string, string][] = [
+    ["comment", "note"],
     ["string", "text"],
     ["entity.name", "definition"],
     ["variable.parameter", "parameter"],

@@ -56,21 +56,24 @@ function setUpProgram(box: HTMLElement) {
   });
 }
 
+/// Words as they are searched: a hyphen between two of them is a blank.
+const folded = (text: string) => text.toLowerCase().replace(/(?<=\w)-(?=\w)/g, " ");
+
 function setUpSearch(field: HTMLInputElement, list: HTMLElement) {
   let wanted = "";
   field.addEventListener("input", async () => {
-    wanted = field.value.trim().toLowerCase();
+    wanted = folded(field.value.trim());
     const asked = wanted;
     list.replaceChildren();
     if (!asked) return;
     const entries = await allEntries();
     if (asked !== wanted) return;
     const rank = ({ name, text }: { name: string; text: string }) => {
-      const low = name.toLowerCase();
+      const low = folded(name);
       if (low === asked) return 0;
       if (low.startsWith(asked)) return 1;
       if (low.includes(asked)) return 2;
-      return text.toLowerCase().includes(asked) ? 3 : 4;
+      return folded(text).includes(asked) ? 3 : 4;
     };
     const found = entries
       .map((entry) => ({ entry, rank: rank(entry) }))

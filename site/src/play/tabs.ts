@@ -17,6 +17,8 @@ export function setUpTabs(list: Element): Tabs {
       tab.tabIndex = chosen ? 0 : -1;
       document.getElementById(tab.getAttribute("aria-controls")!)!.hidden = !chosen;
     }
+    // On a narrow screen the panels are below the editor.
+    if (matchMedia("(max-width: 900px)").matches) list.scrollIntoView();
     actions.get(name)?.();
   };
   for (const tab of tabs) {
