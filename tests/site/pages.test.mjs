@@ -87,6 +87,7 @@ test("a program that is typed runs, and shows its output and its status", async 
   await run(page);
   assert.equal(await output(page), "typed here\n");
   assert.match(await status(page), /^exit status 258 · [\d.]+ m?s/);
+  await page.waitForFunction(() => / · \d+ steps$/.test(document.querySelector("#status").textContent));
   await page.close();
 });
 
@@ -102,6 +103,9 @@ test("the arguments, the input and the files are what the program gets", async (
   await page.type(".file textarea", "q");
   await run(page);
   assert.equal(await output(page), "two\nx\nq\n");
+  await page.$eval(".file input", (field) => (field.value = "/dev"));
+  await run(page);
+  assert.match(await status(page), /no file can have the name \/dev/);
   await page.close();
 });
 
@@ -211,6 +215,9 @@ test("the reference is searched by name and by word", async () => {
   assert.match(await page.$eval("#found a", (e) => e.textContent), /^fopen/);
   await page.click("#found a");
   assert.equal(await page.$eval("td:target", (e) => e.textContent), "fopen");
+  await page.$eval("#search", (field) => (field.value = ""));
+  await page.type("#search", "in place");
+  await page.waitForFunction(() => document.querySelector("#found a")?.hash === "#the-in-place-rule");
   await page.close();
 });
 
@@ -403,10 +410,12 @@ test("format lays a program out, and a hover tells what a built-in is", async ()
   const { text } = await askLaboratory({ command: "format", text: program });
   await page.waitForFunction((wanted) =>
     [...document.querySelectorAll("#editor .cm-line")].map((line) => line.textContent).join("\n") === wanted, {}, text);
-  await write(page, "puts");
-  const name = await page.waitForSelector("#editor .m-builtin");
-  await name.hover();
-  await page.waitForSelector(".hover-entry");
-  assert.match(await page.$eval(".hover-entry", (e) => e.textContent), /^puts/);
+  for (const [name, kind, entry] of [["puts", "builtin", /^puts.*puts\(init\[Hello\]\)/], ["T", "combinator", /^T lazyT a b = b a/]]) {
+    await write(page, name);
+    await (await page.waitForSelector(`#editor .m-${kind}`)).hover();
+    await page.waitForSelector(".hover-entry");
+    assert.match(await page.$eval(".hover-entry", (e) => e.textContent), entry);
+    await page.mouse.move(0, 0);
+  }
   await page.close();
 });
