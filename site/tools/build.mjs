@@ -92,7 +92,9 @@ async function checkSnippet(snippet, shown, runProgram) {
     snippet.status,
   ]);
   const actual = JSON.stringify([out, withoutColours(err), outcome.status & 0xff]);
-  if (actual !== expected) throw new Error(`${snippet.name}: expected ${expected}, got ${actual}`);
+  if (actual === expected) return;
+  console.error(`docs/guide.md, ${snippet.name}: it shows ${expected}, and the run gives ${actual}`);
+  process.exit(1);
 }
 
 /// The examples by name, in the order of their page, each with the sentence that tells it.

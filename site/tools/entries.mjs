@@ -1,6 +1,6 @@
 // The entries of the reference, one a name, from its tables: for hovers and for the search.
 import MarkdownIt from "markdown-it";
-import { anchorOf } from "./documents.mjs";
+import { anchorOf, escapeHtml, slug } from "./documents.mjs";
 
 const md = new MarkdownIt();
 /// As HTML without links: an entry is a link itself.
@@ -25,7 +25,6 @@ function tablesOf(markdown) {
 }
 
 const isName = (cell) => /^`[a-z_]{2,}`$/.test(cell);
-const slug = (section) => section.toLowerCase().replace(/[^a-z0-9 -]/g, "").replaceAll(" ", "-");
 
 function builtinEntries({ section, head, rows }) {
   const arity = head.indexOf("arity");
@@ -58,7 +57,7 @@ function operatorEntries(rows) {
   for (const [level, written, fold, means] of rows) {
     for (const [, code] of written.matchAll(/`+ ?(.*?) ?`+/g)) {
       for (const operator of code.replace(/value|body|[\w()[\]]/g, "").replace(/\s|,/g, "")) {
-        const said = `<p><code>${code.replace(/[&<]/g, (c) => (c === "&" ? "&amp;" : "&lt;"))}</code> ${inline(means)}` +
+        const said = `<p><code>${escapeHtml(code)}</code> ${inline(means)}` +
           ` <span>level ${level}${fold ? `, ${fold}` : ""}</span></p>`;
         const before = entries.get(operator);
         if (before?.html.includes(said)) continue;

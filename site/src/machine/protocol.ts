@@ -7,7 +7,6 @@ export type ToWorker =
   | { kind: "ask"; id: number; request: object; job?: Job };
 
 export type FromWorker =
-  | { kind: "ready" }
   | { kind: "output"; stream: 1 | 2; bytes: Uint8Array }
   /// The end of a run: how long it took in milliseconds, and the bytes of output beyond the limit.
   | { kind: "end"; outcome: Outcome; milliseconds: number; withheld: number }

@@ -85,7 +85,6 @@ async function answer(id: number, request: object, job?: Job) {
 scope.onmessage = ({ data }: MessageEvent<ToWorker>) => {
   if (data.kind === "load") {
     machine = Machine.make(createMarl as Factory, data.module);
-    void machine.then(() => post({ kind: "ready" }));
   } else if (data.kind === "run") {
     void run(data.job, data.outputLimit);
   } else {

@@ -35,7 +35,7 @@ function duration(milliseconds: number): string {
 }
 
 /// How a run ended, in a few words.
-export function endText({ outcome, milliseconds, withheld }: End): string {
+function endText({ outcome, milliseconds, withheld }: End): string {
   const words = [];
   if (outcome.ended === "exit") {
     words.push(outcome.status === failedStatus ? "ended in a Report" : `exit status ${outcome.status}`);
@@ -68,7 +68,7 @@ export class Runner {
     parts.button.addEventListener("click", () => this.toggle());
   }
 
-  toggle() {
+  private toggle() {
     if (this.run) this.run.stop();
     else void this.start();
   }
