@@ -237,6 +237,13 @@ test("a keyboard alone is enough", async () => {
   await page.keyboard.up("Control");
   await ended(page);
   assert.match(await output(page), /Hello, world!/);
+  const opened = new Promise((resolve) => page.once("popup", resolve));
+  for (let i = 0; i < "a\\done{p".length; ++i) await page.keyboard.press("ArrowRight");
+  await page.keyboard.press("F1");
+  const reference = await opened;
+  await reference.waitForSelector("#name-puts:target");
+  await reference.close();
+  await page.bringToFront();
   await page.keyboard.press("Escape");
   await page.keyboard.press("Tab");
   assert.equal(await page.evaluate(() => document.activeElement.closest("#editor")), null);

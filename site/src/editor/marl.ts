@@ -1,8 +1,8 @@
 // marl for CodeMirror: highlighting, bracket matching, the sentences of the check under the faults,
-// and the reference's entry for the name under the pointer.
+// and the reference's entry for the name under the pointer or, with F1, the cursor.
 import { StreamLanguage, LanguageSupport, syntaxHighlighting, HighlightStyle } from "@codemirror/language";
 import { linter, type Diagnostic } from "@codemirror/lint";
-import { hoverTooltip, type EditorView } from "@codemirror/view";
+import { hoverTooltip, keymap, type EditorView } from "@codemirror/view";
 import type { Text } from "@codemirror/state";
 import { Tag, tags } from "@lezer/highlight";
 import { tokenize, styleOf, type Open, type Token } from "../language/grammar";
@@ -99,17 +99,22 @@ function faults(onChecked: (messages: Message[]) => void) {
   return linter(lint, { delay: 300 });
 }
 
-const hover = hoverTooltip(async (view, position) => {
-  const line = view.state.doc.lineAt(position);
-  const token = tokenize(line.text, []).tokens.find(
-    (each) => each.start <= position - line.from && each.end > position - line.from,
-  );
-  if (!token) return null;
-  const entry = await entryFor(line.text.slice(token.start, token.end));
-  if (!entry) return null;
+/// The reference's entry for the token at a place of the text.
+async function entryAt(doc: Text, position: number) {
+  const line = doc.lineAt(position);
+  const at = position - line.from;
+  const token = tokenize(line.text, []).tokens.find(({ start, end }) => start <= at && at < end);
+  const entry = token && (await entryFor(line.text.slice(token.start, token.end)));
+  return entry && { entry, pos: line.from + token.start, end: line.from + token.end };
+}
+
+const hover = hoverTooltip(async ({ state }, position) => {
+  const found = await entryAt(state.doc, position);
+  if (!found) return null;
+  const { entry, pos, end } = found;
   return {
-    pos: line.from + token.start,
-    end: line.from + token.end,
+    pos,
+    end,
     above: true,
     create() {
       const dom = document.createElement("div");
@@ -120,7 +125,22 @@ const hover = hoverTooltip(async (view, position) => {
   };
 });
 
+/// What a hover tells, for the keyboard: the reference at the name under the cursor, or before it.
+async function lookUp({ state: { doc, selection } }: EditorView) {
+  const { head } = selection.main;
+  const found = (await entryAt(doc, head)) ?? (await entryAt(doc, Math.max(0, head - 1)));
+  open(`reference.html${found ? `#${found.entry.anchor}` : ""}`);
+}
+
+const keys = keymap.of([{
+  key: "F1",
+  run(view) {
+    void lookUp(view);
+    return true;
+  },
+}]);
+
 /// `onChecked` gets what the check says, behind each change.
 export function marl(onChecked: (messages: Message[]) => void): LanguageSupport {
-  return new LanguageSupport(stream, [syntaxHighlighting(style), faults(onChecked), hover]);
+  return new LanguageSupport(stream, [syntaxHighlighting(style), faults(onChecked), hover, keys]);
 }
