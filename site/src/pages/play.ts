@@ -41,7 +41,7 @@ function addFile(name: string, text: string) {
   const row = document.createElement("div");
   row.className = "file";
   row.innerHTML =
-    '<input aria-label="File name" spellcheck="false" autocapitalize="off"><button type="button">Remove</button>' +
+    '<input aria-label="File name" placeholder="name" spellcheck="false" autocapitalize="off"><button type="button">Remove</button>' +
     '<textarea rows="3" aria-label="Content of the file" spellcheck="false" autocapitalize="off"></textarea>';
   row.querySelector("input")!.value = name;
   row.querySelector("textarea")!.value = text;
