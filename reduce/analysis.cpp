@@ -55,13 +55,23 @@ void analyse_leaf(Node* leaf) {
     set_span(leaf, int64_t{1} << letter);
 }
 
-// What analysis sees of a Word that has no node: a number or a lambda, closed and settled.
-struct {
-    Node node{leaf_bit | (uint64_t{rank_zero_code + 1} << top_shift) | 1};
+// What analysis sees of a Word that has no node: a number or a lambda, which is closed and settled,
+// or an operand with work, which is closed.
+struct StandIn {
+    Node node;
     char text[8] = "0";
-} settled_word;
+};
+constexpr StandIn stand_in(uint64_t rank) {
+    return {{leaf_bit | ((rank_zero_code + rank) << top_shift) | 1}};
+}
+const StandIn settled_word = stand_in(1);
+const StandIn unsettled_word = stand_in(0);
 
-const Node* seen(Word word) { return is_node(word) ? node_of(word) : &settled_word.node; }
+const Node* seen(Word word) {
+    if (is_node(word)) return node_of(word);
+    const bool is_work = is_closure(word) && !is_lambda(closure_of(word));
+    return is_work ? &unsettled_word.node : &settled_word.node;
+}
 
 uint32_t free_of_pair(PairNode* v) {
     Node* function = v->left;

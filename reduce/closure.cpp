@@ -17,7 +17,8 @@ Closure* new_closure(Unit& part) {
     }
     const auto captures = static_cast<uint64_t>(part.captures);
     auto* closure = static_cast<Closure*>(allocate_node(closure_size(captures)));
-    closure->header = (captures << span_shift) | 1;
+    const uint64_t code = rank_zero_code + (part.parameters > 0 ? 1 : 0);
+    closure->header = (code << top_shift) | (captures << span_shift) | 1;
     closure->unit = &part;
     closure->node = nullptr;
     if (captures == 0) {
@@ -62,13 +63,13 @@ namespace {
 Node* make_closure_node(Closure* closure) {
     Unit& part = *closure->unit;
     if (part.captures == 0) return shared(part.whole);
-    if (!part.copying) {
-        part.copying = std::make_unique<Copying>(make_copying(
+    if (!part.whole_copying) {
+        part.whole_copying = std::make_unique<Copying>(make_copying(
             part.whole, part.letters, part.register_of, part.captures, part.unsettled == 0));
     }
     Word words[most_registers];
     for (int i = 0; i < part.captures; ++i) words[i] = share(closure->captured[i]);
-    return run_copying(*part.copying, words);
+    return run_copying(*part.whole_copying, words);
 }
 
 }  // namespace

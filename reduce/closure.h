@@ -9,7 +9,7 @@ namespace marl {
 /// Whether nothing is left to do in a Word: a node that is settled, a number, or a lambda.
 inline bool is_settled(Word word) {
     if (is_short(word)) return true;
-    if (is_closure(word)) return closure_of(word)->unit->parameters > 0;
+    if (is_closure(word)) return is_lambda(closure_of(word));
     return settled(node_of(word));
 }
 

@@ -164,7 +164,7 @@ struct Unit {
     int frame = 0;          // registers
     std::vector<Instruction> code;
     std::vector<Source> sources;
-    std::vector<Word> constants;
+    std::vector<Word> constants;  // held
     std::vector<Choice> choices;
     std::vector<Site> sites;
     std::vector<std::unique_ptr<Unit>> parts;
@@ -175,7 +175,10 @@ struct Unit {
     // registers that it captures.
     std::unique_ptr<Unit> rest;
     std::vector<uint8_t> taken;
-    std::unique_ptr<Copying> copying;  // how to copy `whole`, once that was asked for
+    // How to copy `body` for a call and `whole` for a closure that becomes a node, once that was
+    // asked for.
+    std::unique_ptr<Copying> body_copying;
+    std::unique_ptr<Copying> whole_copying;
 };
 
 /// The Unit of a definition with parameters. `strict`: its calls have all arguments settled.

@@ -35,6 +35,8 @@ namespace {
 constexpr int most_depth = 300;
 constexpr size_t most_nodes = 20'000;
 constexpr size_t most_instructions = 4'000;
+constexpr int most_aliases = 8;    // names in a row that are followed
+constexpr int most_arranged = 40;  // lazy definitions in a row that are arranged: they may recurse
 
 /// Registers for letters.
 struct Scope {
@@ -128,6 +130,7 @@ class Compiler {
         if (known != unit_.constants.end()) {
             return static_cast<uint32_t>(known - unit_.constants.begin());
         }
+        retain_word(word);
         unit_.constants.push_back(word);
         return static_cast<uint32_t>(unit_.constants.size() - 1);
     }
@@ -189,19 +192,19 @@ class Compiler {
         return constant(word_of(value));
     }
 
-    /// A name that is defined as another name, which is all that most operators are.
+    /// The Leaf that a name stands for when its definition, or the definition of the name that this
+    /// is, and so on, is a settled Leaf: most operators are such names of built-ins. Any other
+    /// name is itself, since what it is defined as may be work.
     static Node* resolve(Node* e) {
-        for (int i = 0; i < 8 && is_leaf(e) && is_name_byte(first_byte(e)); ++i) {
-            if (!is_name(leaf_bytes(e)) || rank_of(e) == rank_variable) break;
-            Symbol& symbol = symbol_of_leaf(e);
+        Node* meant = e;
+        for (int i = 0; i < most_aliases && is_leaf(meant) && !settled(meant); ++i) {
+            const Symbol& symbol = symbol_of_leaf(meant);
             Node* definition = symbol.definition;
-            if (symbol.builtin || !definition || symbol.parameters > 0 || symbol.unmemoised) break;
-            if (!is_leaf(definition) || !is_name_byte(first_byte(definition))) break;
-            if (!is_closed(definition)) break;
-            if (!is_name(leaf_bytes(definition))) break;
-            e = definition;
+            if (symbol.builtin || !definition || symbol.unmemoised) break;
+            if (is_leaf_of(definition, ')')) break;  // it is being reduced
+            meant = definition;
         }
-        return e;
+        return is_leaf(meant) && settled(meant) ? meant : e;
     }
 
     // Operands towards sources.
@@ -312,7 +315,8 @@ class Compiler {
     std::vector<Scope> scopes_;
     int next_;  // the first register that is free
     int frame_ = 0;
-    int waiting_ = 0;  // how many `wait` instructions are open
+    int waiting_ = 0;   // how many `wait` instructions are open
+    int arranged_ = 0;  // how many lazy definitions are being arranged
     bool failed_ = false;
 };
 
@@ -581,7 +585,9 @@ bool Compiler::arrange(Symbol& symbol, const Operands& operands, Target target, 
     RegisterSet unused = registers_of(operands);
     unused &= ~(registers_of(head) | registers_of(arranged) | live);
     drop(unused);
+    ++arranged_;
     expression(head, std::move(arranged), target, live);
+    --arranged_;
     return true;
 }
 
@@ -591,7 +597,7 @@ void Compiler::lazy_head(const Operand& head, Symbol& symbol, const Operands& op
     if (static_cast<int>(operands.size()) < symbol.parameters) {
         return partial(name, true, operands, target, live);
     }
-    if (arrange(symbol, operands, target, live)) return;
+    if (arranged_ < most_arranged && arrange(symbol, operands, target, live)) return;
     general({From::constant, 0, constant(word_of(name))}, operands, target, live);
 }
 
@@ -839,6 +845,7 @@ bool is_moderate(Node* expression) {
 
 Unit::~Unit() {
     if (fixed) release_word(word_of(fixed));
+    for (const Word constant : constants) release_word(constant);
 }
 
 std::unique_ptr<Unit> make_unit(Node* definition, bool strict) {

@@ -106,10 +106,10 @@ class Maker {
     }
 
     void mark_last_uses() {
-        made_.unused = (uint32_t{1} << made_.arity) - 1;
+        made_.unused = (uint64_t{1} << made_.arity) - 1;
         for (const size_t i : argument_places()) {
             uint64_t& word = made_.code[i];
-            const uint32_t bit = uint32_t{1} << (word >> tag_bits);
+            const uint64_t bit = uint64_t{1} << (word >> tag_bits);
             if (made_.unused & bit) word = (word & ~uint64_t{tag_mask}) | last_argument;
             made_.unused &= ~bit;
         }
@@ -182,7 +182,7 @@ Node* run_copying(const Copying& copying, Word* arguments) {
         copied = run(copying, operands.data(), arguments);
     }
     for (int i = 0; i < copying.arity; ++i) {
-        if (copying.unused & (uint32_t{1} << i)) release_word(arguments[i]);
+        if (copying.unused & (uint64_t{1} << i)) release_word(arguments[i]);
     }
     return force(copied);
 }

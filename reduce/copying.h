@@ -21,7 +21,7 @@ namespace marl {
 
 struct Copying {
     int arity = 0;
-    uint32_t unused = 0;  // bit i: argument i does not occur
+    uint64_t unused = 0;  // bit i: argument i does not occur
     size_t depth = 0;     // the most operands that stand at once
     std::vector<uint64_t> code;
 };

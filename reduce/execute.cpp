@@ -135,12 +135,12 @@ class Loop {
 
   private:
     static Word copy_of(Unit& unit, Word* arguments) {
-        if (!unit.copying) {
-            unit.copying = std::make_unique<Copying>(
+        if (!unit.body_copying) {
+            unit.body_copying = std::make_unique<Copying>(
                 make_copying(unit.body, unit.letters, unit.register_of,
                              unit.captures + unit.parameters, unit.unsettled == 0));
         }
-        return word_of(run_copying(*unit.copying, arguments));
+        return word_of(run_copying(*unit.body_copying, arguments));
     }
 
     Word get(const Source& source) {
@@ -287,6 +287,8 @@ void Loop::choose(const Instruction& in, bool two) {
 }
 
 bool Loop::call_row(const Instruction& in, const Row& row, Word* arguments, bool ends, bool waits) {
+    // What the row does can be seen: an interrupt that has come by now comes first.
+    if (interrupted) run_interrupt();
     const int64_t next = index_behind();
     if (ends) registers.top = frame_;
     Word value;
@@ -295,6 +297,7 @@ bool Loop::call_row(const Instruction& in, const Row& row, Word* arguments, bool
         return finish(in, ends, value);
     }
     Value result = call_builtin(row, arguments);
+    if (interrupted) run_interrupt();
     if (!ends) frame_ = registers.top - unit_->frame;
     if (!ends && !waits) {
         if (settled_analysed(result) && !is_abort(result)) {

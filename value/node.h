@@ -14,8 +14,9 @@
 // the set of free variables on every other node, bit i for the letter "a" + i.
 //
 // A name Leaf has one more word in front of its header: the symbol that its name is bound to, once
-// analysis has found it; a word is 64 bits also where a pointer is 32. The Leaf of a long number
-// has room for its limbs there, and its text may still have to be written (value/long_number.h).
+// analysis has found it; a word is 64 bits also where a pointer is 32. A "[" Leaf whose length is
+// too long to cache has it there. The Leaf of a long number has room for its limbs there, and its
+// text may still have to be written (value/long_number.h).
 // Nothing of a node but the caches, these, and `count` is ever written while another holder could
 // see it.
 #pragma once
@@ -112,6 +113,11 @@ inline SymbolWord* symbol_word(Node* name_leaf) {
     return reinterpret_cast<SymbolWord*>(name_leaf) - 1;
 }
 inline Symbol*& symbol_slot(Node* name_leaf) { return symbol_word(name_leaf)->symbol; }
+
+/// The length of a "[" Leaf of `span_limit` bytes or more.
+inline int64_t& long_text_length(Node* long_text) {
+    return *(reinterpret_cast<int64_t*>(long_text) - 1);
+}
 
 /// Writes `span`. A value that does not fit is a fatal stop.
 inline void set_span(Node* node, int64_t span) {

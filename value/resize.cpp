@@ -14,8 +14,8 @@ namespace marl {
 
 namespace {
 
-size_t block_size(int64_t length) {
-    return text_block_size(sizeof(Node) + static_cast<size_t>(length) + 1);
+size_t block_size(size_t front, int64_t length) {
+    return text_block_size(front + sizeof(Node) + static_cast<size_t>(length) + 1);
 }
 
 [[maybe_unused]] size_t words_of(size_t size) { return (size + word_size - 1) / word_size; }
@@ -44,9 +44,22 @@ size_t text_block_size(size_t size) {
 
 Value resized_leaf(Value leaf, int64_t old, int64_t n) {
     MARL_REQUIRE(count_of(leaf) == 1 && n > 0);
-    auto* node = static_cast<Node*>(moved_block(leaf.take(), block_size(old), block_size(n)));
+    const uint8_t kind = first_byte(leaf);
+    const size_t front = leaf_front_size(kind, n);
+    if (front != leaf_front_size(kind, old)) {
+        Value made = leaf_with_size(static_cast<char>(kind), n);
+        memcpy(leaf_text(made), leaf_text(leaf), static_cast<size_t>(std::min(old, n)));
+        return made;
+    }
+    char* block = reinterpret_cast<char*>(leaf.take()) - front;
+    block = static_cast<char*>(moved_block(block, block_size(front, old), block_size(front, n)));
+    auto* node = reinterpret_cast<Node*>(block + front);
     leaf_text(node)[n] = 0;
-    if (is_leaf_of(node, '[')) set_span(node, n < span_limit ? n : 0);
+    if (front > 0) {
+        long_text_length(node) = n;
+    } else if (kind == '[') {
+        set_span(node, n);
+    }
     return Value::adopt(node);
 }
 

@@ -1,7 +1,7 @@
 // Making Leaves, and reading them back. How long a Leaf is stands in one of three places, by its
 // first byte: in the header (text and digits that are not too long, crays), in the text itself (the
-// count in front of a post's payload), or at its NUL. Text and digits too long for the header are
-// measured again at each question, text by its brackets, digits by their NUL.
+// count in front of a post's payload), or at its NUL. Text too long for the header has its length
+// in a word in front of it; digits too long for it are measured again at each question.
 #include "value/value.h"
 
 #include <array>
@@ -32,19 +32,9 @@ constexpr auto base64_values = make_base64_values();
 bool caches_length(uint8_t kind) { return kind == '[' || is_digit_byte(kind); }
 
 /// The length of a digit or "[" text that is too long for `span`.
-int64_t measured_length(Node* leaf) {
+int64_t uncached_length(Node* leaf) {
     const char* bytes = leaf_text(leaf);
-    int64_t n = 0;
-    if (*bytes == '[') {
-        int64_t depth = 0;
-        do {
-            if (bytes[n] == '[') ++depth;
-            if (bytes[n] == ']') --depth;
-            ++n;
-        } while (depth > 0);
-    } else {
-        n = static_cast<int64_t>(strlen(bytes));
-    }
+    const int64_t n = *bytes == '[' ? long_text_length(leaf) : static_cast<int64_t>(strlen(bytes));
     MARL_REQUIRE(n >= span_limit);
     return n;
 }
@@ -53,6 +43,7 @@ int64_t measured_length(Node* leaf) {
 
 size_t leaf_front_size(uint8_t kind, int64_t n) {
     if (is_name_byte(kind)) return sizeof(SymbolWord);
+    if (kind == '[') return n >= span_limit ? sizeof(int64_t) : 0;
     return is_digit_byte(kind) && n >= long_length ? leaf_limbs_size : 0;
 }
 
@@ -61,10 +52,13 @@ Value leaf_with_size(char kind, int64_t n) {
     const size_t size = sizeof(Node) + static_cast<size_t>(n) + 1;
     const size_t front = leaf_front_size(byte, n);
     const bool is_text = byte == '[' || byte == '(';
-    char* block = static_cast<char*>(allocate_node(is_text ? text_block_size(size) : front + size));
+    const size_t block_size = is_text ? text_block_size(front + size) : front + size;
+    char* block = static_cast<char*>(allocate_node(block_size));
     auto* node = reinterpret_cast<Node*>(block + front);
     if (is_name_byte(byte)) {
         symbol_slot(node) = nullptr;
+    } else if (byte == '[' && front > 0) {
+        long_text_length(node) = n;
     } else if (front > 0) {
         new (&leaf_limbs(node)) LeafLimbs;
     }
@@ -121,7 +115,7 @@ PostExtent post_extent(Node* post) {
 int64_t length(Node* node) {
     if (!is_leaf(node)) return 0;
     const uint8_t kind = first_byte(node);
-    if (caches_length(kind)) return span_of(node) ? span_of(node) : measured_length(node);
+    if (caches_length(kind)) return span_of(node) ? span_of(node) : uncached_length(node);
     switch (kind) {
         case ' ': return 1 + static_cast<int64_t>(sizeof(double));
         case '\n': return cray_slot_size * span_of(node) + 1;

@@ -66,8 +66,9 @@ inline Value leaf(const String& text) { return leaf(text.view()); }
 /// A new Leaf of `length` bytes that begins with `kind`, the rest not set; the caller fills
 /// `leaf_text`. The NUL stands.
 Value leaf_with_size(char kind, int64_t length);
-/// What such a Leaf has in front of its header, in bytes: the word for a name's symbol, or room for
-/// the limbs of a long number (value/long_number.h).
+/// What such a Leaf has in front of its header, in bytes: the word for a name's symbol, the length
+/// of a text that is too long for `span`, or room for the limbs of a long number
+/// (value/long_number.h).
 size_t leaf_front_size(uint8_t kind, int64_t length);
 /// A new cray of n slots, each of them null. n is below `cray_limit`.
 Value cray_with_size(int64_t n);

@@ -29,8 +29,8 @@ inline bool fits_short(int64_t n) { return short_of(word_of_short(n)) == n; }
 
 struct Unit;  // reduce/code.h
 
-/// A part of a body with what it captures. Its header holds the count, where a node has it, and in
-/// `span` how many Words are captured.
+/// A part of a body with what it captures. Its header holds, where a node has them, the count, in
+/// `span` how many Words are captured, and the rank: 1 for a lambda, 0 for an operand with work.
 struct Closure : Node {
     union {
         Unit* unit;
@@ -42,6 +42,7 @@ struct Closure : Node {
 
 inline Closure* closure_of(Word word) { return reinterpret_cast<Closure*>(word & ~Word{3}); }
 inline Word word_of(Closure* closure) { return reinterpret_cast<uintptr_t>(closure) | 2; }
+inline bool is_lambda(const Closure* closure) { return top_byte(closure) != rank_zero_code; }
 inline size_t closure_size(uint64_t captured) {
     return sizeof(Closure) - sizeof(Word) + captured * sizeof(Word);
 }
