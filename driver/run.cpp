@@ -9,6 +9,7 @@
 #include "front/check.h"
 #include "front/definitions.h"
 #include "front/prelude.h"
+#include "library/leaked.h"
 #include "number/convert.h"
 #include "reduce/machine.h"
 #include "reduce/tables.h"
@@ -30,9 +31,11 @@ void heed_interrupt() {
     if (interrupted) run_interrupt();
 }
 
-/// Builds that count nodes tell of those which nothing has released.
+/// Builds that count nodes tell of those which nothing has released, but for what a program has
+/// given away on purpose.
 void report_live_nodes() {
 #if MARL_COUNT_NODES
+    release_leaked();
     if (live_nodes == 0) return;
     put_int(put_text(stream_err, "marl: nodes left: "), static_cast<int32_t>(live_nodes));
     put_text(stream_err, "\n");

@@ -13,6 +13,7 @@
 #include "number/cray.h"
 #include "reduce/analysis.h"
 #include "reduce/machine.h"
+#include "reduce/needs.h"
 #include "reduce/tables.h"
 #include "value/todo.h"
 
@@ -175,10 +176,11 @@ Value disarm(Node* expression) { return Disarming().run(expression); }
 void shutdown() {
     const TodoArming armed(true);
     // The intern set goes first, so that what a definition holds is held by nothing else. An action
-    // may add to either, behind the walk as well: both must be found quiet.
+    // may add to either, behind the walk as well: both must be found quiet. Without `todo` nothing
+    // acts, and nothing needs to be taken apart.
     do {
         clear_intern_set();
-    } while (disarm_definitions() || intern_set_size() > 0);
+    } while (needs_plain_machine && (disarm_definitions() || intern_set_size() > 0));
     clear_definitions();
 }
 

@@ -16,7 +16,7 @@
 #include "number/convert.h"
 #include "number/kind.h"
 #include "reduce/analysis.h"
-#include "reduce/exactness.h"
+#include "reduce/closure.h"
 #include "reduce/machine.h"
 #include "reduce/tables.h"
 #include "text/rope.h"
@@ -72,24 +72,18 @@ Report remove_doomed(Module& module) {
     return {};
 }
 
-/// A run that goes over to the plain machine has frames that are exact no more: a program that may
-/// load a text of its own that names `todo` is exact from the start.
-Report expect_loaded_todo(Module& module) {
-    const auto loads = [](const References::Entry& entry) {
-        return std::any_of(entry.free.begin(), entry.free.end(), [](const Symbol* name) {
-            return name->name.view() == "load" || name->name.view() == "road";
-        });
-    };
-    const auto& entries = module.references.entries;
-    if (std::none_of(entries.begin(), entries.end(), loads)) return {};
-    for (const auto& [name, definition] : module.definitions) {
-        if (has_text_with(definition, "todo")) exactness_due = true;
-    }
+Report empty_intern_set(Module&) {
+    clear_intern_set();
     return {};
 }
 
-Report empty_intern_set(Module&) {
-    clear_intern_set();
+/// The backquotes have made code of definitions that still change. What they have left becomes
+/// nodes, and the run makes its own code.
+Report forget_early_code(Module& module) {
+    if (!has_code()) return {};
+    for (const auto& [name, expression] : module.definitions) make_all_nodes(expression);
+    for (const Symbol* symbol : defined_symbols()) make_all_nodes(symbol->definition);
+    forget_code();
     return {};
 }
 
@@ -127,14 +121,15 @@ constexpr Stage stages[] = {
     gather_references,
     gather_references_of_builtins,
     refuse_dangling_names,
-    expect_loaded_todo,
     remove_doomed,
+    note_names,
     give_places,
     refuse_excess_parameters,
     publish,
     evaluate_backquotes,
     gather_definitions,
     empty_intern_set,
+    forget_early_code,
     intern_definitions,
     intern_builtins,
     drop_all_unsettled,
@@ -172,7 +167,7 @@ Report check_program() {
 Report run_program(int64_t arguments) {
     if (Report report = check_program(); !passed(report)) return report;
     todo_armed = true;
-    Value result = reduce(pair(Value::share(find_definition("")), from_i64(arguments)));
+    Value result = reduce_call(symbol_of(""), from_i64(arguments));
     if (is_leaf_of(result, ')')) return cycle_report(leaf_bytes(result).substr(1));
     if (!is_leaf(result) && is_leaf_of(left(result), ']')) return report_parse(text(right(result)));
     if (kind_of(result) != 'i') return range_report(result);

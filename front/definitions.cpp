@@ -88,7 +88,7 @@ Value lambdas_around_Z(int arity) {
 /// arity. It makes the name known and gives it its rank; its body never runs.
 void enter_builtins() {
     std::vector<Value> by_arity;
-    for (const Row& row : builtin_table()) {
+    for (const Builtin& row : builtin_table()) {
         while (by_arity.size() <= row.arity) {
             by_arity.push_back(lambdas_around_Z(static_cast<int>(by_arity.size())));
         }

@@ -18,7 +18,9 @@
 #include "number/kind.h"
 #include "number/post.h"
 #include "number/zits.h"
+#include "reduce/handover.h"
 #include "reduce/machine.h"
+#include "reduce/needs.h"
 #include "text/rope.h"
 #include "value/todo.h"
 
@@ -97,6 +99,14 @@ Report drop_unsettled_parts(Module& module) {
 
 // `load` shares equal parts before it evaluates, `road` behind it. Dropping comes last in both: it
 // analyses the names in the text, whose ranks stand only when all backquotes are evaluated.
+/// The runs that are under way go on in the plain machine when the text brings in `todo`.
+Report prepare_for_todo(Module& module) {
+    const bool was_plain = needs_plain_machine;
+    note_names(module);
+    if (needs_plain_machine && !was_plain) hand_over();
+    return {};
+}
+
 constexpr Stage load_stages[] = {
     check_text,
     cut_text,
@@ -105,6 +115,7 @@ constexpr Stage load_stages[] = {
     refuse_funky_keys,
     gather_references,
     remove_doomed,
+    prepare_for_todo,
     give_places,
     refuse_excess_parameters,
     publish,
@@ -124,6 +135,7 @@ constexpr Stage road_stages[] = {
     gather_references,
     refuse_dangling_names,
     remove_doomed,
+    prepare_for_todo,
     give_places,
     refuse_excess_parameters,
     publish,

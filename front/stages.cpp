@@ -13,6 +13,7 @@
 #include "front/places.h"
 #include "front/rebuild.h"
 #include "reduce/analysis.h"
+#include "reduce/needs.h"
 #include "reduce/tables.h"
 #include "text/rope.h"
 
@@ -133,6 +134,14 @@ Report refuse_dangling_names(Module& module) {
     const auto dangling = find_dangling(module.references);
     if (!dangling) return {};
     return dangling_report(*dangling, module.is_loaded ? "undefined function " : "undefined ");
+}
+
+Report note_names(Module& module) {
+    for (const auto& [name, free] : module.references.entries) {
+        if (!module.definitions.contains(name->name)) continue;
+        for (const Symbol* reference : free) note_name(reference->name.view());
+    }
+    return {};
 }
 
 Report give_places(Module& module) {

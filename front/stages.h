@@ -41,6 +41,8 @@ Report refuse_funky_keys(Module& module);
 Report gather_references(Module& module);
 /// What the entry expression reaches must be defined.
 Report refuse_dangling_names(Module& module);
+/// Tells the machine what names the definitions have in them.
+Report note_names(Module& module);
 Report give_places(Module& module);
 Report refuse_excess_parameters(Module& module);
 Report publish(Module& module);

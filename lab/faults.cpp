@@ -186,7 +186,7 @@ struct Finding {
                 other.scope.begin <= name.range.begin && name.range.end <= other.scope.end;
             if (around) names.push_back(other.key);
         }
-        for (const Row& row : builtin_table()) names.emplace_back(row.name);
+        for (const Builtin& row : builtin_table()) names.emplace_back(row.name);
         return names;
     }
 

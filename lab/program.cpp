@@ -295,7 +295,7 @@ const Program& prelude_program() {
 std::optional<int> builtin_arity(std::string_view key) {
     static const auto* arities = [] {
         auto* table = new std::map<std::string, int, std::less<>>;
-        for (const Row& row : builtin_table()) (*table)[row.name] = row.arity;
+        for (const Builtin& row : builtin_table()) (*table)[row.name] = row.arity;
         return table;
     }();
     const auto row = arities->find(key);

@@ -293,7 +293,7 @@ char* next_completion(const char* begin, int state) {
     if (state == 0) {
         names.clear();
         for (const Definition& one : session.definitions) names.push_back(one.key);
-        for (const Row& row : builtin_table()) names.emplace_back(row.name);
+        for (const Builtin& row : builtin_table()) names.emplace_back(row.name);
         std::erase_if(names, [&](const std::string& name) { return !name.starts_with(begin); });
     }
     const auto index = static_cast<size_t>(state);

@@ -212,7 +212,7 @@ Json completion(const Document& document, const Json& parameters) {
         items.push_back(completion_item(key, item_function,
                                         signature(document, document.program.pieces[piece])));
     }
-    for (const Row& row : builtin_table()) {
+    for (const Builtin& row : builtin_table()) {
         if (!listed.insert(row.name).second) continue;
         items.push_back(completion_item(row.name, item_function,
                                         "built-in, " + std::to_string(row.arity) + " arguments"));

@@ -143,7 +143,7 @@ struct Wrapper<Result(Arguments...), function> {
 
 /// The row of a wrapper. An arity that is not the number of argument classes does not compile.
 template <class Classes, auto function>
-consteval Row wrap(const char* name, uint8_t arity) {
+consteval Builtin wrap(const char* name, uint8_t arity) {
     MARL_REQUIRE((arity == Wrapper<Classes, function>::arity));
     return {name, arity, Wrapper<Classes, function>::call};
 }

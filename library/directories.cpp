@@ -154,7 +154,7 @@ int close_directory(Handle* handle) {
     return failed ? -1 : 0;
 }
 
-constexpr Row rows[] = {
+constexpr Builtin rows[] = {
     wrap<S(M), open_directory>("opendir", 1),
     wrap<S(I), read_directory>("readdir", 1),
     wrap<S(I), close_directory>("closedir", 1),
@@ -163,6 +163,6 @@ constexpr Row rows[] = {
 
 }  // namespace
 
-std::span<const Row> directory_rows() { return rows; }
+std::span<const Builtin> directory_rows() { return rows; }
 
 }  // namespace marl

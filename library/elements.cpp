@@ -13,6 +13,7 @@
 #include "number/kind.h"
 #include "number/post.h"
 #include "number/zits.h"
+#include "reduce/needs.h"
 #include "text/bit_cast.h"
 #include "value/short_hint.h"
 
@@ -199,7 +200,7 @@ bool byte_at(std::string_view bytes, int64_t i, int64_t& n) {
 /// A short number in a cray. Nobody must be able to see that it is no longer the node there.
 bool number_at(Node* cray, int64_t i, int64_t& n) {
     const int64_t at = from_end(i, cray_length(cray));
-    if (identity_matters || at < 0 || at >= cray_length(cray)) return false;
+    if (keeps_identity || at < 0 || at >= cray_length(cray)) return false;
     const Node* element = cray_slot(cray, at);
     return element && short_hint(element, n);
 }

@@ -8,19 +8,19 @@
 
 namespace marl {
 
-std::span<const Row> arithmetic_rows();  // number/arithmetic.cpp
-std::span<const Row> comparison_rows();  // number/comparison.cpp
-std::span<const Row> packing_rows();     // number/packing.cpp
-std::span<const Row> text_rows();        // number/text.cpp
-std::span<const Row> structure_rows();
-std::span<const Row> record_rows();
-std::span<const Row> memory_rows();
-std::span<const Row> file_rows();
-std::span<const Row> directory_rows();
-std::span<const Row> string_rows();
-std::span<const Row> math_rows();
-std::span<const Row> socket_rows();
-std::span<const Row> process_rows();
-std::span<const Row> load_rows();
+std::span<const Builtin> arithmetic_rows();  // number/arithmetic.cpp
+std::span<const Builtin> comparison_rows();  // number/comparison.cpp
+std::span<const Builtin> packing_rows();     // number/packing.cpp
+std::span<const Builtin> text_rows();        // number/text.cpp
+std::span<const Builtin> structure_rows();
+std::span<const Builtin> record_rows();
+std::span<const Builtin> memory_rows();
+std::span<const Builtin> file_rows();
+std::span<const Builtin> directory_rows();
+std::span<const Builtin> string_rows();
+std::span<const Builtin> math_rows();
+std::span<const Builtin> socket_rows();
+std::span<const Builtin> process_rows();
+std::span<const Builtin> load_rows();
 
 }  // namespace marl

@@ -41,7 +41,7 @@ char* temporary_name(char* buffer) {
     return nullptr;
 }
 
-constexpr Row rows[] = {
+constexpr Builtin rows[] = {
     wrap<S(M, M), fopen>("fopen", 2),
     wrap<S(I, M), fdopen>("fdopen", 2),
     wrap<S(I), fclose>("fclose", 1),
@@ -81,6 +81,6 @@ constexpr Row rows[] = {
 
 }  // namespace
 
-std::span<const Row> file_rows() { return rows; }
+std::span<const Builtin> file_rows() { return rows; }
 
 }  // namespace marl

@@ -7,13 +7,13 @@ namespace marl {
 
 namespace {
 
-constexpr Row rows[] = {
-    {"load", 1, [](Value* arguments) { return load_text(arguments[0]); }},
-    {"road", 1, [](Value* arguments) { return road_text(arguments[0]); }},
+constexpr Builtin rows[] = {
+    {"load", 1, [](Value* arguments) { return load_text(arguments[0]); }, nullptr, true},
+    {"road", 1, [](Value* arguments) { return road_text(arguments[0]); }, nullptr, true},
 };
 
 }  // namespace
 
-std::span<const Row> load_rows() { return rows; }
+std::span<const Builtin> load_rows() { return rows; }
 
 }  // namespace marl

@@ -14,12 +14,12 @@ using OfReal = double (*)(double);
 using OfReals = double (*)(double, double);
 
 template <OfReal function>
-consteval Row of_real(const char* name) {
+consteval Builtin of_real(const char* name) {
     return wrap<D(R), function>(name, 1);
 }
 
 template <OfReals function>
-consteval Row of_reals(const char* name) {
+consteval Builtin of_reals(const char* name) {
     return wrap<D(R, R), function>(name, 2);
 }
 
@@ -30,7 +30,7 @@ double split_whole(double x, double* whole) { return modf(x, whole); }
 /// The least number has no positive counterpart and stays itself.
 int64_t magnitude(int64_t n) { return n > 0 ? n : static_cast<int64_t>(-static_cast<uint64_t>(n)); }
 
-constexpr Row rows[] = {
+constexpr Builtin rows[] = {
     of_real<sin>("sin"),
     of_real<cos>("cos"),
     of_real<tan>("tan"),
@@ -61,6 +61,6 @@ constexpr Row rows[] = {
 
 }  // namespace
 
-std::span<const Row> math_rows() { return rows; }
+std::span<const Builtin> math_rows() { return rows; }
 
 }  // namespace marl

@@ -23,7 +23,7 @@ Value clear_block(Value* arguments) {
     return leaf_I();
 }
 
-constexpr Row rows[] = {
+constexpr Builtin rows[] = {
     wrap<S(I), malloc>("malloc", 1),          wrap<S(I, I), calloc>("calloc", 2),
     wrap<S(I, I), realloc>("realloc", 2),     wrap<V(I), free>("free", 1),
     wrap<S(I, I, I), memmove>("memcpy", 3),   wrap<S(I, I, I), memmove>("memmove", 3),
@@ -33,6 +33,6 @@ constexpr Row rows[] = {
 
 }  // namespace
 
-std::span<const Row> memory_rows() { return rows; }
+std::span<const Builtin> memory_rows() { return rows; }
 
 }  // namespace marl

@@ -108,7 +108,7 @@ const tm* local_time(const void* place) {
     return localtime(&moment);
 }
 
-constexpr Row rows[] = {
+constexpr Builtin rows[] = {
     wrap<S(I), now>("time", 1),
     {"time_t", 0, constant<sizeof(int64_t)>},
     wrap<S(I), time_text>("ctime", 1),
@@ -147,6 +147,6 @@ constexpr Row rows[] = {
 
 }  // namespace
 
-std::span<const Row> process_rows() { return rows; }
+std::span<const Builtin> process_rows() { return rows; }
 
 }  // namespace marl

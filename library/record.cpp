@@ -151,7 +151,7 @@ void write_memory(char* address, uint64_t number) {
     store(address, width, number);
 }
 
-constexpr Row rows[] = {
+constexpr Builtin rows[] = {
     {"rech", 2, read_checked<Text, 1>},        {"reci", 2, read_checked<Text, 2>},
     {"recj", 2, read_checked<Text, 4>},        {"reck", 2, read_checked<Text, 8>},
     {"recl", 3, write_checked<Text, 1>},       {"recm", 3, write_checked<Text, 2>},
@@ -176,6 +176,6 @@ constexpr Row rows[] = {
 
 }  // namespace
 
-std::span<const Row> record_rows() { return rows; }
+std::span<const Builtin> record_rows() { return rows; }
 
 }  // namespace marl

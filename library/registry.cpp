@@ -11,15 +11,15 @@ namespace marl {
 
 namespace {
 
-std::vector<Row>* collect_rows() {
-    auto* table = new std::vector<Row>;
+std::vector<Builtin>* collect_rows() {
+    auto* table = new std::vector<Builtin>;
     for (const auto family : {arithmetic_rows, comparison_rows, packing_rows, text_rows,
                               structure_rows, record_rows, memory_rows, file_rows, directory_rows,
                               string_rows, math_rows, socket_rows, process_rows, load_rows}) {
-        const std::span<const Row> rows = family();
+        const std::span<const Builtin> rows = family();
         table->insert(table->end(), rows.begin(), rows.end());
     }
-    std::sort(table->begin(), table->end(), [](const Row& a, const Row& b) {
+    std::sort(table->begin(), table->end(), [](const Builtin& a, const Builtin& b) {
         return std::string_view(a.name) < std::string_view(b.name);
     });
     return table;
@@ -27,9 +27,9 @@ std::vector<Row>* collect_rows() {
 
 }  // namespace
 
-std::span<const Row> builtin_table() {
+std::span<const Builtin> builtin_table() {
     // Symbols point at its rows for the life of the process, so it is never taken down.
-    static const std::vector<Row>* table = collect_rows();
+    static const std::vector<Builtin>* table = collect_rows();
     return *table;
 }
 

@@ -114,7 +114,7 @@ void add_to_set(uint64_t socket, char* set) {
     memcpy(set, &count, sizeof count);
 }
 
-constexpr Row rows[] = {
+constexpr Builtin rows[] = {
     wrap<S(I, I, I), socket>("socket", 3),
     wrap<S(I, I, I), bind>("bind", 3),
     wrap<S(I, I), listen>("listen", 2),
@@ -148,6 +148,6 @@ constexpr Row rows[] = {
 
 }  // namespace
 
-std::span<const Row> socket_rows() { return rows; }
+std::span<const Builtin> socket_rows() { return rows; }
 
 }  // namespace marl

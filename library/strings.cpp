@@ -68,7 +68,7 @@ int in_class(int character) {
     return character >= 0 && character <= 255 ? function(character) : 0;
 }
 template <Class function>
-consteval Row of_class(const char* name) {
+consteval Builtin of_class(const char* name) {
     return wrap<T(I), in_class<function>>(name, 1);
 }
 
@@ -81,7 +81,7 @@ int with_case(int character) {
 int is_ascii(uint32_t character) { return character < 128; }
 int64_t to_ascii(int64_t character) { return character & 127; }
 
-constexpr Row rows[] = {
+constexpr Builtin rows[] = {
     wrap<S(M), strlen>("strlen", 1),
     wrap<S(M, I), strnlen>("strnlen", 2),
     wrap<S(M, M), order>("strcmp", 2),
@@ -125,6 +125,6 @@ constexpr Row rows[] = {
 
 }  // namespace
 
-std::span<const Row> string_rows() { return rows; }
+std::span<const Builtin> string_rows() { return rows; }
 
 }  // namespace marl

@@ -447,13 +447,13 @@ Value buck(Value* arguments) {
     }
 }
 
-constexpr Row rows[] = {
+constexpr Builtin rows[] = {
     {"plus", 2, plus}, {"dash", 2, dash}, {"mult", 2, mult}, {"over", 2, over},
     {"cent", 2, cent}, {"powa", 2, powa}, {"wave", 1, wave}, {"buck", 1, buck},
 };
 
 }  // namespace
 
-std::span<const Row> arithmetic_rows() { return rows; }
+std::span<const Builtin> arithmetic_rows() { return rows; }
 
 }  // namespace marl

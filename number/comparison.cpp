@@ -234,7 +234,7 @@ Value diff_builtin(Value* arguments) {
     }
 }
 
-constexpr Row rows[] = {
+constexpr Builtin rows[] = {
     {"less", 2, less_builtin},
     {"gteq", 2, gteq_builtin},
     {"same", 2, same_builtin},
@@ -243,6 +243,6 @@ constexpr Row rows[] = {
 
 }  // namespace
 
-std::span<const Row> comparison_rows() { return rows; }
+std::span<const Builtin> comparison_rows() { return rows; }
 
 }  // namespace marl

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "number/decimal.h"
+#include "reduce/needs.h"
 #include "value/long_number.h"
 #include "value/short_hint.h"
 
@@ -20,7 +21,9 @@ Value digit_leaf(DigitText text) {
     const int64_t n = length_of(text);
     Value made = leaf_with_size('0', n);
     char* bytes = leaf_text(made);
-    if (n < long_length || n >= span_limit || decimal.size() < 2) {
+    // Where memory can be read, the bytes stand from the start.
+    const bool is_read = keeps_identity;
+    if (n < long_length || n >= span_limit || decimal.size() < 2 || is_read) {
         write_text(bytes, text);
         return made;
     }

@@ -92,13 +92,13 @@ Value lots(Value* arguments) {
     }
 }
 
-constexpr Row rows[] = {
+constexpr Builtin rows[] = {
     {"lits", 1, lits},
     {"lots", 1, lots},
 };
 
 }  // namespace
 
-std::span<const Row> packing_rows() { return rows; }
+std::span<const Builtin> packing_rows() { return rows; }
 
 }  // namespace marl

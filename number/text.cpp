@@ -105,7 +105,7 @@ Value real(Value* arguments) {
     }
 }
 
-constexpr Row rows[] = {
+constexpr Builtin rows[] = {
     {"zits", 1, zits},
     {"cape", 1, cape},
     {"real", 1, real},
@@ -113,6 +113,6 @@ constexpr Row rows[] = {
 
 }  // namespace
 
-std::span<const Row> text_rows() { return rows; }
+std::span<const Builtin> text_rows() { return rows; }
 
 }  // namespace marl

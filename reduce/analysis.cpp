@@ -69,7 +69,7 @@ const StandIn unsettled_word = stand_in(0);
 
 const Node* seen(Word word) {
     if (is_node(word)) return node_of(word);
-    const bool is_work = is_closure(word) && !is_lambda(closure_of(word));
+    const bool is_work = is_closure(word) && kind_of(closure_of(word)) == ClosureKind::work;
     return is_work ? &unsettled_word.node : &settled_word.node;
 }
 

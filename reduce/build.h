@@ -5,9 +5,13 @@
 #pragma once
 
 #include "reduce/analysis.h"
+#include "reduce/needs.h"
 #include "value/word.h"
 
 namespace marl {
+
+/// A Word as it may stand in a Pair: where memory can be read, only a node may.
+inline Word as_right_child(Word word) { return keeps_identity ? word_of(force(word)) : word; }
 
 /// A new Pair of two analysed children, analysed itself. Takes both references.
 inline Node* analysed_pair(Node* left, Word right) {

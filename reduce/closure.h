@@ -8,18 +8,41 @@ namespace marl {
 
 /// Whether nothing is left to do in a Word: a node that is settled, a number, or a lambda.
 inline bool is_settled(Word word) {
-    if (is_short(word)) return true;
-    if (is_closure(word)) return is_lambda(closure_of(word));
-    return settled(node_of(word));
+    if (is_node(word)) return settled(node_of(word));
+    return is_short(word) || kind_of(closure_of(word)) != ClosureKind::work;
 }
 
 /// The closure of a part, its Words not set but where it captures none.
-Closure* new_closure(Unit& part);
+Closure* new_closure(Code& part);
+
+/// What a construction makes of the Words that it captures, which are consumed: a node when they
+/// are settled, else its closure.
+Word construct(Code& part, Word* captured);
 
 /// Takes what a closure captures into `to`, in order, and gives the closure up.
 void open_closure(Closure* closure, Word* to);
 
 /// A closure of several parameters applied to one settled argument. Consumes both.
 Word apply_partly(Closure* closure, Word argument);
+
+/// The code of a lambda that is a node, by the closure that stands for its body; null when it has
+/// none, and substitution is due.
+inline Closure* body_closure(Node* lambda) {
+    const Word body = as_pair(lambda)->right;
+    return is_closure(body) ? closure_of(body) : nullptr;
+}
+
+/// Gives code to the closed lambdas that stand as arguments in an expression of the program, and to
+/// itself when it is one. The Codes are added to `owner`, and the expression must outlive them.
+void give_code_to_lambdas(Node* expression, std::vector<std::unique_ptr<Code>>& owner);
+
+/// Takes the code away again from the lambda that a part is. What asks for its body finds a node.
+void take_code_away(Code& part);
+
+/// Puts nodes in the place of all closures in an expression.
+void make_all_nodes(Node* expression);
+
+/// Makes a piece of a frame's registers, which are left as they are.
+Word make_piece(const Piece& piece, Word* frame);
 
 }  // namespace marl

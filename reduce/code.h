@@ -1,196 +1,205 @@
 // Code: what a call runs in place of a copy of its body.
 //
-// A Unit is the code of one body: that of a definition, or of a part of one that is on its own (a
+// A Code is made of one body: that of a definition, or of a part of one that is on its own (a
 // lambda, or an operand that waits until somebody wants it). It works on a frame of registers, each
-// one Word that is written once on every way through the code. Captured Words come first, then the
-// parameters, then what the code computes.
+// one Word that is written once on every way through the code. The parameters come first, then the
+// captured Words, then what the code computes.
 //
 // A register's last use takes its Word, any other use shares it, and a way that has no use for it
 // drops it at its start: so what an expression of the language holds is what the registers hold,
-// and who looks at a count finds the same.
+// and who looks at a count finds the same. The checker (reduce/check_code.h) proves it of each
+// Code.
 //
-// Code is made at the first call, from the definitions as they stand; a definition that is replaced
-// drops it.
+// Code is made at the first call, from the definitions as they stand, and owns what it uses.
 #pragma once
 
 #include <cstdint>
 #include <memory>
 #include <vector>
 
-#include "reduce/copying.h"
+#include "reduce/instructions.h"
+#include "reduce/template.h"
+#include "value/value.h"
 #include "value/word.h"
 
 namespace marl {
 
-struct Row;
+struct Builtin;
+class Continuations;
+struct Choice;
+struct Instruction;
+struct Machine;
+struct StackEntry;
 struct Symbol;
 
-enum class Op : uint8_t {
-    move,      // a = take b
-    share,     // a = share b
-    constant,  // a = constants[d]
-    drop,      // drop the registers of `set`
-    jump,      // go on at d
-
-    // a = b op c. Flags in d tell whether b and c are taken.
-    add,
-    subtract,
-    multiply,
-    over,
-    cent,
-    // The same, c being the constant number `n`.
-    add_number,
-    subtract_number,
-    multiply_number,
-    over_number,
-    cent_number,
-
-    // b op c, as above; go on behind it for K, at `h` for H, and at `other` for anything else,
-    // which is then in a.
-    less,
-    not_less,
-    same,
-    differ,
-    less_number,
-    not_less_number,
-    same_number,
-    differ_number,
-
-    apply_two,  // take or share b and look at it; go on as `choices[d]` tells
-    apply_one,
-
-    // What is called leaves a `Waiting` of kind c, and what comes next in the code gets its value.
-    builtin,       // a = what the row gives for `sources`
-    builtin_last,  // the frame ends, and that is the focus
-    builtin_held,  // that is the focus, and the frame stays
-    call,          // a = what the symbol's definition gives for `sources`; b registers are kept
-    call_last,
-    call_held,
-    apply,  // a = the first of `sources` applied to the others; b registers are kept
-    apply_last,
-
-    pairs,     // a = the partial application of constants[b] to `sources`
-    closure,   // a = the closure of parts[b] over `sources`
-    name,      // a = the value of the constant `symbol`
-    evaluate,  // a = the value of b, which is taken
-
-    if_strict,  // go on at d unless b is a strict function that takes c more arguments
-    if_held,    // go on at d when the topmost b entries of the context are arguments
-    wait,       // what comes next leaves the frame; its value comes to a, and the code goes on at d
-    hold,       // push the one of `sources` as an argument
-    give,       // the frame ends, and the one of `sources` is the focus
-    go,         // the one of `sources` is the focus, and the frame stays
-};
+#if MARL_TAIL_CALLS
+/// What runs an instruction: it ends in a jump to what runs the next one.
+using Run = void (*)(Word* frame, StackEntry* top, Machine* m, Word value, const Instruction* at);
+#endif
 
 using RegisterSet = uint64_t;
 constexpr int most_registers = 64;
 inline RegisterSet set_of(int reg) { return RegisterSet{1} << reg; }
+/// The registers below one.
+inline RegisterSet registers_below(int reg) { return set_of(reg) - 1; }
 
-/// Where a Word comes from.
-enum class From : uint8_t { take, share, constant, part };
-struct Source {
+/// Where a Word comes from: a register, or the constant `word`, which the Code holds.
+enum class From : uint8_t { take, share, constant };
+struct Operand {
     From from;
-    uint8_t reg;
-    uint32_t index = 0;  // of the constant or the part
+    uint8_t reg = 0;
+    Word word = 0;
 };
 
+constexpr int take_a = 1;
+constexpr int take_b = 2;
+constexpr int take_c = 4;
+
+/// What is live in the frame while it waits, by the `land` at which it goes on.
+struct StackMap {
+    Code* code;
+    RegisterSet live;
+    int32_t choice = -1;  // of a land_before_choice: the operands that it holds back
+};
+
+/// The fields mean what the instruction's row says. One with operands has `c` of them, and until it
+/// is linked `e` is the place of the first one; else `f` tells which registers are taken.
 struct Instruction {
+#if MARL_TAIL_CALLS
+    Run run = nullptr;
+#endif
     Op op = Op::move;
     uint8_t a = 0;
     uint8_t b = 0;
     uint8_t c = 0;
     int32_t d = 0;
+    struct Fields {
+        int32_t e;
+        int32_t f;
+    };
+    union {
+        Fields fields{};
+        const Operand* operands;
+    };
     union {
         int64_t n = 0;
+        Word word;
         RegisterSet set;
-        const Row* row;
+        const Builtin* builtin;
         Symbol* symbol;
+        const Instruction* target;
+        const StackMap* map;
+        const Choice* choice;
+        Code* part;
     };
-    int32_t h = 0;      // where a branch goes on for `H`,
-    int32_t other = 0;  // and where for what is no truth value
-    // The Words that the instruction uses: `count` from sources[first] on.
-    uint32_t first = 0;
-    uint32_t count = 0;
 };
 
-constexpr int take_b = 1;
-constexpr int take_c = 2;
-
-/// Where to go on when a choice's head is of a known shape; -1 where the code has no way for it and
-/// takes that of `other`, with the head in `head`. A cell's or pair's parts go to x and y.
+/// Where to go on, in distances from the choice, when its head is of a known shape; 0 where the
+/// code has no way for it and takes that of `other`, with the head in `a`. A cell's or pair's parts
+/// go to x and y.
 ///
-/// While the head is computed, the operands may have to be held back after all: `count` of sources,
-/// the last one first, from sources[first] on. Then the value comes to register `to`, and the code
-/// goes on at `after`; -1 when the frame ends with the choice.
+/// While the head is computed, the operands may have to be held back after all: `count` pieces from
+/// `first` on, with which the registers of `ends` end. Then the value comes to the `land` at
+/// `after`, -1 when the frame ends with the choice.
 struct Choice {
-    int32_t k = -1;
-    int32_t h = -1;
-    int32_t pair = -1;
-    int32_t other = -1;
+    int32_t k = 0;
+    int32_t h = 0;
+    int32_t identity = 0;
+    int32_t pair = 0;
+    int32_t other = 0;
     uint8_t x = 0;
     uint8_t y = 0;
-    uint8_t to = 0;
     uint8_t count = 0;
     uint32_t first = 0;
     int32_t after = -1;
+    RegisterSet ends = 0;
 };
 
-/// What is live in the frame while something else runs, by the place where the code goes on.
-/// `nested`: the frame has an older entry in the context, too.
-struct Site {
-    int32_t next;
-    RegisterSet live;
-    bool nested;
+/// A term as it is, for those who make it of a frame outside of the code's own way: a register, a
+/// constant, a closure of further pieces, or a copy with registers in the places of variables.
+struct Piece {
+    enum class Kind : uint8_t { reg, constant, closure, copy };
+    Kind kind = Kind::reg;
+    uint8_t reg = 0;
+    Word word = 0;                     // held by the Code
+    Code* part = nullptr;              // of the closure,
+    std::vector<Piece> captured{};     // and what it captures
+    Template layout{};                 // of the copy,
+    std::vector<uint8_t> registers{};  // and what its arguments are
+};
+
+/// A part of a body that is built where its closure is made, and captured: all calls of the lambda
+/// see the one that substitution would have put there. Borrowed from `whole`.
+struct Hoisted {
+    Node* node;
+    uint8_t reg;
 };
 
 constexpr int most_parameters = 10;
 
-struct Unit {
-    Unit() = default;
-    ~Unit();
-    Unit(const Unit&) = delete;
-    Unit& operator=(const Unit&) = delete;
+struct Code {
+    Code();
+    ~Code();
+    Code(const Code&) = delete;
+    Code& operator=(const Code&) = delete;
 
-    Node* whole = nullptr;  // a definition's body or a part, borrowed from the definition
-    Node* body = nullptr;   // behind the lambdas of a part
-    int captures = 0;       // how many Words are captured
+    Value whole;                           // a definition's body, or the part
+    Node* body = nullptr;                  // behind the lambdas of a part, borrowed from it
+    ClosureKind kind = ClosureKind::work;  // of the closures of a part
+    bool is_construction = false;          // a part that is settled as soon as what it captures is
     int parameters = 0;
+    int captures = 0;           // how many Words are captured
     uint32_t letters = 0;       // the variables that registers stand for at the start
-    uint8_t register_of[26];    // which one, for each of them
+    uint8_t register_of[26]{};  // which one, for each of them
     RegisterSet unsettled = 0;  // registers that may hold work at the start
+    std::vector<Hoisted> hoisted;
 
     bool made = false;
-    bool compiled = false;  // else its calls copy the body
-    int frame = 0;          // registers
-    std::vector<Instruction> code;
-    std::vector<Source> sources;
+    int frame = 0;  // registers
+    std::vector<Instruction> instructions;
+    std::vector<Operand> operands;
     std::vector<Word> constants;  // held
     std::vector<Choice> choices;
-    std::vector<Site> sites;
-    std::vector<std::unique_ptr<Unit>> parts;
-    std::vector<std::vector<Source>> captured;  // what each of them captures
+    std::vector<Piece> pieces;
+    std::vector<std::unique_ptr<StackMap>> maps;
+    std::vector<std::unique_ptr<Code>> parts;
+    std::vector<Value> made_expressions;           // which the body does not hold
+    std::unique_ptr<Continuations> continuations;  // in a program that may load a text
 
     Closure* fixed = nullptr;  // of a part that captures nothing: its one closure
-    // Of a part with several parameters: the part behind the first one, and of such a part, the
-    // registers that it captures.
-    std::unique_ptr<Unit> rest;
-    std::vector<uint8_t> taken;
-    // How to copy `body` for a call and `whole` for a closure that becomes a node, once that was
-    // asked for.
-    std::unique_ptr<Copying> body_copying;
-    std::unique_ptr<Copying> whole_copying;
+    // Of a lambda with several parameters: the code of what it is applied to its first argument.
+    std::unique_ptr<struct Remainder> remainder;
+    // The copy of the part, and of what stands behind its first parameter; made when asked for.
+    std::unique_ptr<Template> whole_template;
+    std::unique_ptr<Template> body_template;
+
+    const Instruction* start() const { return instructions.data(); }
+    bool is_lambda() const { return kind == ClosureKind::lambda; }
 };
 
-/// The Unit of a definition with parameters. `strict`: its calls have all arguments settled.
-std::unique_ptr<Unit> make_unit(Node* definition, bool strict);
+/// What a lambda of several parameters becomes when it is applied to the first argument: a closure,
+/// made of a frame that holds the argument and then what the lambda captured.
+struct Remainder {
+    Code frame;
+    Piece closure;
+};
 
-/// The Unit of a closed lambda.
-std::unique_ptr<Unit> make_lambda_unit(Node* lambda);
+/// The Code of a definition with parameters. `strict`: its calls have all arguments settled.
+std::unique_ptr<Code> make_code(Node* definition, bool strict);
 
-/// The part behind the first of several lambdas of a part, as `rest`.
-std::unique_ptr<Unit> make_rest(const Unit& part);
+/// The Code of a closed lambda, which captures nothing.
+std::unique_ptr<Code> make_lambda_code(Node* lambda);
 
-/// Compiles the Unit's body, once.
-void compile(Unit& unit);
+/// Makes the Remainder of a lambda with several parameters.
+std::unique_ptr<Remainder> make_remainder(const Code& lambda);
+
+/// Takes the row of lambdas at the top of a part as its parameters. The captures are known.
+void take_parameters(Code& part);
+
+/// Drops the instructions and what they hold. What closures need of it stays.
+void retire(Code& code);
+
+/// Compiles the body, once.
+void compile(Code& code);
 
 }  // namespace marl

@@ -9,8 +9,9 @@
 #include "reduce/build.h"
 #include "reduce/closure.h"
 #include "reduce/data_head.h"
-#include "reduce/execute.h"
 #include "reduce/machine.h"
+#include "reduce/needs.h"
+#include "reduce/run_code.h"
 #include "reduce/stack.h"
 #include "reduce/substitute.h"
 
@@ -33,7 +34,7 @@ void take_inner_arguments(Node* function, int inner, Word* arguments) {
         }
         Node* shared_part = function;
         for (; inner > 0; function = as_pair(function)->left) {
-            arguments[--inner] = share(as_pair(function)->right);
+            arguments[--inner] = shared_word(as_pair(function)->right);
         }
         release(shared_part);
         return;
@@ -75,7 +76,7 @@ Value marked_leaf(char mark, std::string_view text) {
 }
 
 void take_held_arguments(int held, Word* arguments) {
-    for (int i = 0; i < held; ++i) arguments[i] = (--stack.top)->word;
+    for (int i = 0; i < held; ++i) arguments[i] = (--machine.stack.top)->word;
 }
 
 /// All arguments of a head, in order. Consumes the function.
@@ -100,7 +101,7 @@ Word fire_data(Node* head, Node* argument) {
 Word fire_marker(const Value& marker, Node* argument) {
     Symbol& symbol = symbol_of(leaf_bytes(marker).substr(1));
     MARL_REQUIRE(!symbol.name.empty() && symbol.definition && settled_analysed(argument));
-    return word_of(store_constant(symbol, argument));
+    return store_constant(symbol, word_of(argument));
 }
 
 /// A lambda whose arguments have come one by one: \ x b a.
@@ -126,7 +127,7 @@ Word fire_undefined(const Symbol& symbol, const Word* arguments, int count) {
     return abort_with(marked_leaf(']', symbol.name.view()));
 }
 
-Word fire_builtin(const Row& row, Word* arguments) {
+Word fire_builtin(const Builtin& row, Word* arguments) {
     Value result = call_builtin(row, arguments);
     return is_abort(result) ? abort_with(std::move(result)) : word_of(result.take());
 }
@@ -134,10 +135,10 @@ Word fire_builtin(const Row& row, Word* arguments) {
 Word fire_symbol(Symbol& symbol, Node* function, int inner, int held) {
     const int count = inner + held;
     if (symbol.definition && !symbol.builtin) {
-        Unit& unit = unit_of(symbol);
-        MARL_REQUIRE(unit.parameters == count);
-        take_arguments(function, inner, held, registers.top);
-        return run_unit(unit);
+        Code& code = code_of(symbol);
+        MARL_REQUIRE(code.parameters == count);
+        take_arguments(function, inner, held, machine.registers.top);
+        return run_code(code);
     }
     MARL_REQUIRE(count <= most_arguments);
     Arguments arguments;
@@ -149,7 +150,7 @@ Word fire_symbol(Symbol& symbol, Node* function, int inner, int held) {
 
 }  // namespace
 
-Value call_builtin(const Row& row, Word* arguments) {
+Value call_builtin(const Builtin& row, Word* arguments) {
     Value slots[most_arguments];
     for (int i = 0; i < row.arity; ++i) slots[i] = Value::adopt(force(arguments[i]));
     Value result = row.function(slots);
@@ -177,30 +178,35 @@ Word fire(Node* function, Node* head, int inner, int held) {
 
 Word fire_lambda(Node* lambda) {
     const Value whole = Value::adopt(lambda);
-    const Value argument = Value::adopt(force((--stack.top)->word));
+    const Value argument = Value::adopt(force((--machine.stack.top)->word));
     Bindings bindings;
     bind(bindings, *leaf_text(lambda_key(lambda)), argument);
     return word_of(substitute(lambda_body(lambda), bindings));
 }
 
-Word fire_coded_lambda(Node* lambda, Unit& unit) {
-    take_held_arguments(unit.parameters, registers.top);
+Word fire_coded_lambda(Node* lambda, Closure* body) {
+    Code& code = *body->code;
+    Word* const frame = machine.registers.top;
+    take_held_arguments(code.parameters, frame);
+    for (int i = 0; i < code.captures; ++i) {
+        frame[code.parameters + i] = shared_word(body->captured[i]);
+    }
     release(lambda);
-    return run_unit(unit);
+    return run_code(code);
 }
 
 Word fire_closure(Closure* closure) {
-    Unit& unit = *closure->unit;
-    Word* to = registers.top;
-    open_closure(closure, to);
-    take_held_arguments(unit.parameters, to + unit.captures);
-    return run_unit(unit);
+    Code& code = *closure->code;
+    Word* const frame = machine.registers.top;
+    take_held_arguments(code.parameters, frame);
+    open_closure(closure, frame + code.parameters);
+    return run_code(code);
 }
 
-Word fire_delayed(Closure* closure) {
-    Unit& unit = *closure->unit;
-    open_closure(closure, registers.top);
-    return run_unit(unit);
+Word fire_work(Closure* closure) {
+    Code& code = *closure->code;
+    open_closure(closure, machine.registers.top);
+    return run_code(code);
 }
 
 Node* bind_let(Node* body, char letter, Word value) {
@@ -211,15 +217,17 @@ Node* bind_let(Node* body, char letter, Word value) {
     return substitute(whole, bindings);
 }
 
-Node* store_constant(Symbol& symbol, Node* value) {
+Word store_constant(Symbol& symbol, Word value) {
     MARL_REQUIRE(!symbol.unmemoised && symbol.definition);
-    if (form(value) == Form::lambda) {
-        // A bare lambda would read as a definition with a parameter.
-        Value wrapped = apply(leaf("B"), leaf("I"), Value::adopt(value));
-        analyse(wrapped);
-        value = wrapped.take();
+    const bool is_code = is_closure(value) && !keeps_identity;
+    if (!is_code) value = word_of(force(value));
+    if (is_code || form(node_of(value)) == Form::lambda) {
+        // A bare lambda would read as a definition with a parameter. Its code stays with it.
+        Value wrapper = apply(leaf("B"), leaf("I"));
+        analyse(wrapper);
+        value = word_of(analysed_pair(wrapper.take(), value));
     }
-    symbol.definition = Value::share(value);
+    symbol.definition = Value::share(node_of(value));
     return value;
 }
 
@@ -236,7 +244,7 @@ Word fire_name(Node* name) {
     if (settled(definition)) return word_of(shared(definition));
     definition = symbol.definition.take();
     symbol.definition = leaf(")");
-    push(Waiting::update, 0, reinterpret_cast<uintptr_t>(&symbol));
+    push(Op::update, word_of_symbol(symbol));
     return word_of(definition);
 }
 

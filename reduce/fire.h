@@ -18,16 +18,16 @@ Word fire(Node* function, Node* head, int inner, int held);
 /// Fires a lambda \ x b on the topmost entry, which is settled. Consumes the lambda.
 Word fire_lambda(Node* lambda);
 
-/// Calls the code of a lambda on as many settled arguments as it has parameters, the topmost
-/// entries. Consumes the lambda.
-Word fire_coded_lambda(Node* lambda, Unit& unit);
+/// Calls the code of a lambda, by the closure of its body, on as many settled arguments as it has
+/// parameters, the topmost entries. Consumes the lambda.
+Word fire_coded_lambda(Node* lambda, Closure* body);
 
 /// Calls a closure of lambdas on as many settled arguments as it has parameters, the topmost
 /// entries. Consumes it.
 Word fire_closure(Closure* closure);
 
 /// Takes up the work of a closure without parameters, which is consumed.
-Word fire_delayed(Closure* closure);
+Word fire_work(Closure* closure);
 
 /// Takes the arguments that `function` has already, `inner` of them, out of it, and drops the rest
 /// of it. A Pair that nobody else holds gives its references up, so that an argument held by it
@@ -43,9 +43,9 @@ Node* bind_let(Node* body, char letter, Word value);
 
 /// Stores a reduced constant: step of an `update` entry or marker. Consumes the value and gives
 /// what was stored, the next focus.
-Node* store_constant(Symbol& symbol, Node* value);
+Word store_constant(Symbol& symbol, Word value);
 
 /// Calls a built-in on as many arguments as its row says. Consumes them; the result is analysed.
-Value call_builtin(const Row& row, Word* arguments);
+Value call_builtin(const Builtin& row, Word* arguments);
 
 }  // namespace marl

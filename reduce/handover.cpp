@@ -1,7 +1,8 @@
-// A text that a run loads can make exactness due when half of the run is done. What waits then
-// stands in the fast machine's context. Its entries become frames of a plain one, from the top down
-// to the code that waits or to the run's base. That code ends its frame by itself, in registers;
-// whatever it calls begins as a copy of a body, and so is handed over again.
+// A text that a run loads can bring in `todo` when half of the run is done. What waits then stands
+// in the fast machine's context. The entries of each run become frames of a plain context, which is
+// all that stays of the run there; what code would do with the value that it waits for has been
+// written down when it was made (reduce/continuation.h). Then no code is left under way, and none
+// is kept: what it holds would die later than the rules have it.
 #include "reduce/handover.h"
 
 #include <string>
@@ -11,8 +12,10 @@
 #include "reduce/analysis.h"
 #include "reduce/build.h"
 #include "reduce/closure.h"
-#include "reduce/execute.h"
+#include "reduce/continuation.h"
+#include "reduce/needs.h"
 #include "reduce/plain.h"
+#include "reduce/run_code.h"
 #include "reduce/stack.h"
 #include "reduce/tables.h"
 
@@ -20,67 +23,81 @@ namespace marl {
 
 namespace {
 
-bool is_bottom(const Entry& entry) { return entry.kind() == Waiting::base || is_code(entry); }
-
 Value value_of(Word word) { return Value::adopt(force(word)); }
 
-/// A function on its first argument, which is settled.
-Value on_settled(Value function, Word argument) {
-    return Value::adopt(analysed_pair(function.take(), argument));
+/// A frame of a plain context that has no context yet.
+struct Frame {
+    bool holds_back;
+    Value function;
+};
+using Frames = std::vector<Frame>;  // the one on top first
+
+/// A function on its next argument, which is settled.
+Value applied(Value function, Word argument) {
+    return Value::adopt(analysed_pair(function.take(), force(argument)));
 }
 
-/// The entry on top as the function of a frame. Takes it off, and with a call those of the
-/// arguments that the call has already.
-Value take_frame_function(bool& held_back) {
-    const Entry entry = *--stack.top;
-    held_back = entry.kind() == Waiting::argument;
-    switch (entry.kind()) {
-        case Waiting::argument: return value_of(entry.word);
-        case Waiting::call: {
-            Value function = value_of(entry.word);
-            for (uint64_t i = 1; i < entry.detail(); ++i) {
-                function = on_settled(std::move(function), (--stack.top)->word);
-            }
-            --stack.top;  // the place of the one that is being reduced
-            return function;
-        }
-        case Waiting::let: {
-            const char letter = static_cast<char>(entry.detail());
-            Value lambda =
-                apply(leaf("\\"), leaf(std::string_view(&letter, 1)), value_of(entry.word));
-            analyse(lambda);
-            return lambda;
-        }
-        case Waiting::update: {
-            const auto& symbol = *reinterpret_cast<Symbol*>(static_cast<uintptr_t>(entry.detail()));
-            Value marker = leaf(std::string(1, ')').append(symbol.name.view()));
-            analyse(marker);
-            return marker;
-        }
-        case Waiting::base:
-        case Waiting::resume:
-        case Waiting::choice: break;
+/// The function of a call, on those of its arguments that it has already. Takes the arguments off.
+Value take_call(const StackEntry& entry) {
+    Value function = value_of(entry.word);
+    for (int i = 1; i < entry.detail(); ++i) {
+        function = applied(std::move(function), (--machine.stack.top)->word);
     }
-    fatal_stop(__FILE__, __LINE__);
+    --machine.stack.top;  // the place of the one that is being reduced
+    return function;
 }
 
-/// The entries above the topmost code that waits, which are taken off, on `bottom`.
-Value take_context(Value bottom) {
-    struct Frame {
-        Value function;
-        bool held_back;
-    };
-    std::vector<Frame> frames;
+Value lambda_of_let(const StackEntry& entry) {
+    const auto letter = static_cast<char>('a' + entry.detail());
+    Value lambda = apply(leaf("\\"), leaf(std::string_view(&letter, 1)), value_of(entry.word));
+    analyse(lambda);
+    return lambda;
+}
+
+Value marker_of(const Symbol& symbol) {
+    Value marker = leaf(std::string(1, ')').append(symbol.name.view()));
+    analyse(marker);
+    return marker;
+}
+
+/// The frames of code that waits, whose registers end.
+void take_code(const StackEntry& entry, Frames& frames) {
+    const StackMap& map = *entry.next->map;
+    Word* const frame = machine.registers.top -= entry.next->b;
+    for (const ContinuationFrame& next : map.code->continuations->at(&map)) {
+        Value function = value_of(make_piece(next.head, frame));
+        for (const Piece& done : next.done) {
+            function = applied(std::move(function), make_piece(done, frame));
+        }
+        frames.push_back({next.holds_back, std::move(function)});
+    }
+    for (RegisterSet live = map.live; live; live &= live - 1) {
+        release_word(frame[__builtin_ctzll(live)]);
+    }
+}
+
+/// The entries of the topmost run, which are taken off down to its base.
+Frames take_run() {
+    Frames frames;
     for (;;) {
-        if (stack.top[-1].kind() == Waiting::choice) hold_operands(0);
-        if (is_bottom(stack.top[-1])) break;
-        bool held_back;
-        Value function = take_frame_function(held_back);
-        frames.push_back({std::move(function), held_back});
+        const StackEntry entry = *--machine.stack.top;
+        switch (entry.kind()) {
+            case Op::base: return frames;
+            case Op::argument: frames.push_back({true, value_of(entry.word)}); break;
+            case Op::function: frames.push_back({false, take_call(entry)}); break;
+            case Op::let: frames.push_back({false, lambda_of_let(entry)}); break;
+            case Op::update: frames.push_back({false, marker_of(updated_symbol(entry))}); break;
+            case Op::land:
+            case Op::land_before_choice: take_code(entry, frames); break;
+            default: fatal_stop(__FILE__, __LINE__);
+        }
     }
-    Value context = std::move(bottom);
+}
+
+Value context_of(Frames frames) {
+    Value context = empty_context();
     for (auto frame = frames.rbegin(); frame != frames.rend(); ++frame) {
-        const auto make = frame->held_back ? argument_frame : function_frame;
+        const auto make = frame->holds_back ? argument_frame : function_frame;
         context = make(std::move(context), std::move(frame->function));
     }
     return context;
@@ -88,14 +105,15 @@ Value take_context(Value bottom) {
 
 }  // namespace
 
-bool can_hand_over(Word focus) { return !is_settled(focus) || !is_bottom(stack.top[-1]); }
-
-Word hand_over(Word focus) {
-    const Value bottom = empty_context();
-    Value context = take_context(bottom);
-    Value result = plain_reduce(context, value_of(focus));
-    if (context.get() != bottom.get()) drop_context();
-    return word_of(result.take());
+void hand_over() {
+    needs_plain_machine = true;
+    std::vector<Value> contexts;  // the topmost run's first
+    while (machine.stack.top != machine.stack.entries) contexts.push_back(context_of(take_run()));
+    for (auto context = contexts.rbegin(); context != contexts.rend(); ++context) {
+        push(Op::base, 0);
+        push(Op::plain, word_of(context->take()));
+    }
+    retire_code();
 }
 
 }  // namespace marl

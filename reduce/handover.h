@@ -1,16 +1,11 @@
-// From the fast machine to the plain one, in the middle of a run.
+// From the fast machine to the plain one, in the middle of runs.
 #pragma once
-
-#include "value/word.h"
 
 namespace marl {
 
-/// Whether a run that has become exact has something left that the plain machine can do: work in
-/// the focus, or entries above the topmost code that waits.
-bool can_hand_over(Word focus);
-
-/// Takes the focus, and the entries above the topmost code that waits, to the plain machine, and
-/// gives what it makes of them, a settled Word. An abort drops the run's whole context.
-Word hand_over(Word focus);
+/// Takes all that waits, in all runs that are under way, over to the plain machine, and all code
+/// out of use. `needs_plain_machine` is set from here on. Called while a built-in of a run loads a
+/// text, before anything of the text is part of the program.
+void hand_over();
 
 }  // namespace marl

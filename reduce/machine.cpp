@@ -13,15 +13,14 @@
 
 #include "reduce/build.h"
 #include "reduce/closure.h"
-#include "reduce/exactness.h"
-#include "reduce/execute.h"
 #include "reduce/fire.h"
-#include "reduce/handover.h"
-#include "reduce/lambda.h"
-#include "reduce/lazy.h"
+#include "reduce/meanings.h"
+#include "reduce/needs.h"
 #include "reduce/nesting.h"
 #include "reduce/observer.h"
+#include "reduce/operators.h"
 #include "reduce/plain.h"
+#include "reduce/run_code.h"
 #include "reduce/stack.h"
 #include "reduce/tables.h"
 #include "value/todo.h"
@@ -42,11 +41,11 @@ Word hold_back_argument(Node* application) {
     Node* function = node->left;
     if (count_of(node) == 1) {
         // Nobody else looks at the Pair: its references move.
-        push(Waiting::argument, node->right);
+        push(Op::argument, node->right);
         free_node(node, sizeof(PairNode));
     } else {
         retain(function);
-        push(Waiting::argument, share(node->right));
+        push(Op::argument, shared_word(node->right));
         release(node);
     }
     return word_of(function);
@@ -60,12 +59,12 @@ Word begin_let(Node* let) {
     Node* body = shared(let_body(let));
     if (settled(value)) return word_of(bind_let(body, letter, word_of(value)));
     // What waits holds the body only: the value may be the last holder of its parts.
-    push(Waiting::let, word_of(body), static_cast<uint64_t>(letter));
+    push(Op::let, word_of(body), letter - 'a');
     return word_of(value);
 }
 
 Word step_unsettled(Word focus) {
-    if (is_closure(focus)) return fire_delayed(closure_of(focus));
+    if (is_closure(focus)) return fire_work(closure_of(focus));
     Node* node = node_of(focus);
     if (is_leaf(node)) return fire_name(node);
     if (rank_analysed(node) == 0 && form(node) == Form::let) return begin_let(node);
@@ -74,15 +73,15 @@ Word step_unsettled(Word focus) {
 
 /// Reduces argument i, counted from 1, which stands i entries below the top.
 Word begin_argument(Word function, int i) {
-    const Word argument = std::exchange(stack.top[-i].word, 0);
-    push(Waiting::call, function, static_cast<uint64_t>(i));
+    const Word argument = std::exchange(machine.stack.top[-i].word, 0);
+    push(Op::function, function, i);
     return argument;
 }
 
 /// The function of a call, its argument's value put back in place.
 Word end_argument(Word value) {
-    const Entry call = *--stack.top;
-    stack.top[-static_cast<ptrdiff_t>(call.detail())].word = value;
+    const StackEntry call = *--machine.stack.top;
+    machine.stack.top[-call.detail()].word = value;
     return call.word;
 }
 
@@ -95,8 +94,9 @@ struct Held {
 Held held_arguments(int most) {
     Held held;
     for (; held.count < most; ++held.count) {
-        if (stack.top[-held.count - 1].kind() == Waiting::choice) hold_operands(held.count);
-        const Entry& entry = stack.top[-held.count - 1];
+        if (machine.stack.top[-held.count - 1].kind() == Op::land_before_choice)
+            hold_operands(held.count);
+        const StackEntry& entry = machine.stack.top[-held.count - 1];
         if (!is_argument(entry)) break;
         if (held.unsettled == 0 && !is_settled(entry.word)) held.unsettled = held.count + 1;
     }
@@ -104,20 +104,19 @@ Held held_arguments(int most) {
 }
 
 Word apply_closure(Closure* closure) {
-    const int parameters = closure->unit->parameters;
+    const int parameters = closure->code->parameters;
     const Held held = held_arguments(parameters);
     if (held.unsettled) return begin_argument(word_of(closure), held.unsettled);
     if (held.count == parameters) return fire_closure(closure);
-    return apply_partly(closure, (--stack.top)->word);
+    return apply_partly(closure, (--machine.stack.top)->word);
 }
 
 Word apply_lambda(Node* lambda) {
-    Unit* unit = unit_of_lambda(lambda);
-    const int parameters = unit ? unit->parameters : 1;
+    Closure* body = body_closure(lambda);
+    const int parameters = body ? body->code->parameters : 1;
     const Held held = held_arguments(parameters);
     if (held.unsettled) return begin_argument(word_of(lambda), held.unsettled);
-    return unit && held.count == parameters ? fire_coded_lambda(lambda, *unit)
-                                            : fire_lambda(lambda);
+    return body && held.count == parameters ? fire_coded_lambda(lambda, body) : fire_lambda(lambda);
 }
 
 /// A settled function meets the arguments on top of the stack.
@@ -136,44 +135,32 @@ Word apply_to_held(Word word) {
     if (held.unsettled) return begin_argument(word_of(function), held.unsettled);
     // Too few arguments, all settled: a partial application, which is a value.
     for (int i = 0; i < held.count; ++i) {
-        function = analysed_pair(function, (--stack.top)->word);
+        function = analysed_pair(function, as_right_child((--machine.stack.top)->word));
     }
     return word_of(function);
 }
 
 Word step_settled(Word focus) {
-    switch (stack.top[-1].kind()) {
-        case Waiting::argument: return apply_to_held(focus);
-        case Waiting::call: return apply_to_held(end_argument(focus));
-        case Waiting::resume:
-        case Waiting::choice: return resume(focus);
-        case Waiting::let: {
-            const Entry let = *--stack.top;
-            return word_of(bind_let(node_of(let.word), static_cast<char>(let.detail()), focus));
+    switch (machine.stack.top[-1].kind()) {
+        case Op::argument: return apply_to_held(focus);
+        case Op::function: return apply_to_held(end_argument(focus));
+        case Op::land:
+        case Op::land_before_choice: return resume(focus);
+        case Op::let: {
+            const StackEntry let = *--machine.stack.top;
+            const auto letter = static_cast<char>('a' + let.detail());
+            return word_of(bind_let(node_of(let.word), letter, focus));
         }
-        case Waiting::update: {
-            const Entry update = *--stack.top;
-            auto& symbol = *reinterpret_cast<Symbol*>(static_cast<uintptr_t>(update.detail()));
-            return word_of(store_constant(symbol, force(focus)));
+        case Op::update: {
+            const StackEntry update = *--machine.stack.top;
+            return store_constant(updated_symbol(update), focus);
         }
-        case Waiting::base: break;
+        default: fatal_stop(__FILE__, __LINE__);
     }
-    fatal_stop(__FILE__, __LINE__);
 }
 
-}  // namespace
-
-Value reduce(Value expression) {
-    guard_nesting();
-    const TodoArming armed(true);
-    analyse(expression);
-    if (exactness_due || is_observed()) {
-        Value context = empty_context();
-        return plain_reduce(context, std::move(expression));
-    }
-    if (!registers.words) grow_registers(0);
-    Word focus = word_of(expression.take());
-    push(Waiting::base, 0);
+/// Takes a run, which begins with the entry on top of the context, to its end.
+Value finish_run(Word focus) {
     for (;;) {
         if (interrupted) run_interrupt();
         if (is_out_of_steps()) {
@@ -184,18 +171,55 @@ Value reduce(Value expression) {
             focus = word_of(exhausted.take());
             break;
         }
-        if (exactness_due && can_hand_over(focus)) {
-            focus = hand_over(focus);
-        } else if (!is_settled(focus)) {
+        if (needs_plain_machine) {
+            // A text has brought in `todo`: what waited has been taken over.
+            MARL_REQUIRE(machine.stack.top[-1].kind() == Op::plain);
+            Value context = Value::adopt(node_of((--machine.stack.top)->word));
+            focus = word_of(plain_reduce(context, Value::adopt(force(focus))).take());
+            break;
+        }
+        if (!is_settled(focus)) {
             focus = step_unsettled(focus);
-        } else if (stack.top[-1].kind() != Waiting::base) {
+        } else if (machine.stack.top[-1].kind() != Op::base) {
             focus = step_settled(focus);
         } else {
             break;
         }
     }
-    --stack.top;
+    --machine.stack.top;
     return Value::adopt(force(focus));
+}
+
+void begin_run() {
+    if (!machine.registers.words) grow_registers(0);
+    push(Op::base, 0);
+}
+
+}  // namespace
+
+Value reduce(Value expression) {
+    guard_nesting();
+    const TodoArming armed(true);
+    analyse(expression);
+    if (needs_plain_machine || is_observed()) {
+        Value context = empty_context();
+        return plain_reduce(context, std::move(expression));
+    }
+    begin_run();
+    return finish_run(word_of(expression.take()));
+}
+
+Value reduce_call(Symbol& function, Value argument) {
+    const bool has_code = function.parameters == 1 && is_closed(function.definition);
+    if (needs_plain_machine || is_observed() || !has_code) {
+        return reduce(pair(function.definition, std::move(argument)));
+    }
+    guard_nesting();
+    const TodoArming armed(true);
+    analyse(argument);
+    begin_run();
+    *machine.registers.top = word_of_result(argument.take());
+    return finish_run(run_code(code_of(function)));
 }
 
 }  // namespace marl

@@ -12,6 +12,9 @@ namespace marl {
 /// are armed while it runs.
 Value reduce(Value expression);
 
+/// Reduces the application of a definition to a settled argument, by its code where it can.
+Value reduce_call(Symbol& function, Value argument);
+
 /// Set by the interrupt handler. The loop looks at it between two steps and then calls
 /// `run_interrupt`, which does not return (driver/interrupt.cpp).
 extern volatile sig_atomic_t interrupted;

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "reduce/analysis.h"
+#include "reduce/needs.h"
 #include "reduce/tables.h"
 #include "value/short_hint.h"
 
@@ -19,14 +20,14 @@ constexpr struct {
     Op op;
 } operators[] = {
     {"plus", Op::add},      {"dash", Op::subtract}, {"mult", Op::multiply},
-    {"over", Op::over},     {"cent", Op::cent},     {"less", Op::less},
+    {"over", Op::divide},   {"cent", Op::modulo},   {"less", Op::less},
     {"gteq", Op::not_less}, {"same", Op::same},     {"diff", Op::differ},
 };
 
 constexpr int operator_count = static_cast<int>(Op::differ) + 1;
-std::array<const Row*, operator_count> rows;
+std::array<const Builtin*, operator_count> builtins;
 
-const Row& row_of(Op op) { return *rows[static_cast<size_t>(op)]; }
+const Builtin& builtin_of(Op op) { return *builtins[static_cast<size_t>(op)]; }
 
 bool number_of(Word word, int64_t& n) {
     if (!is_short(word)) return is_node(word) && short_hint(node_of(word), n);
@@ -40,11 +41,11 @@ bool operate_short(Op op, int64_t x, int64_t y, int64_t& result) {
         case Op::add: return !__builtin_add_overflow(x, y, &result) && fits_short(result);
         case Op::subtract: return !__builtin_sub_overflow(x, y, &result) && fits_short(result);
         case Op::multiply: return !__builtin_mul_overflow(x, y, &result) && fits_short(result);
-        case Op::over:
+        case Op::divide:
             if (y == 0) return false;
             result = short_div(x, y);
             return fits_short(result);
-        case Op::cent:
+        case Op::modulo:
             if (y == 0) return false;
             result = short_mod(x, y);
             return fits_short(result);
@@ -74,7 +75,7 @@ double operate_real(Op op, double x, double y) {
         case Op::add: return x + y;
         case Op::subtract: return x - y;
         case Op::multiply: return x * y;
-        case Op::over: return x / y;
+        case Op::divide: return x / y;
         default: return std::fmod(x, y);
     }
 }
@@ -103,9 +104,9 @@ Word make_real(double d, Word x, Word y) {
     return word_of(place);
 }
 
-Node* call_row(const Row& row, Word x, Word y) {
+Node* call(const Builtin& builtin, Word x, Word y) {
     Value arguments[2] = {Value::adopt(force(x)), Value::adopt(force(y))};
-    Value result = row.function(arguments);
+    Value result = builtin.function(arguments);
     analyse(result);
     return result.take();
 }
@@ -116,12 +117,13 @@ void bind_operators() {
     for (const auto& [name, op] : operators) {
         Symbol& symbol = symbol_of(name);
         symbol.operation = static_cast<int8_t>(op);
-        rows[static_cast<size_t>(op)] = symbol.builtin;
+        builtins[static_cast<size_t>(op)] = symbol.builtin;
     }
 }
 
 Word word_of_result(Node* node) {
     int64_t n;
+    if (keeps_identity) return word_of(node);
     if (count_of(node) != 1 || !short_hint(node, n)) return word_of(node);
     release(node);
     return word_of_short(n);
@@ -132,12 +134,12 @@ Word operate_slowly(Op op, Word x, Word y) {
     if (number_of(x, a) && number_of(y, b) && operate_short(op, a, b, result)) {
         release_word(x);
         release_word(y);
-        return word_of_short(result);
+        return keeps_identity ? word_of(short_leaf(result).take()) : word_of_short(result);
     }
     if (is_real(x) && is_real(y)) {
         return make_real(operate_real(op, real_of(x), real_of(y)), x, y);
     }
-    return word_of_result(call_row(row_of(op), x, y));
+    return word_of_result(call(builtin_of(op), x, y));
 }
 
 Truth compare_slowly(Op op, Word x, Word y, Word& result) {
@@ -154,7 +156,7 @@ Truth compare_slowly(Op op, Word x, Word y, Word& result) {
         release_word(y);
         return yes ? Truth::yes : Truth::no;
     }
-    Node* truth = call_row(row_of(op), x, y);
+    Node* truth = call(builtin_of(op), x, y);
     const uint8_t kind = first_byte(truth);
     if (kind != 'K' && kind != 'H') {
         result = word_of(truth);

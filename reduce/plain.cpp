@@ -16,7 +16,6 @@
 
 #include "reduce/build.h"
 #include "reduce/data_head.h"
-#include "reduce/exactness.h"
 #include "reduce/machine.h"
 #include "reduce/observer.h"
 #include "reduce/tables.h"
@@ -226,7 +225,7 @@ void drop_slots(Slots& slots, int count) {
     for (int i = slots.in_shared; i < count; ++i) slots.arguments[i] = Value();
 }
 
-void fire_builtin(const Row& row, Value& context, Value& focus) {
+void fire_builtin(const Builtin& row, Value& context, Value& focus) {
     Slots slots;
     take_slots(slots, focus, row.arity);
     Value result = row.function(slots.arguments.data());

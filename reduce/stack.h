@@ -1,16 +1,19 @@
-// The machine's context: what waits for the focus.
+// The machine's state: its context, and the registers of the code that waits in it.
 //
-// One stack of two-word entries for all runs of the machine; a nested run stands on top of the run
-// that it interrupts, behind an entry of kind `base`. Read as an expression, an entry on context L
-// means, for the focus r:
+// The context is one stack of two-word entries for all runs; a nested run stands on top of the run
+// that it interrupts, behind a `base`. What an entry is tells the instruction that it goes on at:
+// `land` where code waits, and else one that stands for the kind. Read as an expression, an entry
+// on context L means, for the focus r:
 //
 //   argument  r applied to the Word, which is held back: L (T word r)
-//   call      the function in the Word, with r for its argument `detail`, counted from 1: the
-//             arguments are the entries below, and this one's is empty while it is reduced
-//   let       the body in the Word, with r for the letter `detail`
-//   update    r becomes the memoised definition of the symbol `detail`
-//   resume    the code of the Unit in the Word goes on at `detail`, with r in one of its registers
-//   choice    the same, and what it does is to apply r to operands that it holds back: whoever asks
+//   function  the function in the Word, with r for its argument number `detail`: the arguments are
+//             the entries below, and this one's is empty while it is reduced
+//   let       the body in the Word, with r for the letter "a" + `detail`
+//   update    r becomes the memoised definition of the symbol in the Word
+//   plain     the context in the Word, of the plain machine, with r for its focus
+//   land      the code goes on there, with r in one of its registers
+//   land_before_choice
+//             the same, and what it does is to apply r to operands that it holds back: whoever asks
 //             for arguments in the context makes them of it (`hold_operands`)
 //
 // Beside it stand the frames of registers of the code that waits, in the same order. Entries and
@@ -26,58 +29,65 @@
 
 namespace marl {
 
-enum class Waiting : uint8_t { base, argument, call, let, update, resume, choice };
-
-struct Entry {
+struct StackEntry {
+    const Instruction* next;
     Word word;
-    uint64_t data;  // the kind in the low byte
 
-    Waiting kind() const { return static_cast<Waiting>(data & 0xFF); }
-    uint64_t detail() const { return data >> 8; }
+    Op kind() const { return next->op; }
+    int detail() const { return next->a; }
 };
-
-/// What a `resume` or `choice` entry tells: where the code goes on, the register that r comes to,
-/// and how many registers of the frame are kept, at least up to the last one that is live.
-inline uint64_t resume_detail(int64_t next, int kept, uint8_t reg) {
-    return (static_cast<uint64_t>(next) << 16) | (static_cast<uint64_t>(kept) << 8) | reg;
-}
-inline int32_t resume_next(const Entry& entry) { return static_cast<int32_t>(entry.data >> 24); }
-inline int resume_kept(const Entry& entry) { return static_cast<uint8_t>(entry.data >> 16); }
-inline uint8_t resume_register(const Entry& entry) { return static_cast<uint8_t>(entry.data >> 8); }
-inline Unit* resume_unit(const Entry& entry) {
-    return reinterpret_cast<Unit*>(static_cast<uintptr_t>(entry.word));
-}
 
 struct Stack {
-    Entry* entries = nullptr;
-    Entry* top = nullptr;  // one behind the last entry
-    Entry* limit = nullptr;
+    StackEntry* entries = nullptr;
+    StackEntry* top = nullptr;    // one behind the last entry
+    StackEntry* limit = nullptr;  // with `spare_entries` behind it
 };
-extern Stack stack;
 
 struct Registers {
     Word* words = nullptr;
-    Word* top = nullptr;  // one behind the last frame
-    Word* limit = nullptr;
+    Word* top = nullptr;    // one behind the last frame
+    Word* limit = nullptr;  // with `spare_registers` behind it
 };
-extern Registers registers;
 
-/// Behind the last frame there is always room for what is on its way into the next one.
-constexpr ptrdiff_t spare_registers = 2 * most_registers;
+struct Machine {
+    Stack stack;
+    Registers registers;
+    Word focus = 0;  // what code leaves the loop with
+};
+extern Machine machine;
 
-/// Makes room for at least one more entry.
+/// What code pushes between two looks at the limit, and what it has on its way into a frame.
+constexpr ptrdiff_t spare_entries = 64;
+constexpr ptrdiff_t spare_registers = 3 * most_registers;
+
+/// Makes room for more entries, and the spare ones.
 void grow_stack();
-/// Makes room for a frame of that many registers and the spare ones.
+/// Makes room for a frame of that many registers, and the spare ones.
 void grow_registers(int frame);
 
-inline void push(Waiting kind, Word word, uint64_t detail = 0) {
-    if (stack.top == stack.limit) grow_stack();
-    *stack.top++ = {word, (detail << 8) | static_cast<uint64_t>(kind)};
+/// The instructions that stand for kinds of entries: a row each, for the details from 0 on.
+constexpr int most_details = 32;
+constexpr int entry_kinds = static_cast<int>(Op::plain) - static_cast<int>(Op::base) + 1;
+extern Instruction entry_instructions[entry_kinds][most_details];
+inline const Instruction* entry_of(Op kind, int detail = 0) {
+    return &entry_instructions[static_cast<int>(kind) - static_cast<int>(Op::base)][detail];
 }
 
-/// Whether code waits in an entry.
-inline bool is_code(const Entry& entry) { return entry.kind() >= Waiting::resume; }
-inline bool is_argument(const Entry& entry) { return entry.kind() == Waiting::argument; }
+inline void push(Op kind, Word word, int detail = 0) {
+    if (machine.stack.top >= machine.stack.limit) grow_stack();
+    *machine.stack.top++ = {entry_of(kind, detail), word};
+}
+
+inline bool is_code(const StackEntry& entry) {
+    return entry.kind() == Op::land || entry.kind() == Op::land_before_choice;
+}
+inline bool is_argument(const StackEntry& entry) { return entry.kind() == Op::argument; }
+
+/// The Symbol of an update.
+inline Symbol& updated_symbol(const StackEntry& entry) {
+    return *reinterpret_cast<Symbol*>(static_cast<uintptr_t>(entry.word));
+}
+inline Word word_of_symbol(Symbol& symbol) { return reinterpret_cast<uintptr_t>(&symbol); }
 
 /// Takes off all entries down to the run's base, with the frames of the code that waits, and
 /// releases what they hold.

@@ -7,14 +7,12 @@
 
 #include "reduce/analysis.h"
 #include "reduce/code.h"
-#include "reduce/exactness.h"
-#include "reduce/lambda.h"
+#include "reduce/needs.h"
 #include "reduce/operators.h"
 
 namespace marl {
 
 std::map<String, Value> prelude_definitions;
-bool exactness_due = false;
 
 namespace {
 
@@ -35,17 +33,6 @@ int count_parameters(Node* definition) {
         x = lambda_body(x);
     }
     return count;
-}
-
-/// Whether an expression is \ x (\ y (y x)): what held-back arguments mean, and may be taken for as
-/// long as it is so.
-bool is_reversed_application(Node* e) {
-    if (form(e) != Form::lambda || form(lambda_body(e)) != Form::lambda) return false;
-    Node* x = lambda_key(e);
-    Node* y = lambda_key(lambda_body(e));
-    Node* body = lambda_body(lambda_body(e));
-    return !is_leaf(body) && compare(x, y) != 0 && compare(left(body), y) == 0 &&
-           compare(right(body), x) == 0;
 }
 
 }  // namespace
@@ -76,9 +63,6 @@ Symbol& symbol_of(std::string_view name) {
 Symbol& bind_symbol(Node* name_leaf) {
     Symbol& symbol = symbol_of(leaf_bytes(name_leaf));
     symbol_slot(name_leaf) = &symbol;
-    const std::string_view name = symbol.name.view();
-    if (name == "todo") exactness_due = true;
-    if (name == "raws" || name == "load" || name == "road") identity_matters = true;
     return symbol;
 }
 
@@ -89,34 +73,19 @@ Node* find_definition(std::string_view name) {
 
 namespace {
 
-/// Code that a definition had may still be named by closures, which stand for parts of it.
-struct Retired {
-    std::unique_ptr<Unit> unit;
-    Value definition;
-};
-std::vector<Retired> retired;
+// Code that definitions have lost, which closures may still be of.
+std::vector<std::unique_ptr<Code>> lost_code;
 
-void retire(Symbol& symbol) {
-    if (symbol.unit) retired.push_back({std::move(symbol.unit), symbol.definition});
-}
-
-}  // namespace
-
-namespace {
-
-/// Whether a definition gives another meaning to a name that the fast machine takes as given: a
-/// held-back argument means T of it, and a backquote has a rank of 1.
-bool is_seen_by_the_machine(const Symbol& symbol, Node* expression) {
-    if (symbol.name.view() == "T") return !is_reversed_application(expression);
-    return symbol.name.view() == "`" && symbol.parameters != 1;
+void lose_code(Symbol& symbol) {
+    if (symbol.code) lost_code.push_back(std::move(symbol.code));
 }
 
 }  // namespace
 
 void set_definition(Symbol& symbol, Value expression) {
     symbol.parameters = count_parameters(expression);
-    retire(symbol);
-    if (is_seen_by_the_machine(symbol, expression)) exactness_due = true;
+    lose_code(symbol);
+    note_definition(symbol.name.view(), expression);
     symbol.definition = std::move(expression);  // last: what ends here may run a todo action
 }
 
@@ -125,7 +94,7 @@ void set_definition(std::string_view name, Value expression) {
 }
 
 void erase_definition(Symbol& symbol) {
-    retire(symbol);
+    lose_code(symbol);
     symbol.definition = Value();
 }
 
@@ -149,14 +118,29 @@ void clear_definitions() {
         erase_definition(*symbol);
         symbol->unmemoised = false;
     }
-    clear_lambda_units();
-    retired.clear();
-    exactness_due = false;
-    identity_matters = false;
+    forget_code();
+    clear_needs();
+}
+
+bool has_code() {
+    const auto owns_code = [](const auto& entry) { return entry.second->code != nullptr; };
+    return !lost_code.empty() || std::ranges::any_of(symbols(), owns_code);
+}
+
+void forget_code() {
+    for (const auto& [name, symbol] : symbols()) symbol->code.reset();
+    lost_code.clear();
+}
+
+void retire_code() {
+    for (const auto& [name, symbol] : symbols()) {
+        lose_code(*symbol);
+    }
+    for (const auto& code : lost_code) retire(*code);
 }
 
 void bind_builtins() {
-    for (const Row& row : builtin_table()) symbol_of(row.name).builtin = &row;
+    for (const Builtin& row : builtin_table()) symbol_of(row.name).builtin = &row;
     bind_operators();
 }
 

@@ -30,34 +30,34 @@ using BuiltinFunction = Value (*)(Value* arguments);
 /// BuiltinFunction is due.
 using WordFunction = bool (*)(Word* arguments, Word& result);
 
-struct Row {
+struct Builtin {
     const char* name;
     uint8_t arity;
     BuiltinFunction function;
     WordFunction on_words = nullptr;
+    bool is_nested = false;  // it runs programs itself
 };
 
-struct Unit;  // reduce/code.h
+struct Code;  // reduce/code.h
 
 struct Symbol {
     Symbol();
     ~Symbol();
 
     String name;
-    const Row* builtin = nullptr;
+    const Builtin* builtin = nullptr;
     int8_t operation = -1;       // the Op of reduce/code.h that does what the built-in does, or -1
     Value definition;            // null when the name has none
     int parameters = 0;          // the lambdas at the top of `definition`, 11 for that many or more
     bool unmemoised = false;     // a constant that is evaluated anew at each use
-    std::unique_ptr<Unit> unit;  // the code of `definition`, made at the first call; null before
+    std::unique_ptr<Code> code;  // the code of `definition`, made at the first call; null before
 };
 
 /// The one Symbol of a name, made at the first question.
 Symbol& symbol_of(std::string_view name);
 /// The Symbol of a name if anything has asked for it, else null.
 Symbol* find_symbol(std::string_view name);
-/// Finds the Symbol of a name Leaf and keeps it in the Leaf. A program that gets so far with the
-/// name `todo` has need of exactness from here on.
+/// Finds the Symbol of a name Leaf and keeps it in the Leaf.
 Symbol& bind_symbol(Node* name_leaf);
 /// The Symbol of a name Leaf, kept in the Leaf from the first question on.
 inline Symbol& symbol_of_leaf(Node* name_leaf) {
@@ -81,8 +81,16 @@ Symbol* next_defined_symbol(const Symbol* after);
 /// Forgets every definition and every unmemoised mark. Nothing but the names stays.
 void clear_definitions();
 
+/// Whether any code has been made.
+bool has_code();
+/// Frees all code. Nothing may be left that is a closure, or waits in a frame.
+void forget_code();
+/// Takes all code out of use and drops what it holds. No frame may wait any more; closures may be
+/// left, and can still become nodes.
+void retire_code();
+
 /// The built-in table: all rows, in key order (library/registry.cpp).
-std::span<const Row> builtin_table();
+std::span<const Builtin> builtin_table();
 /// Binds the rows of the built-in table to their symbols; done again, it changes nothing.
 void bind_builtins();
 

@@ -83,8 +83,8 @@ inline bool is_leaf_of(const Node* node, char byte) {
 }
 inline PairNode* as_pair(Node* node) { return static_cast<PairNode*>(node); }
 
-/// Puts a node in the place of a Word that has none, and gives it, borrowed from that place
-/// (reduce/closure.cpp).
+/// The node of a Word that is none, borrowed from the place where it stands. But for the body of a
+/// lambda it takes the Word's place there (reduce/closure.cpp).
 Node* make_node(Word& place);
 
 /// The children, borrowed: they live as long as the Pair does. A Leaf is a fatal stop.
@@ -95,7 +95,7 @@ inline Node* left(Node* node) {
 inline Node* right(Node* node) {
     MARL_REQUIRE(!is_leaf(node));
     Word& child = as_pair(node)->right;
-    if ((child & 3) != 0) return make_node(child);
+    if ((child & 7) != 0) return make_node(child);
     return reinterpret_cast<Node*>(child);
 }
 

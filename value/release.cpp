@@ -28,8 +28,7 @@ void free_leaf(Node* leaf) {
 }
 
 bool drops_to_zero(Word word) {
-    if (is_short(word)) return false;
-    return (--node_of(word & ~Word{3})->header & count_mask) == 0;
+    return is_counted(word) && (--holder_of(word)->header & count_mask) == 0;
 }
 
 constexpr uint64_t kind_bits = leaf_bit | pending_bit;
@@ -70,7 +69,7 @@ Word next_dying_element(Unfinished& unfinished) {
     return nothing;
 }
 
-// A dying closure keeps what is left to do in the place of its unit: the number of Words above, the
+// A dying closure keeps what is left to do in the place of its code: the number of Words above, the
 // next one below.
 uint64_t& closure_progress(Closure* closure) { return closure->progress; }
 

@@ -1,8 +1,8 @@
 // Word: a reference on its way through the machine.
 //
-//   ...00   a node
-//   ....1   a short integer, in the upper 63 bits: what a digit Leaf says, without the Leaf
-//   ...10   a closure: a part of a body and what its variables stand for
+//   ....000   a node
+//   ......1   a short integer, in the upper 63 bits: what a digit Leaf says, without the Leaf
+//   ....100   a closure: a part of a body and what its variables stand for
 //
 // A node is made of the other two when somebody could see the difference: when a built-in takes
 // it, when it is printed, compared, or asked for its identity. The right child of a Pair may be any
@@ -16,9 +16,11 @@
 
 namespace marl {
 
-inline bool is_node(Word word) { return (word & 3) == 0; }
+constexpr Word closure_tag = 4;
+
+inline bool is_node(Word word) { return (word & 7) == 0; }
 inline bool is_short(Word word) { return (word & 1) != 0; }
-inline bool is_closure(Word word) { return (word & 3) == 2; }
+inline bool is_closure(Word word) { return (word & 7) == closure_tag; }
 
 inline Node* node_of(Word word) { return reinterpret_cast<Node*>(word); }
 inline Word word_of(const Node* node) { return reinterpret_cast<uintptr_t>(node); }
@@ -27,53 +29,60 @@ inline int64_t short_of(Word word) { return static_cast<int64_t>(word) >> 1; }
 inline Word word_of_short(int64_t n) { return (static_cast<uint64_t>(n) << 1) | 1; }
 inline bool fits_short(int64_t n) { return short_of(word_of_short(n)) == n; }
 
-struct Unit;  // reduce/code.h
+/// Whether a Word has a count, and what holds it: the node or the closure.
+inline bool is_counted(Word word) { return (word & 3) == 0; }
+inline Node* holder_of(Word word) { return node_of(word & ~closure_tag); }
+
+struct Code;  // reduce/code.h
+
+/// What a closure is, by the rank in its header.
+enum class ClosureKind : uint8_t {
+    work,    // an operand with work in it
+    lambda,  // a function
+    body,    // what stands behind the first parameter of a lambda that is a node: its right child
+};
 
 /// A part of a body with what it captures. Its header holds, where a node has them, the count, in
-/// `span` how many Words are captured, and the rank: 1 for a lambda, 0 for an operand with work.
+/// `span` how many Words are captured, and as a rank its kind.
 struct Closure : Node {
     union {
-        Unit* unit;
+        Code* code;
         uint64_t progress;  // while it dies
     };
     Node* node;  // what it became when somebody asked for a node, owned; else null
     Word captured[1];
 };
 
-inline Closure* closure_of(Word word) { return reinterpret_cast<Closure*>(word & ~Word{3}); }
-inline Word word_of(Closure* closure) { return reinterpret_cast<uintptr_t>(closure) | 2; }
-inline bool is_lambda(const Closure* closure) { return top_byte(closure) != rank_zero_code; }
+inline Closure* closure_of(Word word) { return reinterpret_cast<Closure*>(word & ~closure_tag); }
+inline Word word_of(Closure* closure) { return reinterpret_cast<uintptr_t>(closure) | closure_tag; }
+inline ClosureKind kind_of(const Closure* closure) {
+    return static_cast<ClosureKind>(top_byte(closure) - rank_zero_code);
+}
+inline uint64_t closure_header(ClosureKind kind, int captures) {
+    const uint64_t code = rank_zero_code + static_cast<uint64_t>(kind);
+    return (code << top_shift) | (static_cast<uint64_t>(captures) << span_shift) | 1;
+}
 inline size_t closure_size(uint64_t captured) {
     return sizeof(Closure) - sizeof(Word) + captured * sizeof(Word);
 }
 
 inline void retain_word(Word word) {
-    if (!is_short(word)) retain(node_of(word & ~Word{3}));
+    if (is_counted(word)) retain(holder_of(word));
 }
 inline void release_word(Word word) {
-    if (is_short(word)) return;
-    Node* holder = node_of(word & ~Word{3});
-    if ((--holder->header & count_mask) == 0) destroy(word);
+    if (is_counted(word) && (--holder_of(word)->header & count_mask) == 0) destroy(word);
 }
 
-/// Whether the program can ask whether two Values are one node. Then a number that is shared
-/// becomes a node first. Set when analysis meets a name that asks, or one that could bring it in.
-extern bool identity_matters;
-
-/// One more reference to what stands in a place.
-inline Word share(Word& place) {
-    if (is_short(place)) {
-        if (!identity_matters) return place;
-        make_node(place);
-    }
-    retain(node_of(place & ~Word{3}));
-    return place;
+/// One more reference to a Word.
+inline Word shared_word(Word word) {
+    retain_word(word);
+    return word;
 }
+
+/// The node of a Word that is none. Consumes the Word (reduce/closure.cpp).
+Node* node_in_place_of(Word word);
 
 /// The node of a Word, which is consumed.
-inline Node* force(Word word) {
-    if (!is_node(word)) make_node(word);
-    return node_of(word);
-}
+inline Node* force(Word word) { return is_node(word) ? node_of(word) : node_in_place_of(word); }
 
 }  // namespace marl

@@ -39,11 +39,11 @@ constexpr std::string_view harmless =
     "errno "
     "getchar putchar stdout stderr listen shutdown ";
 
-bool is_of(std::span<const Row> (*family)(), std::string_view name) {
-    return std::ranges::any_of(family(), [&](const Row& row) { return name == row.name; });
+bool is_of(std::span<const Builtin> (*family)(), std::string_view name) {
+    return std::ranges::any_of(family(), [&](const Builtin& row) { return name == row.name; });
 }
 
-bool is_harmless(const Row& row) {
+bool is_harmless(const Builtin& row) {
     const std::string name = row.name;
     if (row.arity == 0) return true;
     if (harmless.find(" " + name + " ") != harmless.npos) return true;
@@ -175,7 +175,7 @@ void give_back(std::string_view name, Node* result) {
     if (name == "leak") release(static_cast<Node*>(address));
 }
 
-Value call(const Row& row, Source& source, const std::vector<Value>& pool) {
+Value call(const Builtin& row, Source& source, const std::vector<Value>& pool) {
     if (row.name == std::string_view("abort") || row.name == std::string_view("tmpfile")) {
         return leaf_Z();
     }
@@ -231,7 +231,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         steps_left = step_limit;
         const auto rows = builtin_table();
         const int choice = source.next();
-        const Row& row = rows[static_cast<size_t>(choice + source.next() % 2 * 128) % rows.size()];
+        const Builtin& row =
+            rows[static_cast<size_t>(choice + source.next() % 2 * 128) % rows.size()];
         const auto before = pictures(pool);
         Value result = call(row, source, pool);
         if (pictures(pool) != before) abort();

@@ -21,7 +21,7 @@ inline bool is_number(Node* x) { return kind_of(x) == 'i' || kind_of(x) == 'o'; 
 /// Whether it is no number of one or two digits.
 inline bool is_no_short_number(Node* x) { return !is_leaf(x) || length(x) > 2; }
 
-inline bool asks_too_much(const Row& row, const Value* arguments) {
+inline bool asks_too_much(const Builtin& row, const Value* arguments) {
     for (int i = 0; i < row.arity; ++i) {
         if (is_large(arguments[i])) return true;
     }

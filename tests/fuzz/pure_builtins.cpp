@@ -17,12 +17,12 @@ constexpr size_t most_rows = 48;
 constexpr std::string_view impure[] = {"assert", "bond", "cmpr", "copy",
                                        "cray",   "leak", "lisp", "post"};
 
-std::vector<Row>& pure_rows() {
-    static std::vector<Row> rows = [] {
-        std::vector<Row> collected;
+std::vector<Builtin>& pure_rows() {
+    static std::vector<Builtin> rows = [] {
+        std::vector<Builtin> collected;
         for (const auto family :
              {arithmetic_rows, comparison_rows, packing_rows, text_rows, structure_rows}) {
-            for (const Row& row : family()) {
+            for (const Builtin& row : family()) {
                 bool pure = true;
                 for (const std::string_view name : impure) pure = pure && name != row.name;
                 if (pure) collected.push_back(row);
@@ -35,7 +35,7 @@ std::vector<Row>& pure_rows() {
 
 template <size_t i>
 Value limited(Value* arguments) {
-    const Row& row = pure_rows()[i];
+    const Builtin& row = pure_rows()[i];
     if (asks_too_much(row, arguments)) return leaf_Z();
     return row.function(arguments);
 }
@@ -47,10 +47,10 @@ constexpr std::array<BuiltinFunction, sizeof...(i)> all_limited(std::index_seque
 
 }  // namespace
 
-std::span<const Row> builtin_table() {
-    static const std::vector<Row> table = [] {
+std::span<const Builtin> builtin_table() {
+    static const std::vector<Builtin> table = [] {
         constexpr auto functions = all_limited(std::make_index_sequence<most_rows>());
-        std::vector<Row> rows = pure_rows();
+        std::vector<Builtin> rows = pure_rows();
         MARL_REQUIRE(rows.size() <= most_rows);
         for (size_t i = 0; i < rows.size(); ++i) rows[i].function = functions[i];
         return rows;

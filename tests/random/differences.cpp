@@ -12,8 +12,8 @@
 #include "front/definitions.h"
 #include "front/prelude.h"
 #include "random/rules.h"
-#include "reduce/exactness.h"
 #include "reduce/machine.h"
+#include "reduce/needs.h"
 #include "reduce/tables.h"
 #include "value/todo.h"
 
@@ -43,7 +43,7 @@ Report set_up(const std::string& source, bool plain) {
     allow_steps();
     build_prelude();
     Report report = parse_program(String(std::string_view(source)));
-    exactness_due |= plain;
+    needs_plain_machine |= plain;
     return passed(report) ? check_program() : report;
 }
 
@@ -78,7 +78,7 @@ std::string machines_difference(const std::string& source) {
 
 std::string rules_difference(const std::string& source) {
     if (!passed(set_up(source, false))) return "";
-    const bool names_todo = exactness_due;
+    const bool names_todo = needs_plain_machine;
     const std::string result = result_by_the_rules();
     const std::string rules = printed_since() + "= " + result + "\n";
     if (result.empty() || ran_out_of_steps()) return "";

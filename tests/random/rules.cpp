@@ -173,7 +173,7 @@ Ref substitute(const Ref& e, const Ref& argument, char c) {
     return pair_term(substitute(e->left, argument, c), r);
 }
 
-Ref call_builtin(const Row& row, const Ref& app, const std::vector<Ref>& arguments) {
+Ref call_builtin(const Builtin& row, const Ref& app, const std::vector<Ref>& arguments) {
     const std::string_view name = row.name;
     if (app->left && name == "todo") {
         const Ref head = app->left->left->left;

@@ -9,7 +9,7 @@
 #include "front/check.h"
 #include "front/definitions.h"
 #include "front/prelude.h"
-#include "reduce/exactness.h"
+#include "reduce/needs.h"
 #include "reduce/tables.h"
 
 namespace marl {
@@ -21,9 +21,9 @@ std::string result_of(const std::string& program, bool literally) {
     // A lambda keeps the check from looking for more, and its body is what we reduce.
     EXPECT_EQ(parse_program(String(std::string_view(program))).kind, String("check")) << program;
     EXPECT_EQ(check_program().kind, String("check")) << program;
-    exactness_due = literally;
+    needs_plain_machine = literally;
     const Value result = reduce(Value::share(find_definition("")));
-    exactness_due = false;
+    needs_plain_machine = false;
     const String printed = print_value(result);
     return std::string(printed.view());
 }

@@ -54,7 +54,7 @@ TEST(Registry, has_exactly_the_promised_names_with_their_arities) {
         for (std::string name; names >> name;) expected[name] = row.arity;
     }
     ASSERT_EQ(expected.size(), 256u);
-    for (const Row& row : builtin_table()) {
+    for (const Builtin& row : builtin_table()) {
         const auto name = expected.find(row.name);
         ASSERT_NE(name, expected.end()) << row.name << " is not promised, or there twice";
         EXPECT_EQ(row.arity, name->second) << row.name;
@@ -64,7 +64,7 @@ TEST(Registry, has_exactly_the_promised_names_with_their_arities) {
 }
 
 TEST(Registry, stands_in_key_order_and_is_built_once) {
-    const std::span<const Row> table = builtin_table();
+    const std::span<const Builtin> table = builtin_table();
     for (size_t i = 1; i < table.size(); ++i) {
         EXPECT_LT(std::string_view(table[i - 1].name), std::string_view(table[i].name));
     }

@@ -8,9 +8,9 @@
 
 namespace marl {
 
-/// Calls a Unit. What it captures and its arguments stand behind the last frame, at
-/// `registers.top`.
-Word run_unit(Unit& unit);
+/// Calls a Code. Its arguments and what it captures stand behind the last frame, at
+/// `machine.registers.top`.
+Word run_code(Code& code);
 
 /// Goes on with the code that waits on top of the context, for a settled value. Consumes it.
 Word resume(Word value);
@@ -19,7 +19,10 @@ Word resume(Word value);
 /// entries above it, none of them code.
 void hold_operands(int above);
 
-/// The Unit of a definition with parameters, made at its first call.
-Unit& unit_of(Symbol& symbol);
+/// The Code of a definition with parameters, made and compiled at its first call.
+Code& code_of(Symbol& symbol);
+
+/// Gives an instruction what runs it.
+void link(Instruction& instruction);
 
 }  // namespace marl

@@ -1,0 +1,269 @@
+// Calls: where a frame begins, and what it takes to get there.
+//
+// While a built-in or a run in it is under way, `machine` has the state: `stack.top`, and as
+// `registers.top` the place behind the registers that the frame keeps. Both stacks may have moved
+// when it comes back.
+#include <algorithm>
+#include <cstring>
+
+#include "reduce/analysis.h"
+#include "reduce/closure.h"
+#include "reduce/fire.h"
+#include "reduce/interpreter.h"
+#include "reduce/meanings.h"
+#include "reduce/needs.h"
+#include "reduce/operators.h"
+#include "reduce/run_code.h"
+#include "reduce/tables.h"
+
+namespace marl {
+
+Code& code_of(Symbol& symbol) {
+    if (!symbol.code) {
+        MARL_REQUIRE(is_closed(symbol.definition));  // a failed load may have left a letter unbound
+        symbol.code = make_code(symbol.definition, !is_lazy_name(symbol.name.view()));
+    }
+    if (!symbol.code->made) compile(*symbol.code);
+    return *symbol.code;
+}
+
+namespace {
+
+const Instruction* start_of(Code& code) {
+    if (!code.made) compile(code);
+    return code.start();
+}
+
+/// Calls a built-in on words in place; gives an owned Word. What an interrupt asks for comes first,
+/// and again behind a call that it has cut short.
+Word call_row(const Builtin& row, Word* arguments) {
+    if (interrupted) run_interrupt();
+    Word word;
+    if (row.on_words && !keeps_identity && row.on_words(arguments, word)) return word;
+    Value result = call_builtin(row, arguments);
+    if (interrupted) run_interrupt();
+    return word_of_result(result.take());
+}
+
+/// The same for one that is only known now, which may be an operator.
+Word call_symbol(const Symbol& symbol, Word* arguments) {
+    const auto op = static_cast<Op>(symbol.operation);
+    if (symbol.operation < 0 || !is_arithmetic(op)) return call_row(*symbol.builtin, arguments);
+    return operate_slowly(op, arguments[0], arguments[1]);
+}
+
+/// Whether the result of a built-in can go straight into a register.
+bool is_done(Word result) {
+    return is_settled(result) && !(is_node(result) && is_abort(node_of(result)));
+}
+
+/// Makes a result the focus. An abort drops the context.
+Word focus_of(Word result) {
+    if (is_node(result) && is_abort(node_of(result))) drop_context();
+    return result;
+}
+
+/// What can be called on words in a row: a Code whose captured words stand behind them by now, or a
+/// built-in; neither when the function goes the general way. `more` arguments have come in front.
+struct Called {
+    Code* code = nullptr;
+    Symbol* symbol = nullptr;
+};
+
+/// Opens a function that takes just the `count` arguments in the row; leaves it be when it doesn't.
+Called open_function(Word function, Word* row, int count) {
+    if (is_closure(function)) {
+        Closure* closure = closure_of(function);
+        Code* code = closure->code;
+        if (code->parameters != count) return {};
+        open_closure(closure, row + count);
+        return {code};
+    }
+    if (!is_node(function)) return {};
+    Node* node = node_of(function);
+    Node* head = node;
+    int inner = 0;
+    for (; !is_leaf(head) && !is_zits_analysed(head); ++inner) head = as_pair(head)->left;
+    if (inner == 2 && is_leaf_of(head, '\\')) {
+        Closure* body = body_closure(node);
+        if (!body || body->code->parameters != count) return {};
+        for (int i = 0; i < body->code->captures; ++i) {
+            row[count + i] = shared_word(body->captured[i]);
+        }
+        Code* code = body->code;
+        release(node);
+        return {code};
+    }
+    if (!is_leaf(head) || !is_name_byte(first_byte(head)) || !symbol_slot(head)) return {};
+    // The definition of `\` only gives it a rank.
+    if (rank_analysed(node) != count || is_leaf_of(head, '\\')) return {};
+    Symbol& symbol = symbol_of_leaf(head);
+    if (!symbol.definition) return {};
+    memmove(row + inner, row, static_cast<size_t>(count) * sizeof(Word));
+    take_inner_arguments(node, inner, row);
+    return {nullptr, &symbol};
+}
+
+}  // namespace
+
+void slow_enter(MARL_STATE) {
+    if (interrupted) run_interrupt();
+    m->stack.top = top;
+    m->registers.top = frame;
+    if (is_out_of_steps()) {
+        for (int i = 0; i < at->b; ++i) release_word(frame[i]);
+        Value nothing = leaf("Z");
+        analyse(nothing);
+        m->focus = word_of(nothing.take());
+        MARL_LEAVE;
+    }
+    if (top >= m->stack.limit) grow_stack();
+    if (m->registers.limit - frame < at->d) grow_registers(at->d);
+    top = m->stack.top;
+    frame = m->registers.top;
+    MARL_NEXT;
+}
+
+void slow_builtin(MARL_STATE) {
+    m->stack.top = top;
+    m->registers.top = frame + at->b;
+    const Word result = call_row(*at->builtin, frame + at->b);
+    top = m->stack.top;
+    frame = m->registers.top - at->b;
+    if (is_done(result)) {
+        frame[at->a] = result;
+        MARL_NEXT;
+    }
+    *m->stack.top++ = {at + at->d, 0};
+    m->focus = focus_of(result);
+    MARL_LEAVE;
+}
+
+/// The frame waits from the start, since a text that is loaded may take all frames apart.
+void slow_builtin_nested(MARL_STATE) {
+    *top++ = {at + at->d, 0};
+    m->stack.top = top;
+    m->registers.top = frame + at->b;
+    m->focus = focus_of(call_row(*at->builtin, frame + at->b));
+    MARL_LEAVE;
+}
+
+void slow_builtin_last(MARL_STATE) {
+    m->stack.top = top;
+    m->registers.top = frame;
+    const Word result = call_row(*at->builtin, frame + at->b);
+    top = m->stack.top;
+    frame = m->registers.top;
+    if (is_done(result)) {
+        value = result;
+        MARL_RETURN;
+    }
+    m->focus = focus_of(result);
+    MARL_LEAVE;
+}
+
+void slow_builtin_held(MARL_STATE) {
+    m->stack.top = top;
+    m->registers.top = frame + at->d;
+    m->focus = focus_of(call_row(*at->builtin, frame + at->b));
+    MARL_LEAVE;
+}
+
+/// The target of a call is known from the first time on: nothing defines a name anew by then.
+void slow_call(MARL_STATE) {
+    auto& self = const_cast<Instruction&>(*at);
+    self.target = code_of(*at->symbol).start();
+    self.d = 1;
+    MARL_GO_TO(at);
+}
+
+void slow_apply(MARL_STATE) {
+    const bool taken = (at->fields.f & take_a) != 0;
+    const Word function = taken ? frame[at->a] : shared_word(frame[at->a]);
+    Word* const row = frame + at->b;
+    const Called called = open_function(function, row, at->c);
+    if (called.symbol && called.symbol->builtin) {
+        m->stack.top = top;
+        m->registers.top = row;
+        const Word result = call_symbol(*called.symbol, row);
+        top = m->stack.top;
+        frame = m->registers.top;
+        if (is_done(result)) {
+            value = result;
+            MARL_NEXT;  // it lands at once
+        }
+        *m->stack.top++ = {at + 1, 0};
+        m->focus = focus_of(result);
+        MARL_LEAVE;
+    }
+    *top++ = {at + 1, 0};
+    if (called.code || called.symbol) {
+        frame = row;
+        MARL_GO_TO(start_of(called.code ? *called.code : code_of(*called.symbol)));
+    }
+    m->stack.top = top;
+    m->registers.top = row;
+    for (int i = at->c; i-- > 0;) push(Op::argument, row[i]);
+    m->focus = function;
+    MARL_LEAVE;
+}
+
+void slow_apply_last(MARL_STATE) {
+    const Word function = frame[at->a];
+    memmove(frame, frame + at->b, at->c * sizeof(Word));
+    const Called called = open_function(function, frame, at->c);
+    m->stack.top = top;
+    m->registers.top = frame;
+    if (called.symbol && called.symbol->builtin) {
+        const Word result = call_symbol(*called.symbol, frame);
+        top = m->stack.top;
+        frame = m->registers.top;
+        if (is_done(result)) {
+            value = result;
+            MARL_RETURN;
+        }
+        m->focus = focus_of(result);
+        MARL_LEAVE;
+    }
+    if (called.code || called.symbol) {
+        MARL_GO_TO(start_of(called.code ? *called.code : code_of(*called.symbol)));
+    }
+    for (int i = at->c; i-- > 0;) push(Op::argument, frame[i]);
+    m->focus = function;
+    MARL_LEAVE;
+}
+
+void slow_evaluate(MARL_STATE) {
+    const Word word = frame[at->b];
+    if (is_settled(word)) {
+        frame[at->a] = word;
+        MARL_NEXT;
+    }
+    *top++ = {at + at->d, 0};
+    if (is_closure(word)) {
+        frame += at->c;
+        Code& code = *closure_of(word)->code;
+        open_closure(closure_of(word), frame);
+        MARL_GO_TO(start_of(code));
+    }
+    m->stack.top = top;
+    m->registers.top = frame + at->c;
+    m->focus = word;
+    MARL_LEAVE;
+}
+
+void slow_return_work(MARL_STATE) {
+    value = frame[at->b];
+    if (is_settled(value)) MARL_RETURN;
+    if (is_closure(value)) {
+        Code& code = *closure_of(value)->code;
+        open_closure(closure_of(value), frame);
+        MARL_GO_TO(start_of(code));
+    }
+    m->stack.top = top;
+    m->registers.top = frame;
+    m->focus = value;
+    MARL_LEAVE;
+}
+
+}  // namespace marl

@@ -1,0 +1,282 @@
+// What each instruction does.
+//
+// An instruction is an inline function of its own over the loop's state, which is passed on from
+// one to the next and stays in the processor's registers:
+//
+//   frame  the running code's registers; `top` and `frame` are in memory only while something
+//   top    one behind the last entry of the context            else runs (`leave_loop`)
+//   m      the machine
+//   value  what a frame gives to whoever waits for it
+//   at     the instruction
+//
+// Each one ends in one of the MARL_ ways below, and says nothing of how the next one is reached:
+// where the compiler makes a jump of a call in last place (MARL_TAIL_CALLS) that is a jump to what
+// runs it, and else a switch in a loop. What is rare is a function of its own outside
+// (reduce/slow.cpp), which is entered before anything has changed and goes on by itself.
+#pragma once
+
+#include <cstring>
+
+#include "reduce/code.h"
+#include "reduce/machine.h"
+#include "reduce/stack.h"
+#include "value/short_hint.h"
+
+#if MARL_TAIL_CALLS
+#define MARL_STATE                                                                               \
+    [[maybe_unused]] Word *frame, [[maybe_unused]] StackEntry *top, [[maybe_unused]] Machine *m, \
+        [[maybe_unused]] Word value, [[maybe_unused]] const Instruction *at
+#ifdef __clang__
+#define MARL_JUMP [[clang::musttail]] return
+#else
+#define MARL_JUMP return
+#endif
+#define MARL_GO_TO(place)                            \
+    do {                                             \
+        at = (place);                                \
+        MARL_JUMP at->run(frame, top, m, value, at); \
+    } while (0)
+#define MARL_LEAVE return
+#else
+#define MARL_STATE                                                                                 \
+    [[maybe_unused]] Word *&frame, [[maybe_unused]] StackEntry *&top, [[maybe_unused]] Machine *m, \
+        [[maybe_unused]] Word &value, [[maybe_unused]] const Instruction *&at
+#define MARL_JUMP return
+#define MARL_GO_TO(place) \
+    do {                  \
+        at = (place);     \
+        return;           \
+    } while (0)
+#define MARL_LEAVE    \
+    do {              \
+        at = nullptr; \
+        return;       \
+    } while (0)
+#endif
+#define MARL_NEXT MARL_GO_TO(at + 1)
+#define MARL_SLOW(function) MARL_JUMP function(frame, top, m, value, at)
+/// Gives `value` to whoever waits for it.
+#define MARL_RETURN            \
+    do {                       \
+        --top;                 \
+        MARL_GO_TO(top->next); \
+    } while (0)
+
+namespace marl {
+
+// Outside, in reduce/slow.cpp.
+void slow_enter(MARL_STATE);
+void slow_drop(MARL_STATE);
+void slow_compute(MARL_STATE);
+void slow_branch(MARL_STATE);
+void slow_choose(MARL_STATE);
+void slow_builtin(MARL_STATE);
+void slow_builtin_last(MARL_STATE);
+void slow_builtin_held(MARL_STATE);
+void slow_builtin_nested(MARL_STATE);
+void slow_call(MARL_STATE);
+void slow_apply(MARL_STATE);
+void slow_apply_last(MARL_STATE);
+void slow_name(MARL_STATE);
+void slow_evaluate(MARL_STATE);
+void slow_return_work(MARL_STATE);
+void slow_pairs(MARL_STATE);
+void slow_closure(MARL_STATE);
+void slow_construct(MARL_STATE);
+void slow_push_argument(MARL_STATE);
+void slow_go(MARL_STATE);
+void slow_if_strict(MARL_STATE);
+void slow_if_held(MARL_STATE);
+void leave_loop(MARL_STATE);
+
+// The operands and the result of arithmetic on two short Words, whose lowest bit is set.
+inline int64_t twice(Word word) { return static_cast<int64_t>(word & ~Word{1}); }
+
+inline bool divide_short(Word x, Word y, int64_t& twice_quotient) {
+    const int64_t divisor = short_of(y);
+    return divisor != 0 &&
+           !__builtin_mul_overflow(short_div(short_of(x), divisor), 2, &twice_quotient);
+}
+inline bool modulo_short(Word x, Word y, int64_t& twice_rest) {
+    const int64_t divisor = short_of(y);
+    return divisor != 0 && !__builtin_mul_overflow(short_mod(short_of(x), divisor), 2, &twice_rest);
+}
+
+/// The text of a name of one letter, as the first two bytes of a Leaf.
+inline uint16_t two_bytes(const Node* leaf) {
+    uint16_t bytes;
+    memcpy(&bytes, leaf_text(leaf), sizeof bytes);
+    return bytes;
+}
+constexpr uint16_t one_letter(char letter) { return static_cast<uint8_t>(letter); }
+
+inline Word get(const Operand& operand, const Word* frame) {
+    switch (operand.from) {
+        case From::take: return frame[operand.reg];
+        case From::share: return shared_word(frame[operand.reg]);
+        case From::constant: break;
+    }
+    return shared_word(operand.word);
+}
+
+#define MARL_INSTRUCTION(name) inline void run_##name(MARL_STATE)
+
+MARL_INSTRUCTION(enter) {
+    const bool has_room = m->registers.limit - frame >= at->d && top < m->stack.limit;
+    if (__builtin_expect(!has_room || interrupted, 0)) MARL_SLOW(slow_enter);
+    MARL_NEXT;
+}
+MARL_INSTRUCTION(move) {
+    frame[at->a] = frame[at->b];
+    MARL_NEXT;
+}
+MARL_INSTRUCTION(share) {
+    const Word word = frame[at->b];
+    retain_word(word);
+    frame[at->a] = word;
+    MARL_NEXT;
+}
+MARL_INSTRUCTION(constant) {
+    const Word word = at->word;
+    retain(node_of(word));
+    frame[at->a] = word;
+    MARL_NEXT;
+}
+MARL_INSTRUCTION(number) {
+    frame[at->a] = at->word;
+    MARL_NEXT;
+}
+MARL_INSTRUCTION(drop) { MARL_SLOW(slow_drop); }
+MARL_INSTRUCTION(drop_one) {
+    const Word word = frame[at->b];
+    if (is_counted(word)) {
+        Node* holder = holder_of(word);
+        if (__builtin_expect(count_of(holder) == 1, 0)) MARL_SLOW(slow_drop);
+        --holder->header;
+    }
+    MARL_NEXT;
+}
+MARL_INSTRUCTION(jump) { MARL_GO_TO(at + at->d); }
+
+#define MARL_ARITHMETIC(name, fast)                                         \
+    MARL_INSTRUCTION(name) {                                                \
+        const Word x = frame[at->b];                                        \
+        const Word y = frame[at->c];                                        \
+        int64_t result;                                                     \
+        if (__builtin_expect((x & y & 1) == 0, 0)) MARL_SLOW(slow_compute); \
+        if (__builtin_expect(!(fast), 0)) MARL_SLOW(slow_compute);          \
+        frame[at->a] = static_cast<uint64_t>(result) | 1;                   \
+        MARL_NEXT;                                                          \
+    }                                                                       \
+    MARL_INSTRUCTION(name##_number) {                                       \
+        const Word x = frame[at->b];                                        \
+        const Word y = at->word;                                            \
+        int64_t result;                                                     \
+        if (__builtin_expect((x & 1) == 0, 0)) MARL_SLOW(slow_compute);     \
+        if (__builtin_expect(!(fast), 0)) MARL_SLOW(slow_compute);          \
+        frame[at->a] = static_cast<uint64_t>(result) | 1;                   \
+        MARL_NEXT;                                                          \
+    }
+MARL_ARITHMETIC(add, !__builtin_add_overflow(twice(x), twice(y), &result))
+MARL_ARITHMETIC(subtract, !__builtin_sub_overflow(twice(x), twice(y), &result))
+MARL_ARITHMETIC(multiply, !__builtin_mul_overflow(short_of(x), twice(y), &result))
+MARL_ARITHMETIC(divide, divide_short(x, y, result))
+MARL_ARITHMETIC(modulo, modulo_short(x, y, result))
+#undef MARL_ARITHMETIC
+
+#define MARL_COMPARISON(name, sign)                                          \
+    MARL_INSTRUCTION(name) {                                                 \
+        const Word x = frame[at->b];                                         \
+        const Word y = frame[at->c];                                         \
+        if (__builtin_expect((x & y & 1) == 0, 0)) MARL_SLOW(slow_branch);   \
+        if (static_cast<int64_t>(x) sign static_cast<int64_t>(y)) MARL_NEXT; \
+        MARL_GO_TO(at + at->d);                                              \
+    }                                                                        \
+    MARL_INSTRUCTION(name##_number) {                                        \
+        const Word x = frame[at->b];                                         \
+        if (__builtin_expect((x & 1) == 0, 0)) MARL_SLOW(slow_branch);       \
+        if (static_cast<int64_t>(x) sign at->n) MARL_NEXT;                   \
+        MARL_GO_TO(at + at->d);                                              \
+    }
+MARL_COMPARISON(less, <)
+MARL_COMPARISON(not_less, >=)
+MARL_COMPARISON(same, ==)
+MARL_COMPARISON(differ, !=)
+#undef MARL_COMPARISON
+
+MARL_INSTRUCTION(choose_one) { MARL_SLOW(slow_choose); }
+MARL_INSTRUCTION(choose_two) { MARL_SLOW(slow_choose); }
+MARL_INSTRUCTION(pairs) { MARL_SLOW(slow_pairs); }
+MARL_INSTRUCTION(closure) { MARL_SLOW(slow_closure); }
+MARL_INSTRUCTION(construct) { MARL_SLOW(slow_construct); }
+MARL_INSTRUCTION(builtin) { MARL_SLOW(slow_builtin); }
+MARL_INSTRUCTION(builtin_nested) { MARL_SLOW(slow_builtin_nested); }
+MARL_INSTRUCTION(builtin_last) { MARL_SLOW(slow_builtin_last); }
+MARL_INSTRUCTION(builtin_held) { MARL_SLOW(slow_builtin_held); }
+
+// A call holds its symbol until its target is known, and then `target` (reduce/slow.cpp).
+MARL_INSTRUCTION(call) {
+    if (__builtin_expect(at->d == 0, 0)) MARL_SLOW(slow_call);
+    top->next = at + 1;
+    ++top;
+    frame += at->b;
+    MARL_GO_TO(at->target);
+}
+MARL_INSTRUCTION(call_last) {
+    if (__builtin_expect(at->d == 0, 0)) MARL_SLOW(slow_call);
+    MARL_GO_TO(at->target);
+}
+MARL_INSTRUCTION(call_held) {
+    if (__builtin_expect(at->d == 0, 0)) MARL_SLOW(slow_call);
+    frame += at->b;
+    MARL_GO_TO(at->target);
+}
+MARL_INSTRUCTION(apply) { MARL_SLOW(slow_apply); }
+MARL_INSTRUCTION(apply_last) { MARL_SLOW(slow_apply_last); }
+MARL_INSTRUCTION(name) { MARL_SLOW(slow_name); }
+MARL_INSTRUCTION(evaluate) { MARL_SLOW(slow_evaluate); }
+MARL_INSTRUCTION(if_strict) { MARL_SLOW(slow_if_strict); }
+MARL_INSTRUCTION(if_held) { MARL_SLOW(slow_if_held); }
+MARL_INSTRUCTION(wait) {
+    top->next = at + at->d;
+    ++top;
+    MARL_NEXT;
+}
+MARL_INSTRUCTION(push_argument) { MARL_SLOW(slow_push_argument); }
+MARL_INSTRUCTION(return_value) {
+    value = frame[at->b];
+    MARL_RETURN;
+}
+MARL_INSTRUCTION(return_number) {
+    value = at->word;
+    MARL_RETURN;
+}
+MARL_INSTRUCTION(return_constant) {
+    value = at->word;
+    retain(node_of(value));
+    MARL_RETURN;
+}
+MARL_INSTRUCTION(return_work) { MARL_SLOW(slow_return_work); }
+MARL_INSTRUCTION(go) { MARL_SLOW(slow_go); }
+MARL_INSTRUCTION(land) {
+    frame -= at->b;
+    frame[at->a] = value;
+    MARL_NEXT;
+}
+MARL_INSTRUCTION(land_before_choice) {
+    frame -= at->b;
+    frame[at->a] = value;
+    MARL_NEXT;
+}
+
+// An entry that is no code: its place in the context is the machine's business.
+MARL_INSTRUCTION(base) { MARL_SLOW(leave_loop); }
+MARL_INSTRUCTION(argument) { MARL_SLOW(leave_loop); }
+MARL_INSTRUCTION(function) { MARL_SLOW(leave_loop); }
+MARL_INSTRUCTION(let) { MARL_SLOW(leave_loop); }
+MARL_INSTRUCTION(update) { MARL_SLOW(leave_loop); }
+MARL_INSTRUCTION(plain) { MARL_SLOW(leave_loop); }
+
+#undef MARL_INSTRUCTION
+
+}  // namespace marl

@@ -1,0 +1,76 @@
+#include "reduce/needs.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "reduce/analysis.h"
+#include "reduce/meanings.h"
+
+namespace marl {
+
+bool needs_plain_machine = false;
+bool keeps_identity = false;
+bool may_load = false;
+bool repeats_operands = false;
+
+namespace {
+
+constexpr std::string_view names_that_ask[] = {"raws", "leak", "bond", "copy",
+                                               "tern", "load", "road"};
+
+/// Whether a variable of that name stands in two places of an expression, or in a lambda. The
+/// expression need not be analysed yet.
+bool is_repeated(std::string_view name, Node* expression) {
+    struct Place {
+        Node* node;
+        bool in_lambda;
+    };
+    bool seen = false;
+    std::vector<Place> rest{{expression, false}};
+    while (!rest.empty()) {
+        const auto [node, in_lambda] = rest.back();
+        rest.pop_back();
+        if (!is_leaf(node)) {
+            const bool inner = in_lambda || form(node) == Form::lambda;
+            rest.push_back({left(node), inner});
+            rest.push_back({right(node), inner});
+        } else if (is_leaf_text(node, name)) {
+            if (seen || in_lambda) return true;
+            seen = true;
+        }
+    }
+    return false;
+}
+
+bool repeats_parameter(Node* definition) {
+    Node* body = definition;
+    while (form(body) == Form::lambda) body = lambda_body(body);
+    for (; definition != body; definition = lambda_body(definition)) {
+        if (is_repeated(leaf_bytes(lambda_key(definition)), body)) return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+void note_name(std::string_view name) {
+    if (name.size() != 4) return;  // none of them has another length
+    if (name == "todo") needs_plain_machine = true;
+    if (name == "load" || name == "road") may_load = true;
+    if (std::ranges::find(names_that_ask, name) != std::end(names_that_ask)) keeps_identity = true;
+}
+
+void note_definition(std::string_view name, Node* definition) {
+    if (name.size() != 1) return;  // combinators and operators
+    if (!keeps_meaning(name, definition)) needs_plain_machine = true;
+    if (is_lazy_name(name) && repeats_parameter(definition)) repeats_operands = true;
+}
+
+void clear_needs() {
+    needs_plain_machine = false;
+    keeps_identity = false;
+    may_load = false;
+    repeats_operands = false;
+}
+
+}  // namespace marl

@@ -1,0 +1,278 @@
+// Parts: lambdas, and operands whose work waits, as closures.
+//
+// By the rules, what a lambda captures is substituted where the lambda stands, once, and all calls
+// of the lambda see the same nodes for those parts of it that hold none of its own variables. Where
+// such a part is settled then (another lambda, a partial application) it can be seen that it is one
+// node. So it is hoisted: built where the closure is made, and captured. The same goes for operands
+// that wait, in a program with a lazy definition that may reduce one twice.
+#include <algorithm>
+
+#include "reduce/analysis.h"
+#include "reduce/compiler.h"
+#include "reduce/needs.h"
+
+namespace marl {
+
+namespace {
+
+struct Place {
+    Node* node;
+    uint32_t bound;
+};
+
+/// Puts the parts of a Pair on a work list, with the variables that it binds in them.
+void push_parts(std::vector<Place>& rest, Node* node, uint32_t bound) {
+    const Form shape = form(node);
+    if (shape == Form::lambda) {
+        rest.push_back({lambda_body(node), bound | free_set(lambda_key(node))});
+    } else if (shape == Form::let) {
+        rest.push_back({let_body(node), bound | free_set(let_key(node))});
+        rest.push_back({let_value(node), bound});
+    } else {
+        rest.push_back({right(node), bound});
+        rest.push_back({left(node), bound});
+    }
+}
+
+Node* head_of(Node* application) {
+    while (!is_leaf(application) && !is_zits(application)) application = left(application);
+    return application;
+}
+
+}  // namespace
+
+/// Whether an expression with variables in it is settled when these are: a lambda, or a partial
+/// application of a known head to such and to what is settled.
+bool Compiler::is_construction(Node* expression) {
+    std::vector<Node*> rest{expression};
+    while (!rest.empty()) {
+        Node* node = rest.back();
+        rest.pop_back();
+        const bool is_variable = is_leaf(node) && rank_of(node) == rank_variable;
+        if (is_variable || form(node) == Form::lambda) continue;
+        if (!settled(node)) return false;
+        if (is_leaf(node) || is_closed(node)) continue;
+        Node* head = head_of(node);
+        if (!is_leaf(head) || rank_of(head) == rank_variable) return false;
+        for (; node != head; node = left(node)) rest.push_back(right(node));
+    }
+    return true;
+}
+
+/// The largest parts of a term that can be hoisted, and that are not yet. The lambdas in a row at
+/// its top are no parts of it: nobody sees them but who applies it to too few arguments
+/// (`apply_partly`).
+std::vector<Node*> Compiler::constructions_in(const Term& term) {
+    std::vector<Node*> found;
+    const Scope& scope = scope_of(term);
+    Node* body = term.expression;
+    uint32_t keys = 0;
+    for (; form(body) == Form::lambda; body = lambda_body(body)) keys |= free_set(lambda_key(body));
+    std::vector<Place> rest{{body, keys}};
+    while (!rest.empty()) {
+        const auto [node, bound] = rest.back();
+        rest.pop_back();
+        const uint32_t free = free_set(node);
+        if (is_leaf(node) || free == 0) continue;
+        if (hoisted_register(node, scope.rebound | bound) >= 0) continue;
+        if ((free & bound) == 0 && is_construction(node)) {
+            if (std::find(found.begin(), found.end(), node) == found.end()) found.push_back(node);
+        } else if (form(node) != Form::other) {
+            push_parts(rest, node, bound);
+        } else {
+            // Nobody gets hold of a function with only some of the operands in front of it.
+            for (Node* e = node; !is_leaf(e) && !is_zits(e); e = left(e)) {
+                rest.push_back({right(e), bound});
+                if (is_leaf(left(e)) || form(left(e)) == Form::other) continue;
+                rest.push_back({left(e), bound});
+                break;
+            }
+        }
+    }
+    return found;
+}
+
+/// The part that a term is on its own, and the terms that its closure captures. It is made once.
+Compiler::Part Compiler::part_of(const Term& term) {
+    for (const Part& known : parts_) {
+        const bool is_same = code_.parts[known.index]->whole.get() == term.expression;
+        if (is_same && known.scope == term.scope) return known;
+    }
+    parts_.push_back(new_part(term));
+    return parts_.back();
+}
+
+Compiler::Part Compiler::new_part(const Term& term) {
+    auto part = std::make_unique<Code>();
+    part->whole = Value::share(term.expression);
+    take_parameters(*part);
+    const Scope scope = scope_of(term);
+    Terms captured;
+    const auto capture = [&](const Term& word) {
+        const auto reg = static_cast<uint8_t>(part->parameters + part->captures++);
+        if (may_hold_work(word)) part->unsettled |= set_of(reg);
+        captured.push_back(word);
+        return reg;
+    };
+    std::vector<Node*> built;
+    if (part->kind == ClosureKind::lambda || repeats_operands) built = constructions_in(term);
+    std::vector<Place> rest{{term.expression, 0}};
+    while (!rest.empty()) {
+        const auto [node, bound] = rest.back();
+        rest.pop_back();
+        const uint32_t free = free_set(node) & ~bound;
+        if (free == 0) continue;
+        const int reg = hoisted_register(node, scope.rebound | bound);
+        const bool is_built = (free_set(node) & bound) == 0 && node != term.expression &&
+                              std::find(built.begin(), built.end(), node) != built.end();
+        if (!is_leaf(node) && (reg >= 0 || is_built)) {
+            const auto is_node = [&](const Hoisted& hoisted) { return hoisted.node == node; };
+            if (std::ranges::any_of(part->hoisted, is_node)) continue;
+            const Term word = reg >= 0 ? Term{nullptr, -1, reg} : Term{node, term.scope};
+            part->hoisted.push_back({node, capture(word)});
+        } else if (is_leaf(node)) {
+            if (part->letters & free) continue;
+            const auto letter = static_cast<size_t>(__builtin_ctz(free));
+            part->letters |= free;
+            part->register_of[letter] = capture({nullptr, -1, scope.reg[letter]});
+        } else {
+            push_parts(rest, node, bound);
+        }
+    }
+    code_.parts.push_back(std::move(part));
+    return {static_cast<uint32_t>(code_.parts.size() - 1), term.scope, std::move(captured)};
+}
+
+/// Whether a Word that is captured may have work in it.
+bool Compiler::may_hold_work(const Term& word) {
+    if ((registers_of(word) & unsettled_) == 0) return false;
+    return register_of(word) >= 0 || form(word.expression) != Form::lambda;
+}
+
+/// Puts the closure of a term into a register, or with `construct` what is settled as soon as that
+/// is which it holds.
+void Compiler::close(Op op, const Term& term, int reg, RegisterSet live) {
+    const Part part = part_of(term);
+    const int kept = next_;
+    std::vector<Operand> operands;
+    RegisterSet held = 0;
+    for (size_t i = 0; i < part.captured.size(); ++i) {
+        const Term& word = part.captured[i];
+        int from = register_of(word);
+        if (from < 0) {
+            from = new_register();
+            build(word, from, live | held | registers_of(part.captured, i + 1));
+        }
+        operands.push_back(use(from, ~RegisterSet{0}));
+        held |= set_of(from);
+    }
+    take_last_uses(operands, live);
+    Instruction& made = emit(op, reg);
+    made.part = code_.parts[part.index].get();
+    attach(made, operands);
+    next_ = kept;
+}
+
+/// Puts a construction into a register. It is a closure with work in it when what it holds has.
+void Compiler::build(const Term& term, int reg, RegisterSet live) {
+    if (form(term.expression) == Form::lambda) return close(Op::closure, term, reg, live);
+    if (!may_hold_work(term)) return expression(term, {}, {false, reg}, live);
+    close(Op::construct, term, reg, live);
+    unsettled_ |= set_of(reg);
+}
+
+/// A term as it is, its work waiting in a closure.
+Operand Compiler::as_it_is(const Term& term, RegisterSet later) {
+    if (const int reg = register_of(term); reg >= 0) return use(reg, later);
+    if (const auto known = fixed(term)) return *known;
+    const uint8_t made = new_register();
+    if (repeats_operands && is_construction(term.expression)) {
+        build(term, made, later);
+    } else {
+        close(Op::closure, term, made, later);
+    }
+    return use(made, 0);
+}
+
+/// A term as it is, as a piece.
+Piece Compiler::piece_of(const Term& term) {
+    Piece piece;
+    if (const int reg = register_of(term); reg >= 0) {
+        piece.reg = static_cast<uint8_t>(reg);
+        return piece;
+    }
+    if (const auto known = fixed(term)) {
+        piece.kind = Piece::Kind::constant;
+        piece.word = known->word;
+        return piece;
+    }
+    const bool is_built = is_construction(term.expression);
+    if (repeats_operands && is_built) return copy_of(term);
+    const Part part = part_of(term);
+    piece.kind = Piece::Kind::closure;
+    piece.part = code_.parts[part.index].get();
+    for (const Term& word : part.captured) {
+        const bool is_register = register_of(word) >= 0;
+        const bool is_lambda = !is_register && form(word.expression) == Form::lambda;
+        piece.captured.push_back(is_register || is_lambda ? piece_of(word) : copy_of(word));
+    }
+    return piece;
+}
+
+/// The copy that substitution would make of a term.
+Piece Compiler::copy_of(const Term& term) {
+    if (register_of(term) >= 0) return piece_of(term);
+    Piece piece{.kind = Piece::Kind::copy};
+    const Scope scope = scope_of(term);
+    std::array<uint8_t, most_registers> index_of_register{};
+    for (RegisterSet used = registers_of(term); used; used &= used - 1) {
+        const int reg = __builtin_ctzll(used);
+        index_of_register[static_cast<size_t>(reg)] = static_cast<uint8_t>(piece.registers.size());
+        piece.registers.push_back(static_cast<uint8_t>(reg));
+    }
+    uint8_t index_of[26]{};
+    for (uint32_t rest = scope.letters; rest; rest &= rest - 1) {
+        const auto letter = static_cast<size_t>(__builtin_ctz(rest));
+        index_of[letter] = index_of_register[scope.reg[letter]];
+    }
+    std::vector<Hoisted> hoisted;
+    for (const Hoisted& known : code_.hoisted) {
+        if ((free_set(known.node) & scope.rebound) != 0) continue;
+        hoisted.push_back({known.node, index_of_register[known.reg]});
+    }
+    const Places places{scope.letters, index_of, &hoisted, static_cast<int>(piece.registers.size()),
+                        (registers_of(term) & unsettled_) == 0};
+    piece.layout = make_template(term.expression, places);
+    return piece;
+}
+
+std::unique_ptr<Code> make_lambda_code(Node* lambda) {
+    auto code = std::make_unique<Code>();
+    code->whole = Value::share(lambda);
+    take_parameters(*code);
+    return code;
+}
+
+std::unique_ptr<Remainder> make_remainder(const Code& lambda) {
+    auto remainder = std::make_unique<Remainder>();
+    Code& frame = remainder->frame;
+    frame.whole = lambda.whole;
+    frame.body = lambda_body(lambda.whole);
+    frame.parameters = 1;
+    frame.captures = lambda.captures;
+    // The captured Words stand behind one parameter here, and behind all of them there.
+    const int moved = lambda.parameters - 1;
+    frame.letters = lambda.letters & (free_set(frame.whole) | free_set(lambda_key(frame.whole)));
+    for (uint32_t rest = frame.letters & free_set(frame.whole); rest; rest &= rest - 1) {
+        const int letter = __builtin_ctz(rest);
+        frame.register_of[letter] = static_cast<uint8_t>(lambda.register_of[letter] - moved);
+    }
+    for (const Hoisted& hoisted : lambda.hoisted) {
+        frame.hoisted.push_back({hoisted.node, static_cast<uint8_t>(hoisted.reg - moved)});
+    }
+    frame.unsettled = lambda.unsettled >> moved;
+    remainder->closure = Compiler(frame).piece_of({frame.body, 0});
+    return remainder;
+}
+
+}  // namespace marl

@@ -1,0 +1,84 @@
+// The loop over instructions: from one to the next by a jump where the compiler makes one of a call
+// in last place, else by a switch.
+#include "reduce/run_code.h"
+
+#include "reduce/interpreter.h"
+
+namespace marl {
+
+Machine machine;
+
+#if MARL_TAIL_CALLS
+
+namespace {
+
+struct Functions {
+#define MARL_STATIC(name, shape, a, b, c, meaning) \
+    static void name(MARL_STATE) { MARL_JUMP run_##name(frame, top, m, value, at); }
+    MARL_INSTRUCTIONS(MARL_STATIC)
+#undef MARL_STATIC
+};
+
+constexpr Run functions[] = {
+#define MARL_ADDRESS(name, shape, a, b, c, meaning) Functions::name,
+    MARL_INSTRUCTIONS(MARL_ADDRESS)
+#undef MARL_ADDRESS
+};
+
+}  // namespace
+
+void link(Instruction& instruction) {
+    instruction.run = functions[static_cast<size_t>(instruction.op)];
+}
+
+static void run_loop(Word* frame, const Instruction* at, Word value, StackEntry* top) {
+    at->run(frame, top, &machine, value, at);
+}
+
+#else
+
+void link(Instruction&) {}
+
+static void run_loop(Word* frame, const Instruction* at, Word value, StackEntry* top) {
+    Machine* const m = &machine;
+    while (at) {
+        switch (at->op) {
+#define MARL_CASE(name, shape, a, b, c, meaning) \
+    case Op::name:                               \
+        run_##name(frame, top, m, value, at);    \
+        break;
+            MARL_INSTRUCTIONS(MARL_CASE)
+#undef MARL_CASE
+        }
+    }
+}
+
+#endif
+
+Instruction entry_instructions[entry_kinds][most_details];
+
+static const bool entries_are_made = [] {
+    for (int kind = 0; kind < entry_kinds; ++kind) {
+        for (int detail = 0; detail < most_details; ++detail) {
+            Instruction& entry = entry_instructions[kind][detail];
+            entry.op = static_cast<Op>(static_cast<int>(Op::base) + kind);
+            entry.a = static_cast<uint8_t>(detail);
+            link(entry);
+        }
+    }
+    return true;
+}();
+
+Word run_code(Code& code) {
+    if (!code.made) compile(code);
+    run_loop(machine.registers.top, code.start(), 0, machine.stack.top);
+    return machine.focus;
+}
+
+Word resume(Word value) {
+    StackEntry* const top = machine.stack.top - 1;
+    run_loop(machine.registers.top, top->next, value, top);
+    return machine.focus;
+}
+
+}  // namespace marl

@@ -1,0 +1,215 @@
+// What instructions do when it is not the usual thing, and what takes longer than a jump is worth.
+#include <algorithm>
+
+#include "reduce/analysis.h"
+#include "reduce/build.h"
+#include "reduce/closure.h"
+#include "reduce/interpreter.h"
+#include "reduce/meanings.h"
+#include "reduce/needs.h"
+#include "reduce/operators.h"
+#include "reduce/run_code.h"
+#include "reduce/tables.h"
+
+namespace marl {
+
+namespace {
+
+bool takes(const Instruction* at, int flag) { return (at->fields.f & flag) != 0; }
+
+Word owned(Word word, bool taken) { return taken ? word : shared_word(word); }
+
+/// The operands of an instruction that computes, owned.
+Word first_operand(const Instruction* at, const Word* frame) {
+    return owned(frame[at->b], takes(at, take_b));
+}
+Word second_operand(const Instruction* at, const Word* frame) {
+    return is_number_op(at->op) ? at->word : owned(frame[at->c], takes(at, take_c));
+}
+
+/// Whether a node is (letter x) y.
+bool is_pair_of(const Node* node, char letter) {
+    if (is_leaf(node)) return false;
+    const Node* inner = static_cast<const PairNode*>(node)->left;
+    if (is_leaf(inner)) return false;
+    const Node* head = static_cast<const PairNode*>(inner)->left;
+    return is_leaf(head) && two_bytes(head) == one_letter(letter);
+}
+
+/// The parts of (J x) y or (V x) y. Consumes the node when it is `taken`.
+void take_apart(Node* node, bool taken, Word& x, Word& y) {
+    PairNode* outer = as_pair(node);
+    PairNode* inner = as_pair(outer->left);
+    if (taken && count_of(outer) == 1 && count_of(inner) == 1) {
+        x = inner->right;
+        y = outer->right;
+        Node* head = inner->left;
+        free_node(outer, sizeof(PairNode));
+        free_node(inner, sizeof(PairNode));
+        return release(head);
+    }
+    x = shared_word(inner->right);
+    y = shared_word(outer->right);
+    if (taken) release(outer);
+}
+
+/// The way that a choice goes for a Leaf in front of its terms; 0 for that of any other head.
+int32_t way_of_leaf(const Choice& choice, const Node* leaf) {
+    switch (two_bytes(leaf)) {
+        case one_letter('K'): return choice.k;
+        case one_letter('H'): return choice.h;
+        case one_letter('I'): return choice.identity;
+        default: return 0;
+    }
+}
+
+/// Whether a function is strict and takes that many more arguments.
+bool takes_strictly(Word function, int count) {
+    if (is_closure(function)) return closure_of(function)->code->parameters >= count;
+    if (!is_node(function)) return count == 1;
+    Node* head = node_of(function);
+    if (!is_leaf(head) && !is_zits_analysed(head)) {
+        const Closure* body = body_closure(head);
+        if (body && form(head) == Form::lambda) return body->code->parameters >= count;
+    }
+    if (rank_analysed(head) < count) return false;
+    while (!is_leaf(head) && !is_zits_analysed(head)) head = as_pair(head)->left;
+    return !is_lazy_head(head);
+}
+
+void get_operands(const Instruction* at, const Word* frame, Word* to) {
+    for (int i = 0; i < at->c; ++i) to[i] = get(at->operands[i], frame);
+}
+
+Word constant_of(Node* definition) {
+    int64_t n;
+    if (!keeps_identity && short_hint(definition, n)) return word_of_short(n);
+    return word_of(shared(definition));
+}
+
+}  // namespace
+
+void slow_drop(MARL_STATE) {
+    if (at->op == Op::drop_one) {
+        release_word(frame[at->b]);
+    } else {
+        for (RegisterSet set = at->set; set; set &= set - 1) {
+            release_word(frame[__builtin_ctzll(set)]);
+        }
+    }
+    MARL_NEXT;
+}
+
+void slow_compute(MARL_STATE) {
+    const Word x = first_operand(at, frame);
+    const Word y = second_operand(at, frame);
+    frame[at->a] = operate_slowly(plain_op(at->op), x, y);
+    MARL_NEXT;
+}
+
+void slow_branch(MARL_STATE) {
+    const Word x = first_operand(at, frame);
+    const Word y = second_operand(at, frame);
+    switch (compare_slowly(plain_op(at->op), x, y, frame[at->a])) {
+        case Truth::yes: MARL_NEXT;
+        case Truth::no: MARL_GO_TO(at + at->d);
+        case Truth::neither: break;
+    }
+    MARL_GO_TO(at + at->fields.e);
+}
+
+void slow_choose(MARL_STATE) {
+    const Choice& choice = *at->choice;
+    const bool taken = takes(at, take_b);
+    const Word head = frame[at->b];
+    if (is_node(head)) {
+        Node* node = node_of(head);
+        if (is_leaf(node)) {
+            if (const int32_t way = way_of_leaf(choice, node)) {
+                if (taken) release(node);
+                MARL_GO_TO(at + way);
+            }
+        } else if (choice.pair && is_pair_of(node, at->op == Op::choose_two ? 'J' : 'V')) {
+            take_apart(node, taken, frame[choice.x], frame[choice.y]);
+            MARL_GO_TO(at + choice.pair);
+        }
+    }
+    frame[at->a] = owned(head, taken);
+    MARL_GO_TO(at + choice.other);
+}
+
+void slow_pairs(MARL_STATE) {
+    Node* head = node_of(at->word);
+    Node* made = shared(head);
+    auto code = static_cast<uint64_t>(rank_zero_code + rank_of(head));
+    for (int i = 0; i < at->c; ++i) {
+        auto* pair = static_cast<PairNode*>(allocate_node(sizeof(PairNode)));
+        pair->header = (--code << top_shift) | 1;
+        pair->left = made;
+        pair->right = as_right_child(get(at->operands[i], frame));
+        made = pair;
+    }
+    frame[at->a] = word_of(made);
+    MARL_NEXT;
+}
+
+void slow_closure(MARL_STATE) {
+    Closure* closure = new_closure(*at->part);
+    get_operands(at, frame, closure->captured);
+    frame[at->a] = word_of(closure);
+    MARL_NEXT;
+}
+
+void slow_construct(MARL_STATE) {
+    Word captured[most_registers];
+    get_operands(at, frame, captured);
+    frame[at->a] = construct(*at->part, captured);
+    MARL_NEXT;
+}
+
+void slow_name(MARL_STATE) {
+    Node* definition = at->symbol->definition;
+    // A constant that is being reduced is a cycle, which the machine finds.
+    if (!settled(definition) || is_leaf_of(definition, ')')) {
+        *top++ = {at + at->d, 0};
+        m->stack.top = top;
+        m->registers.top = frame + at->b;
+        m->focus = get(*at->operands, frame);
+        MARL_LEAVE;
+    }
+    // It stays what it is, and the code holds it from here on.
+    const Word word = constant_of(definition);
+    (at + at->d)->map->code->constants.push_back(word);
+    auto& self = const_cast<Instruction&>(*at);
+    self.op = is_short(word) ? Op::number : Op::constant;
+    self.word = word;
+    link(self);
+    MARL_GO_TO(at);
+}
+
+void slow_if_strict(MARL_STATE) {
+    MARL_GO_TO(takes_strictly(frame[at->b], at->c) ? at + 1 : at + at->d);
+}
+
+void slow_push_argument(MARL_STATE) {
+    m->stack.top = top;
+    push(Op::argument, get(*at->operands, frame));
+    top = m->stack.top;
+    MARL_NEXT;
+}
+
+void slow_go(MARL_STATE) {
+    m->stack.top = top;
+    m->registers.top = frame + at->b;
+    m->focus = get(*at->operands, frame);
+    MARL_LEAVE;
+}
+
+void leave_loop(MARL_STATE) {
+    m->stack.top = top + 1;  // the entry stays
+    m->registers.top = frame;
+    m->focus = value;
+    MARL_LEAVE;
+}
+
+}  // namespace marl
