@@ -182,7 +182,8 @@ void slow_apply(MARL_STATE) {
     const Word function = taken ? frame[at->a] : shared_word(frame[at->a]);
     Word* const row = frame + at->b;
     const Called called = open_function(function, row, at->c);
-    if (called.symbol && called.symbol->builtin) {
+    const Builtin* builtin = called.symbol ? called.symbol->builtin : nullptr;
+    if (builtin && !builtin->is_nested) {
         m->stack.top = top;
         m->registers.top = row;
         const Word result = call_symbol(*called.symbol, row);
@@ -197,12 +198,16 @@ void slow_apply(MARL_STATE) {
         MARL_LEAVE;
     }
     *top++ = {at + 1, 0};
-    if (called.code || called.symbol) {
+    if (called.code || (called.symbol && !builtin)) {
         frame = row;
         MARL_GO_TO(start_of(called.code ? *called.code : code_of(*called.symbol)));
     }
     m->stack.top = top;
     m->registers.top = row;
+    if (builtin) {
+        m->focus = focus_of(call_row(*builtin, row));
+        MARL_LEAVE;
+    }
     for (int i = at->c; i-- > 0;) push(Op::argument, row[i]);
     m->focus = function;
     MARL_LEAVE;

@@ -95,7 +95,8 @@ void Compiler::cut(const Term& head, const Terms& terms, Target target, Register
 
 void Compiler::expression(Term head, Terms terms, Target target, RegisterSet live) {
     const Depth deeper(depth_);
-    for (;;) {
+    // A part may begin with many captures: it has to get somewhere before it is cut itself.
+    for (bool may_cut = depth_ > 1;; may_cut = true) {
         if (const int reg = register_of(head); reg >= 0) {
             return register_head(reg, terms, target, live);
         }
@@ -104,7 +105,7 @@ void Compiler::expression(Term head, Terms terms, Target target, RegisterSet liv
             if (const auto known = fixed(head)) return give(*known, target);
         }
         if (is_leaf(e) || is_zits(e)) return leaf_head(head, terms, target, live);
-        if (depth_ > 1 && is_too_large()) return cut(head, terms, target, live);
+        if (may_cut && is_too_large()) return cut(head, terms, target, live);
         switch (form(e)) {
             case Form::lambda: {
                 if (terms.empty()) {

@@ -147,7 +147,9 @@ void Compiler::call_held(Symbol& symbol, int base, const Terms& rest, Target tar
     if (!target.last) emit(Op::wait);
     hold(rest, live | row);
     if (symbol.builtin) {
-        emit(Op::builtin_held, 0, base, arity).builtin = symbol.builtin;
+        Instruction& made = emit(Op::builtin_held, 0, base, arity);
+        made.builtin = symbol.builtin;
+        if (!target.last) made.d = base;
     } else if (target.last) {
         for (int i = 0; i < arity; ++i) emit(Op::move, i, base + i);
         emit(Op::call_last, 0, 0, arity).symbol = &symbol;

@@ -102,11 +102,11 @@ inline bool modulo_short(Word x, Word y, int64_t& twice_rest) {
     return divisor != 0 && !__builtin_mul_overflow(short_mod(short_of(x), divisor), 2, &twice_rest);
 }
 
-/// The text of a name of one letter, as the first two bytes of a Leaf.
+/// The first two bytes of a Leaf's text: those of a name of one letter, and its end. An array of no
+/// elements has one.
 inline uint16_t two_bytes(const Node* leaf) {
-    uint16_t bytes;
-    memcpy(&bytes, leaf_text(leaf), sizeof bytes);
-    return bytes;
+    const auto* text = reinterpret_cast<const uint8_t*>(leaf_text(leaf));
+    return text[0] == '\n' ? uint16_t{'\n'} : static_cast<uint16_t>(text[0] | text[1] << 8);
 }
 constexpr uint16_t one_letter(char letter) { return static_cast<uint8_t>(letter); }
 
