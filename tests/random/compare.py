@@ -117,8 +117,10 @@ def smaller(program, fault, marl):
             fault = found
         return found and found[0] == fault[0]
 
-    words = without_more(re.split("(?<=,\n)", program), 1, is_bad)
-    words, before = re.findall(r"\w+|.", "".join(words), re.DOTALL), 0
+    words = without_more(re.split(r"(?<=,\n)|(?=x\{pr\()", program), 1, is_bad)
+    words = [word for part in words for word in
+             ([part] if part.rstrip(",\n") in programs.HELPERS else re.findall(r"(?s)\w+|.", part))]
+    before = 0
     while before != len(words):
         before = len(words)
         words = with_smaller_brackets(words, is_bad)

@@ -12,10 +12,9 @@ type, from the templates of RULES, so that most of them mean something:
     :1        a call of a definition that gives no number, :2 another call of it
     $         the code of a letter for `tk`, which prints it
 
-A theme is a corner: its templates come as often as all the common ones, and its definitions stand
-in front. What a program prints depends on no address.
+A theme is a corner: its templates come as often as all the common ones, and the method that is
+named for it makes definitions that stand in front. No program prints what depends on an address.
 """
-import random
 import re
 
 TYPES = "ntslpfa"
@@ -40,7 +39,7 @@ common f   (%n\_<n>)   (%n\_<n>)   (%n\_<?>)   B(<f>,<f>)   C(dash,<n>)   (%n\%n
 common a   cork(<a>,0,<?>)   (<a>/<?>)   (<a>+<a>)   cork(cork(cray 2,0,<f>),1,<p>)
 common .   <t>(<.>)(<.>)   (%?{<?>}_<.>)   (%f{<f>}_<.>)   tk($,<.>)   K(<.>,<?>)   H(<?>,<.>)
 common .   <l>(<.>)(%n\%l\_<.>)   (%p{<p>}_<.>)   <p>(%?\%?\_<.>)   T(<?>,%?\_<.>)   (%?\_<.>)(<?>)
-common .   (%?{putchar($)}_<.>)   V(<.>,<?>)(K)   look(cork(cray 2,1,<.>),1)   seq(<?>,<.>)   (I(<.>))
+common .   (%?{putchar($)}_<.>)   V(<.>,<?>)(K)   look(cork(cray 2,1,<.>),1)   seq(<?>,<.>)
 lambdas .   (%f{(%n\_<~>)}_seq(pr(@1(<n>)),seq(pr(@1),<.>)))   (%f{(%n\_<~>)}_<.>)
 lambdas .   (%f{(%n\_<~>)}_seq(pr(@1),seq(pr(@1(<n>)),<.>)))   (%f{(%n\_<?>)}_seq(pr(@1),<.>))
 lambdas p   (%f{(%n\_<~>)}_V(V(@1(<n>),lisp(@1)),J(@1,K)))   (%f{(%n\_<?>)}_V(@1(<n>),@1))
@@ -62,7 +61,8 @@ nodes t   twins(cray/:1/:1)   twins(cray/:1/:2)   raws(kept(:1),:1)
 nodes t   raws(:1,:2)   raws(:1(K),:2(K))   (%p{V(<n>,<?>)}_raws(@1(K),@1(K)))   twins(cray/7/7)
 nodes t   (%n{<n>}_raws(bond(leak(@1)),@1))   (%n{<n>}_twins(cork(cork(cray 2,0,@1),1,@1)))
 nodes t   (%?{<?>}_leak(@1)=leak(@1))   (%n{<n>}_(cray/@1)=(cray/@1))   (leak(5)=leak(5))
-nodes n   cmpr(cray/7,cray/7)   (%n{<n>}_cmpr(cray/@1,cray/@1))   (%n{<n>}_cmpr(cray/(@1+1),cray/(@1+1)))
+nodes n   (%n{<n>}_cmpr(cray/@1,cray/@1))   (%n{<n>}_cmpr(cray/(@1+1),cray/(@1+1)))
+nodes n   cmpr(cray/7,cray/7)   cmpr(cray/<n>/<p>,cray/<n>)
 nodes .   (%n{<n>}_(leak(@1)=leak(@1))(<.>)(<.>))   (%n{<n>}_raws(@1,@1)(<.>)(<.>))
 memory s   (%p{V(<n>,V(<n>,<n>))}_lisp(below(@1)))   lisp(below(below(V(<n>,V(<n>,<?>)))))
 memory s   lisp(below(first(V(<n>,<n>))))   lisp(below(below(below(V(1,V(<?>,V(<n>,<?>)))))))
@@ -118,24 +118,43 @@ class Program:
         self.variables = {}  # the letters in scope, with their types
         self.known = []  # definitions that may be called: name, types of parameters, type, cost
         self.lines = []
+        # The steps of the definition at hand, as an estimate; how often what comes next is done;
+        # and how many parts it may still get.
         self.cost, self.scale, self.budget = 0, 1, 0
-        self.self_call = None
+        self.self_call = None  # that may stand in the body at hand, and its type;
+        self.counter = ""  # it counts this letter down
+        self.shown, self.result = None, "0"  # in place of calls of all definitions; the entry's end
+
+    def text(self):
+        """The program, one definition a line."""
+        getattr(self, self.theme, lambda: None)()
+        if not self.shown:
+            for _ in range(self.r.randrange(2, 5 if self.theme == "interrupts" else 25)):
+                if self.one_in(4):
+                    self.constant("c", self.r.choice(TYPES))
+                else:
+                    self.define(self.r.choice(TYPES + "nnp"))
+        self.begin(100)
+        shown = [self.shown] if self.shown else [self.call(each, 2) for each in self.known]
+        self.r.shuffle(shown)
+        entry = "a\\" + "".join(f"x{{pr({each})}}" for each in shown) + self.result
+        lines = [entry, *self.lines, *[r"with\x\raws"] * self.one_in(6), *HELPERS[:3]]
+        whole = "".join(lines)
+        return ",\n".join(lines + [each for each in HELPERS[3:] if each.split("\\")[0] in whole])
 
     def one_in(self, n):
         return self.r.randrange(n) == 0
 
-    def stray(self):
-        """Whether an expression of another type stands here, once in a while."""
-        return self.theme != "memory" and self.one_in(50)
+    def begin(self, budget, **variables):
+        self.variables, self.cost, self.budget = variables, 0, budget
 
     # Expressions.
 
-    def expression(self, kind, depth=4):
-        kind = self.r.choice(TYPES) if kind == "?" or self.stray() else kind
+    def expression(self, kind, depth):
+        if kind == "?" or (self.one_in(50) and self.theme != "memory"):
+            kind = self.r.choice(TYPES)
         self.cost += self.scale
         self.budget -= 1
-        if kind == "count":
-            return str(self.r.choice([0, 1, 2, 3, 5, 20]))
         deep = depth > 0 and self.budget > 0
         if deep and self.self_call and self.self_call[1] == kind and self.one_in(3):
             made, self.self_call = self.self_call[0], None
@@ -143,13 +162,14 @@ class Program:
         fitting = [letter for letter, known in self.variables.items() if known == kind]
         if fitting and self.one_in(3 if deep else 1):
             return self.r.choice(fitting)
-        if deep and self.one_in(5) and (call := self.call(kind, depth)):
-            return call
+        if deep and self.one_in(5) and (called := self.callable(kind)):
+            return self.call(called, depth)
         theme = self.theme if self.one_in(2) else "common"
         templates = self.rules.get((theme, kind), []) + self.rules.get((theme, "."), [])
         if not deep or not templates:
             templates = self.rules["common", kind]
-            templates = templates if deep else [each for each in templates if not HOLE.search(each)]
+        if not deep:
+            templates = [each for each in templates if not HOLE.search(each)]
         return self.fill(self.r.choice(templates), kind, depth - 1)
 
     def fill(self, template, kind, depth):
@@ -160,15 +180,16 @@ class Program:
             if hole:
                 return self.hole(hole, kind, depth)
             if binder:
-                letters.append(self.r.choice([each for each in LETTERS if each not in letters]))
+                free = [each for each in LETTERS if each not in [*letters, self.counter]]
+                letters.append(self.r.choice(free))
                 pending[-1][letters[-1]] = self.r.choice(TYPES) if binder == "?" else binder
                 return letters[-1]
             if letter:
                 return letters[int(letter) - 1]
             if call:
-                if call not in calls:
-                    calls[call] = self.another_call(calls, depth)
-                return calls[call]
+                known = [each for each in self.known if each[2] in "plf" and each[1]]
+                calls.setdefault("", self.r.choice(known or [("V", "?", "p", 1)]))
+                return calls.setdefault(call, self.call(calls[""], depth))
             return scope(mark)
 
         def scope(mark):
@@ -195,45 +216,43 @@ class Program:
             return self.sized()
         if hole in ".?" or hole.islower():
             return self.expression(kind if hole == "." else hole, depth)
-        saved, self.variables, self_call, self.self_call = self.variables, {}, self.self_call, None
+        outside = self.variables, self.self_call
+        self.variables, self.self_call = {}, None
         made = self.expression({"!": kind, "*": "?"}.get(hole, hole.lower()), depth)
-        self.variables, self.self_call = saved, self_call
+        self.variables, self.self_call = outside
         return made
 
-    def call(self, kind, depth, definition=None):
-        fitting = [d for d in self.known if d[2] == kind and self.cost + self.scale * d[3] < 2000]
-        if not fitting and not definition:
-            return None
-        name, parameters, _, cost = definition or self.r.choice(fitting)
-        self.cost += self.scale * cost
-        given = [self.expression(each, depth - 1) for each in parameters]
-        if not given:
-            return name
-        return f"{name}({','.join(given)})" if self.one_in(2) else name + "".join(f"({x})" for x in given)
+    def callable(self, kind):
+        most = 2000
+        fitting = [d for d in self.known if d[2] == kind and self.cost + self.scale * d[3] < most]
+        return fitting and self.r.choice(fitting)
 
-    def another_call(self, calls, depth):
-        """A call of the definition that the first of a template's calls has chosen."""
-        if not calls:
-            fitting = [d for d in self.known if d[2] in "plf" and d[1]]
-            self.compared = self.r.choice(fitting) if fitting else ("V", "?", "p", 1)
-        return self.call("?", depth, self.compared)
+    def call(self, definition, depth):
+        name, parameters, _, cost = definition
+        self.cost += self.scale * cost
+        given = [self.r.choice("01235") if kind == "count" else self.expression(kind, depth - 1)
+                 for kind in parameters]
+        if given and self.one_in(2):
+            return f"{name}({','.join(given)})"
+        return name + "".join(f"({each})" for each in given)
 
     # Bodies about as large as those that get no code.
 
     def sized(self):
-        number = lambda: self.expression("n", 0)
         shape = self.r.randrange(6)
         if shape == 0:  # deep
-            count = self.r.choice([20, 140, 148, 149, 150, 310])
-            return f"({number()}+" * count + number() + ")" * count
-        if shape == 1:  # many instructions; many nodes
+            return self.nested("{}+", self.r.choice([20, 140, 148, 149, 150, 310]))
+        if shape == 1:  # many registers
+            return self.nested("{}*{}+", self.r.choice([10, 50, 58, 60, 62, 64]))
+        if shape == 2:  # many instructions; many nodes
             return self.balanced(self.r.choice([30, 1900, 2100, 3000] + [6000] * self.one_in(9)))
-        if shape == 2:  # many registers
-            count = self.r.choice([10, 50, 58, 60, 62, 64])
-            return f"({number()}*{number()}+" * count + number() + ")" * count
         if shape == 3:  # many choices
             return self.row_of_choices(self.r.randrange(2, 10))
         return self.expression("n", 3)
+
+    def nested(self, part, count):
+        number = self.expression("n", 0)
+        return f"({part.format(number, number)}" * count + self.expression("n", 0) + ")" * count
 
     def balanced(self, leaves):
         if leaves == 1:
@@ -243,9 +262,10 @@ class Program:
     def row_of_choices(self, count):
         if count == 0:
             return self.expression("n", 1)
-        truth = self.call("t", 0) or self.expression("t", 1)
+        called = self.callable("t")
         ways = [self.row_of_choices(count - 1), self.expression("n", 1)]
         self.r.shuffle(ways)
+        truth = self.call(called, 0) if called else self.expression("t", 1)
         return f"{truth}({ways[0]})({ways[1]})"
 
     # Definitions.
@@ -253,20 +273,17 @@ class Program:
     def new_name(self, first):
         return first + LETTERS[len(self.known) // 26] + LETTERS[len(self.known) % 26]
 
-    def define(self, kind=None):
+    def define(self, kind):
         """A function, which may count down."""
-        name = self.new_name("f")
-        kind = kind or self.r.choice(TYPES + "nnp")
-        keys = self.r.sample(LETTERS, self.r.randrange(1, 5))
+        name, keys = self.new_name("f"), self.r.sample(LETTERS, self.r.randrange(1, 5))
         kinds = ["n"] + [self.r.choice(TYPES + "nn") for _ in keys[1:]]
-        self.variables = dict(zip(keys, kinds))
-        self.cost, self.budget = 0, 60
+        self.begin(60, **dict(zip(keys, kinds)))
         if self.one_in(3):
-            self.scale = 6
+            self.scale, self.counter = 6, keys[0]
             base = self.expression(kind, 2)
             self.self_call = f"{name}({','.join([keys[0] + '-1', *keys[1:]])})", kind
             body = f"({keys[0]}<1)({base})({self.expression(kind, 4)})"
-            self.scale, self.self_call = 1, None
+            self.scale, self.self_call, self.counter = 1, None, ""
             kinds[0] = "count"
         else:
             body = self.expression(kind, 5)
@@ -275,13 +292,9 @@ class Program:
         self.lines.append(name + "\\" + "".join(key + "\\" for key in keys) + body)
         self.known.append((name, kinds, kind, self.cost))
 
-    def constant(self):
-        name, kind = self.new_name("c"), self.r.choice(TYPES)
-        self.add_constant(name, kind, self.closed(kind, 3))
-
-    def closed(self, kind, depth):
-        self.variables, self.cost, self.budget = {}, 0, 30
-        return self.expression(kind, depth)
+    def constant(self, first, kind, form="%s"):
+        self.begin(30)
+        self.add_constant(self.new_name(first), kind, form % self.expression(kind, 4))
 
     def add_constant(self, name, kind, value):
         self.lines.append(f"{name}{self.r.choice(['', '', '', '()'])}\\{value}")
@@ -291,13 +304,12 @@ class Program:
 
     def aliases(self):
         """Names that are other names: of each other, in rows and rings, and of built-ins."""
+        ends = ["n rand", "n errno", "n getchar", "n <n>", "n tk($,<n>)", "a cray", "a <a>",
+                "f labs", "f tk($,<f>)", "s tk($,<s>)", "2 plus", "2 dash", "2 V", "2 tk"]
         for base in "pqrs"[:self.r.randrange(1, 5)]:
-            kind, end = self.r.choice([
-                ("n", "rand"), ("n", "errno"), ("n", "getchar"), ("n", "<n>"), ("n", "tk($,<n>)"),
-                ("n", "<n>"), ("a", "cray"), ("a", "<a>"), ("f", "labs"), ("f", "tk($,<f>)"),
-                ("s", "tk($,<s>)"), ("2", "plus"), ("2", "dash"), ("2", "V"), ("2", "tk")])
+            kind, end = self.r.choice(ends).split()
             names = [base + each for each in LETTERS[:self.r.randrange(2, 6)]]
-            self.variables, self.cost, self.budget = {}, 0, 20
+            self.begin(20)
             end = self.fill(end, kind, 2)
             if self.one_in(24):
                 end = self.r.choice(["I(%s)", "%s", "%s+1"]) % self.r.choice(names)
@@ -309,19 +321,14 @@ class Program:
                     self.add_constant(name, kind, value)
 
     def lazy(self):
-        """Combinators of the program's own."""
-        for name, keys, kind in (("Q", "ab", "p"), ("D", "ab", "p"), ("U", "ab", "p"),
-                                 ("L", "ab", "n"), ("X", "a", "f")):
-            if self.one_in(4):
-                continue  # then it is the prelude's
-            self.variables = {key: self.r.choice(TYPES) for key in keys}
-            self.cost, self.budget = 0, 20
-            self.theme = "common"  # so that they don't call each other for ever
-            body = self.expression(kind, 3)
-            self.theme = "lazy"
+        """Combinators of the program's own, which don't call each other for ever."""
+        for name, kind in ("Q", "p"), ("D", "p"), ("U", "p"), ("L", "n"):
+            self.begin(20, a=self.r.choice(TYPES), b=self.r.choice(TYPES))
+            body = self.fill(self.r.choice(self.rules["common", kind]), kind, 3)
             if kind == "p" and self.one_in(2):
                 body = self.r.choice([r"V(y\V(a,y),b)", r"J(y\a,b)", r"K(b,a)", "V(x{7}a,b)"])
-            self.lines.append(f"{name}\\" + "".join(key + "\\" for key in keys) + body)
+            if not self.one_in(4) and not re.search("[QDUL]", body):
+                self.lines.append(f"{name}\\a\\b\\{body}")
 
     def endless(self):
         """Combinators that go on for ever if they are called."""
@@ -330,86 +337,69 @@ class Program:
             [r"F\a\F(V a a)", r"N\a\a(N a)", r"A\a\K(A a)", r"[&]\a\b\b&a"]])
 
     def identity(self):
-        if self.one_in(2):
-            self.lines.append(r"Q\a\a=a")
+        self.lines += [r"Q\a\a=a"] * self.one_in(2)
 
     def interrupts(self):
         self.lines += self.r.choice([[], [r"shut\tk(90,I)"], [r"shut\tk(90,7)"], [r"shut\n\I"],
-                                     [r"shut\seq(pr(" + self.closed("?", 3) + "),I)"]])
+                                     [r"shut\seq(pr(faa(1)),I)"]])
 
     def quoted(self):
+        """Values that a lambda survives in from the check of the program into its run."""
         self.lines.append(r"add\plus")
         for _ in range(4):
-            kind = self.r.choice("faapl")
             self.define("f")
-            self.add_constant(self.new_name("q"), kind, "`(" + self.closed(kind, 4) + ")")
+            self.constant("q", self.r.choice("faapl"), "`(%s)")
+
+    def loads(self):
+        maker = r"load([x\to]+[do(pr,x+0)])"
+        self.lines.append(self.r.choice([r"maker\%s", r"maker\n\%s(n)", r"maker()\%s"]) % maker)
 
     def deep(self):
         """A value that is nested as deep as a loop goes."""
-        link = self.r.choice([r"x\f(x+1)", r"x\f(x)", r"x\y\f(y)", "C(f)", "B(f,I)", "V(f)", r"x\f",
-                              "V(f,n)", "J(f,K)", r"J(x\x+n,f)", "cork(cray 1,0,f)", r"(y\x\y(x))(f)",
-                              r"x\y{x}f(y)", r"x\(x<n)(f(x))(n)"])
-        first = self.r.choice(["I", "K", r"x\x*2"])
-        self.lines.append(rf"deep\n\f\(n=0)f(deep(n-1,{link}))")
-        made = f"deep({self.r.choice([9000, 30000, 100000])},{first})"
-        self.lines.append("held" + self.r.choice(["", "()"]) + "\\" + made)
-        self.shown = self.r.choice([
-            "rank(lisp(held))", "rank(cork(cray 2,0,held))", "(tern(held)=held)", "held(1)",
-            "look(cork(cray 2,0,held),0)(2)", "rank(lisp(cray/held))", "(held=held)", "K(1,held)"])
+        link = self.r.choice(r"""x\f(x+1) x\f(x) x\y\f(y) C(f) B(f,I) V(f) x\f V(f,n) J(f,K)
+            J(x\x+n,f) cork((cray/1),0,f) (y\x\y(x))(f) x\y{x}f(y) x\(x<n)(f(x))(n)""".split())
+        depth, first = self.r.choice([9000, 30000, 100000]), self.r.choice(["I", "K", r"x\x*2"])
+        self.lines += [rf"deep\n\f\(n=0)f(deep(n-1,{link}))",
+                       self.r.choice(["held", "held()"]) + rf"\deep({depth},{first})"]
+        self.shown = self.r.choice("""rank(lisp(held)) rank(cork((cray/1),0,held)) held(1)
+            (tern(held)=held) look(cork((cray/1),0,held),0)(2) rank(lisp(cray/held)) (held=held)
+            K(1,held)""".split())
         self.result = self.r.choice(["0", "0", "0", "held"])
 
-    def loop(self, name, turns):
-        """What a call of a definition costs, if it keeps it, it keeps many times."""
-        self.lines.append(rf"loop\n\(n<1)0(seq({name}(n),loop(n-1)))")
+    def loop(self, turns):
+        """What a call of `made` keeps for good, if it does, it keeps many times."""
+        self.lines.append(r"loop\n\(n<1)0(seq(made(n),loop(n-1)))")
         self.shown = f"loop({turns})"
 
     def tables(self):
         """Lambdas that hold a long text, become nodes and are applied again and again."""
-        self.variables, self.cost, self.budget = {"t": "s", "n": "n"}, 0, 20
-        body = rf"(\x\rank(t)+x+{self.expression('n', 2)})".replace("(\\", "(")
-        node = self.r.choice(["look(cork(cray 1,0,{}),0)", "f{{{}}}seq(lisp(f),f)", "bond(leak({}))",
-                              "V({},1)(K)", "J({},K)(0,h\\l\\h)"]).format(body)
+        self.begin(20, t="s", n="n")
+        function = f"(x\\rank(t)+x+{self.expression('n', 2)})"
+        node = self.r.choice(["look(cork((cray/1),0,%s),0)", "f{%s}seq(lisp(f),f)",
+                              "bond(leak(%s))", "V(%s,1)(K)", r"J(%s,K)(0,h\l\h)"]) % function
         self.lines.append(rf"made\n\t{{[ab]*99999+n}}g{{{node}}}g(1)+g(2)+g(3)+g(n)")
-        self.loop("made", 600)
+        self.loop(600)
 
     def captures(self):
         """A lambda with nearly all letters free, which takes up to ten arguments."""
         keys = self.r.sample(LETTERS[:25], self.r.randrange(20, 25))
-        again = self.r.choice([each for each in LETTERS[:25] if each not in keys])
-        value, kind = self.r.choice([("z+%d", "n"), ("[ab]*4999+(z+%d)", "s"), ("cray/(z+%d)", "a")])
-        lets = "".join(f"{key}{{{value % i}}}" for i, key in enumerate(keys))
-        self.variables, self.cost, self.budget = dict.fromkeys(keys, kind), 0, 20
+        other = self.r.choice([each for each in LETTERS[:25] if each not in keys])
+        value, kind = self.r.choice(["z+%d n", "[ab]*4999+(z+%d) s", "cray/(z+%d) a"]).split()
+        self.begin(20, **dict.fromkeys(keys, kind))
         arguments = self.r.randrange(1, 11)
         total = "+".join(f"rank({key})" for key in self.r.sample(keys, len(keys)))
-        function = f"({again}\\" + f"{again}\\" * (arguments - 1) + f"{total}+{self.sized()})"
-        call = "(1)" * arguments
+        function = "(" + f"{other}\\" * arguments + f"{total}+{self.sized()})"
         use = self.r.choice(["{0}{1}", "{2}{{{0}}}{2}{1}", "{2}{{{0}}}V({2}{1},lisp({2}))"])
-        self.lines.append(rf"made\z\{lets}" + use.format(function, call, again))
-        self.loop("made", 300)
+        lets = "".join(f"{key}{{{value % i}}}" for i, key in enumerate(keys))
+        self.lines.append(rf"made\z\{lets}" + use.format(function, "(1)" * arguments, other))
+        self.loop(300)
 
-    def loads(self):
-        maker = r"load([x\to]+[do(pr,x+0)])"
-        self.lines.append(self.r.choice([rf"maker\{maker}", rf"maker\n\{maker}(n)", rf"maker()\{maker}"]))
 
-    # The program.
-
-    def text(self):
-        """The program, one definition a line."""
-        self.shown, self.result = None, "0"
-        getattr(self, self.theme, lambda: None)()
-        if not self.shown:
-            for _ in range(self.r.randrange(2, 5 if self.theme == "interrupts" else 25)):
-                if self.one_in(4):
-                    self.constant()
-                else:
-                    self.define()
-        self.variables, self.cost, self.budget = {}, 0, 100
-        shown = [self.shown] if self.shown else [self.call("?", 2, each) for each in self.known]
-        self.r.shuffle(shown)
-        entry = "a\\" + "".join(f"x{{pr({each})}}" for each in shown) + self.result
-        lines = [entry, *self.lines, *[r"with\x\raws"] * self.one_in(6)]
-        return ",\n".join(lines + HELPERS[:3] + [
-            each for each in HELPERS[3:] if each.split("\\")[0] in "".join(lines)])
+CHANGES = {  # of a text t, and what becomes of its bytes
+    "t+[bcd]": lambda t: t + b"bcd", "t+[x]+[yz]": lambda t: t + b"xyz", "t+7": lambda t: t + b"7",
+    "[bcd]+t": lambda t: b"bcd" + t, "t-03": lambda t: t[:-3], "t-3": lambda t: t[3:],
+    "trim(t,1,rank(t))": lambda t: t[1:], "cork(t,2,88)": lambda t: t[:2] + b"X" + t[3:],
+    "cork(t,rank(t)-1,88)": lambda t: t[:-1] + b"X"}
 
 
 def spans(chances, limit):
@@ -417,15 +407,11 @@ def spans(chances, limit):
     size = limit + chances.choice([-1000, -4, -3, -2, -1, 0, 1, limit // 20])
     text, lines = b"a" * size, []
     for i in range(chances.randrange(1, 5)):
-        change = chances.choice(["t+[bcd]", "t+[x]+[yz]", "[bcd]+t", "t-03", "t-3", "t+7",
-                                 "cork(t,2,88)", "cork(t,rank(t)-1,88)", "trim(t,1,rank(t))"])
-        text = {"t+[bcd]": text + b"bcd", "t+[x]+[yz]": text + b"xyz", "[bcd]+t": b"bcd" + text,
-                "t-03": text[:-3], "t-3": text[3:], "t+7": text + b"7", "trim(t,1,rank(t))": text[1:],
-                "cork(t,2,88)": text[:2] + b"X" + text[3:],
-                "cork(t,rank(t)-1,88)": text[:-1] + b"X"}[change]
+        change = chances.choice(list(CHANGES))
+        text = CHANGES[change](text)
         lines.append(f"f{LETTERS[i]}\\t\\f{LETTERS[i + 1]}({change})")
     last = r"\t\x{pr(rank(t))}x{pr(trim(t,0,4))}x{pr(look(t,01))}pr(trim(t,rank(t)-4,rank(t)))"
     lines.append(f"f{LETTERS[len(lines)]}{last}")
     program = ",\n".join([rf"a\x{{fa([a]*{size})}}0", *lines, *HELPERS[:3]])
-    shown = [len(text), b"[%s]" % text[:4], text[-1], b"[%s]" % text[-4:]]
-    return program, "".join((each.decode() if isinstance(each, bytes) else str(each)) + "\n" for each in shown)
+    start, end = text[:4].decode(), text[-4:].decode()
+    return program, f"{len(text)}\n[{start}]\n{text[-1]}\n[{end}]\n"
