@@ -12,21 +12,29 @@ import tempfile
 import unittest
 
 PRINTERS = pathlib.Path(__file__).resolve().parent.parent / "tools/gdb_marl.py"
-PROGRAM = r"a\x{puts(init(lisp(V(1,J([ab],x\go x)))))}0,go\x\x"
+PROGRAM = r"a\x{puts(init(lisp(V(1,J([ab],x\go x)))))}to([none],5),go\x\x,to\x\n\rank J(n+1,u\go n)"
 
 
 class Gdb(unittest.TestCase):
-    def test_a_node_is_shown_as_its_expression(self):
+    def shown(self, *commands):
         with tempfile.TemporaryDirectory() as folder:
             program = pathlib.Path(folder, "program.marl")
             program.write_text(PROGRAM, encoding="ascii")
-            shown = subprocess.run(
-                ["gdb", "-q", "-batch", "-x", PRINTERS, "-ex", "break marl::print_value",
-                 "-ex", "run", "-ex", "print node", "--args", MARL, program],
+            arguments = [part for command in commands for part in ("-ex", command)]
+            return subprocess.run(
+                ["gdb", "-q", "-batch", "-x", PRINTERS, *arguments, "--args", MARL, program],
                 env={**os.environ, "ASAN_OPTIONS": "detect_leaks=0"}, stdin=subprocess.DEVNULL,
-                capture_output=True, text=True, timeout=300, check=False)
-        self.assertRegex(shown.stdout, r"\$1 = \(V 1 \(J \[ab\] \(\\ x \(go x\)\)\)\)  "
-                                       r"\(count \d+, rank 1\)", shown.stderr)
+                capture_output=True, text=True, timeout=300, check=False).stdout
+
+    def test_a_node_is_shown_as_its_expression(self):
+        self.assertRegex(self.shown("break marl::print_value", "run", "print node"),
+                         r"\$1 = \(V 1 \(J \[ab\] .*\)\)  \(count \d+, rank 1\)")
+
+    def test_words_and_code_are_shown_as_what_they_stand_for(self):
+        shown = self.shown("break marl::new_closure", "run", "up", "print frame[1]",
+                           "print at->part", "break marl::slow_pairs", "continue", "print frame[4]")
+        self.assertRegex(shown, r"(?s)\$1 = 5\n.*\$2 = code of \(\\ u \(go n\)\)\n"
+                                r".*\$3 = <\(\\ u \(go n\)\) \| 5>  \(count 1\)")
 
 
 if __name__ == "__main__":

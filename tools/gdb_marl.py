@@ -3,8 +3,10 @@
     gdb -x tools/gdb_marl.py build/dev/marl
 
 A Value or a pointer to a Node prints as its text, its count, and what its header says: the rank of its
-head, whether work is left in it, its free letters. An expression is cut off behind some hundred bytes,
-and nothing in the process is called, so that broken heaps can be looked at too.
+head, whether work is left in it, its free letters. A Word prints as the number, the node or the closure
+that it is: <part of a body | what it captures>. A pointer to Code prints as the expression that it is
+made of. An expression is cut off behind some hundred bytes, and nothing in the process is called, so
+that broken heaps can be looked at too.
 """
 import gdb
 import struct
@@ -13,6 +15,7 @@ SHOWN = 200  # bytes of an expression
 ZITS = 0x40
 RANK_ZERO = 0x34
 LONG = 48  # digits
+CLOSURE = 4  # the tag of a Word
 
 
 def read(address, size):
@@ -42,27 +45,46 @@ def leaf_text(address, span):
     return bytes_read.rstrip(b"\0").decode("latin-1")
 
 
-def expression(address):
-    """The application that stands at an address, without recursion and not longer than SHOWN."""
-    text, rest = "", [address]
+def words(address, count):
+    return struct.unpack(f"<{count}Q", read(address, 8 * count))
+
+
+def parts_of_closure(address):
+    """A closure as what `expression` takes apart: the part of a body, and what it captures."""
+    code, node = words(address + 8, 2)
+    if node:
+        return [node]
+    captured = words(address + 24, span_of(header_of(address)))
+    return ["<", words(code, 1)[0], " |"] + [part for word in captured for part in (" ", word)] + [">"]
+
+
+def parts_of_pair(address):
+    function, argument = words(address + 8, 2)
+    parts = [")", argument, " "]
+    while function and not header_of(function) >> 63 and len(parts) < SHOWN:
+        function, argument = words(function + 8, 2)
+        parts += [argument, " "]
+    return ["("] + [function] + parts[::-1]
+
+
+def expression(word):
+    """The expression that a Word is, without recursion and not longer than SHOWN."""
+    text, rest = "", [word]
     while rest and len(text) < SHOWN:
         item = rest.pop()
         if isinstance(item, str):
             text += item
-            continue
-        if item == 0:
+        elif item == 0:
             text += "null"
-            continue
-        header = header_of(item)
-        if header >> 63:
-            text += leaf_text(item, span_of(header))
-            continue
-        function, argument = struct.unpack("<QQ", read(item + 8, 16))
-        parts = [")", argument, " "]
-        while function and not header_of(function) >> 63 and len(parts) < SHOWN:
-            function, argument = struct.unpack("<QQ", read(function + 8, 16))
-            parts += [argument, " "]
-        rest += parts + [function, "("]
+        elif item & 1:
+            number = (item ^ 1 << 63) - (1 << 63) >> 1
+            text += str(number) if number >= 0 else f"0{-number}"
+        elif item & CLOSURE:
+            rest += parts_of_closure(item & ~CLOSURE)[::-1]
+        elif header_of(item) >> 63:
+            text += leaf_text(item, span_of(header_of(item)))
+        else:
+            rest += parts_of_pair(item)[::-1]
     return text if not rest else text[:SHOWN] + "..."
 
 
@@ -86,20 +108,42 @@ def node_summary(address):
     return f"{expression(address)}  ({', '.join(notes)})"
 
 
-class NodePrinter:
-    def __init__(self, pointer):
-        self.address = int(pointer)
+def word_summary(word):
+    if word == 0 or word & 1:
+        return expression(word) if word else "none"
+    if word & CLOSURE:
+        return f"{expression(word)}  (count {header_of(word & ~CLOSURE) & 0x3FFFFFFF})"
+    return node_summary(word)
+
+
+def code_summary(address):
+    return f"code of {expression(words(address, 1)[0])}" if address else "null"
+
+
+class Printer:
+    def __init__(self, summary, value):
+        self.summary, self.value = summary, int(value)
 
     def to_string(self):
-        return node_summary(self.address)
+        return self.summary(self.value)
+
+
+SUMMARIES = {
+    "marl::Node": node_summary,
+    "marl::PairNode": node_summary,
+    "marl::Closure": lambda address: word_summary(address | CLOSURE) if address else "null",
+    "marl::Code": code_summary,
+}
 
 
 def lookup(value):
+    if value.type.unqualified().name == "marl::Word":
+        return Printer(word_summary, value)
     kind = gdb.types.get_basic_type(value.type)
     if kind.code == gdb.TYPE_CODE_PTR:
-        target = gdb.types.get_basic_type(kind.target())
-        return NodePrinter(value) if target.tag in ("marl::Node", "marl::PairNode") else None
-    return NodePrinter(value["node_"]) if kind.tag == "marl::Value" else None
+        summary = SUMMARIES.get(gdb.types.get_basic_type(kind.target()).tag)
+        return Printer(summary, value) if summary else None
+    return Printer(node_summary, value["node_"]) if kind.tag == "marl::Value" else None
 
 
 import gdb.types  # noqa: E402

@@ -69,8 +69,11 @@ class Marl:
         if rules[1] == -signal.SIGXCPU:
             return None
         fault = self.look(program, rules, rules_memory, expected)
-        return fault and self.run(program + EXACT, 4)[0] == rules and \
-            self.look(program, rules, rules_memory, expected) and fault
+        for _ in range(4):
+            if not fault or self.run(program + EXACT, 4)[0] != rules:
+                return None
+            fault = self.look(program, rules, rules_memory, expected)
+        return fault
 
     def look(self, program, rules, rules_memory, expected):
         code, code_memory = self.run(program, 6)
