@@ -104,9 +104,9 @@ bool ignores_argument(const Code& part) {
            (free_set(lambda_body(part.whole)) & free_set(lambda_key(part.whole))) == 0;
 }
 
-Closure* closure_of_remainder(Code& part, Word* frame) {
+Word remainder_of(Code& part, Word* frame) {
     if (!part.remainder) part.remainder = make_remainder(part);
-    return closure_of(make_piece(part.remainder->closure, frame));
+    return make_piece(part.remainder->lambda, frame);
 }
 
 Node* make_one_node(Closure* closure) {
@@ -114,7 +114,7 @@ Node* make_one_node(Closure* closure) {
     if (kind_of(closure) == ClosureKind::body && ignores_argument(part)) {
         Word frame[most_registers] = {word_of_short(0)};
         std::copy_n(closure->captured, part.captures, frame + 1);
-        return force(word_of(closure_of_remainder(part, frame)));
+        return force(remainder_of(part, frame));
     }
     if (part.captures > 0) {
         return needs_no_copy(closure) ? lambda_around_body(closure) : copy_of(closure);
@@ -187,7 +187,7 @@ Word apply_partly(Closure* closure, Word argument) {
     frame[0] = argument;
     const int count = 1 + part.captures;
     open_closure(closure, frame + 1);
-    const Word made = word_of(closure_of_remainder(part, frame));
+    const Word made = remainder_of(part, frame);
     for (int i = 0; i < count; ++i) release_word(frame[i]);
     return made;
 }

@@ -177,11 +177,11 @@ struct Code {
     bool is_lambda() const { return kind == ClosureKind::lambda; }
 };
 
-/// What a lambda of several parameters becomes when it is applied to the first argument: a closure,
-/// made of a frame that holds the argument and then what the lambda captured.
+/// What a lambda of several parameters becomes when it is applied to the first argument, made of a
+/// frame that holds the argument and then what the lambda captured.
 struct Remainder {
     Code frame;
-    Piece closure;
+    Piece lambda;
 };
 
 /// The Code of a definition with parameters. `strict`: its calls have all arguments settled.

@@ -271,7 +271,7 @@ std::unique_ptr<Remainder> make_remainder(const Code& lambda) {
         frame.hoisted.push_back({hoisted.node, static_cast<uint8_t>(hoisted.reg - moved)});
     }
     frame.unsettled = lambda.unsettled >> moved;
-    remainder->closure = Compiler(frame).piece_of({frame.body, 0});
+    remainder->lambda = Compiler(frame).piece_of({frame.body, 0});
     return remainder;
 }
 
