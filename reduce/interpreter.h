@@ -123,7 +123,7 @@ inline Word get(const Operand& operand, const Word* frame) {
 
 MARL_INSTRUCTION(enter) {
     const bool has_room = m->registers.limit - frame >= at->d && top < m->stack.limit;
-    if (__builtin_expect(!has_room || interrupted, 0)) MARL_SLOW(slow_enter);
+    if (__builtin_expect(!has_room || interrupted || counts_steps, 0)) MARL_SLOW(slow_enter);
     MARL_NEXT;
 }
 MARL_INSTRUCTION(move) {

@@ -25,8 +25,10 @@ extern volatile sig_atomic_t interrupted;
 /// nested runs; whoever wants another run sets it anew.
 constexpr int64_t step_limit = MARL_STEP_LIMIT;
 extern int64_t steps_left;
+constexpr bool counts_steps = true;
 inline bool is_out_of_steps() { return steps_left <= 0 || --steps_left == 0; }
 #else
+constexpr bool counts_steps = false;
 constexpr bool is_out_of_steps() { return false; }
 #endif
 
