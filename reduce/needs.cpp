@@ -9,7 +9,6 @@
 namespace marl {
 
 bool needs_plain_machine = false;
-bool keeps_identity = false;
 bool may_load = false;
 bool repeats_operands = false;
 

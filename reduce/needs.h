@@ -9,6 +9,7 @@
 
 #include <string_view>
 
+#include "value/identity.h"
 #include "value/node.h"
 
 namespace marl {
@@ -17,11 +18,6 @@ namespace marl {
 /// Values act when they are dropped, and when `T`, of which the context is made, or the backquote
 /// has been given another meaning. Every run is then one of the plain machine (reduce/plain.h).
 extern bool needs_plain_machine;
-
-/// The program can ask whether two Values are one node, or read a node's memory: `raws`, `leak`,
-/// `bond`, `copy`, `tern`, `load` and `road` are named. Each number is then a node from the start,
-/// and so is what stands in a Pair.
-extern bool keeps_identity;
 
 /// The program can load a text: `load` or `road` is named.
 extern bool may_load;
