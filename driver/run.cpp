@@ -12,6 +12,7 @@
 #include "library/leaked.h"
 #include "number/convert.h"
 #include "reduce/machine.h"
+#include "reduce/needs.h"
 #include "reduce/tables.h"
 #include "text/stream.h"
 #include "value/allocate.h"
@@ -56,7 +57,8 @@ uint32_t run_source(String source, int64_t arguments) {
     if (!passed(outcome)) return fail(outcome);
 
     Value result = Value::share(find_definition(""));
-    shutdown();
+    // Without `todo` nothing acts as it dies, and the process may end with all that it has.
+    if (needs_plain_machine || MARL_COUNT_NODES) shutdown();
     heed_interrupt();
     const auto status = static_cast<uint32_t>(to_i64(result));
     result = Value();

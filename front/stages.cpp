@@ -138,8 +138,10 @@ Report refuse_dangling_names(Module& module) {
 
 Report note_names(Module& module) {
     for (const auto& [name, free] : module.references.entries) {
-        if (!module.definitions.contains(name->name)) continue;
-        for (const Symbol* reference : free) note_name(reference->name.view());
+        for (const Symbol* reference : free) {
+            const std::string_view noted = reference->name.view();
+            if (is_noted_name(noted) && module.definitions.contains(name->name)) note_name(noted);
+        }
     }
     return {};
 }

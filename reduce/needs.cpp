@@ -1,6 +1,7 @@
 #include "reduce/needs.h"
 
 #include <algorithm>
+#include <span>
 #include <vector>
 
 #include "reduce/analysis.h"
@@ -14,8 +15,14 @@ bool repeats_operands = false;
 
 namespace {
 
+constexpr std::string_view todo_name = "todo";
+constexpr std::string_view names_that_load[] = {"load", "road"};
 constexpr std::string_view names_that_ask[] = {"raws", "leak", "bond", "copy",
                                                "tern", "load", "road"};
+
+bool is_in(std::span<const std::string_view> names, std::string_view name) {
+    return std::ranges::find(names, name) != names.end();
+}
 
 /// Whether a variable of that name stands in two places of an expression, or in a lambda. The
 /// expression need not be analysed yet.
@@ -52,11 +59,15 @@ bool repeats_parameter(Node* definition) {
 
 }  // namespace
 
+bool is_noted_name(std::string_view name) {
+    if (name.size() != 4) return false;  // none of them has another length
+    return name == todo_name || is_in(names_that_ask, name);
+}
+
 void note_name(std::string_view name) {
-    if (name.size() != 4) return;  // none of them has another length
-    if (name == "todo") needs_plain_machine = true;
-    if (name == "load" || name == "road") may_load = true;
-    if (std::ranges::find(names_that_ask, name) != std::end(names_that_ask)) keeps_identity = true;
+    if (name == todo_name) needs_plain_machine = true;
+    if (is_in(names_that_load, name)) may_load = true;
+    if (is_in(names_that_ask, name)) keeps_identity = true;
 }
 
 void note_definition(std::string_view name, Node* definition) {

@@ -26,6 +26,9 @@ extern bool may_load;
 /// reduced more than once. No definition of the prelude does.
 extern bool repeats_operands;
 
+/// Whether a need comes of a name.
+bool is_noted_name(std::string_view name);
+
 /// Takes note of a name that a program or text has in it.
 void note_name(std::string_view name);
 
