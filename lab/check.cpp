@@ -3,7 +3,6 @@
 // The program is read, never run: a backquoted expression is looked at like any other, and what it
 // would give stays unknown, like what a text gives that the program loads.
 #include <algorithm>
-#include <nlohmann/json.hpp>
 
 #include "lab/faults.h"
 #include "lab/lab.h"
@@ -20,29 +19,24 @@ constexpr size_t most_messages = 1000;
 
 }  // namespace
 
-Json check_source(std::string_view name, std::string_view text) {
+Checked check_source(std::string_view text) {
     const Program program = read_program(text);
     const Reach reach = find_reach(program);
-    std::vector<Message> messages = find_faults(program, reach);
+    Checked checked;
+    std::vector<Message>& messages = checked.messages;
+    messages = find_faults(program, reach);
     const std::vector<Message> warnings = find_warnings(program, reach, messages);
     messages.insert(messages.end(), warnings.begin(), warnings.end());
     drop_switched_off(program, messages);
     std::stable_sort(messages.begin(), messages.end(), [](const Message& a, const Message& b) {
         return a.range.begin < b.range.begin;
     });
-
-    const Lines lines(text);
-    Json listed = Json::array();
-    for (const Message& message : messages) {
-        if (listed.size() < most_messages) listed.push_back(json_of(message, lines));
-    }
-    const auto faults = static_cast<size_t>(
+    checked.faults = static_cast<size_t>(
         std::count_if(messages.begin(), messages.end(),
                       [](const Message& message) { return message.severity == Severity::fault; }));
-    return {{"name", std::string(name)},
-            {"faults", faults},
-            {"warnings", messages.size() - faults},
-            {"messages", std::move(listed)}};
+    checked.warnings = messages.size() - checked.faults;
+    if (messages.size() > most_messages) messages.resize(most_messages);
+    return checked;
 }
 
 }  // namespace marl::lab

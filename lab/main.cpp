@@ -2,15 +2,18 @@
 //
 // Each command has a function here that tells the command line about it, and does its work
 // elsewhere. A new command is such a function and its row in `commands`.
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <fstream>
 #include <iostream>
 #include <iterator>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
+#include "lab/explain.h"
+#include "lab/json.h"
 #include "lab/lab.h"
 #include "lab/message.h"
 #include "lab/repl.h"
@@ -44,13 +47,14 @@ void add_check(CLI::App& lab) {
     command->add_flag("--json", options->json, "One JSON object a file, one a line");
     command->callback([options] {
         for (const std::string& path : options->files) {
-            const Json result = check_source(path, read_file(path));
+            const std::string text = read_file(path);
+            const Checked checked = check_source(text);
             if (options->json) {
-                std::cout << result.dump(-1, ' ', false, Json::error_handler_t::replace) << '\n';
+                std::cout << text_of(json_of(path, text, checked)) << '\n';
             } else {
-                std::cout << shown_messages(path, result["messages"]);
+                std::cout << shown_messages(path, text, checked.messages);
             }
-            if (result["faults"] > 0) status = 1;
+            if (checked.faults > 0) status = 1;
         }
     });
 }
@@ -66,16 +70,16 @@ void write_file(const std::string& path, const std::string& text) {
 /// Formats a file, or with `check` only tells that it is not formatted.
 void format_file(const std::string& path, bool check) {
     const std::string text = read_file(path);
-    const Json result = format_source(text);
-    if (result.contains("messages")) {
-        std::cout << shown_messages(path, result["messages"]);
+    const Formatted formatted = format_source(text);
+    if (!formatted.text) {
+        std::cout << shown_messages(path, text, formatted.messages);
         status = 1;
-    } else if (result["text"] != text) {
+    } else if (*formatted.text != text) {
         std::cout << path << '\n';
         if (check) {
             status = 1;
         } else {
-            write_file(path, result["text"].get<std::string>());
+            write_file(path, *formatted.text);
         }
     }
 }
@@ -97,7 +101,30 @@ void add_format(CLI::App& lab) {
 void add_serve(CLI::App& lab) {
     CLI::App* command =
         lab.add_subcommand("serve", "Be the language server of an editor, on standard streams");
-    command->callback([] { status = serve_streams(std::cin, std::cout); });
+    command->callback([] { status = serve_client(STDIN_FILENO, STDOUT_FILENO); });
+}
+
+/// The word `json` stands for the objects that commands give to tools.
+void explain(const std::string& name) {
+    if (name.empty()) {
+        std::cout << explained_words();
+    } else if (name == "json") {
+        std::cout << json_types();
+    } else if (const auto text = explanation_of(name)) {
+        std::cout << *text;
+    } else {
+        std::cerr << "marl-lab: there is nothing to tell about " << ticked(name)
+                  << "; `marl-lab explain` lists the words.\n";
+        status = 2;
+    }
+}
+
+void add_explain(CLI::App& lab) {
+    const auto name = std::make_shared<std::string>();
+    CLI::App* command = lab.add_subcommand(
+        "explain", "Tell what a warning, a kind of fault or a built-in is about");
+    command->add_option("NAME", *name, "The word; `json` tells what --json gives, as TypeScript");
+    command->callback([name] { explain(*name); });
 }
 
 void add_repl(CLI::App& lab) {
@@ -110,8 +137,8 @@ void add_run_commands(CLI::App& lab) {
     add_profile(lab, status);
 }
 
-constexpr void (*commands[])(CLI::App&) = {add_check, add_format, add_serve, add_repl,
-                                           add_run_commands};
+constexpr void (*commands[])(CLI::App&) = {add_check, add_format, add_explain,
+                                           add_serve, add_repl,   add_run_commands};
 
 }  // namespace
 

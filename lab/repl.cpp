@@ -18,7 +18,6 @@
 #include <iostream>
 #include <iterator>
 #include <map>
-#include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
 #include <string>
@@ -101,7 +100,7 @@ void show_result(Node* result) {
     Screen screen("", "auto");
     StepsOptions options;
     options.from = 1;  // behind the one that applies the entry to the program's arguments
-    run_steps("a\\" + source, {}, options, [&](const Json& state) { show_state(screen, state); });
+    run_steps("a\\" + source, {}, options, [&](const Step& step) { show_step(screen, step); });
     std::exit(0);
 }
 
@@ -152,25 +151,25 @@ void evaluate(const std::string& source, Show show) {
 /// Shows the messages on the lines of a program that come from the input, or else, when there are
 /// faults, those on the others. Whether there is no fault.
 bool show_messages(const std::string& program, size_t first_line, size_t lines) {
-    const Json result = check_source("input", program);
-    Json own = Json::array();
-    Json others = Json::array();
-    for (Json message : result["messages"]) {
-        const bool about_program = message["kind"] == "entry" || message["kind"] == "unreached";
-        if (about_program) continue;
-        const auto line = message["line"].get<size_t>();
-        const bool is_own = line > first_line && line <= first_line + lines;
-        if (is_own) message["line"] = line - first_line;
-        if (is_own) message["end_line"] = message["end_line"].get<size_t>() - first_line;
-        if (is_own) own.push_back(message);
-        if (!is_own && message["severity"] == "fault") others.push_back(message);
+    const Checked checked = check_source(program);
+    const Lines program_lines(program);
+    std::string others;
+    bool told = false;
+    for (const Message& message : checked.messages) {
+        if (message.kind == "entry" || message.kind == "unreached") continue;
+        const bool is_fault = message.severity == Severity::fault;
+        Placed placed(message, program_lines);
+        if (placed.line > first_line && placed.line <= first_line + lines) {
+            placed.line -= first_line;
+            placed.end_line -= first_line;
+            told = told || is_fault;
+            std::cout << shown_message("input", placed);
+        } else if (is_fault) {
+            others += shown_message("session", placed);
+        }
     }
-    std::cout << shown_messages("input", own);
-    const bool faulty = result["faults"].get<size_t>() > 0;
-    const bool told = std::any_of(
-        own.begin(), own.end(), [](const Json& message) { return message["severity"] == "fault"; });
-    if (faulty && !told) std::cout << shown_messages("session", others);
-    return !faulty;
+    if (!told) std::cout << others;
+    return checked.faults == 0;
 }
 
 bool defines(const Piece& piece) {
@@ -240,9 +239,9 @@ void load_file(const std::string& path) {
         return;
     }
     const std::string text{std::istreambuf_iterator<char>(file), {}};
-    const Json result = check_source(path, text);
-    if (result["faults"] > 0) {
-        std::cout << shown_messages(path, result["messages"]);
+    const Checked checked = check_source(text);
+    if (checked.faults > 0) {
+        std::cout << shown_messages(path, text, checked.messages);
         return;
     }
     const Program program = read_program(text);

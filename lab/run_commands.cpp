@@ -6,8 +6,8 @@
 #include <fstream>
 #include <iterator>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "lab/lab.h"
@@ -36,15 +36,14 @@ void add_program(CLI::App* command, Program& program) {
 }
 
 /// Shows why a run didn't end well. Gives the status for the process.
-int status_of(const Json& outcome, const Program& program) {
-    const auto report = outcome["report"].get<std::string>();
-    if (report.empty()) return outcome["status"].get<int>();
+int status_of(const Ending& ending, const Program& program) {
+    if (ending.report.empty()) return static_cast<int>(ending.status);
     std::string shown;
-    if (!outcome["started"]) {
-        shown =
-            shown_messages(program.path, check_source(program.path, program.text())["messages"]);
+    if (!ending.started) {
+        const std::string text = program.text();
+        shown = shown_messages(program.path, text, check_source(text).messages);
     }
-    const std::string& message = shown.empty() ? report : shown;
+    const std::string& message = shown.empty() ? ending.report : shown;
     fwrite(message.data(), 1, message.size(), stderr);
     return 1;
 }
@@ -60,22 +59,23 @@ struct StepsCommand {
     int run() const {
         Screen screen(output, colour);
         if (why) {
-            const Json result = why_z(program.text(), program.arguments);
+            const Why result = why_z(program.text(), program.arguments);
             show_why(screen, result);
-            return result["started"] ? 0 : status_of(result, program);
+            return result.started ? 0 : status_of(result, program);
         }
         if (only.empty()) {
-            const Emit emit = [&](const Json& state) { show_state(screen, state); };
-            return status_of(run_steps(program.text(), program.arguments, options, emit), program);
+            const auto tell = [&](const Step& step) { show_step(screen, step); };
+            return status_of(run_steps(program.text(), program.arguments, options, tell), program);
         }
         bool any = false;
-        const Emit emit = [&](const Json& call) {
+        const auto tell = [&](const CallLine& call) {
             any = true;
             show_call(screen, call);
         };
-        const Json outcome = run_calls(program.text(), program.arguments, only, options.full, emit);
-        if (!any && outcome["started"]) screen.line("Nothing calls " + only + ".");
-        return status_of(outcome, program);
+        const Ending ending =
+            run_calls(program.text(), program.arguments, only, options.full, tell);
+        if (!any && ending.started) screen.line("Nothing calls " + only + ".");
+        return status_of(ending, program);
     }
 };
 
@@ -87,33 +87,40 @@ struct ProfileCommand {
 
     int run() const {
         int status = 0;
-        const Emit emit = [&](const Json& result) {
-            if (result["started"]) show(result);
+        profile(program.text(), program.arguments, [&](const Profiled& result) {
+            if (result.started) show(result);
             status = status_of(result, program);
-        };
-        profile(program.text(), program.arguments, emit);
+        });
         return status;
     }
 
-    void show(const Json& result) const {
-        if (!folded.empty()) std::ofstream(folded) << result["folded"].get<std::string>();
-        std::vector<Json> rows = result["rows"];
-        std::stable_sort(rows.begin(), rows.end(), [&](const Json& a, const Json& b) {
-            if (sort == "name" || a[sort] == b[sort]) return a["name"] < b["name"];
-            return a[sort] > b[sort];
+    void show(const Profiled& result) const {
+        if (!folded.empty()) std::ofstream(folded) << result.folded;
+        std::vector<ProfileRow> rows = result.rows;
+        std::sort(rows.begin(), rows.end(), [&](const ProfileRow& a, const ProfileRow& b) {
+            return std::pair(-weight(a), a.name) < std::pair(-weight(b), b.name);
         });
         Screen screen(output, "never");
         screen.line("     calls       steps       nodes    self ms   below ms  name");
-        for (const Json& row : rows) screen.line(row_text(row));
+        for (const ProfileRow& row : rows) screen.line(row_text(row));
     }
 
-    static std::string row_text(const Json& row) {
+    /// What the rows are sorted by, the largest first.
+    double weight(const ProfileRow& row) const {
+        if (sort == "self") return row.self;
+        if (sort == "below") return row.below;
+        if (sort == "calls") return static_cast<double>(row.calls);
+        if (sort == "steps") return static_cast<double>(row.steps);
+        if (sort == "nodes") return static_cast<double>(row.nodes);
+        return 0;
+    }
+
+    static std::string row_text(const ProfileRow& row) {
         char numbers[100];
         snprintf(numbers, sizeof numbers, "%10lld  %10lld  %10lld %10.3f %10.3f  ",
-                 row["calls"].get<long long>(), row["steps"].get<long long>(),
-                 row["nodes"].get<long long>(), row["self"].get<double>() * 1000,
-                 row["below"].get<double>() * 1000);
-        return numbers + on_one_line(row["name"].get<std::string>());
+                 static_cast<long long>(row.calls), static_cast<long long>(row.steps),
+                 static_cast<long long>(row.nodes), row.self * 1000, row.below * 1000);
+        return numbers + on_one_line(row.name);
     }
 };
 

@@ -1,4 +1,4 @@
-// How the commands that run a program show on a terminal what the JSON of lab.h says.
+// How the commands that run a program show on a terminal what they tell.
 #pragma once
 
 #include <cstdio>
@@ -35,9 +35,8 @@ class Screen {
 /// A text on one line: control bytes as their pictures.
 std::string on_one_line(const std::string& text);
 
-/// Each takes what `run_steps` and `run_calls` emit, and what `why_z` gives.
-void show_state(Screen& screen, const Json& state);
-void show_call(Screen& screen, const Json& call);
-void show_why(Screen& screen, const Json& why);
+void show_step(Screen& screen, const Step& step);
+void show_call(Screen& screen, const CallLine& call);
+void show_why(Screen& screen, const Why& why);
 
 }  // namespace marl::lab

@@ -51,6 +51,11 @@ def run(*arguments, **options):
                           check=False, **options)
 
 
+def explained(*words):
+    return subprocess.run([LAB, "explain", *words], capture_output=True, encoding="utf-8",
+                          timeout=SECONDS, check=True).stdout
+
+
 def programs_of_the_repository():
     yield from (ROOT / "examples").glob("*.marl")
     yield from (ROOT / "docs/snippets").glob("*.marl")
@@ -137,9 +142,21 @@ class Check(unittest.TestCase):
         result = json.loads(self.check(b"a\\f(\xff),\nbb\\2", "--json").stdout)
         self.assertEqual(result["name"], "p.marl")
         self.assertEqual(result["faults"], 2)
+        types = dict(re.findall(r"interface (\w+) {\n(.*?)^}", explained("json"), re.M | re.S))
+        fields = re.findall(r"^  (\w+): ", types["Message"], re.M)
         for message in result["messages"]:
-            self.assertEqual(set(message), {"line", "column", "end_line", "end_column", "severity",
-                                            "kind", "say", "source", "source_column"})
+            self.assertEqual(sorted(message), sorted(fields))
+
+    def test_the_site_has_the_types_of_the_json(self):
+        self.assertEqual(explained("json"), (ROOT / "site/src/machine/results.ts").read_text())
+
+    def test_all_that_check_names_is_explained_and_in_the_guide(self):
+        listed = set(re.findall(r"^  (\w+)", explained(), re.M))
+        guide = (ROOT / "docs/guide.md").read_text().split("\n## 24. marl-lab\n")[1]
+        self.assertEqual(set(re.findall(r"^\| `(\w+)` \|", guide, re.M)), listed - KINDS - {"layout"})
+        self.assertLess(KINDS, listed)
+        for word in listed:
+            self.assertEqual(word in KINDS | {"layout"}, "lab: off" not in explained(word), word)
 
     def test_a_deep_program_needs_no_deep_stack(self):
         for program in ("(" * 300000 + "1" + ")" * 300000, "1+" * 300000 + "1",
