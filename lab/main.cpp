@@ -2,107 +2,161 @@
 //
 // Each command has a function here that tells the command line about it, and does its work
 // elsewhere. A new command is such a function and its row in `commands`.
+//
+// The process ends with 0 when all is well, with 1 when a command finds something, and with 2 when
+// it is called wrongly or can't read or write what it has to.
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <fstream>
+#include <algorithm>
 #include <iostream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "lab/explain.h"
+#include "lab/files.h"
+#include "lab/fixes.h"
 #include "lab/json.h"
 #include "lab/lab.h"
 #include "lab/message.h"
+#include "lab/near.h"
 #include "lab/repl.h"
 #include "lab/run_commands.h"
+#include "lab/screen.h"
 #include "lab/serve.h"
 
 namespace marl::lab {
 
 namespace {
 
-/// What the process ends with. A command that finds something sets it to 1.
+constexpr int found = 1;
+constexpr int trouble = 2;
+
+/// What the process ends with.
 int status = 0;
 
-std::string read_file(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+void end_with(int least) { status = std::max(status, least); }
+
+void complain(const std::string& why) {
+    std::cout << std::flush;
+    std::cerr << "marl-lab: " << why << '\n';
+    end_with(trouble);
 }
 
-CLI::Option* add_files(CLI::App* command, std::vector<std::string>& files) {
-    return command->add_option("FILE", files, "Programs")->required()->check(CLI::ExistingFile);
+/// The text of a source; a complaint and nothing when it can't be read.
+std::optional<std::string> source_of(const std::string& path) {
+    FileText file = read_file(path);
+    if (!file.text) complain(file.why);
+    return std::move(file.text);
 }
 
-void add_check(CLI::App& lab) {
-    struct Options {
-        std::vector<std::string> files;
-        bool json = false;
-    };
-    const auto options = std::make_shared<Options>();
-    CLI::App* command = lab.add_subcommand("check", "Show what is wrong or doubtful in programs");
-    add_files(command, options->files);
-    command->add_flag("--json", options->json, "One JSON object a file, one a line");
-    command->callback([options] {
-        for (const std::string& path : options->files) {
-            const std::string text = read_file(path);
-            const Checked checked = check_source(text);
-            if (options->json) {
-                std::cout << text_of(json_of(path, text, checked)) << '\n';
-            } else {
-                std::cout << shown_messages(path, text, checked.messages);
-            }
-            if (checked.faults > 0) status = 1;
-        }
-    });
-}
-
-void write_file(const std::string& path, const std::string& text) {
-    std::ofstream file(path, std::ios::binary);
-    file << text;
-    if (file.flush()) return;
-    std::cerr << path << ": can't be written\n";
-    status = 1;
-}
-
-/// Formats a file, or with `check` only tells that it is not formatted.
-void format_file(const std::string& path, bool check) {
-    const std::string text = read_file(path);
-    const Formatted formatted = format_source(text);
-    if (!formatted.text) {
-        std::cout << shown_messages(path, text, formatted.messages);
-        status = 1;
-    } else if (*formatted.text != text) {
-        std::cout << path << '\n';
-        if (check) {
-            status = 1;
-        } else {
-            write_file(path, *formatted.text);
-        }
+/// Replaces a file's text, or writes what takes the place of that of standard input.
+void replace_source(const std::string& path, const std::string& text) {
+    if (path == "-") {
+        std::cout << text;
+    } else if (const std::string why = write_file(path, text); !why.empty()) {
+        complain(why);
     }
 }
 
-void add_format(CLI::App& lab) {
-    struct Options {
-        std::vector<std::string> files;
-        bool check = false;
-    };
-    const auto options = std::make_shared<Options>();
-    CLI::App* command = lab.add_subcommand("format", "Put programs into the canonical layout");
-    add_files(command, options->files);
-    command->add_flag("--check", options->check, "Write nothing; name the files that would change");
-    command->callback([options] {
-        for (const std::string& path : options->files) format_file(path, options->check);
+void add_files(CLI::App* command, std::vector<std::string>& files) {
+    command->add_option("FILE", files, "Programs; - is standard input")->required();
+}
+
+// check.
+
+struct CheckCommand {
+    std::vector<std::string> files;
+    bool json = false;
+    bool fix = false;
+    std::string deny;
+    std::string colour = "auto";
+
+    /// Where people read: beside a mended source that goes to standard output.
+    std::ostream& out(const std::string& path) const {
+        return fix && path == "-" ? std::cerr : std::cout;
+    }
+
+    std::string mended(const std::string& path, const std::string& text) const {
+        const Mend mend = mend_source(text);
+        if (!json) {
+            for (const std::string& title : mend.titles) {
+                out(path) << path << ": " << title << ".\n";
+            }
+        }
+        if (mend.text != text || path == "-") replace_source(path, mend.text);
+        return mend.text;
+    }
+
+    void run(const std::string& path) const {
+        auto text = source_of(path);
+        if (!text) return;
+        if (fix) text = mended(path, *text);
+        const Checked checked = check_source(*text);
+        if (json) {
+            out(path) << text_of(json_of(path, *text, checked)) << '\n';
+        } else {
+            FILE* file = fix && path == "-" ? stderr : stdout;
+            out(path) << shown_messages(path, *text, checked.messages, has_colours(file, colour));
+        }
+        if (checked.faults > 0 || (!deny.empty() && checked.warnings > 0)) end_with(found);
+    }
+};
+
+void add_check(CLI::App& lab) {
+    const auto check = std::make_shared<CheckCommand>();
+    CLI::App* command = lab.add_subcommand("check", "Show what is wrong or doubtful in programs");
+    add_files(command, check->files);
+    command->add_flag("--json", check->json,
+                      "One JSON object a file, one a line; `explain json` tells the fields");
+    command->add_flag("--fix", check->fix, "Mend first what there is just one way to mend");
+    command->add_option("--deny", check->deny, "End with the status 1 also for warnings")
+        ->check(CLI::IsMember({"warnings"}));
+    add_colour(command, check->colour);
+    command->callback([check] {
+        for (const std::string& path : check->files) check->run(path);
     });
 }
 
-void add_serve(CLI::App& lab) {
-    CLI::App* command =
-        lab.add_subcommand("serve", "Be the language server of an editor, on standard streams");
-    command->callback([] { status = serve_client(STDIN_FILENO, STDOUT_FILENO); });
+// format.
+
+struct FormatCommand {
+    std::vector<std::string> files;
+    bool check = false;
+
+    void run(const std::string& path) const {
+        const auto text = source_of(path);
+        if (!text) return;
+        const Formatted formatted = format_source(*text);
+        const bool to_output = path == "-" && !check;
+        if (!formatted.text) {
+            (to_output ? std::cerr : std::cout) << shown_messages(path, *text, formatted.messages);
+            end_with(found);
+        } else if (to_output) {
+            std::cout << *formatted.text;
+        } else if (*formatted.text != *text) {
+            std::cout << path << '\n';
+            if (check) {
+                end_with(found);
+            } else {
+                replace_source(path, *formatted.text);
+            }
+        }
+    }
+};
+
+void add_format(CLI::App& lab) {
+    const auto format = std::make_shared<FormatCommand>();
+    CLI::App* command = lab.add_subcommand("format", "Put programs into the canonical layout");
+    add_files(command, format->files);
+    command->add_flag("--check", format->check, "Write nothing; name the files that would change");
+    command->callback([format] {
+        for (const std::string& path : format->files) format->run(path);
+    });
 }
+
+// explain.
 
 /// The word `json` stands for the objects that commands give to tools.
 void explain(const std::string& name) {
@@ -113,9 +167,8 @@ void explain(const std::string& name) {
     } else if (const auto text = explanation_of(name)) {
         std::cout << *text;
     } else {
-        std::cerr << "marl-lab: there is nothing to tell about " << ticked(name)
-                  << "; `marl-lab explain` lists the words.\n";
-        status = 2;
+        complain("There is nothing to tell about " + ticked(name) +
+                 "; `marl-lab explain` lists the words.");
     }
 }
 
@@ -127,9 +180,17 @@ void add_explain(CLI::App& lab) {
     command->callback([name] { explain(*name); });
 }
 
+void add_serve(CLI::App& lab) {
+    CLI::App* command =
+        lab.add_subcommand("serve", "Be the language server of an editor, on standard streams");
+    command->callback([] { end_with(serve_client(STDIN_FILENO, STDOUT_FILENO)); });
+}
+
 void add_repl(CLI::App& lab) {
+    const auto file = std::make_shared<std::string>();
     CLI::App* command = lab.add_subcommand("repl", "Evaluate what is typed");
-    command->callback([] { status = run_repl(); });
+    command->add_option("FILE", *file, "A program whose definitions are there from the start");
+    command->callback([file] { end_with(run_repl(*file)); });
 }
 
 void add_run_commands(CLI::App& lab) {
@@ -140,15 +201,36 @@ void add_run_commands(CLI::App& lab) {
 constexpr void (*commands[])(CLI::App&) = {add_check, add_format, add_explain,
                                            add_serve, add_repl,   add_run_commands};
 
+/// Whether a word in the place of a command is one; a complaint when it is none.
+bool is_command(const CLI::App& lab, const std::string& word) {
+    std::vector<std::string> names;
+    for (const CLI::App* command : lab.get_subcommands({})) names.push_back(command->get_name());
+    if (std::find(names.begin(), names.end(), word) != names.end()) return true;
+    const std::vector<std::string> near = near_names(word, names);
+    complain("There is no command " + ticked(word) +
+             (near.empty() ? "; --help shows them." : "; is it " + ticked(near[0]) + "?"));
+    return false;
+}
+
+int run(int argument_count, char** arguments) {
+    CLI::App lab("See what a marl program means, where it is wrong, and what it costs.",
+                 "marl-lab");
+    lab.require_subcommand(1);
+    lab.set_version_flag("--version", "marl-lab " MARL_VERSION);
+    for (const auto add_command : commands) add_command(lab);
+    const std::string first = argument_count > 1 ? arguments[1] : "-";
+    if (!first.starts_with('-') && !is_command(lab, first)) return status;
+    try {
+        lab.parse(argument_count, arguments);
+    } catch (const CLI::ParseError& fault) {
+        if (lab.exit(fault) != 0) end_with(trouble);
+    }
+    if (const std::string why = flush_output(); !why.empty()) complain(why);
+    return status;
+}
+
 }  // namespace
 
 }  // namespace marl::lab
 
-int main(int argument_count, char** arguments) {
-    CLI::App lab("See what a marl program means, where it is wrong, and what it costs.",
-                 "marl-lab");
-    lab.require_subcommand(1);
-    for (const auto add_command : marl::lab::commands) add_command(lab);
-    CLI11_PARSE(lab, argument_count, arguments);
-    return marl::lab::status;
-}
+int main(int argument_count, char** arguments) { return marl::lab::run(argument_count, arguments); }

@@ -76,19 +76,26 @@ Placed::Placed(const Message& its_message, const Lines& lines) : message(its_mes
     source_column = shown.column + 1;
 }
 
-std::string shown_message(std::string_view name, const Placed& placed) {
-    std::string shown(name);
-    shown += ':' + std::to_string(placed.line) + ':' + std::to_string(placed.column) + ": ";
-    if (placed.message.severity == Severity::warning) shown += "warning: ";
-    shown += placed.message.kind + ": " + placed.message.say;
-    return shown + "\n  " + placed.source + "\n  " + carets(placed) + "\n";
+std::string shown_message(std::string_view name, const Placed& placed, bool colours) {
+    const bool is_fault = placed.message.severity == Severity::fault;
+    const auto in = [&](const char* colour, const std::string& text) {
+        return colours ? "\x1B[" + std::string(colour) + "m" + text + "\x1B[m" : text;
+    };
+    const char* colour = is_fault ? "1;31" : "1;35";
+    const std::string place =
+        std::string(name) + ':' + std::to_string(placed.line) + ':' + std::to_string(placed.column);
+    const std::string kind = (is_fault ? "" : "warning: ") + placed.message.kind;
+    return in("1", place + ':') + ' ' + in(colour, kind + ':') + ' ' + placed.message.say + "\n  " +
+           placed.source + "\n  " + in(colour, carets(placed)) + "\n";
 }
 
 std::string shown_messages(std::string_view name, std::string_view text,
-                           const std::vector<Message>& messages) {
+                           const std::vector<Message>& messages, bool colours) {
     const Lines lines(text);
     std::string shown;
-    for (const Message& message : messages) shown += shown_message(name, Placed(message, lines));
+    for (const Message& message : messages) {
+        shown += shown_message(name, Placed(message, lines), colours);
+    }
     return shown;
 }
 

@@ -45,10 +45,10 @@ struct Placed {
 };
 
 /// Messages about a source called `name`: "name:line:column: kind: sentence", the line, and a caret
-/// under the place.
+/// under the place. Colours are those of a terminal.
 std::string shown_messages(std::string_view name, std::string_view text,
-                           const std::vector<Message>& messages);
+                           const std::vector<Message>& messages, bool colours = false);
 /// One of them.
-std::string shown_message(std::string_view name, const Placed& placed);
+std::string shown_message(std::string_view name, const Placed& placed, bool colours = false);
 
 }  // namespace marl::lab

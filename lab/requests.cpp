@@ -393,6 +393,12 @@ Handler handler_of(std::string_view method) {
     return found == std::end(methods) ? nullptr : found->handler;
 }
 
+std::vector<std::string_view> method_names() {
+    std::vector<std::string_view> names;
+    for (const Method& method : methods) names.push_back(method.name);
+    return names;
+}
+
 Json capabilities() {
     constexpr int incremental = 2;
     return {{"textDocumentSync", {{"openClose", true}, {"change", incremental}}},

@@ -20,6 +20,9 @@ using Handler = Json (*)(const Document&, const Json& parameters);
 /// when the parameters are not what the protocol says.
 Handler handler_of(std::string_view method);
 
+/// All methods that have one.
+std::vector<std::string_view> method_names();
+
 /// What the methods above are told of as, to a client that begins.
 Json capabilities();
 

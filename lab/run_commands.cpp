@@ -3,13 +3,12 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "lab/files.h"
 #include "lab/lab.h"
 #include "lab/message.h"
 #include "lab/screen.h"
@@ -22,15 +21,22 @@ namespace {
 struct Program {
     std::string path;
     std::vector<std::string> arguments;
+    std::string text = {};
 
-    std::string text() const {
-        std::ifstream file(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
+    /// Whether there is one to run.
+    bool read() {
+        FileText file = read_file(path);
+        if (file.text) {
+            text = std::move(*file.text);
+        } else {
+            fprintf(stderr, "marl-lab: %s\n", file.why.c_str());
+        }
+        return file.text.has_value();
     }
 };
 
 void add_program(CLI::App* command, Program& program) {
-    command->add_option("FILE", program.path, "The program")->required()->check(CLI::ExistingFile);
+    command->add_option("FILE", program.path, "The program; - is standard input")->required();
     command->add_option("ARGUMENT", program.arguments, "What the program gets");
     command->footer("Arguments of the program that begin with - stand behind --");
 }
@@ -40,8 +46,8 @@ int status_of(const Ending& ending, const Program& program) {
     if (ending.report.empty()) return static_cast<int>(ending.status);
     std::string shown;
     if (!ending.started) {
-        const std::string text = program.text();
-        shown = shown_messages(program.path, text, check_source(text).messages);
+        const std::vector<Message> messages = check_source(program.text).messages;
+        shown = shown_messages(program.path, program.text, messages, has_colours(stderr, "auto"));
     }
     const std::string& message = shown.empty() ? ending.report : shown;
     fwrite(message.data(), 1, message.size(), stderr);
@@ -59,21 +65,20 @@ struct StepsCommand {
     int run() const {
         Screen screen(output, colour);
         if (why) {
-            const Why result = why_z(program.text(), program.arguments);
+            const Why result = why_z(program.text, program.arguments);
             show_why(screen, result);
             return result.started ? 0 : status_of(result, program);
         }
         if (only.empty()) {
             const auto tell = [&](const Step& step) { show_step(screen, step); };
-            return status_of(run_steps(program.text(), program.arguments, options, tell), program);
+            return status_of(run_steps(program.text, program.arguments, options, tell), program);
         }
         bool any = false;
         const auto tell = [&](const CallLine& call) {
             any = true;
             show_call(screen, call);
         };
-        const Ending ending =
-            run_calls(program.text(), program.arguments, only, options.full, tell);
+        const Ending ending = run_calls(program.text, program.arguments, only, options.full, tell);
         if (!any && ending.started) screen.line("Nothing calls " + only + ".");
         return status_of(ending, program);
     }
@@ -87,15 +92,17 @@ struct ProfileCommand {
 
     int run() const {
         int status = 0;
-        profile(program.text(), program.arguments, [&](const Profiled& result) {
-            if (result.started) show(result);
+        profile(program.text, program.arguments, [&](const Profiled& result) {
             status = status_of(result, program);
+            if (result.started && !show(result)) status = 2;
         });
         return status;
     }
 
-    void show(const Profiled& result) const {
-        if (!folded.empty()) std::ofstream(folded) << result.folded;
+    /// Whether all of it could be written.
+    bool show(const Profiled& result) const {
+        const std::string why = folded.empty() ? "" : write_file(folded, result.folded);
+        if (!why.empty()) fprintf(stderr, "marl-lab: %s\n", why.c_str());
         std::vector<ProfileRow> rows = result.rows;
         std::sort(rows.begin(), rows.end(), [&](const ProfileRow& a, const ProfileRow& b) {
             return std::pair(-weight(a), a.name) < std::pair(-weight(b), b.name);
@@ -103,6 +110,7 @@ struct ProfileCommand {
         Screen screen(output, "never");
         screen.line("     calls       steps       nodes    self ms   below ms  name");
         for (const ProfileRow& row : rows) screen.line(row_text(row));
+        return why.empty();
     }
 
     /// What the rows are sorted by, the largest first.
@@ -128,6 +136,11 @@ constexpr const char* output_help = "Write there, and leave standard output to t
 
 }  // namespace
 
+void add_colour(CLI::App* command, std::string& when) {
+    command->add_option("--color", when, "When to use colours")
+        ->check(CLI::IsMember({"auto", "always", "never"}));
+}
+
 void add_steps(CLI::App& lab, int& status) {
     const auto steps = std::make_shared<StepsCommand>();
     CLI::App* command = lab.add_subcommand(
@@ -142,9 +155,8 @@ void add_steps(CLI::App& lab, int& status) {
         ->excludes(only);
     command->add_flag("--full", steps->options.full, "Don't shorten long values");
     command->add_option("-o,--output", steps->output, output_help);
-    command->add_option("--color", steps->colour, "When to use colours")
-        ->check(CLI::IsMember({"auto", "always", "never"}));
-    command->callback([steps, &status] { status = steps->run(); });
+    add_colour(command, steps->colour);
+    command->callback([steps, &status] { status = steps->program.read() ? steps->run() : 2; });
 }
 
 void add_profile(CLI::App& lab, int& status) {
@@ -159,7 +171,8 @@ void add_profile(CLI::App& lab, int& status) {
     command->add_option("--sort", options->sort, "The column to sort by")
         ->check(CLI::IsMember({"self", "below", "calls", "steps", "nodes", "name"}));
     command->add_option("-o,--output", options->output, output_help);
-    command->callback([options, &status] { status = options->run(); });
+    command->callback(
+        [options, &status] { status = options->program.read() ? options->run() : 2; });
 }
 
 }  // namespace marl::lab

@@ -3,7 +3,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <utility>
 
 namespace marl::lab {
@@ -24,20 +26,29 @@ std::string link_text(const Screen& screen, const Link& link) {
 
 }  // namespace
 
-Screen::Screen(const std::string& path, const std::string& colour) {
+bool has_colours(FILE* file, const std::string& when) {
+    const char* unwanted = getenv("NO_COLOR");
+    if (when != "auto") return when == "always";
+    return (!unwanted || *unwanted == '\0') && isatty(fileno(file));
+}
+
+Screen::Screen(const std::string& path, const std::string& colour) : path_(path) {
     if (!path.empty()) file_ = fopen(path.c_str(), "w");
-    if (!file_) {
-        fprintf(stderr, "marl-lab: can't write to %s\n", path.c_str());
-        exit(1);
-    }
-    const bool wanted = !getenv("NO_COLOR") && isatty(fileno(file_));
-    colours_ = colour == "always" || (colour == "auto" && wanted);
+    if (!file_) give_up();
+    colours_ = has_colours(file_, colour);
+}
+
+/// Not by exit: what the process does at its end may come here again.
+void Screen::give_up() const {
+    const std::string name = path_.empty() ? "Standard output" : path_;
+    fprintf(stderr, "marl-lab: %s can't be written: %s.\n", name.c_str(), strerror(errno));
+    _exit(2);
 }
 
 void Screen::line(const std::string& text) {
     fwrite(text.data(), 1, text.size(), file_);
     fputc('\n', file_);
-    fflush(file_);
+    if (fflush(file_) != 0) give_up();
 }
 
 std::string Screen::in(const std::string& text, const char* colour, const char* before,
