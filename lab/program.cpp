@@ -182,8 +182,6 @@ void list_parameters(Piece& piece) {
     }
 }
 
-bool overlap(Range a, Range b) { return a.begin < b.end && b.begin < a.end; }
-
 /// Parses one piece of the normalised text.
 Piece read_piece(Program& program, std::string_view normalised, size_t begin, size_t end,
                  const std::vector<size_t>& places, const std::vector<Range>& damage) {
@@ -204,8 +202,9 @@ Piece read_piece(Program& program, std::string_view normalised, size_t begin, si
                 0,
                 0};
     piece.expression = piece.value;
-    piece.damaged = std::any_of(damage.begin(), damage.end(),
-                                [&](Range range) { return overlap(range, piece.range); });
+    const auto behind = std::partition_point(
+        damage.begin(), damage.end(), [&](Range range) { return range.end <= piece.range.begin; });
+    piece.damaged = behind != damage.end() && behind->begin < piece.range.end;
     if (begin > 0) name_piece(program, piece);
     return piece;
 }
