@@ -64,20 +64,30 @@ constexpr std::array spellings{
     Spelling{"&&", "&"}, Spelling{"||", "|"}, Spelling{"**", "^"},
 };
 
-/// The comparison whose sign stands at a place, with a missing operand beside it.
-std::optional<Edit> swapped_comparison(const Program& program, const Piece& piece, size_t sign) {
+bool is_missing(Node* operand) { return is_leaf_text(operand, "}"); }
+
+/// What `a<=b` is here, of the signs between which an operand is missing at a place.
+std::optional<Edit> swapped_comparison(const Program& program, const Piece& piece, size_t at) {
     std::optional<Edit> edit;
     for_each_node(piece.expression, [&](Node* node) {
         Infix outer{};
         Infix inner{};
-        if (!is_infix(node, "=<", outer) || program.range_of(outer.leaf).begin != sign) return;
-        if (!is_infix(outer.a, "=<", inner) || !is_leaf_text(inner.b, "}")) return;
-        const std::string_view a = program.written(program.outer_range_of(inner.a));
-        const std::string_view b = program.written(program.outer_range_of(outer.b));
-        if (a.empty() || b.empty()) return;
-        const Range whole{program.outer_range_of(inner.a).begin,
-                          program.outer_range_of(outer.b).end};
-        edit = Edit{whole, std::string(b) + ">" + std::string(a)};
+        if (!is_infix(node, "=<", outer)) return;
+        Node* operands[2] = {outer.a, outer.b};
+        Node* missing = nullptr;
+        if (is_infix(outer.a, "=<", inner) && is_missing(inner.b)) {
+            operands[0] = inner.a;
+            missing = inner.b;
+        } else if (is_infix(outer.b, "=<", inner) && is_missing(inner.a)) {
+            operands[1] = inner.b;
+            missing = inner.a;
+        }
+        if (!missing || program.range_of(missing).begin != at) return;
+        const Range a = program.outer_range_of(operands[0]);
+        const Range b = program.outer_range_of(operands[1]);
+        if (a.begin == a.end || b.begin == b.end) return;
+        edit = Edit{{a.begin, b.end},
+                    std::string(program.written(b)) + ">" + std::string(program.written(a))};
     });
     return edit;
 }
@@ -97,7 +107,7 @@ std::optional<Fix> fix_of_operand(const Program& program, const Piece& piece, si
                        {{{before - 1, behind + 1}, std::string(one.here)}}};
         }
         if (signs == "<=" || signs == "=<") {
-            const auto edit = swapped_comparison(program, piece, behind);
+            const auto edit = swapped_comparison(program, piece, at);
             if (edit) return Fix{"Write " + ticked(edit->text), {*edit}};
         }
     }
@@ -131,9 +141,6 @@ std::vector<Fix> fixes_of_undefined(const Program& program, const Message& messa
     }
     if (program.text[at] == '\t') return {blanks_for_tabs(program)};
     if (program.text[at] == '\r') return {newlines_alone(program)};
-    if (at == 0 && program.text.starts_with(byte_order_mark)) {
-        return {{"Take out the byte order mark", {{{0, byte_order_mark.size()}, ""}}}};
-    }
     return fixes_of_name(program, message.range);
 }
 
@@ -159,6 +166,9 @@ std::vector<Fix> fixes_of_key(const Program& program, Range key) {
 }  // namespace
 
 std::vector<Fix> fixes_of(const Program& program, const Message& message) {
+    if (message.range.begin == 0 && program.text.starts_with(byte_order_mark)) {
+        return {{"Take out the byte order mark", {{{0, byte_order_mark.size()}, ""}}}};
+    }
     if (message.kind == "alive" || message.kind == "doomed") {
         return fixes_of_undefined(program, message);
     }

@@ -72,7 +72,8 @@ std::string signature(const Document& document, const Piece& piece) {
     return shown;
 }
 
-/// The note that stands in front of a piece, without its brackets.
+/// The note that stands in front of a piece, without its brackets. What has a backslash and no
+/// brackets is rather a definition that is being typed.
 std::string note_before(const Document& document, const Piece& piece) {
     const auto& pieces = document.program.pieces;
     const auto index = static_cast<size_t>(&piece - pieces.data());
@@ -80,7 +81,8 @@ std::string note_before(const Document& document, const Piece& piece) {
     const std::string_view note = document.program.written(pieces[index - 1].range);
     const bool bracketed = note.size() > 1 && note.front() == '[' && note.back() == ']';
     if (note.starts_with("[lab:")) return {};
-    return std::string(bracketed ? note.substr(1, note.size() - 2) : note);
+    if (bracketed) return std::string(note.substr(1, note.size() - 2));
+    return note.find('\\') == note.npos ? std::string(note) : std::string();
 }
 
 /// How a function is called, and its parameters in that text.
