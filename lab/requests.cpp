@@ -215,7 +215,9 @@ Json global_item(const Document& document, const std::string& key) {
 
 /// Whether words at a place are no names: in a text, or in a note.
 bool is_prose(const Document& document, size_t at) {
-    if (surroundings_of(document.text(), at).in_text) return true;
+    const Surroundings around = surroundings_of(document.text(), at);
+    if (around.in_text) return true;
+    if (around.parenthesis != std::string_view::npos) return false;
     const auto piece = document.program.piece_at(at);
     return piece && document.program.pieces[*piece].kind == PieceKind::note;
 }

@@ -3,8 +3,9 @@
 
     serve_test.py MARL_LAB MARL
 
-neovim_session.jsonl was recorded between Neovim 0.7 and the server: a document is opened, looked at,
-changed while it is typed, formatted, and a name changed; then the client goes.
+neovim_session.jsonl was recorded between Neovim 0.7, with editors/neovim/marl.lua, and the server: a
+document is opened, looked at, changed, mended and formatted as it is saved, and a name changed; it is
+read anew, a second one is opened, and the client goes. Of the completions the first are kept.
 """
 import json
 import pathlib
@@ -119,7 +120,7 @@ class Serve(unittest.TestCase):
                    for line in (HERE / "neovim_session.jsonl").read_text().splitlines()]
         methods = {one["message"].get("method", "") for one in session}
         for method in ("hover", "definition", "references", "documentSymbol", "completion",
-                       "formatting", "rename"):
+                       "signatureHelp", "codeAction", "rangeFormatting", "formatting", "rename"):
             self.assertIn("textDocument/" + method, methods)
         client = Client()
         for one in session:
@@ -164,6 +165,49 @@ class Serve(unittest.TestCase):
                          [(11, "alive")])
         client.end()
         self.assertEqual(ask(text, "hover", 0, 11)["range"]["start"]["character"], 11)
+
+    def test_completion_knows_where_names_stand(self):
+        for text, character, has in [
+                ("a\\dou,double\\n\\n", 5, {"double", "plus"}), ("a\\count{1}cou", 13, {"count"}),
+                ("a\\say[dou],double\\n\\n", 9, set()), ("a\\0,[a dou],double\\n\\n", 10, set()),
+                ("a\\say[dou", 9, set()), ("a\\f([x],dou", 11, {"plus"})]:
+            with self.subTest(text):
+                labels = {one["label"]: one for one in ask(text, "completion", 0, character)}
+                self.assertLessEqual(has, set(labels))
+                self.assertTrue(has or not labels)
+        self.assertEqual(labels["trim"]["detail"], "trim(x, I first, I last)")
+        self.assertIn("the slice from", labels["trim"]["documentation"]["value"])
+
+    def test_a_call_shows_its_parameters(self):
+        program = ",both\\left_one\\right_one\\left_one+right_one"
+        for text, label, active in [
+                ("a\\both(", "both(left_one, right_one)", 0), ("a\\both(f(1,2),", None, 1),
+                ("a\\trim([a,b(],1,", "trim(x, I first, I last)", 2), ("a\\1+(2", "", 0),
+                ("a\\both([x,", "", 0), ("a\\both(1,(2)+3", None, 1), ("a\\x{1}x(", "", 0)]:
+            with self.subTest(text):
+                found = ask(text + program, "signatureHelp", 0, len(text))
+                if label == "":
+                    self.assertIsNone(found)
+                    continue
+                self.assertEqual(found["signatures"][0]["label"], label or "both(left_one, right_one)")
+                self.assertEqual(found["activeParameter"], active)
+
+    def test_a_range_is_laid_out_alone(self):
+        text = "a\\ 1,\n\nff\\n\\ n,\n\ngg\\n\\ n\n"
+        edits = ask(text, "rangeFormatting", range={"start": place(2, 0), "end": place(2, 1)})
+        self.assertEqual([(one["range"], one["newText"]) for one in edits],
+                         [({"start": place(2, 0), "end": place(2, 7)}, "ff\\n\\n")])
+        self.assertIn("carriage return", ask("a\\\r\n 1", "formatting")["message"])
+
+    def test_a_message_offers_what_would_mend_it(self):
+        for text, titles in [("a\\sing 2", ["Write `sin`", "Write `sinh`"]),
+                             ("a\\(1==2)3 4", ["Write `=` for `==`"]), ("a\\1", [])]:
+            actions = ask(text, "codeAction", range={"start": place(0, 0), "end": place(0, 9)})
+            self.assertEqual([one["title"] for one in actions], titles)
+            for one in actions:
+                self.assertEqual(one["isPreferred"], len(actions) == 1)
+                self.assertEqual(one["diagnostics"][0]["code"], "alive")
+                self.assertNotEqual(applied(text, one["edit"]), text)
 
     def test_a_program_with_open_brackets_still_has_its_names(self):
         text = "a\\twice(inc,\n\ntwice\\f\\f(f 1),\n\ninc\\n\\n+1\n"
