@@ -18,7 +18,7 @@
 #include "front/definitions.h"
 #include "front/prelude.h"
 #include "lab/lab.h"
-#include "lab/message.h"
+#include "lab/result_text.h"
 #include "lab/screen.h"
 #include "reduce/machine.h"
 #include "reduce/tables.h"
@@ -27,18 +27,6 @@
 namespace marl::lab {
 
 namespace {
-
-void show_result(Node* result) {
-    if (is_leaf_of(result, ')')) {
-        const std::string name(leaf_bytes(result).substr(1));
-        std::cout << "cycle: " << ticked(name) << " needs its own value.\n";
-    } else if (!is_leaf(result) && is_leaf_of(left(result), ']')) {
-        const Report report = report_parse(text(right(result)));
-        std::cout << report.kind.view() << ": " << report.say.view() << '\n';
-    } else {
-        std::cout << print_value(result).view() << '\n';
-    }
-}
 
 [[noreturn]] void show_steps_here(const std::string& source) {
     Screen screen("", "auto");
@@ -56,7 +44,7 @@ void show_result(Node* result) {
     Report report = parse_program(String(source));
     if (passed(report)) report = check_program();
     if (!passed(report)) {
-        std::cout << report.kind.view() << ": " << report.say.view() << std::endl;
+        std::cout << result_text(report) << std::endl;
         std::exit(1);
     }
     const std::clock_t begin = std::clock();
@@ -64,7 +52,7 @@ void show_result(Node* result) {
     {
         const Value result = reduce(Value::share(find_definition("")));
         std::fflush(stdout);
-        show_result(result);
+        std::cout << result_text(result) << '\n';
     }
     const double seconds = static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
     if (show == Show::value_and_time) std::cout << seconds << " s\n";
