@@ -49,9 +49,22 @@ constexpr std::array faults{
     Fault{"match",
           "A bracket has no partner, or crosses another pair of brackets.\n"
           "Everything between [ and ] is text, in which only these two must balance."},
+    Fault{"note",
+          "A note for tools is none.\n"
+          "Such a note is a whole piece, [word: ...], the word being `keep`, `lab`, `test` or "
+          "`use`; commas stand in front of it and behind it."},
     Fault{"place",
           "A definition has more than 26 local names, parameters included.\n"
           "Cut it up, or use a name again."},
+    Fault{"test",
+          "A note [test: ...] is no test.\n"
+          "A test is `[test: EXPRESSION -> TEXT]`, the text being what the prompt prints for the "
+          "expression."},
+    Fault{"use",
+          "Files don't go together.\n"
+          "A file that can't be read, a name that two of the used files define, a long local name "
+          "that hides one of another file, an operator that two files define, a file of "
+          "definitions that is to be run."},
 };
 
 /// The text with a line end in the place of a blank where a line would get too long.

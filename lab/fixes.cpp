@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "front/scan.h"
+#include "lab/check_bundle.h"
 #include "lab/near.h"
 #include "lab/walk.h"
 #include "reduce/analysis.h"
@@ -191,14 +192,17 @@ std::string edited(std::string_view text, std::vector<Edit> edits) {
     return result.append(text.substr(at));
 }
 
-Mend mend_source(std::string_view text) {
+Mend mend_source(std::string_view text, const std::string& path) {
     constexpr int most_rounds = 20;
     Mend mend{std::string(text), {}};
     // What is mended can show what was hidden.
     for (int round = 0; round < most_rounds; ++round) {
-        const Program program = read_program(mend.text);
+        const Files files = files_on_disk();
+        const Bundle bundle = read_bundle(files, path, mend.text);
+        const Program& program = bundle.program(0);
+        const auto messages = check_bundle(files, bundle, Scope::program_and_tests);
         std::vector<Edit> edits;
-        for (const Message& message : check_source(mend.text).messages) {
+        for (const Message& message : messages.front()) {
             std::vector<Fix> fixes = fixes_of(program, message);
             if (fixes.size() != 1) continue;
             const auto& found = fixes[0].edits;

@@ -26,7 +26,7 @@ struct Mend {
     std::vector<std::string> titles;  // of what has been mended
 };
 
-/// The source with everything mended for which there is just one way.
-Mend mend_source(std::string_view text);
+/// The source with everything mended for which there is just one way. `path` is where it is from.
+Mend mend_source(std::string_view text, const std::string& path);
 
 }  // namespace marl::lab

@@ -263,7 +263,11 @@ std::optional<Message> refusal(const Program& program) {
 Formatted format_source(std::string_view text) {
     const Program program = read_program(text);
     if (const auto why = refusal(program)) return {{}, {*why}};
-    std::string out = laid_out(program);
+    // The line that tells a system which program runs the file stays the first one.
+    const size_t line = text.starts_with("#!") ? std::min(text.find('\n'), text.size()) : 0;
+    std::string out(text.substr(0, line));
+    if (line > 0) out += '\n';
+    out += laid_out(program);
     if (same_program(program, read_program(out))) return {std::move(out), {}};
     return {{}, {{{0, 0}, Severity::fault, "layout", "The layout would change this program."}}};
 }

@@ -53,6 +53,7 @@ std::vector<std::string> near_names(std::string_view name, const std::vector<std
 std::vector<std::string> near_names(const Program& program, const Name& name) {
     std::vector<std::string> names;
     for (const auto& [key, piece] : program.definitions) names.push_back(key);
+    names.insert(names.end(), program.used_names.begin(), program.used_names.end());
     for (const Name& other : program.names_of(program.pieces[name.piece])) {
         const bool around =
             other.scope.begin <= name.range.begin && name.range.end <= other.scope.end;

@@ -132,7 +132,8 @@ bool takes_nothing(const Program& program, Node* entry) {
 
 void look_for_entry(const Look& look) {
     const Piece& entry = look.program.pieces.front();
-    if (entry.damaged || !takes_nothing(look.program, entry.expression)) return;
+    if (!look.program.has_entry || entry.damaged || !takes_nothing(look.program, entry.expression))
+        return;
     look.warn(entry.range,
               "The run applies the entry to the address of the arguments, so it is a function: "
               "`a\\" +
@@ -154,6 +155,11 @@ constexpr std::array rows{
             "A program begins with a function, as in `a\\main a`, which gets the address of the "
             "program's arguments.",
             look_for_entry},
+    Warning{"redefined_elsewhere",
+            "A combinator or an operator gets another meaning in files that don't ask for it.\n"
+            "Combinators and operators have one meaning in the whole program. Code of the library, "
+            "or of another file that doesn't use this one, relies on the old one.",
+            nullptr},
     Warning{"skipped_definition",
             "A piece looks like a definition and is none, and so is skipped.\n"
             "A definition is `name\\parameter\\body`; its name is small letters and `_`, or one "
@@ -163,6 +169,11 @@ constexpr std::array rows{
             "Nothing reaches a definition from the entry.\n"
             "It isn't said of a program that loads others, which may use what it doesn't itself.",
             look_for_unreached},
+    Warning{"unused_use",
+            "A note [use: ...] names what nothing in the file needs.\n"
+            "Names in tests and in notes [keep: ...] count as well, and so do files that give "
+            "combinators or operators another meaning.",
+            nullptr},
 };
 
 }  // namespace

@@ -222,6 +222,25 @@ void read_pieces(Program& program, std::string_view mended, const std::vector<Ra
     }
 }
 
+/// A first line that tells a system which program runs the file is for nobody else.
+std::string without_interpreter_line(std::string_view text) {
+    std::string rest(text);
+    if (!text.starts_with("#!")) return rest;
+    const size_t end = std::min(text.find('\n'), text.size());
+    std::fill_n(rest.begin(), end, ' ');
+    return rest;
+}
+
+/// A first piece that is empty or a text in brackets is no entry.
+void find_entry(Program& program) {
+    Piece& first = program.pieces.front();
+    const std::string_view text = program.written(first.range);
+    const bool is_note = is_leaf_of(first.value, '[') && text.starts_with('[');
+    if (first.damaged || (!text.empty() && !is_note)) return;
+    first.kind = PieceKind::note;
+    program.has_entry = false;
+}
+
 void read_names(Program& program) {
     for (size_t i = 0; i < program.pieces.size(); ++i) {
         Piece& piece = program.pieces[i];
@@ -274,14 +293,15 @@ const Name* Program::name_at(size_t position) const {
     return ending;
 }
 
-Program read_program(std::string_view text) {
+Program read_program(std::string_view text, Reading reading) {
     Program program;
-    program.text = std::string(text);
-    Mended mended = mend_brackets(text);
+    program.text = without_interpreter_line(text);
+    Mended mended = mend_brackets(program.text);
     program.bracket_faults = std::move(mended.faults);
     program.comma_faults = find_comma_faults(mended.text);
     for (const Message& fault : program.comma_faults) mended.damage.push_back(fault.range);
     read_pieces(program, mended.text, mended.damage);
+    if (reading == Reading::file) find_entry(program);
     read_names(program);
     return program;
 }
