@@ -7,17 +7,21 @@ _marl_lab() {
     case $before in
         --color) words="auto always never" ;;
         --deny) words="warnings" ;;
+        --form) words="text markdown html" ;;
         --sort) words="self below calls steps nodes name" ;;
     esac
     if [ -z "$words" ]; then
         if [ "$COMP_CWORD" = 1 ]; then
-            words="check format explain serve repl steps profile --help --version"
+            words="check format explain pack run test doc new serve repl steps profile --help --version"
         elif [ "$command" = explain ]; then
             words="json --help $(marl-lab explain 2>/dev/null | sed -n 's/^  \([a-z_]*\).*/\1/p')"
         elif [[ $word == -* ]]; then
             case $command in
                 check) words="--json --fix --deny --color --help" ;;
                 format) words="--check --help" ;;
+                pack) words="--output --help" ;;
+                test) words="--seconds --help" ;;
+                doc) words="--form --help" ;;
                 steps) words="--from --count --until --only --why-z --full --output --color --help" ;;
                 profile) words="--folded --sort --output --help" ;;
                 *) words="--help" ;;

@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "lab/check_bundle.h"
 #include "lab/explain.h"
 #include "lab/files.h"
 #include "lab/fixes.h"
@@ -21,6 +22,7 @@
 #include "lab/lab.h"
 #include "lab/message.h"
 #include "lab/near.h"
+#include "lab/pack_commands.h"
 #include "lab/repl.h"
 #include "lab/run_commands.h"
 #include "lab/screen.h"
@@ -79,7 +81,7 @@ struct CheckCommand {
     }
 
     std::string mended(const std::string& path, const std::string& text) const {
-        const Mend mend = mend_source(text);
+        const Mend mend = mend_source(text, path);
         if (!json) {
             for (const std::string& title : mend.titles) {
                 out(path) << path << ": " << title << ".\n";
@@ -93,14 +95,31 @@ struct CheckCommand {
         auto text = source_of(path);
         if (!text) return;
         if (fix) text = mended(path, *text);
-        const Checked checked = check_source(*text);
+        const Files disk = files_on_disk();
+        const Bundle bundle = read_bundle(disk, path, *text);
+        const auto messages = check_bundle(disk, bundle, Scope::program_and_tests);
         if (json) {
-            out(path) << text_of(json_of(path, *text, checked)) << '\n';
+            show_json(path, bundle, messages);
         } else {
             FILE* file = fix && path == "-" ? stderr : stdout;
-            out(path) << shown_messages(path, *text, checked.messages, has_colours(file, colour));
+            out(path) << shown_messages(bundle, messages, has_colours(file, colour));
         }
-        if (checked.faults > 0 || (!deny.empty() && checked.warnings > 0)) end_with(found);
+        const bool any = std::any_of(messages.begin(), messages.end(),
+                                     [](const auto& one) { return !one.empty(); });
+        if (has_faults(messages) || (!deny.empty() && any)) end_with(found);
+    }
+
+    /// An object for the file, and one for each file that it uses of which there is something to
+    /// tell.
+    void show_json(const std::string& path, const Bundle& bundle,
+                   const std::vector<std::vector<Message>>& messages) const {
+        for (size_t i = 0; i < messages.size(); ++i) {
+            if (i > 0 && messages[i].empty()) continue;
+            const SourceFile& source = bundle.sources[i];
+            out(path) << text_of(
+                             json_of(source.shown, source.program.text, checked_of(messages[i])))
+                      << '\n';
+        }
     }
 };
 
@@ -198,8 +217,16 @@ void add_run_commands(CLI::App& lab) {
     add_profile(lab, status);
 }
 
-constexpr void (*commands[])(CLI::App&) = {add_check, add_format, add_explain,
-                                           add_serve, add_repl,   add_run_commands};
+void add_pack_commands(CLI::App& lab) {
+    add_pack(lab, status);
+    add_run(lab, status);
+    add_test(lab, status);
+    add_doc(lab, status);
+    add_new(lab, status);
+}
+
+constexpr void (*commands[])(CLI::App&) = {add_check, add_format,       add_explain,      add_serve,
+                                           add_repl,  add_run_commands, add_pack_commands};
 
 /// Whether a word in the place of a command is one; a complaint when it is none.
 bool is_command(const CLI::App& lab, const std::string& word) {
@@ -213,6 +240,7 @@ bool is_command(const CLI::App& lab, const std::string& word) {
 }
 
 int run(int argument_count, char** arguments) {
+    if (is_run_line(argument_count, arguments)) return run_line(argument_count, arguments);
     CLI::App lab("See what a marl program means, where it is wrong, and what it costs.",
                  "marl-lab");
     lab.require_subcommand(1);

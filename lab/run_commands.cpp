@@ -10,7 +10,7 @@
 
 #include "lab/files.h"
 #include "lab/lab.h"
-#include "lab/message.h"
+#include "lab/packed_file.h"
 #include "lab/screen.h"
 
 namespace marl::lab {
@@ -23,15 +23,11 @@ struct Program {
     std::vector<std::string> arguments;
     std::string text = {};
 
-    /// Whether there is one to run.
-    bool read() {
-        FileText file = read_file(path);
-        if (file.text) {
-            text = std::move(*file.text);
-        } else {
-            fprintf(stderr, "marl-lab: %s\n", file.why.c_str());
-        }
-        return file.text.has_value();
+    /// Gives 0, or the status to end with when there is none to run.
+    int read() {
+        PackedFile packed = packed_file(path);
+        if (packed.text) text = std::move(*packed.text);
+        return packed.status;
     }
 };
 
@@ -42,15 +38,9 @@ void add_program(CLI::App* command, Program& program) {
 }
 
 /// Shows why a run didn't end well. Gives the status for the process.
-int status_of(const Ending& ending, const Program& program) {
+int status_of(const Ending& ending) {
     if (ending.report.empty()) return static_cast<int>(ending.status);
-    std::string shown;
-    if (!ending.started) {
-        const std::vector<Message> messages = check_source(program.text).messages;
-        shown = shown_messages(program.path, program.text, messages, has_colours(stderr, "auto"));
-    }
-    const std::string& message = shown.empty() ? ending.report : shown;
-    fwrite(message.data(), 1, message.size(), stderr);
+    fwrite(ending.report.data(), 1, ending.report.size(), stderr);
     return 1;
 }
 
@@ -67,11 +57,11 @@ struct StepsCommand {
         if (why) {
             const Why result = why_z(program.text, program.arguments);
             show_why(screen, result);
-            return result.started ? 0 : status_of(result, program);
+            return result.started ? 0 : status_of(result);
         }
         if (only.empty()) {
             const auto tell = [&](const Step& step) { show_step(screen, step); };
-            return status_of(run_steps(program.text, program.arguments, options, tell), program);
+            return status_of(run_steps(program.text, program.arguments, options, tell));
         }
         bool any = false;
         const auto tell = [&](const CallLine& call) {
@@ -80,7 +70,7 @@ struct StepsCommand {
         };
         const Ending ending = run_calls(program.text, program.arguments, only, options.full, tell);
         if (!any && ending.started) screen.line("Nothing calls " + only + ".");
-        return status_of(ending, program);
+        return status_of(ending);
     }
 };
 
@@ -93,7 +83,7 @@ struct ProfileCommand {
     int run() const {
         int status = 0;
         profile(program.text, program.arguments, [&](const Profiled& result) {
-            status = status_of(result, program);
+            status = status_of(result);
             if (result.started && !show(result)) status = 2;
         });
         return status;
@@ -156,7 +146,10 @@ void add_steps(CLI::App& lab, int& status) {
     command->add_flag("--full", steps->options.full, "Don't shorten long values");
     command->add_option("-o,--output", steps->output, output_help);
     add_colour(command, steps->colour);
-    command->callback([steps, &status] { status = steps->program.read() ? steps->run() : 2; });
+    command->callback([steps, &status] {
+        status = steps->program.read();
+        if (status == 0) status = steps->run();
+    });
 }
 
 void add_profile(CLI::App& lab, int& status) {
@@ -171,8 +164,10 @@ void add_profile(CLI::App& lab, int& status) {
     command->add_option("--sort", options->sort, "The column to sort by")
         ->check(CLI::IsMember({"self", "below", "calls", "steps", "nodes", "name"}));
     command->add_option("-o,--output", options->output, output_help);
-    command->callback(
-        [options, &status] { status = options->program.read() ? options->run() : 2; });
+    command->callback([options, &status] {
+        status = options->program.read();
+        if (status == 0) status = options->run();
+    });
 }
 
 }  // namespace marl::lab
