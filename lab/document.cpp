@@ -4,6 +4,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "lab/across.h"
+
 namespace marl::lab {
 
 namespace {
@@ -72,8 +74,12 @@ Range Source::bytes(const Json& range) const {
     return {begin, std::max(begin, offset(range.at("end")))};
 }
 
-Document::Document(std::string its_uri, std::string its_text)
-    : Source(std::move(its_text)), uri(std::move(its_uri)), program(read_program(text())) {}
+Document::Document(const Workspace& its_workspace, std::string its_uri, std::string its_text)
+    : Source(std::move(its_text)),
+      workspace(its_workspace),
+      uri(std::move(its_uri)),
+      bundle(read_bundle(workspace.files, path_of_uri(uri), text())),
+      program(bundle.program(0)) {}
 
 Json Document::location(Range bytes) const { return {{"uri", uri}, {"range", range(bytes)}}; }
 

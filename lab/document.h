@@ -10,7 +10,7 @@
 
 #include "lab/json.h"
 #include "lab/message.h"
-#include "lab/program.h"
+#include "lab/uses.h"
 
 namespace marl::lab {
 
@@ -39,17 +39,27 @@ class Source {
     std::vector<size_t> units_;  // before every so many bytes
 };
 
-/// A source that is open in an editor, as a program.
+/// What an editor has open, and the folders that it works in.
+struct Workspace {
+    Files files;
+    std::map<std::string, std::string> uris;  // of the open documents, by identity
+    std::vector<std::string> folders;
+};
+
+/// A source in an editor, as a program with the files that it uses.
 struct Document : Source {
-    Document(std::string its_uri, std::string its_text);
+    /// The workspace outlives it.
+    Document(const Workspace& its_workspace, std::string its_uri, std::string its_text);
 
     Json location(Range bytes) const;
     /// A "WorkspaceEdit" of this document.
     Json edit(const std::vector<Edit>& edits) const;
     Json text_edits(const std::vector<Edit>& edits) const;
 
+    const Workspace& workspace;
     const std::string uri;
-    const Program program;
+    const Bundle bundle;
+    const Program& program;  // the bundle's first
 };
 
 }  // namespace marl::lab

@@ -1,5 +1,5 @@
 // What a prompt has been told: definitions, as they were written, each with the note that stood
-// before it. With an entry in front they are a program.
+// before it, and what they use. With an entry in front they are a program.
 #pragma once
 
 #include <set>
@@ -19,6 +19,7 @@ struct Definition {
 
 struct Notebook {
     std::vector<Definition> definitions;
+    std::vector<std::string> uses;  // themes, and paths from the folder of the process
 
     const Definition* find(std::string_view key) const;
     /// In the place of an earlier one of that key, whose note stays unless there is a new one.
@@ -26,9 +27,14 @@ struct Notebook {
     /// Whether there was one.
     bool forget(std::string_view key);
 
-    /// The definitions behind an entry, but for those of some keys. The comma that ends the entry
-    /// stands on a line of its own, which nobody sees in a message about the entry.
-    std::string program(std::string entry, const std::set<std::string>& without = {}) const;
+    /// Once each.
+    void use(const std::string& word);
+
+    /// The definitions behind an entry, but for those of some keys, and what they use with paths
+    /// from a folder. The comma that ends the entry stands on a line of its own, which nobody sees
+    /// in a message about the entry.
+    std::string program(std::string entry, const std::set<std::string>& without = {},
+                        const std::string& folder = ".") const;
 };
 
 /// Whether a piece defines something that a notebook keeps.

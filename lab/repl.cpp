@@ -7,6 +7,8 @@
 #include "lab/repl.h"
 
 #include <algorithm>
+#include <array>
+#include <filesystem>
 #include <iostream>
 #include <set>
 #include <sstream>
@@ -14,12 +16,15 @@
 #include <vector>
 
 #include "front/scan.h"
+#include "lab/across.h"
+#include "lab/doc.h"
 #include "lab/evaluate.h"
 #include "lab/files.h"
 #include "lab/lab.h"
 #include "lab/message.h"
 #include "lab/notebook.h"
-#include "lab/program.h"
+#include "lab/notes.h"
+#include "lab/pack.h"
 #include "lab/prompt.h"
 #include "lab/reference.h"
 #include "reduce/tables.h"
@@ -30,6 +35,7 @@ namespace {
 
 constexpr const char* help_text =
     "An expression is evaluated and its value shown; name\\body defines a name, also again.\n"
+    "[use: list ./tax.marl] takes names from a theme of the library, or from a file.\n"
     ":help NAME    its definition and note, or what the reference says about it\n"
     ":time EXPR    evaluates, and shows the seconds of CPU time that it took\n"
     ":steps EXPR   evaluates, and shows every state of the reduction\n"
@@ -48,20 +54,33 @@ struct Typed {
     size_t first_line = 0;  // of the program, the one before what was typed
     size_t lines = 0;
     bool has_expression = false;
+    Bundle bundle = {};  // made of the program
 };
+
+/// What is wrong in the files that a program uses. Whether nothing is.
+bool show_used(const Bundle& bundle, std::vector<std::vector<Message>> messages) {
+    messages.front().clear();
+    messages = only_faults(std::move(messages));
+    std::cout << shown_messages(bundle, messages);
+    return !has_faults(messages);
+}
 
 /// Shows the messages about what was typed, or else, when there are faults, about the rest. Whether
 /// nothing is in the way.
-bool show_messages(const Typed& typed) {
-    const Checked checked = check_source(typed.program);
+bool show_messages(Typed& typed) {
+    const Files files = files_on_disk();
+    typed.bundle = read_bundle(files, "./session", typed.program, Reading::expression);
+    const auto messages = check_bundle(files, typed.bundle, Scope::program);
     const Lines lines(typed.program);
     std::string others;
     bool told = false;
-    bool good = true;
-    for (Message message : checked.messages) {
-        const bool about_program =
-            message.kind == "entry" || message.kind == "unreached" || message.kind == "doomed";
-        if (about_program) continue;
+    bool good = show_used(typed.bundle, messages);
+    for (Message message : messages.front()) {
+        constexpr std::array about_program{"entry", "unreached", "doomed", "unused_use"};
+        if (std::find(about_program.begin(), about_program.end(), message.kind) !=
+            about_program.end()) {
+            continue;
+        }
         const bool may_come = message.kind == "alive" && !typed.has_expression &&
                               message.range.begin < message.range.end;
         if (may_come) message.severity = Severity::warning;
@@ -99,7 +118,23 @@ bool is_note_of_next(const Program& program, size_t piece) {
            piece + 1 < pieces.size() && is_kept(pieces[piece + 1]);
 }
 
-/// Takes definitions, and an expression in front of them if there is one.
+/// What notes in a program say that it uses.
+std::vector<std::string> uses_in(const Program& program) {
+    std::vector<std::string> uses;
+    for (const ToolNote& note : tool_notes(program)) {
+        if (note.word != "use") continue;
+        for (const Word& word : words_of(program, note.body)) uses.push_back(word.text);
+    }
+    return uses;
+}
+
+void evaluate(const Typed& typed, Show show) {
+    const Packed packed = pack_expression(typed.bundle, typed.bundle.program(0));
+    std::cout << shown_messages(typed.bundle, packed.messages);
+    if (!has_faults(packed.messages)) evaluate(packed.text, show);
+}
+
+/// Takes definitions and what they use, and an expression in front of them if there is one.
 void take_input(const std::string& input, Show show) {
     // Behind an entry the first piece shows whether it is a definition.
     const Program program = read_program("0,\n" + input);
@@ -109,7 +144,8 @@ void take_input(const std::string& input, Show show) {
     }
     Typed typed;
     typed.has_expression =
-        program.pieces.size() < 2 || !(is_kept(program.pieces[1]) || is_note_of_next(program, 1));
+        program.pieces.size() < 2 || !(is_kept(program.pieces[1]) || is_note_of_next(program, 1) ||
+                                       is_tool_note(program, program.pieces[1]));
     typed.lines = static_cast<size_t>(std::count(input.begin(), input.end(), '\n')) + 1;
     typed.first_line = typed.has_expression ? 0 : 2;
     const std::string before = typed.has_expression ? "" : entry_of(keys) + "\n,\n";
@@ -118,7 +154,8 @@ void take_input(const std::string& input, Show show) {
     for (size_t i = 0; i < program.pieces.size(); ++i) {
         if (is_kept(program.pieces[i])) notebook.define(definition_of(program, i));
     }
-    if (typed.has_expression) evaluate(typed.program, show);
+    for (const std::string& use : uses_in(program)) notebook.use(use);
+    if (typed.has_expression) evaluate(typed, show);
 }
 
 std::string trimmed(const std::string& text) {
@@ -141,6 +178,27 @@ bool is_whole(const std::string& text) {
 
 // Commands.
 
+/// What the session can name of the files that it uses.
+std::vector<Offer> used_names() {
+    const Files files = files_on_disk();
+    const Bundle bundle =
+        read_bundle(files, "./session", notebook.program("0"), Reading::expression);
+    std::vector<Offer> all = offers(files, bundle);
+    std::erase_if(all, [](const Offer& offer) { return offer.use.has_value(); });
+    return all;
+}
+
+/// Shows what a used file says of a name. Whether one does.
+bool show_used_name(const std::string& name) {
+    for (const Offer& offer : used_names()) {
+        if (offer.name != name) continue;
+        if (!offer.note.empty()) std::cout << "[" << offer.note << "]\n";
+        std::cout << offer.signature << "  from " << offer.origin << '\n';
+        return true;
+    }
+    return false;
+}
+
 void show_help(const std::string& name) {
     const Definition* definition = notebook.find(name);
     const std::string entry = reference_entry(name);
@@ -149,8 +207,12 @@ void show_help(const std::string& name) {
     } else if (definition) {
         if (!definition->note.empty()) std::cout << definition->note << '\n';
         std::cout << definition->text << '\n';
+    } else if (show_used_name(name)) {
+        return;
     } else if (!entry.empty()) {
         std::cout << name << '\n' << entry.substr(0, entry.find_last_not_of('\n') + 1) << '\n';
+    } else if (const auto shown = shown_name(files_on_disk(), name, PageForm::text)) {
+        std::cout << *shown;
     } else if (is_given(name)) {
         std::cout << ticked(name) << " has no entry.\n";
     } else {
@@ -178,12 +240,19 @@ void load_file(const std::string& path) {
         std::cout << file.why << '\n';
         return;
     }
-    const Checked checked = check_source(*file.text);
-    if (checked.faults > 0) {
-        std::cout << shown_messages(path, *file.text, checked.messages);
+    const Files files = files_on_disk();
+    const Bundle bundle = read_bundle(files, path, *file.text);
+    const auto messages = check_bundle(files, bundle, Scope::program);
+    if (has_faults(messages)) {
+        std::cout << shown_messages(bundle, messages);
         return;
     }
-    const Program program = read_program(*file.text);
+    const Program& program = bundle.program(0);
+    for (const Use& use : bundle.sources.front().uses) {
+        const SourceFile& used = bundle.sources[*use.source];
+        const bool has_folder = used.path.find('/') != std::string::npos;
+        notebook.use(used.is_theme ? used.origin : has_folder ? used.path : "./" + used.path);
+    }
     size_t count = 0;
     for (size_t i = 0; i < program.pieces.size(); ++i) {
         if (!is_kept(program.pieces[i]) || !program.counts(i)) continue;
@@ -195,7 +264,8 @@ void load_file(const std::string& path) {
 
 void save_file(const std::string& path) {
     if (path.empty()) return need(":save", "the name of a file");
-    const std::string program = notebook.program("a\\0") + '\n';
+    const std::string folder = std::filesystem::path(path).parent_path().string();
+    const std::string program = notebook.program("a\\0", {}, folder.empty() ? "." : folder) + '\n';
     const Formatted formatted = format_source(program);
     const std::string why = write_file(path, formatted.text.value_or(program));
     const size_t count = notebook.definitions.size();
@@ -233,6 +303,7 @@ bool take_command(const std::string& line) {
 std::vector<std::string> completions(std::string_view begin) {
     std::vector<std::string> names;
     for (const Definition& one : notebook.definitions) names.push_back(one.key);
+    for (const Offer& offer : used_names()) names.push_back(offer.name);
     for (const Row& row : builtin_table()) names.emplace_back(row.name);
     std::erase_if(names, [&](const std::string& name) { return !name.starts_with(begin); });
     return names;

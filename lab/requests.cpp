@@ -4,12 +4,17 @@
 
 #include <algorithm>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <sstream>
 
 #include "front/scan.h"
+#include "lab/across.h"
+#include "lab/check_bundle.h"
+#include "lab/doc.h"
 #include "lab/fixes.h"
+#include "lab/notes.h"
 #include "lab/reference.h"
 #include "lab/surroundings.h"
 #include "reduce/tables.h"
@@ -25,6 +30,7 @@ constexpr int symbol_function = 12;
 constexpr int symbol_constant = 14;
 constexpr int item_function = 3;
 constexpr int item_variable = 6;
+constexpr int item_module = 9;
 constexpr int item_constant = 21;
 
 // Names.
@@ -56,33 +62,24 @@ std::vector<const Name*> places_of(const Document& document, const Name& name) {
     return places;
 }
 
-/// The piece that defines a global of the program; null for others.
-const Piece* definition_of(const Document& document, std::string_view key) {
-    const auto piece = document.program.definitions.find(key);
-    return piece == document.program.definitions.end() ? nullptr
-                                                       : &document.program.pieces[piece->second];
-}
+/// A definition, in the document or in a file that it uses.
+struct Meant {
+    Place place;
+    const SourceFile& source;
+    const Piece& piece;
+};
 
-/// A definition's parameters as they are written in front of its body.
-std::string signature(const Document& document, const Piece& piece) {
-    std::string shown(document.program.written(piece.name));
-    if (piece.fresh) shown += "()";
-    shown += '\\';
-    for (const std::string& parameter : piece.parameters) shown += parameter + "\\";
-    return shown;
-}
-
-/// The note that stands in front of a piece, without its brackets. What has a backslash and no
-/// brackets is rather a definition that is being typed.
-std::string note_before(const Document& document, const Piece& piece) {
-    const auto& pieces = document.program.pieces;
-    const auto index = static_cast<size_t>(&piece - pieces.data());
-    if (index == 0 || pieces[index - 1].kind != PieceKind::note) return {};
-    const std::string_view note = document.program.written(pieces[index - 1].range);
-    const bool bracketed = note.size() > 1 && note.front() == '[' && note.back() == ']';
-    if (note.starts_with("[lab:")) return {};
-    if (bracketed) return std::string(note.substr(1, note.size() - 2));
-    return note.find('\\') == note.npos ? std::string(note) : std::string();
+/// What a global means, when a file defines it.
+std::optional<Meant> meant_by(const Document& document, std::string_view key) {
+    const Bundle& bundle = document.bundle;
+    std::vector<Place> places = meanings(bundle, 0, key);
+    if (places.empty()) {
+        const auto own = document.program.definitions.find(key);
+        if (own == document.program.definitions.end()) return std::nullopt;
+        places.push_back({0, own->second});
+    }
+    const SourceFile& source = bundle.sources[places[0].source];
+    return Meant{places[0], source, source.program.pieces[places[0].piece]};
 }
 
 /// How a function is called, and its parameters in that text.
@@ -121,8 +118,8 @@ std::vector<std::string> builtin_parameters(const std::string& name, size_t arit
 
 /// Of a global; nothing for one that is defined by nobody or by the prelude.
 std::optional<Signature> signature_of(const Document& document, const std::string& key) {
-    if (const Piece* piece = definition_of(document, key)) {
-        return signature_of(key, piece->parameters);
+    if (const auto meant = meant_by(document, key)) {
+        return signature_of(key, meant->piece.parameters);
     }
     const auto arity = builtin_arity(key);
     if (!arity) return std::nullopt;
@@ -131,16 +128,19 @@ std::optional<Signature> signature_of(const Document& document, const std::strin
 
 /// What is known of a global: the note before its definition, or the reference's entry.
 std::string documentation_of(const Document& document, const std::string& key) {
-    const Piece* piece = definition_of(document, key);
-    return piece ? note_before(document, *piece) : reference_entry(key);
+    const auto meant = meant_by(document, key);
+    if (!meant) return reference_entry(key);
+    std::string note = note_before(meant->source.program, meant->piece);
+    if (meant->place.source == 0) return note;
+    return note + (note.empty() ? "" : "\n\n") + "From " + called(meant->source) + ".";
 }
 
 Json markdown(const std::string& text) { return {{"kind", "markdown"}, {"value", text}}; }
 
 std::string described_global(const Document& document, const std::string& key) {
     std::string shown = key;
-    if (const Piece* piece = definition_of(document, key)) {
-        shown = signature(document, *piece);
+    if (const auto meant = meant_by(document, key)) {
+        shown = signature_of(meant->source.program, meant->piece);
     } else if (const auto signature = signature_of(document, key)) {
         shown = signature->label;
     }
@@ -171,14 +171,51 @@ Json hover(const Document& document, const Json& parameters) {
             {"range", document.range(name->range)}};
 }
 
+/// A place in a source of the bundle.
+Json location_in(const Document& document, const SourceFile& source, Range bytes) {
+    if (&source == &document.bundle.sources.front()) return document.location(bytes);
+    const std::string identity = identity_of(source.path);
+    const auto open = document.workspace.uris.find(identity);
+    const bool is_open = open != document.workspace.uris.end();
+    return {{"uri", is_open ? open->second : uri_of_path(identity)},
+            {"range", Source(source.program.text).range(bytes)}};
+}
+
 Json definition(const Document& document, const Json& parameters) {
     const Name* name = name_asked_for(document, parameters);
     if (!name) return nullptr;
     if (const auto binder = binder_of(document, *name)) {
         return document.location(document.program.names[*binder].range);
     }
-    const Piece* piece = definition_of(document, name->key);
-    return piece ? document.location(piece->name) : Json(nullptr);
+    const auto meant = meant_by(document, name->key);
+    return meant ? location_in(document, meant->source, meant->piece.name) : Json(nullptr);
+}
+
+// Places in all files.
+
+/// The documents in which a word stands: those of the editor's folders, or of the document's own,
+/// and those that are open.
+std::vector<std::unique_ptr<Document>> documents_with(const Document& document,
+                                                      const std::string& word) {
+    const Workspace& workspace = document.workspace;
+    std::vector<std::string> paths;
+    for (const std::string& folder : workspace.folders) {
+        const std::vector<std::string> more = programs_under(folder);
+        paths.insert(paths.end(), more.begin(), more.end());
+    }
+    if (workspace.folders.empty()) paths = programs_in(folder_of(path_of_uri(document.uri)));
+    std::map<std::string, std::string> uris = workspace.uris;
+    for (const std::string& path : paths) {
+        const std::string identity = identity_of(path);
+        uris.emplace(identity, uri_of_path(identity));
+    }
+    std::vector<std::unique_ptr<Document>> found;
+    for (const auto& [identity, uri] : uris) {
+        auto text = file_text(workspace.files, identity);
+        if (!text || text->find(word) == text->npos) continue;
+        found.push_back(std::make_unique<Document>(workspace, uri, std::move(*text)));
+    }
+    return found;
 }
 
 Json references(const Document& document, const Json& parameters) {
@@ -188,9 +225,21 @@ Json references(const Document& document, const Json& parameters) {
     const auto context = parameters.find("context");
     const bool with_declaration =
         context == parameters.end() || context->value("includeDeclaration", true);
-    for (const Name* place : places_of(document, *name)) {
-        if (with_declaration || place->role == Role::use) {
-            found.push_back(document.location(place->range));
+    const auto meant = place_of(document.bundle, *name);
+    if (!meant) {
+        for (const Name* place : places_of(document, *name)) {
+            if (with_declaration || place->role == Role::use) {
+                found.push_back(document.location(place->range));
+            }
+        }
+        return found;
+    }
+    const Target target = target_of(document.bundle, *meant);
+    for (const auto& other : documents_with(document, target.key)) {
+        for (const Range& range : places_of(other->bundle, target)) {
+            const Name* place = other->program.name_at(range.begin);
+            const bool declares = place && place->role == Role::definition;
+            if (with_declaration || !declares) found.push_back(other->location(range));
         }
     }
     return found;
@@ -222,9 +271,37 @@ bool is_prose(const Document& document, size_t at) {
     return piece && document.program.pieces[*piece].kind == PieceKind::note;
 }
 
+/// The themes of the library, in a note that says what the document uses.
+Json theme_items(const Document& document, size_t at) {
+    Json items = Json::array();
+    const auto piece = document.program.piece_at(at);
+    const bool is_use =
+        piece &&
+        document.program.written(document.program.pieces[*piece].range).starts_with("[use:");
+    if (!is_use) return items;
+    for (const std::string& theme : themes_of(document.workspace.files)) {
+        items.push_back(completion_item(theme, item_module, "a theme of the library", {}));
+    }
+    return items;
+}
+
+/// What a file that the document uses defines, or a theme that it could use.
+Json offered_item(const Document& document, const Offer& offer) {
+    const bool is_function = offer.signature.find('\\') + 1 != offer.signature.size();
+    std::string about = offer.note.empty() ? "" : offer.note + "\n\n";
+    about += "From " + ticked(offer.origin) + ".";
+    Json item = completion_item(offer.name, is_function ? item_function : item_constant,
+                                offer.signature, about);
+    if (!offer.use) return item;
+    item["additionalTextEdits"] = document.text_edits({*offer.use});
+    // Behind what needs nothing.
+    item["sortText"] = "~" + offer.name;
+    return item;
+}
+
 Json completion(const Document& document, const Json& parameters) {
     const size_t at = document.offset(parameters.at("position"));
-    Json items = Json::array();
+    Json items = theme_items(document, at);
     if (is_prose(document, at)) return items;
     std::set<std::string> listed;
     for (const Name& name : document.program.names) {
@@ -239,6 +316,9 @@ Json completion(const Document& document, const Json& parameters) {
     }
     for (const Row& row : builtin_table()) {
         if (listed.insert(row.name).second) items.push_back(global_item(document, row.name));
+    }
+    for (const Offer& offer : offers(document.workspace.files, document.bundle)) {
+        if (listed.insert(offer.name).second) items.push_back(offered_item(document, offer));
     }
     return items;
 }
@@ -289,12 +369,44 @@ Json diagnostic_of(const Document& document, const Message& message) {
             {"message", message.say}};
 }
 
+/// The messages about a document; what is wrong in a file that it uses is told at its name.
+std::vector<Message> messages_about(const Document& document) {
+    const Bundle& bundle = document.bundle;
+    const auto all = check_bundle(document.workspace.files, bundle, Scope::program_and_tests);
+    std::vector<Message> messages = checked_of(all.front()).messages;
+    for (size_t i = 1; i < all.size(); ++i) {
+        if (!has_faults(all[i])) continue;
+        // A file that is used from afar is told of where the document's uses begin.
+        const std::vector<Use>& uses = bundle.sources.front().uses;
+        const auto direct =
+            std::find_if(uses.begin(), uses.end(), [&](const Use& use) { return use.source == i; });
+        const Use& use = direct == uses.end() ? uses.front() : *direct;
+        const std::string first = only_faults(all)[i].front().say;
+        messages.push_back({use.range, Severity::fault, "use",
+                            called(bundle.sources[i]) + " is at fault: " + first});
+    }
+    return messages;
+}
+
+/// The ways to mend what a message is about, and for a name that a theme of the library has, to use
+/// that.
+std::vector<Fix> all_fixes_of(const Document& document, const Message& message) {
+    std::vector<Fix> fixes = fixes_of(document.program, message);
+    if (message.kind != "alive") return fixes;
+    const std::string_view name = document.program.written(message.range);
+    for (const Offer& offer : offers(document.workspace.files, document.bundle)) {
+        if (offer.name != name || !offer.use) continue;
+        fixes.push_back({"Use " + ticked(offer.origin), {*offer.use}});
+    }
+    return fixes;
+}
+
 Json code_action(const Document& document, const Json& parameters) {
     const Range range = document.bytes(parameters.at("range"));
     Json actions = Json::array();
-    for (const Message& message : check_source(document.text()).messages) {
+    for (const Message& message : messages_about(document)) {
         if (message.range.end < range.begin || range.end < message.range.begin) continue;
-        const std::vector<Fix> fixes = fixes_of(document.program, message);
+        const std::vector<Fix> fixes = all_fixes_of(document, message);
         for (const Fix& fix : fixes) {
             actions.push_back({{"title", fix.title},
                                {"kind", "quickfix"},
@@ -315,7 +427,7 @@ Json document_symbols(const Document& document, const Json&) {
         symbols.push_back(
             {{"name", shown_name(piece)},
              {"kind", is_function ? symbol_function : symbol_constant},
-             {"detail", is_entry ? "" : signature(document, piece)},
+             {"detail", is_entry ? "" : signature_of(document.program, piece)},
              {"range", document.range(piece.range)},
              {"selectionRange", document.range(is_entry ? piece.range : piece.name)}});
     }
@@ -324,24 +436,16 @@ Json document_symbols(const Document& document, const Json&) {
 
 // Renaming.
 
-/// Why a name can't be changed, or can't become the new one; empty when it can.
-std::string refusal(const Document& document, const Name& name, const std::string& fresh) {
-    const bool is_word = !fresh.empty() && std::all_of(fresh.begin(), fresh.end(), [](char c) {
+bool is_word(const std::string& text) {
+    return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
         return is_word_byte(static_cast<uint8_t>(c));
     });
-    const auto binder = binder_of(document, name);
-    if (!is_word) return "A name is a word of small letters and _.";
-    if (fresh == name.key) return {};
-    if (!binder) {
-        if (!definition_of(document, name.key)) {
-            return "Only what the program defines has a new name.";
-        }
-        if (is_letter(fresh)) return "A definition's name has two letters or more.";
-        if (is_given(fresh) || definition_of(document, fresh)) {
-            return fresh + " is defined already.";
-        }
-    }
+}
+
+/// Why a local name can't become the new one; empty when it can.
+std::string local_refusal(const Document& document, const Name& name, const std::string& fresh) {
     // A long local name means the local one in its whole definition; a short one in its scope.
+    if (!meanings(document.bundle, 0, fresh).empty()) return fresh + " is defined already.";
     std::set<size_t> pieces;
     for (const Name* place : places_of(document, name)) pieces.insert(place->piece);
     for (const size_t piece : pieces) {
@@ -352,22 +456,52 @@ std::string refusal(const Document& document, const Name& name, const std::strin
     return {};
 }
 
+Json rename_local(const Document& document, const Name& name, const std::string& fresh) {
+    const std::string why = local_refusal(document, name, fresh);
+    if (!why.empty() && fresh != name.key) throw Refused(why);
+    std::vector<Edit> edits;
+    for (const Name* place : places_of(document, name)) edits.push_back({place->range, fresh});
+    return document.edit(edits);
+}
+
+/// Whether a definition can have another name at all.
+bool is_renamed(const Document& document, const Place& place) {
+    return place.source == 0 || !document.bundle.sources[place.source].is_theme;
+}
+
+Json rename_global(const Document& document, const Place& place, const std::string& fresh) {
+    if (!is_renamed(document, place)) throw Refused("The library's names stay as they are.");
+    if (is_letter(fresh)) throw Refused("A definition's name has two letters or more.");
+    if (is_given(fresh)) throw Refused(fresh + " is defined already.");
+    const Target target = target_of(document.bundle, place);
+    Json changes = Json::object();
+    for (const auto& other : documents_with(document, target.key)) {
+        const std::string why = refusal_of(other->bundle, target, fresh);
+        if (!why.empty() && fresh != target.key) throw Refused(why);
+        std::vector<Edit> edits;
+        for (const Range& range : places_of(other->bundle, target)) edits.push_back({range, fresh});
+        if (!edits.empty()) changes[other->uri] = other->text_edits(edits);
+    }
+    return {{"changes", std::move(changes)}};
+}
+
 Json rename(const Document& document, const Json& parameters) {
     const Name* name = name_asked_for(document, parameters);
     if (!name) throw Refused("No name stands there.");
     const auto fresh = parameters.at("newName").get<std::string>();
-    const std::string why = refusal(document, *name, fresh);
-    if (!why.empty()) throw Refused(why);
-    std::vector<Edit> edits;
-    for (const Name* place : places_of(document, *name)) edits.push_back({place->range, fresh});
-    return document.edit(edits);
+    if (!is_word(fresh)) throw Refused("A name is a word of small letters and _.");
+    if (binder_of(document, *name)) return rename_local(document, *name, fresh);
+    const auto place = place_of(document.bundle, *name);
+    if (!place) throw Refused("Only what the program defines has a new name.");
+    return rename_global(document, *place, fresh);
 }
 
 Json prepare_rename(const Document& document, const Json& parameters) {
     const Name* name = name_asked_for(document, parameters);
     if (!name) return nullptr;
-    if (!binder_of(document, *name) && !definition_of(document, name->key)) return nullptr;
-    return document.range(name->range);
+    const auto place = place_of(document.bundle, *name);
+    const bool can_be = binder_of(document, *name) || (place && is_renamed(document, *place));
+    return can_be ? document.range(name->range) : Json(nullptr);
 }
 
 struct Method {
@@ -420,7 +554,7 @@ Json capabilities() {
 
 Json diagnostics_of(const Document& document) {
     Json list = Json::array();
-    for (const Message& message : check_source(document.text()).messages) {
+    for (const Message& message : messages_about(document)) {
         list.push_back(diagnostic_of(document, message));
     }
     return list;

@@ -6,6 +6,7 @@
 #include <optional>
 #include <stdexcept>
 
+#include "lab/across.h"
 #include "lab/document.h"
 #include "lab/fixes.h"
 #include "lab/frames.h"
@@ -91,8 +92,34 @@ std::optional<Json> parsed(std::string_view text) {
 
 // Requests.
 
-Json initialize(Server& server) {
+/// The folders that a client works in: those of the workspace, or the root.
+std::vector<std::string> folders_in(const Json& parameters) {
+    std::vector<std::string> folders;
+    const auto add = [&](const Json& uri) {
+        if (uri.is_string()) folders.push_back(path_of_uri(uri.get<std::string>()));
+    };
+    if (!parameters.is_object()) return folders;
+    const Json several = parameters.value("workspaceFolders", Json());
+    for (const Json& one : several.is_array() ? several : Json::array()) {
+        if (one.is_object()) add(one.value("uri", Json()));
+    }
+    if (folders.empty()) add(parameters.value("rootUri", Json()));
+    return folders;
+}
+
+Workspace workspace_of(const Server& server) {
+    Workspace workspace{files_on_disk(), {}, server.folders};
+    for (const auto& [uri, open] : server.texts) {
+        const std::string identity = identity_of(path_of_uri(uri));
+        workspace.files.open[identity] = open.text;
+        workspace.uris[identity] = uri;
+    }
+    return workspace;
+}
+
+Json initialize(Server& server, const Json& parameters) {
     server.phase = Server::Phase::running;
+    server.folders = folders_in(parameters);
     return {{"capabilities", capabilities()},
             {"serverInfo", {{"name", "marl-lab"}, {"version", MARL_VERSION}}}};
 }
@@ -102,7 +129,8 @@ Json answer_about_document(const Server& server, const Json& id, Handler handler
     const auto uri = parameters.at("textDocument").at("uri").get<std::string>();
     const auto open = server.texts.find(uri);
     if (open == server.texts.end()) return error_of(id, request_failed, "The document isn't open.");
-    const Document document(uri, open->second.text);
+    const Workspace workspace = workspace_of(server);
+    const Document document(workspace, uri, open->second.text);
     return {{"jsonrpc", "2.0"}, {"id", id}, {"result", handler(document, parameters)}};
 }
 
@@ -118,7 +146,7 @@ Json answer_request(Server& server, const Json& id, const std::string& method,
                    : error_of(id, invalid_request, "The session has begun already.");
     }
     if (method == "initialize") {
-        return {{"jsonrpc", "2.0"}, {"id", id}, {"result", initialize(server)}};
+        return {{"jsonrpc", "2.0"}, {"id", id}, {"result", initialize(server, parameters)}};
     }
     if (method == "shutdown") {
         server.phase = Phase::shut_down;
@@ -226,9 +254,14 @@ std::vector<Json> answer(Server& server, std::string_view message) {
 
 std::vector<Json> due_diagnostics(Server& server) {
     std::vector<Json> notices;
-    for (const std::string& uri : server.changed) {
-        const OpenText& open = server.texts.at(uri);
-        notices.push_back(notice(uri, open.version, diagnostics_of(Document(uri, open.text))));
+    if (server.changed.empty()) return notices;
+    const Workspace workspace = workspace_of(server);
+    for (const auto& [uri, open] : server.texts) {
+        // A document that uses others can be wrong for what is written there.
+        const bool may_use = open.text.find("[use:") != open.text.npos;
+        if (!may_use && !server.changed.contains(uri)) continue;
+        const Document document(workspace, uri, open.text);
+        notices.push_back(notice(uri, open.version, diagnostics_of(document)));
     }
     server.changed.clear();
     return notices;

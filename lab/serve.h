@@ -25,6 +25,7 @@ struct Server {
     Phase phase = Phase::fresh;
     std::map<std::string, OpenText> texts;  // of the open documents, by URI
     std::set<std::string> changed;          // those whose diagnostics are not told yet
+    std::vector<std::string> folders;       // that the client works in
     bool done = false;
 };
 
