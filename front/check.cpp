@@ -169,13 +169,21 @@ Report check_program() {
     return run_stages(module, stages);
 }
 
-Report run_program(int64_t arguments) {
-    if (Report report = check_program(); !passed(report)) return report;
+Value run_entry(int64_t arguments) {
     todo_armed = true;
-    Value result = reduce(pair(Value::share(find_definition("")), from_i64(arguments)));
+    return reduce(pair(Value::share(find_definition("")), from_i64(arguments)));
+}
+
+Report report_on(Node* result) {
     if (is_leaf_of(result, ')')) return cycle_report(leaf_bytes(result).substr(1));
     if (!is_leaf(result) && is_leaf_of(left(result), ']')) return report_parse(text(right(result)));
-    if (kind_of(result) != 'i') return range_report(result);
+    return kind_of(result) == 'i' ? Report() : range_report(result);
+}
+
+Report run_program(int64_t arguments) {
+    if (Report report = check_program(); !passed(report)) return report;
+    Value result = run_entry(arguments);
+    if (Report report = report_on(result); !passed(report)) return report;
     set_definition("", std::move(result));
     return {};
 }

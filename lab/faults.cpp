@@ -178,18 +178,6 @@ struct Finding {
 
     // Undefined names.
 
-    std::vector<std::string> candidates(const Name& name) const {
-        std::vector<std::string> names;
-        for (const auto& [key, piece] : program.definitions) names.push_back(key);
-        for (const Name& other : program.names_of(piece_of(name))) {
-            const bool around =
-                other.scope.begin <= name.range.begin && name.range.end <= other.scope.end;
-            if (around) names.push_back(other.key);
-        }
-        for (const Row& row : builtin_table()) names.emplace_back(row.name);
-        return names;
-    }
-
     /// The parameter or local of the name's key that stands elsewhere in its definition.
     const Name* binder_elsewhere(const Name& name) const {
         const auto binder = binders.find({name.piece, name.key});
@@ -254,7 +242,7 @@ struct Finding {
         }
         const std::string_view foreign = foreign_word(name.key);
         if (!foreign.empty()) return shown + " is not defined; " + std::string(foreign) + ".";
-        const std::vector<std::string> near = near_names(name.key, candidates(name));
+        const std::vector<std::string> near = near_names(program, name);
         if (near.empty()) return shown + " is not defined.";
         std::string say = shown + " is not defined; is it ";
         for (size_t i = 0; i < near.size(); ++i) {

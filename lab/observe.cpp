@@ -1,7 +1,6 @@
 #include "lab/observe.h"
 
 #include <list>
-#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "driver/interrupt.h"
@@ -165,12 +164,10 @@ std::string call_text(const State& state, const Room& room) {
     return call;
 }
 
-Json json_of(const Outcome& outcome, const Watcher& watcher) {
+Ending ending_of(const Outcome& outcome, const Watcher& watcher) {
     const bool failed = !passed(outcome.report) && !watcher.has_stopped();
-    return {{"started", watcher.has_started()},
-            {"ended", watcher.has_started() && !watcher.has_stopped()},
-            {"status", outcome.status},
-            {"report", failed ? std::string(report_picture(outcome.report).view()) : ""}};
+    return {watcher.has_started(), watcher.has_started() && !watcher.has_stopped(), outcome.status,
+            failed ? std::string(report_picture(outcome.report).view()) : ""};
 }
 
 Outcome run_watched(std::string_view text, const std::vector<std::string>& arguments,

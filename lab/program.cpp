@@ -182,8 +182,6 @@ void list_parameters(Piece& piece) {
     }
 }
 
-bool overlap(Range a, Range b) { return a.begin < b.end && b.begin < a.end; }
-
 /// Parses one piece of the normalised text.
 Piece read_piece(Program& program, std::string_view normalised, size_t begin, size_t end,
                  const std::vector<size_t>& places, const std::vector<Range>& damage) {
@@ -204,8 +202,9 @@ Piece read_piece(Program& program, std::string_view normalised, size_t begin, si
                 0,
                 0};
     piece.expression = piece.value;
-    piece.damaged = std::any_of(damage.begin(), damage.end(),
-                                [&](Range range) { return overlap(range, piece.range); });
+    const auto behind = std::partition_point(
+        damage.begin(), damage.end(), [&](Range range) { return range.end <= piece.range.begin; });
+    piece.damaged = behind != damage.end() && behind->begin < piece.range.end;
     if (begin > 0) name_piece(program, piece);
     return piece;
 }
@@ -221,6 +220,25 @@ void read_pieces(Program& program, std::string_view mended, const std::vector<Ra
         program.pieces.push_back(read_piece(program, normal.view(), begin, end, places, damage));
         begin = end + 1;
     }
+}
+
+/// A first line that tells a system which program runs the file is for nobody else.
+std::string without_interpreter_line(std::string_view text) {
+    std::string rest(text);
+    if (!text.starts_with("#!")) return rest;
+    const size_t end = std::min(text.find('\n'), text.size());
+    std::fill_n(rest.begin(), end, ' ');
+    return rest;
+}
+
+/// A first piece that is empty or a text in brackets is no entry.
+void find_entry(Program& program) {
+    Piece& first = program.pieces.front();
+    const std::string_view text = program.written(first.range);
+    const bool is_note = is_leaf_of(first.value, '[') && text.starts_with('[');
+    if (first.damaged || (!text.empty() && !is_note)) return;
+    first.kind = PieceKind::note;
+    program.has_entry = false;
 }
 
 void read_names(Program& program) {
@@ -275,14 +293,15 @@ const Name* Program::name_at(size_t position) const {
     return ending;
 }
 
-Program read_program(std::string_view text) {
+Program read_program(std::string_view text, Reading reading) {
     Program program;
-    program.text = std::string(text);
-    Mended mended = mend_brackets(text);
+    program.text = without_interpreter_line(text);
+    Mended mended = mend_brackets(program.text);
     program.bracket_faults = std::move(mended.faults);
     program.comma_faults = find_comma_faults(mended.text);
     for (const Message& fault : program.comma_faults) mended.damage.push_back(fault.range);
     read_pieces(program, mended.text, mended.damage);
+    if (reading == Reading::file) find_entry(program);
     read_names(program);
     return program;
 }

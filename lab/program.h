@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <map>
 #include <optional>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -59,14 +60,16 @@ struct BadKey {
 };
 
 struct Program {
-    std::string text;
+    std::string text;       // with blanks in the place of a first line that begins with #!
+    bool has_entry = true;  // a file of definitions has none: its first piece is empty or a note
     std::vector<Message> bracket_faults;
     std::vector<Message> comma_faults;
-    std::vector<Piece> pieces;  // the entry is the first
+    std::vector<Piece> pieces;  // the entry, if there is one, is the first
     Origins origins;            // places in `text`
     std::vector<Name> names;    // piece by piece; within one, as a walk meets them
     std::vector<BadKey> bad_keys;
     std::map<std::string, size_t, std::less<>> definitions;  // the piece that counts: the last one
+    std::set<std::string, std::less<>> used_names;           // what the files that it uses define
 
     std::string_view written(Range range) const {
         return std::string_view(text).substr(range.begin, range.end - range.begin);
@@ -85,7 +88,11 @@ struct Program {
     const Name* name_at(size_t position) const;
 };
 
-Program read_program(std::string_view text);
+/// What a text is: a file, or an expression with definitions behind it, whose first piece is always
+/// the entry.
+enum class Reading { file, expression };
+
+Program read_program(std::string_view text, Reading reading = Reading::file);
 
 /// The prelude's definitions, read in the same way.
 const Program& prelude_program();

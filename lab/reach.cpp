@@ -48,7 +48,7 @@ Keys follow(const std::map<std::string, Keys, std::less<>>& references,
 }  // namespace
 
 bool is_defined(const Program& program, std::string_view key) {
-    return program.definitions.contains(key) || is_given(key);
+    return program.definitions.contains(key) || program.used_names.contains(key) || is_given(key);
 }
 
 std::vector<Node*> missing_operands(const Program& program, size_t piece) {
@@ -62,13 +62,22 @@ std::vector<Node*> missing_operands(const Program& program, size_t piece) {
 }
 
 Reach find_reach(const Program& program) {
+    std::vector<std::string> roots;
+    if (program.has_entry) roots.emplace_back();
+    for (const auto& [key, piece] : program.definitions) {
+        if (!program.has_entry) roots.push_back(key);
+    }
+    return find_reach(program, std::move(roots));
+}
+
+Reach find_reach(const Program& program, std::vector<std::string> roots) {
     auto references = references_of(program);
     static const auto* given = new auto(references_of(prelude_program()));
     for (const auto& [key, keys] : *given) {
         if (!key.empty()) references.emplace(key, keys);
     }
     Reach reach;
-    reach.alive = follow(references, {""});
+    reach.alive = follow(references, std::move(roots));
     reach.loads = reach.alive.contains("load") || reach.alive.contains("road");
 
     std::map<std::string, std::vector<std::string>, std::less<>> callers;

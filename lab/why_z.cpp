@@ -9,7 +9,6 @@
 // holds are given up from time to time.
 #include <algorithm>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -202,13 +201,10 @@ class Tracing : public Watcher {
     std::string result_;
 };
 
-Json chain_of(OriginRef origin) {
-    Json chain = Json::array();
+std::vector<Link> chain_of(OriginRef origin) {
+    std::vector<Link> chain;
     for (; origin; origin = origin->cause) {
-        chain.push_back({{"n", origin->number},
-                         {"kind", origin->kind},
-                         {"call", origin->call},
-                         {"within", origin->within}});
+        chain.push_back({origin->number, origin->kind, origin->call, origin->within});
     }
     std::reverse(chain.begin(), chain.end());
     return chain;
@@ -216,12 +212,10 @@ Json chain_of(OriginRef origin) {
 
 }  // namespace
 
-Json why_z(std::string_view text, const std::vector<std::string>& arguments) {
+Why why_z(std::string_view text, const std::vector<std::string>& arguments) {
     Tracing tracing;
-    Json result = json_of(run_watched(text, arguments, tracing), tracing);
-    result["result"] = tracing.result();
-    result["chain"] = chain_of(tracing.origin_of_result());
-    return result;
+    const Outcome outcome = run_watched(text, arguments, tracing);
+    return {ending_of(outcome, tracing), tracing.result(), chain_of(tracing.origin_of_result())};
 }
 
 }  // namespace marl::lab

@@ -1,13 +1,14 @@
 // The commands of the laboratory for a page: JSON in, JSON out.
 //
 // A request is an object with "command", "text", and what else the command takes. The answer is
-// what lab/lab.h describes, with what a command tells as it comes gathered in it. A program that is
-// watched may end the process; then what was told so far is the answer, which so outlives it.
-#include <nlohmann/json.hpp>
+// what lab/json.h makes of the command's, with what it tells as it comes gathered in it. A program
+// that is watched may end the process; then what was told so far is the answer, which so outlives
+// it.
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "lab/json.h"
 #include "lab/lab.h"
 #include "lab/observe.h"
 
@@ -25,8 +26,8 @@ void steps(const std::string& text, const Arguments& arguments, const Json& requ
     options.count = request.value("count", int64_t{100});
     options.trees = true;
     answer["steps"] = Json::array();
-    const Emit gather = [](const Json& step) { answer["steps"].push_back(step); };
-    answer.update(run_steps(text, arguments, options, gather));
+    const auto gather = [](const Step& step) { answer["steps"].push_back(json_of(step)); };
+    answer.update(json_of(run_steps(text, arguments, options, gather)));
 }
 
 /// Goes through a run without telling its states.
@@ -56,7 +57,7 @@ class Walk : public Watcher {
 void walk(const std::string& text, const Arguments& arguments, const Json& request) {
     Walk walk(request.value("from", int64_t{0}), request.value("limit", INT64_MAX),
               request.value("name", std::string()));
-    answer.update(json_of(run_watched(text, arguments, walk), walk));
+    answer.update(json_of(ending_of(run_watched(text, arguments, walk), walk)));
 }
 
 void answer_to(const Json& request) {
@@ -65,12 +66,15 @@ void answer_to(const Json& request) {
     const auto arguments = request.value("arguments", Arguments());
     // What stands when the program ends the process.
     answer = {{"started", true}, {"ended", true}, {"report", ""}};
-    if (command == "check") answer = check_source("program", text);
-    if (command == "format") answer = format_source(text);
+    if (command == "check") answer = json_of("program", text, check_source(text));
+    if (command == "format") answer = json_of(text, format_source(text));
+    if (command == "pack") answer = json_of(text, pack_source(text));
     if (command == "steps") steps(text, arguments, request);
     if (command == "walk") walk(text, arguments, request);
-    if (command == "why_z") answer.update(why_z(text, arguments));
-    if (command == "profile") profile(text, arguments, [](const Json& told) { answer = told; });
+    if (command == "why_z") answer.update(json_of(why_z(text, arguments)));
+    if (command == "profile") {
+        profile(text, arguments, [](const Profiled& told) { answer = json_of(told); });
+    }
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
-#include <nlohmann/json.hpp>
 #include <random>
 #include <string>
 
@@ -40,11 +39,11 @@ bool holds(const std::string& text) {
     Report report;
     int64_t position = 0;
     const bool balances = check_brackets(text, report, position) || report.kind != "match";
-    const lab::Json result = lab::format_source(text);
-    if (!balances) return result.contains("messages");
-    if (!result.contains("text")) return false;
-    const auto layout = result["text"].get<std::string>();
-    return same(pieces_of(text), pieces_of(layout)) && lab::format_source(layout)["text"] == layout;
+    const lab::Formatted formatted = lab::format_source(text);
+    if (!balances) return !formatted.messages.empty();
+    if (!formatted.text) return false;
+    const std::string& layout = *formatted.text;
+    return same(pieces_of(text), pieces_of(layout)) && lab::format_source(layout).text == layout;
 }
 
 /// Programs of all that the grammar has, and of more: operands are missing, white space stands

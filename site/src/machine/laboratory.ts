@@ -3,18 +3,10 @@
 // `check` and `format` answer at once, from a worker that stays. Steps and a profile run the
 // program, so each such request has a worker of its own, which `stop` ends.
 import type { Job } from "./module";
+import type { Ending, Formatted, Message, Profiled, Step as AnyStep, Tree, Why } from "./results";
 import { Laboratory } from "./session";
 
-export interface Message {
-  line: number;
-  column: number;
-  end_line: number;
-  end_column: number;
-  severity: "fault" | "warning";
-  kind: string;
-  say: string;
-  source: string;
-}
+export type { Message, ProfileRow, Tree } from "./results";
 
 const still = new Laboratory(10_000);
 
@@ -25,41 +17,12 @@ export async function check(text: string): Promise<Message[]> {
 }
 
 /// The program in its canonical layout, or what keeps it from having one.
-export async function format(text: string): Promise<{ text?: string; messages?: Message[] }> {
+export async function format(text: string): Promise<Formatted> {
   return (await still.ask({ command: "format", text })) ?? {};
 }
 
-/// A part of a state's expression. A node that its state has shown already is there `again`.
-export type Tree =
-  | { id: number; leaf: string }
-  | { id: number; of: [Tree, Tree] }
-  | { id: number; again: true };
-
-export interface Step {
-  n: number;
-  run: number;
-  rule: string;
-  name?: string;
-  line: string;
-  redex: { start: number; length: number };
-  context: Tree;
-  focus: Tree;
-}
-
-export interface Watched {
-  started: boolean;
-  ended: boolean;
-  report: string;
-}
-
-export interface ProfileRow {
-  name: string;
-  calls: number;
-  steps: number;
-  nodes: number;
-  self: number;
-  below: number;
-}
+/// A state with its trees, which the pages always ask for.
+export type Step = AnyStep & { context: Tree; focus: Tree };
 
 /// A request that runs the program, in a worker of its own.
 export interface Pending<Answer> {
@@ -81,26 +44,25 @@ function watch<Answer>(request: object, job: Job): Pending<Answer> {
 }
 
 export function steps(job: Job, from: number, count: number) {
-  return watch<Watched & { steps: Step[] }>({ command: "steps", from, count }, job);
+  return watch<Ending & { steps: Step[] }>({ command: "steps", from, count }, job);
 }
 
 /// Where a run gets to: to its end, or to the state numbered `limit`.
 export function walk(job: Job, limit: number) {
-  return watch<Watched & { last: number }>({ command: "walk", limit }, job);
+  return watch<Ending & { last: number }>({ command: "walk", limit }, job);
 }
 
 /// The first call of a name in a state from `from` on; without `call` when there is none.
 export function nextCall(job: Job, name: string, from: number) {
-  return watch<Watched & { last: number; call?: string }>({ command: "walk", name, from }, job);
+  return watch<Ending & { last: number; call?: string }>({ command: "walk", name, from }, job);
 }
 
 /// The calls that a Z in the result comes from, the first one first. A program that ends the
 /// process has no result.
 export function whyZ(job: Job) {
-  return watch<Watched & { result?: string; chain?: { n: number; call: string; within: string[] }[] }>(
-    { command: "why_z" }, job);
+  return watch<Ending & Partial<Why>>({ command: "why_z" }, job);
 }
 
 export function profile(job: Job) {
-  return watch<Watched & { rows?: ProfileRow[]; folded: string }>({ command: "profile" }, job);
+  return watch<Ending & Pick<Profiled, "folded"> & Partial<Profiled>>({ command: "profile" }, job);
 }
