@@ -64,7 +64,7 @@ const Piece* definition_of(const Document& document, std::string_view key) {
 }
 
 /// A definition's parameters as they are written in front of its body.
-std::string signature(const Document& document, const Piece& piece) {
+std::string head_of(const Document& document, const Piece& piece) {
     std::string shown(document.program.written(piece.name));
     if (piece.fresh) shown += "()";
     shown += '\\';
@@ -140,7 +140,7 @@ Json markdown(const std::string& text) { return {{"kind", "markdown"}, {"value",
 std::string described_global(const Document& document, const std::string& key) {
     std::string shown = key;
     if (const Piece* piece = definition_of(document, key)) {
-        shown = signature(document, *piece);
+        shown = head_of(document, *piece);
     } else if (const auto signature = signature_of(document, key)) {
         shown = signature->label;
     }
@@ -315,7 +315,7 @@ Json document_symbols(const Document& document, const Json&) {
         symbols.push_back(
             {{"name", shown_name(piece)},
              {"kind", is_function ? symbol_function : symbol_constant},
-             {"detail", is_entry ? "" : signature(document, piece)},
+             {"detail", is_entry ? "" : head_of(document, piece)},
              {"range", document.range(piece.range)},
              {"selectionRange", document.range(is_entry ? piece.range : piece.name)}});
     }
