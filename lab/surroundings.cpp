@@ -1,5 +1,7 @@
-// One walk backward, which jumps over what is closed.
+// One walk from the beginning of the definition, with a stack of the brackets that are open.
 #include "lab/surroundings.h"
+
+#include <vector>
 
 #include "front/scan.h"
 
@@ -16,43 +18,43 @@ bool begins_definition(std::string_view source, size_t i) {
     return behind < source.size() && source[behind] == '\\';
 }
 
-/// The opening bracket of a text that is closed before `end`; `end` when there is none.
-size_t text_begin(std::string_view source, size_t end) {
-    size_t depth = 0;
-    for (size_t i = end; i > 0; --i) {
-        if (source[i - 1] == ']') ++depth;
-        if (source[i - 1] == '[' && --depth == 0) return i - 1;
+/// Where the definition that a place is in may begin.
+size_t definition_begin(std::string_view source, size_t at) {
+    for (size_t i = at; i > 0; --i) {
+        if (source[i - 1] == '\n' && begins_definition(source, i)) return i;
     }
-    return end;
+    return 0;
 }
+
+struct Open {
+    size_t place;
+    char bracket;
+    size_t commas;
+};
 
 }  // namespace
 
 Surroundings surroundings_of(std::string_view source, size_t at) {
-    Surroundings around;
-    size_t depth = 0;
-    size_t commas = 0;
-    for (size_t i = at; i > 0; --i) {
-        const char c = source[i - 1];
-        if (c == '\n' && begins_definition(source, i)) break;
-        if (c == '[') {
-            around.in_text = true;
-            break;
-        }
-        if (c == ']') {
-            const size_t begin = text_begin(source, i);
-            if (begin < i) i = begin + 1;
-        } else if (c == ')' || c == '}') {
-            ++depth;
-        } else if ((c == '(' || c == '{') && depth > 0) {
-            --depth;
-        } else if (c == '(' && around.parenthesis == source.npos) {
-            around.parenthesis = i - 1;
-            around.commas = commas;
-        } else if (c == ',' && depth == 0) {
-            ++commas;
+    std::vector<Open> open;
+    for (size_t i = definition_begin(source, at); i < at; ++i) {
+        const char c = source[i];
+        const bool in_text = !open.empty() && open.back().bracket == '[';
+        if (c == '[' || (!in_text && (c == '(' || c == '{'))) {
+            open.push_back({i, c, 0});
+        } else if (open.empty()) {
+            continue;
+        } else if (in_text ? c == ']' : c == ')' || c == '}') {
+            open.pop_back();
+        } else if (c == ',') {
+            ++open.back().commas;
         }
     }
+    Surroundings around;
+    around.in_text = !open.empty() && open.back().bracket == '[';
+    while (!open.empty() && open.back().bracket != '(') open.pop_back();
+    if (open.empty()) return around;
+    around.parenthesis = open.back().place;
+    around.commas = open.back().commas;
     return around;
 }
 
