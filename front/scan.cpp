@@ -60,7 +60,11 @@ char partner(char bracket) {
     return place == brackets.npos ? bracket : brackets[place ^ 1];
 }
 
-String normalise(std::string_view source) {
+namespace {
+
+/// `see(i, n)` is told of the n bytes from i on that are kept next; a blank stands for more.
+template <class See>
+String normalise_seen(std::string_view source, See see) {
     size_t end = source.size();
     while (end > 0 && is_white(static_cast<uint8_t>(source[end - 1]))) --end;
     size_t i = 0;
@@ -68,20 +72,34 @@ String normalise(std::string_view source) {
 
     Rope rope;
     while (i < end) {
+        const size_t from = i;
         if (source[i] == '[') {
-            const auto behind =
-                static_cast<size_t>(match_bracket(source, static_cast<int64_t>(i)) + 1);
-            rope_append(rope, source.substr(i, behind - i));
-            i = behind;
+            i = static_cast<size_t>(match_bracket(source, static_cast<int64_t>(i)) + 1);
+            see(from, i - from);
+            rope_append(rope, source.substr(from, i - from));
         } else if (!is_white(static_cast<uint8_t>(source[i]))) {
+            see(i, 1);
             rope_push(rope, source[i++]);
         } else {
-            const char before = source[i - 1];
             while (is_white(static_cast<uint8_t>(source[i]))) ++i;
-            if (separates(before, source[i])) rope_push(rope, ' ');
+            if (!separates(source[from - 1], source[i])) continue;
+            see(from, 1);
+            rope_push(rope, ' ');
         }
     }
     return rope_flatten(rope);
+}
+
+}  // namespace
+
+String normalise(std::string_view source) {
+    return normalise_seen(source, [](size_t, size_t) {});
+}
+
+String normalise(std::string_view source, std::vector<size_t>& places) {
+    return normalise_seen(source, [&](size_t i, size_t n) {
+        for (; n > 0; --n) places.push_back(i++);
+    });
 }
 
 int64_t match_bracket(std::string_view text, int64_t position) {

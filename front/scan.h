@@ -30,6 +30,9 @@ char partner(char bracket);
 /// reduced to one blank, or to nothing next to an operator or wing, behind "(" and before ")".
 /// Byte text in [...] stays as it is.
 String normalise(std::string_view source);
+/// The same with the place in the source of each byte that is left; of a run of white space the
+/// first one.
+String normalise(std::string_view source, std::vector<size_t>& places);
 
 /// The position of the bracket that matches the one at `position`, walking backward from a closing
 /// one; `position` itself when no bracket stands there. Inside [...] only [ and ] count; outside,

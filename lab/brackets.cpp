@@ -5,9 +5,7 @@
 #include "lab/brackets.h"
 
 #include <algorithm>
-#include <optional>
 
-#include "driver/report.h"
 #include "front/brackets.h"
 #include "front/scan.h"
 
@@ -16,8 +14,6 @@ namespace marl::lab {
 namespace {
 
 bool is_white(char c) { return c == ' ' || c == '\n'; }
-bool is_opening(char c) { return c == '(' || c == '[' || c == '{'; }
-bool is_closing(char c) { return c == ')' || c == ']' || c == '}'; }
 
 /// Whether a line begins at i that looks like a definition's first: a word, perhaps (), a
 /// backslash, behind a comma that ends the line before.
@@ -36,8 +32,9 @@ struct Mending {
     std::string_view source;
     Lines lines;
     Mended result;
-    std::vector<size_t> open;
     std::vector<char> awaited;  // closing brackets whose opening one was given up
+
+    using Open = std::vector<size_t>;
 
     /// Of byte text that is never closed all bytes become blanks: they needn't balance as program
     /// text.
@@ -53,7 +50,7 @@ struct Mending {
         return std::to_string(line + 1) + ":" + std::to_string(at - lines.begin_of(line) + 1);
     }
 
-    void give_up_all(size_t at) {
+    void give_up_all(Open& open, size_t at) {
         for (; !open.empty(); open.pop_back()) {
             const std::string where =
                 at == source.size() ? "" : " before the definition at " + place(at);
@@ -61,11 +58,22 @@ struct Mending {
         }
     }
 
-    void close(size_t i) {
+    void before(Open& open, size_t i) {
+        if (!open.empty() && begins_definition(source, i)) give_up_all(open, i);
+    }
+
+    bool misfit(Open& open, size_t i) {
+        if (i == source.size()) {
+            give_up_all(open, i);
+            return true;
+        }
         const char c = source[i];
         const auto fits = std::find_if(open.rbegin(), open.rend(),
                                        [&](size_t at) { return source[at] == partner(c); });
-        if (fits == open.rend()) return close_nothing(i);
+        if (fits == open.rend()) {
+            close_nothing(open, i);
+            return true;
+        }
         for (; source[open.back()] != partner(c); open.pop_back()) {
             const char opening = source[open.back()];
             awaited.push_back(partner(opening));
@@ -75,9 +83,10 @@ struct Mending {
                   i);
         }
         open.pop_back();
+        return true;
     }
 
-    void close_nothing(size_t i) {
+    void close_nothing(const Open& open, size_t i) {
         const char c = source[i];
         const auto given_up = std::find(awaited.begin(), awaited.end(), c);
         if (given_up != awaited.end()) {
@@ -94,58 +103,28 @@ struct Mending {
                   i + 1);
         }
     }
-
-    void run() {
-        for (size_t i = 0; i < source.size(); ++i) {
-            const char c = source[i];
-            if (!open.empty() && begins_definition(source, i)) give_up_all(i);
-            const bool in_bytes = !open.empty() && source[open.back()] == '[';
-            if (in_bytes && c != '[' && c != ']') continue;
-            if (is_opening(c)) open.push_back(i);
-            if (is_closing(c)) close(i);
-        }
-        give_up_all(source.size());
-    }
 };
 
 }  // namespace
 
 Mended mend_brackets(std::string_view source) {
-    Report report;
-    int64_t position = 0;
-    Mending mending{source, Lines(source), {std::string(source), {}, {}}, {}, {}};
-    if (!check_brackets(source, report, position) && report.kind == "match") mending.run();
+    Mending mending{source, Lines(source), {std::string(source), {}, {}}, {}};
+    if (find_bracket_fault(source)) walk_brackets(source, mending);
     std::sort(mending.result.faults.begin(), mending.result.faults.end(),
               [](const Message& a, const Message& b) { return a.range.begin < b.range.begin; });
     return mending.result;
 }
 
 std::vector<Message> find_comma_faults(std::string_view source) {
-    struct Open {
-        char bracket;
-        bool faulty;  // a parenthesis that stands behind nothing it could be applied to
-    };
-    std::vector<Open> open;
     std::vector<Message> faults;
-    for (size_t i = 0; i < source.size(); ++i) {
-        const char c = source[i];
-        if (c == '[') {
-            i = static_cast<size_t>(match_bracket(source, static_cast<int64_t>(i)));
-        } else if (is_opening(c)) {
-            const bool lacks_callee =
-                i == 0 || is_spacing_operator(static_cast<uint8_t>(source[i - 1]));
-            open.push_back({c, c == '(' && lacks_callee});
-        } else if (is_closing(c)) {
-            open.pop_back();
-        } else if (c == ',' && !open.empty() && open.back().faulty) {
-            open.back().faulty = false;
-            faults.push_back({{i, i + 1},
-                              Severity::fault,
-                              "comma",
-                              "A call list stands directly behind what it is applied to, as in "
-                              "`f(a,b)`; this parenthesis stands behind nothing, a blank or an "
-                              "operator."});
-        }
+    for (const int64_t comma : find_misplaced_commas(source, true)) {
+        const auto at = static_cast<size_t>(comma);
+        faults.push_back({{at, at + 1},
+                          Severity::fault,
+                          "comma",
+                          "A call list stands directly behind what it is applied to, as in "
+                          "`f(a,b)`; this parenthesis stands behind nothing, a blank or an "
+                          "operator."});
     }
     return faults;
 }

@@ -27,8 +27,6 @@
 #include "driver/report.h"
 #include "driver/shutdown.h"
 #include "front/check.h"
-#include "front/definitions.h"
-#include "front/prelude.h"
 #include "front/scan.h"
 #include "lab/lab.h"
 #include "lab/message.h"
@@ -108,9 +106,7 @@ void show_result(Node* result) {
 [[noreturn]] void evaluate_here(const std::string& source, Show show) {
     std::signal(SIGINT, SIG_DFL);
     if (show == Show::steps) show_steps_here(source);
-    build_prelude();
-    Report report = parse_program(String(source));
-    if (passed(report)) report = check_program();
+    Report report = set_up_program(String(source));
     if (!passed(report)) {
         std::cout << report.kind.view() << ": " << report.say.view() << std::endl;
         std::exit(1);

@@ -16,9 +16,7 @@
 
 #include "driver/report.h"
 #include "front/check.h"
-#include "front/definitions.h"
 #include "front/intern.h"
-#include "front/prelude.h"
 #include "lab/lab.h"
 #include "lab/message.h"
 #include "random/batch.h"
@@ -31,8 +29,9 @@ using namespace marl;
 /// What can get into a program: names, brackets, whole definitions; "~" stands between them.
 constexpr std::string_view fragments =
     "x~K~missing~plus~load~12~ ~+~!~\\~x\\~(~)~[~]~{~}~,~()~{1}~x{1}~x y{V 1 2}~x 1{2}~x\\(y\\x)y~"
-    "(plus\\1)plus~[+]\\~[text]~(a,b)~ (a,b)~name\\~\t~\xC3\xA4~,name\\~,name()\\~"
-    ",[+]\\name~,[{]\\1~,x\\1~,rank\\1~,_\\1~,note,~a\\b\\c\\d\\e\\f\\g\\h\\i\\j\\k\\~"
+    "(plus\\1)plus~[+]\\~[text]~(a,b)~ (a,b)~name\\~\t~\xC3\xA4~,name\\~,name()\\~K\\~K y{V 1 2}~"
+    ",K\\missing~,Z\\missing~,I()\\name~,[+]\\name~,[{]\\1~,x\\1~,rank\\1~,_\\1~,note,~"
+    "a\\b\\c\\d\\e\\f\\g\\h\\i\\j\\k\\~"
     "a{1}b{1}c{1}d{1}e{1}f{1}g{1}h{1}i{1}j{1}k{1}l{1}m{1}n{1}o{1}p{1}q{1}r{1}s{1}t{1}u{1}v{1}w{1}x{"
     "1}y{1}z{1}aa{1}";
 
@@ -82,9 +81,7 @@ struct Mutation {
 
 /// The Report of marl's check.
 Report checked(const std::string& source) {
-    build_prelude();
-    Report report = parse_program(String(std::string_view(source)));
-    if (passed(report)) report = check_program();
+    Report report = set_up_program(String(std::string_view(source)));
     clear_intern_set();
     clear_definitions();
     return report;
