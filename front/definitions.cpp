@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "front/scan.h"
+#include "value/walk.h"
 
 namespace marl {
 
@@ -68,17 +69,11 @@ std::vector<int64_t> backquote_lines(std::string_view source) {
 }
 
 void stamp_lines(Node* expression, const std::vector<int64_t>& lines, size_t& next) {
-    std::vector<Node*> rest{expression};
-    while (!rest.empty() && next < lines.size()) {
-        Node* node = rest.back();
-        rest.pop_back();
-        if (!is_leaf(node)) {
-            rest.push_back(right(node));
-            rest.push_back(left(node));
-        } else if (is_leaf_of(node, '`')) {
-            set_span(node, lines[next++]);
-        }
-    }
+    walk(expression, [&](Node* node) {
+        if (next == lines.size()) return Go::out;
+        if (is_leaf_of(node, '`')) set_span(node, lines[next++]);
+        return Go::in;
+    });
 }
 
 std::vector<Extent> cut_pieces(std::string_view normalised) {

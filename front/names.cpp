@@ -12,6 +12,7 @@
 #include "front/definitions.h"
 #include "front/scopes.h"
 #include "reduce/analysis.h"
+#include "value/walk.h"
 
 namespace marl {
 
@@ -57,26 +58,18 @@ std::vector<Use> free_uses(Node* expression) {
 }
 
 std::vector<Symbol*> free_names(Node* expression) {
-    std::unordered_set<Symbol*> found;
-    for (const Use& use : free_uses(expression)) found.insert(use.name);
-    std::vector<Symbol*> names(found.begin(), found.end());
+    std::vector<Symbol*> names;
+    for (const Use& use : free_uses(expression)) names.push_back(use.name);
+    std::sort(names.begin(), names.end());
+    names.erase(std::unique(names.begin(), names.end()), names.end());
     std::sort(names.begin(), names.end(), ByName());
     return names;
 }
 
 bool has_text_with(Node* expression, std::string_view word) {
-    std::vector<Node*> rest{expression};
-    while (!rest.empty()) {
-        Node* node = rest.back();
-        rest.pop_back();
-        if (!is_leaf(node)) {
-            rest.push_back(right(node));
-            rest.push_back(left(node));
-        } else if (is_leaf_of(node, '[') && leaf_bytes(node).find(word) != std::string_view::npos) {
-            return true;
-        }
-    }
-    return false;
+    return any_node(expression, [&](Node* node) {
+        return is_leaf_of(node, '[') && leaf_bytes(node).find(word) != std::string_view::npos;
+    });
 }
 
 void add_references(References& references, Symbol& name, std::vector<Symbol*> free) {

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "front/definitions.h"
-#include "front/rebuild.h"
 #include "front/scopes.h"
 #include "reduce/analysis.h"
+#include "value/rebuild.h"
 
 namespace marl {
 
@@ -47,7 +47,7 @@ bool is_funky(Node* binder) {
 
 Value expand_pair_patterns(Node* expression) {
     if (!any_node(expression, has_pair_pattern)) return Value::share(expression);
-    return rebuild(expression, Value::share, [](Value function, Value argument) {
+    return rebuild(expression, keep_leaf, [](Value function, Value argument) {
         Value made = pair(std::move(function), std::move(argument));
         return has_pair_pattern(made) ? split_pattern(made) : made;
     });
@@ -55,24 +55,11 @@ Value expand_pair_patterns(Node* expression) {
 
 std::vector<Node*> find_funky(Node* expression, bool all) {
     std::vector<Node*> funky;
-    std::vector<Node*> rest{expression};
-    while (!rest.empty()) {
-        Node* node = rest.back();
-        rest.pop_back();
-        if (is_leaf(node)) continue;
-        const Form shape = form(node);
-        if (shape == Form::other) {
-            rest.push_back(right(node));
-            rest.push_back(left(node));
-            continue;
-        }
-        if (is_funky(node)) {
-            funky.push_back(node);
-            if (!all) return funky;
-        }
-        rest.push_back(binder_body(node));
-        if (shape == Form::let) rest.push_back(let_value(node));
-    }
+    walk(expression, [&](Node* node) {
+        if (form(node) == Form::other || !is_funky(node)) return Go::in;
+        funky.push_back(node);
+        return all ? Go::in : Go::out;
+    });
     return funky;
 }
 

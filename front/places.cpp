@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "front/definitions.h"
-#include "front/rebuild.h"
+#include "value/rebuild.h"
 
 namespace marl {
 
@@ -49,25 +49,19 @@ bool LocalNames::contains(std::string_view key) const {
 
 LocalNames local_names(Node* definition) {
     LocalNames names;
-    std::vector<Node*> rest{definition};
-    while (!rest.empty() && !names.excess) {
-        Node* node = rest.back();
-        rest.pop_back();
-        if (is_leaf(node)) continue;
-        Node* argument = right(node);
-        if (is_binder_mark(left(node)) && is_leaf(argument)) {
-            const std::string_view name = leaf_bytes(argument);
-            if (is_letter(name)) {
-                names.letters |= uint32_t{1} << (name[0] - 'a');
-            } else {
-                names.long_names.insert(name);
-            }
-            const size_t count = std::popcount(names.letters) + names.long_names.size();
-            if (count > most_places) names.excess = argument;
+    walk(definition, [&](Node* node) {
+        if (is_leaf(node) || !is_binder_mark(left(node)) || !is_leaf(right(node))) return Go::in;
+        const std::string_view name = leaf_bytes(right(node));
+        if (is_letter(name)) {
+            names.letters |= uint32_t{1} << (name[0] - 'a');
+        } else {
+            names.long_names.insert(name);
         }
-        rest.push_back(argument);
-        rest.push_back(left(node));
-    }
+        const size_t count = std::popcount(names.letters) + names.long_names.size();
+        if (count <= most_places) return Go::in;
+        names.excess = right(node);
+        return Go::out;
+    });
     return names;
 }
 
@@ -76,6 +70,7 @@ void assign_places(Value& definition, LocalNames names) {
     const Places places = choose_letters(std::move(names));
 
     const auto rename = [&](Node* name) {
+        if (!is_leaf(name)) return Value();
         const auto place = places.find(leaf_bytes(name));
         const bool stays = place == places.end() || is_binder_mark(name);
         return stays ? Value::share(name) : place->second;

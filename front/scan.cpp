@@ -10,8 +10,6 @@ namespace marl {
 
 namespace {
 
-bool is_white(uint8_t byte) { return byte == ' ' || byte == '\n'; }
-
 bool contains(std::string_view set, char byte) { return set.find(byte) != set.npos; }
 
 /// Whether a run of white space between the two bytes means something.
@@ -66,9 +64,9 @@ namespace {
 template <class See>
 String normalise_seen(std::string_view source, See see) {
     size_t end = source.size();
-    while (end > 0 && is_white(static_cast<uint8_t>(source[end - 1]))) --end;
+    while (end > 0 && is_white(source[end - 1])) --end;
     size_t i = 0;
-    while (i < end && is_white(static_cast<uint8_t>(source[i]))) ++i;
+    while (i < end && is_white(source[i])) ++i;
 
     Rope rope;
     while (i < end) {
@@ -77,11 +75,11 @@ String normalise_seen(std::string_view source, See see) {
             i = static_cast<size_t>(match_bracket(source, static_cast<int64_t>(i)) + 1);
             see(from, i - from);
             rope_append(rope, source.substr(from, i - from));
-        } else if (!is_white(static_cast<uint8_t>(source[i]))) {
+        } else if (!is_white(source[i])) {
             see(i, 1);
             rope_push(rope, source[i++]);
         } else {
-            while (is_white(static_cast<uint8_t>(source[i]))) ++i;
+            while (is_white(source[i])) ++i;
             if (!separates(source[from - 1], source[i])) continue;
             see(from, 1);
             rope_push(rope, ' ');

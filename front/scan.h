@@ -13,6 +13,8 @@
 
 namespace marl {
 
+inline bool is_white(char byte) { return byte == ' ' || byte == '\n'; }
+
 /// A binary operator, a separator or white space: next to it, white space means nothing.
 bool is_spacing_operator(uint8_t byte);
 

@@ -14,10 +14,10 @@
 #include "front/intern.h"
 #include "front/patterns.h"
 #include "front/places.h"
-#include "front/rebuild.h"
 #include "front/records.h"
 #include "reduce/analysis.h"
 #include "reduce/tables.h"
+#include "value/walk.h"
 
 namespace marl {
 

@@ -13,8 +13,6 @@ namespace marl::lab {
 
 namespace {
 
-bool is_white(char c) { return c == ' ' || c == '\n'; }
-
 /// Whether a line begins at i that looks like a definition's first: a word, perhaps (), a
 /// backslash, behind a comma that ends the line before.
 bool begins_definition(std::string_view source, size_t i) {

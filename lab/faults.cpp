@@ -158,7 +158,7 @@ struct Finding {
     bool is_assigned(const Name& name) const {
         const std::string& text = program.text;
         size_t before = name.range.begin;
-        while (before > 0 && (text[before - 1] == ' ' || text[before - 1] == '\n')) --before;
+        while (before > 0 && is_white(text[before - 1])) --before;
         size_t behind = name.range.end;
         while (behind < text.size() && text[behind] == ' ') ++behind;
         const bool begins = before == 0 || text[before - 1] == '\\' || text[before - 1] == ';';

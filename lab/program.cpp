@@ -12,9 +12,9 @@
 #include "front/scan.h"
 #include "front/scopes.h"
 #include "lab/brackets.h"
-#include "lab/walk.h"
 #include "reduce/analysis.h"
 #include "reduce/tables.h"
+#include "value/walk.h"
 
 namespace marl::lab {
 

@@ -7,9 +7,9 @@
 
 #include "front/patterns.h"
 #include "front/prelude.h"
-#include "front/rebuild.h"
 #include "front/scopes.h"
 #include "reduce/tables.h"
+#include "value/rebuild.h"
 
 namespace marl::lab {
 
@@ -17,7 +17,7 @@ namespace {
 
 /// An expression in which each key that is no name is replaced by lets of the words in it.
 Value mended(Node* expression) {
-    return rebuild(expression, Value::share, [](Value function, Value argument) {
+    return rebuild(expression, keep_leaf, [](Value function, Value argument) {
         Value made = pair(std::move(function), std::move(argument));
         const Form shape = form(made);
         if (shape == Form::other || !is_funky(made)) return made;

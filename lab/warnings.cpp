@@ -31,7 +31,6 @@ constexpr std::array table{
     Warning{"unused_parameter", "a parameter is not used"},
 };
 
-bool is_white(char c) { return c == ' ' || c == '\n'; }
 bool is_word_text(std::string_view text) {
     return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
         return is_word_byte(static_cast<uint8_t>(c));
