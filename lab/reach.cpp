@@ -3,6 +3,7 @@
 // others are mended there.
 #include "lab/reach.h"
 
+#include <set>
 #include <utility>
 
 #include "front/patterns.h"
@@ -30,11 +31,11 @@ Value mended(Node* expression) {
 }
 
 void mend_keys(Module& module) {
+    std::set<String> funky;
     for (const Fault& fault : module.faults) {
-        if (fault.kind != Fault::funky) continue;
-        Value& definition = module.definitions[fault.definition];
-        definition = mended(definition);
+        if (fault.kind == Fault::funky) funky.insert(fault.definition);
     }
+    for (const String& name : funky) module.definitions[name] = mended(module.definitions[name]);
 }
 
 constexpr Stage stages[] = {
