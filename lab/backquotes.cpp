@@ -43,7 +43,7 @@ struct Writing {
     /// The backquotes of a definition as they are printed, in their order.
     static std::vector<std::string> printed(const Piece& piece) {
         Value definition = expand_pair_patterns(piece.expression);
-        assign_places(definition);
+        assign_places(definition, local_names(definition));
         std::vector<std::string> texts;
         for (Node* node : backquoted_in(definition)) {
             texts.emplace_back(print_value(right(node)).view());

@@ -6,19 +6,13 @@
 
 #include <algorithm>
 #include <map>
-#include <optional>
 
-#include "driver/report.h"
 #include "front/brackets.h"
 #include "front/scan.h"
 
 namespace marl::lab {
 
 namespace {
-
-bool is_white(char c) { return c == ' ' || c == '\n'; }
-bool is_opening(char c) { return c == '(' || c == '[' || c == '{'; }
-bool is_closing(char c) { return c == ')' || c == ']' || c == '}'; }
 
 /// Whether a line begins at i that looks like a definition's first: a word, perhaps (), a
 /// backslash, behind a comma that ends the line before.
@@ -38,7 +32,6 @@ struct Mending {
     std::string_view source;
     Lines lines;
     Mended result;
-    std::vector<size_t> open;
     std::map<char, size_t> awaited;  // closing brackets whose opening one was given up
     Range blank = {};                // of byte text, the last that became blanks
 
@@ -49,6 +42,8 @@ struct Mending {
         size_t topmost = 0;
     };
     std::map<char, Barren> barren;
+
+    using Open = std::vector<size_t>;
 
     /// Of byte text that is never closed all bytes become blanks: they needn't balance as program
     /// text.
@@ -62,7 +57,7 @@ struct Mending {
     }
 
     /// The number of open brackets up to the innermost one that a closing one fits; 0 without one.
-    size_t fitting(char closing) {
+    size_t fitting(const Open& open, char closing) {
         Barren& known = barren[closing];
         const bool same =
             known.count > 0 && known.count <= open.size() && open[known.count - 1] == known.topmost;
@@ -79,7 +74,7 @@ struct Mending {
         return std::to_string(line + 1) + ":" + std::to_string(at - lines.begin_of(line) + 1);
     }
 
-    void give_up_all(size_t at) {
+    void give_up_all(Open& open, size_t at) {
         for (; !open.empty(); open.pop_back()) {
             const std::string where =
                 at == source.size() ? "" : " before the definition at " + place(at);
@@ -87,10 +82,21 @@ struct Mending {
         }
     }
 
-    void close(size_t i) {
+    void before(Open& open, size_t i) {
+        if (!open.empty() && begins_definition(source, i)) give_up_all(open, i);
+    }
+
+    bool misfit(Open& open, size_t i) {
+        if (i == source.size()) {
+            give_up_all(open, i);
+            return true;
+        }
         const char c = source[i];
-        const size_t fits = fitting(c);
-        if (fits == 0) return close_nothing(i);
+        const size_t fits = fitting(open, c);
+        if (fits == 0) {
+            close_nothing(open, i);
+            return true;
+        }
         const size_t opened = open[fits - 1];
         for (; source[open.back()] != partner(c); open.pop_back()) {
             const char opening = source[open.back()];
@@ -101,9 +107,10 @@ struct Mending {
                   i);
         }
         open.pop_back();
+        return true;
     }
 
-    void close_nothing(size_t i) {
+    void close_nothing(const Open& open, size_t i) {
         const char c = source[i];
         if (awaited[c] > 0) {
             --awaited[c];
@@ -118,18 +125,6 @@ struct Mending {
                       ", which is still open.",
                   i + 1);
         }
-    }
-
-    void run() {
-        for (size_t i = 0; i < source.size(); ++i) {
-            const char c = source[i];
-            if (!open.empty() && begins_definition(source, i)) give_up_all(i);
-            const bool in_bytes = !open.empty() && source[open.back()] == '[';
-            if (in_bytes && c != '[' && c != ']') continue;
-            if (is_opening(c)) open.push_back(i);
-            if (is_closing(c)) close(i);
-        }
-        give_up_all(source.size());
     }
 };
 
@@ -151,10 +146,8 @@ std::vector<Range> apart(std::vector<Range> ranges) {
 }  // namespace
 
 Mended mend_brackets(std::string_view source) {
-    Report report;
-    int64_t position = 0;
-    Mending mending{source, Lines(source), {std::string(source), {}, {}}, {}, {}, {}, {}};
-    if (!check_brackets(source, report, position) && report.kind == "match") mending.run();
+    Mending mending{source, Lines(source), {std::string(source), {}, {}}, {}, {}, {}};
+    if (find_bracket_fault(source)) walk_brackets(source, mending);
     std::sort(mending.result.faults.begin(), mending.result.faults.end(),
               [](const Message& a, const Message& b) { return a.range.begin < b.range.begin; });
     mending.result.damage = apart(std::move(mending.result.damage));
@@ -162,31 +155,15 @@ Mended mend_brackets(std::string_view source) {
 }
 
 std::vector<Message> find_comma_faults(std::string_view source) {
-    struct Open {
-        char bracket;
-        bool faulty;  // a parenthesis that stands behind nothing it could be applied to
-    };
-    std::vector<Open> open;
     std::vector<Message> faults;
-    for (size_t i = 0; i < source.size(); ++i) {
-        const char c = source[i];
-        if (c == '[') {
-            i = static_cast<size_t>(match_bracket(source, static_cast<int64_t>(i)));
-        } else if (is_opening(c)) {
-            const bool lacks_callee =
-                i == 0 || is_spacing_operator(static_cast<uint8_t>(source[i - 1]));
-            open.push_back({c, c == '(' && lacks_callee});
-        } else if (is_closing(c)) {
-            open.pop_back();
-        } else if (c == ',' && !open.empty() && open.back().faulty) {
-            open.back().faulty = false;
-            faults.push_back({{i, i + 1},
-                              Severity::fault,
-                              "comma",
-                              "A call list stands directly behind what it is applied to, as in "
-                              "`f(a,b)`; this parenthesis stands behind nothing, a blank or an "
-                              "operator."});
-        }
+    for (const int64_t comma : find_misplaced_commas(source, true)) {
+        const auto at = static_cast<size_t>(comma);
+        faults.push_back({{at, at + 1},
+                          Severity::fault,
+                          "comma",
+                          "A call list stands directly behind what it is applied to, as in "
+                          "`f(a,b)`; this parenthesis stands behind nothing, a blank or an "
+                          "operator."});
     }
     return faults;
 }

@@ -153,10 +153,16 @@ void drop_consequences(const Program& program, std::vector<Message>& messages) {
                   [&](const Message& message) { return faulty && message.kind == "unused_use"; });
 }
 
+/// What a run reaches: what is wrong there is a fault.
+struct Reaches {
+    Reached run;
+    Reached run_and_shut;  // an interrupt runs `shut`, which is dropped in silence if it can't work
+};
+
 std::vector<Message> check_source_of(const Files& files, const Bundle& bundle,
-                                     const Reached& reached, size_t index, Scope scope) {
+                                     const Reaches& reaches, size_t index, Scope scope) {
     const SourceFile& source = bundle.sources[index];
-    const Reach reach = reach_in(bundle, reached, index);
+    Reach reach = reach_in(bundle, reaches.run, index);
     std::vector<Message> messages = find_faults(source.program, reach);
     if (index == 0 && scope == Scope::program_and_tests) {
         append(messages, find_test_faults(source.program));
@@ -164,11 +170,14 @@ std::vector<Message> check_source_of(const Files& files, const Bundle& bundle,
     tell_themes(files, source, messages);
     tell_missing_entry(source.program, messages);
     append(messages, find_use_messages(bundle, index));
+    for (const Place& place : reaches.run_and_shut.places) {
+        if (place.source == index) reach.alive.insert(source.program.pieces[place.piece].key);
+    }
     if (index == 0) append(messages, find_warnings(source.program, reach, messages));
     if (index > 0) {
         std::erase_if(messages, [](const Message& message) { return !is_fault(message); });
     }
-    append(messages, find_far_redefinitions(bundle, reached, index));
+    append(messages, find_far_redefinitions(bundle, reaches.run_and_shut, index));
     drop_consequences(source.program, messages);
     drop_switched_off(source.program, messages);
     std::stable_sort(messages.begin(), messages.end(), [](const Message& a, const Message& b) {
@@ -181,10 +190,11 @@ std::vector<Message> check_source_of(const Files& files, const Bundle& bundle,
 
 std::vector<std::vector<Message>> check_bundle(const Files& files, const Bundle& bundle,
                                                Scope scope) {
-    const Reached reached = reach_of(bundle);
+    const Reaches reaches{reach_of(bundle, noted_places(bundle)),
+                          reach_of(bundle, kept_places(bundle))};
     std::vector<std::vector<Message>> all;
     for (size_t i = 0; i < bundle.sources.size(); ++i) {
-        all.push_back(check_source_of(files, bundle, reached, i, scope));
+        all.push_back(check_source_of(files, bundle, reaches, i, scope));
     }
     return all;
 }

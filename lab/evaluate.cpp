@@ -15,8 +15,6 @@
 #include "driver/report.h"
 #include "driver/shutdown.h"
 #include "front/check.h"
-#include "front/definitions.h"
-#include "front/prelude.h"
 #include "lab/lab.h"
 #include "lab/result_text.h"
 #include "lab/screen.h"
@@ -40,9 +38,7 @@ namespace {
     std::signal(SIGINT, SIG_DFL);
     std::setlocale(LC_ALL, "C");  // as in a process of marl
     if (show == Show::steps) show_steps_here(source);
-    build_prelude();
-    Report report = parse_program(String(source));
-    if (passed(report)) report = check_program();
+    const Report report = set_up_program(String(source));
     if (!passed(report)) {
         std::cout << result_text(report) << std::endl;
         std::exit(1);

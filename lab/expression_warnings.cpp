@@ -14,8 +14,6 @@ constexpr std::string_view applications = ":?;'";
 constexpr std::string_view reversed_applications = ".@";
 constexpr std::string_view comparisons = "=#<>";
 
-bool is_white(char c) { return c == ' ' || c == '\n'; }
-
 /// Whether an operator of `operators` stands between its operands, with no parentheses around.
 bool is_bare_infix(const Program& program, Node* node, std::string_view operators, Infix& infix) {
     const bool is_parenthesised = program.range_of(node) != program.outer_range_of(node);

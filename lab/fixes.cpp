@@ -18,8 +18,6 @@ namespace {
 
 constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
 
-bool is_white(char c) { return c == ' ' || c == '\n'; }
-
 // Bytes.
 
 /// Calls `see` with the place of each such byte that is no part of a text.

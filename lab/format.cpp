@@ -209,7 +209,7 @@ bool begins_paragraph(const Program& program, const Piece& piece) {
     size_t newlines = 0;
     for (size_t i = piece.range.begin; i > 0; --i) {
         const char c = program.text[i - 1];
-        if (c != ' ' && c != '\n') break;
+        if (!is_white(c)) break;
         if (c == '\n') ++newlines;
     }
     return newlines > 1;

@@ -15,8 +15,6 @@ namespace {
 
 constexpr std::array<std::string_view, 4> known_words{"keep", "lab", "test", "use"};
 
-bool is_white(char c) { return c == ' ' || c == '\n'; }
-
 bool is_known(std::string_view word) {
     return std::find(known_words.begin(), known_words.end(), word) != known_words.end();
 }

@@ -6,7 +6,6 @@
 #include "driver/interrupt.h"
 #include "driver/shutdown.h"
 #include "front/check.h"
-#include "front/definitions.h"
 #include "front/prelude.h"
 #include "number/convert.h"
 #include "reduce/analysis.h"
@@ -174,11 +173,12 @@ Outcome run_watched(std::string_view text, const std::vector<std::string>& argum
                     Watcher& watcher) {
     build_prelude();
     original_prelude() = prelude_definitions;
-    Outcome outcome{parse_program(String(text))};
+    Module module;
+    Outcome outcome{parse_program(String(text), module)};
     if (passed(outcome.report)) {
         const Observing observing(watcher);
         install_interrupt_handler();
-        outcome.report = run_program(argument_array(arguments));
+        outcome.report = run_program(std::move(module), argument_array(arguments));
         if (passed(outcome.report)) {
             outcome.status = static_cast<uint32_t>(to_i64(find_definition("")));
             shutdown();

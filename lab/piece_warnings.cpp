@@ -1,7 +1,6 @@
 // Pieces that are replaced, skipped or out of reach, and an entry that takes nothing.
 #include <algorithm>
 #include <array>
-#include <set>
 
 #include "front/scan.h"
 #include "lab/look.h"
@@ -26,32 +25,14 @@ void look_for_defined_twice(const Look& look) {
     }
 }
 
-/// What the definition `shut` needs, which an interrupt calls.
-std::set<std::string, std::less<>> reached_by_shut(const Program& program) {
-    std::set<std::string, std::less<>> reached;
-    std::vector<std::string> rest{"shut"};
-    while (!rest.empty()) {
-        const std::string key = std::move(rest.back());
-        rest.pop_back();
-        const auto piece = program.definitions.find(key);
-        if (piece == program.definitions.end() || !reached.insert(key).second) continue;
-        for (const Name& name : program.names_of(program.pieces[piece->second])) {
-            if (name.role == Role::use && !name.binder) rest.push_back(name.key);
-        }
-    }
-    return reached;
-}
-
 /// Where there are faults, what stands in a faulty piece may be out of reach because of them.
 void look_for_unreached(const Look& look) {
     if (look.has_faults || look.reach.loads) return;
-    const auto by_shut = reached_by_shut(look.program);
     for (const Piece* piece : look.pieces) {
         const std::string& key = piece->key;
         const auto index = static_cast<size_t>(piece - look.program.pieces.data());
         if (piece->kind != PieceKind::definition || !look.program.counts(index)) continue;
         if (look.reach.alive.contains(key) || look.reach.doomed.contains(key)) continue;
-        if (by_shut.contains(key)) continue;
         look.warn(piece->name, "Nothing reaches " + ticked(key) + ".");
     }
 }

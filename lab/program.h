@@ -3,7 +3,7 @@
 // The stages of the front end forget the text as they go, and stop at the first fault. Here a
 // source is read once, to the end, and nothing is forgotten: each piece keeps its parsed expression
 // with the places of its nodes, and each name knows which binder it belongs to. Nothing is
-// evaluated, and the tables of a running program are neither read nor written.
+// evaluated, and what a running program has in its tables is neither read nor changed.
 //
 // A source whose brackets don't balance is mended first: the brackets at fault become blanks, and
 // the pieces between them count as damaged. Of a damaged piece nothing is to be trusted but its
@@ -53,12 +53,6 @@ struct Name {
     Range scope;                   // of a parameter or local, where it can be used
 };
 
-/// A binder whose key is no name.
-struct BadKey {
-    Node* key;
-    size_t piece;
-};
-
 struct Program {
     std::string text;       // with blanks in the place of a first line that begins with #!
     bool has_entry = true;  // a file of definitions has none: its first piece is empty or a note
@@ -67,7 +61,6 @@ struct Program {
     std::vector<Piece> pieces;  // the entry, if there is one, is the first
     Origins origins;            // places in `text`
     std::vector<Name> names;    // piece by piece; within one, as a walk meets them
-    std::vector<BadKey> bad_keys;
     std::map<std::string, size_t, std::less<>> definitions;  // the piece that counts: the last one
     std::set<std::string, std::less<>> used_names;           // what the files that it uses define
 
@@ -93,6 +86,10 @@ struct Program {
 enum class Reading { file, expression };
 
 Program read_program(std::string_view text, Reading reading = Reading::file);
+
+/// The Leaves of the names that a lambda or let binds, borrowed. Of a key that is no name all words
+/// are, so that nobody looks for them elsewhere.
+std::vector<Node*> bound_names(Node* binder);
 
 /// The prelude's definitions, read in the same way.
 const Program& prelude_program();

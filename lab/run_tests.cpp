@@ -7,6 +7,7 @@
 #include <ostream>
 #include <sstream>
 
+#include "front/scan.h"
 #include "lab/files.h"
 #include "lab/pack.h"
 #include "lab/run_program.h"
@@ -20,8 +21,6 @@ namespace fs = std::filesystem;
 
 constexpr int wrong_use = 2;
 constexpr size_t most_shown_lines = 10;
-
-bool is_white(char c) { return c == ' ' || c == '\n'; }
 
 std::string trimmed(const std::string& text) {
     const size_t first = text.find_first_not_of(" \n");

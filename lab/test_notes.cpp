@@ -5,13 +5,12 @@
 #include <algorithm>
 #include <optional>
 
+#include "front/scan.h"
 #include "lab/notes.h"
 
 namespace marl::lab {
 
 namespace {
-
-bool is_white(char c) { return c == ' ' || c == '\n'; }
 
 Range trimmed(const std::string& text, Range range) {
     while (range.begin < range.end && is_white(text[range.begin])) ++range.begin;

@@ -325,18 +325,24 @@ std::map<std::string, std::vector<Place>, std::less<>> redefinitions(const Bundl
     return found;
 }
 
-std::set<Place> kept_places(const Bundle& bundle) {
-    const std::vector<Place> shut = meanings(bundle, 0, "shut");
-    std::set<Place> kept(shut.begin(), shut.end());
+std::set<Place> noted_places(const Bundle& bundle) {
+    std::set<Place> noted;
     for (size_t i = 0; i < bundle.sources.size(); ++i) {
         for (const ToolNote& note : tool_notes(bundle.program(i))) {
             if (note.word != "keep") continue;
             for (const Word& word : words_of(bundle.program(i), note.body)) {
                 const std::vector<Place> places = meanings(bundle, i, word.text);
-                kept.insert(places.begin(), places.end());
+                noted.insert(places.begin(), places.end());
             }
         }
     }
+    return noted;
+}
+
+std::set<Place> kept_places(const Bundle& bundle) {
+    std::set<Place> kept = noted_places(bundle);
+    const std::vector<Place> shut = meanings(bundle, 0, "shut");
+    kept.insert(shut.begin(), shut.end());
     return kept;
 }
 
@@ -349,8 +355,7 @@ Reached reach_from(const Bundle& bundle, size_t source, const Program& expressio
     return std::move(walk.reached);
 }
 
-Reached reach_of(const Bundle& bundle) {
-    std::set<Place> roots = kept_places(bundle);
+Reached reach_of(const Bundle& bundle, std::set<Place> roots) {
     const Program& first = bundle.program(0);
     for (const auto& [key, piece] : first.definitions) {
         if (!first.has_entry) roots.insert({0, piece});

@@ -79,12 +79,14 @@ struct Reached {
 Reached reach_from(const Bundle& bundle, size_t source, const Program& expression,
                    const std::set<Place>& roots);
 
-/// What the first source's entry reaches, or all that it defines when it has none; with the
-/// definition `shut`, which an interrupt runs, and what notes [keep: NAMES] of the bundle name.
-Reached reach_of(const Bundle& bundle);
-
-/// The roots of the above but for the entry.
+/// What notes [keep: NAMES] of the bundle name.
+std::set<Place> noted_places(const Bundle& bundle);
+/// The same, with the definition `shut`, which an interrupt runs.
 std::set<Place> kept_places(const Bundle& bundle);
+
+/// What the first source's entry reaches, or all that it defines when it has none; with what the
+/// roots do.
+Reached reach_of(const Bundle& bundle, std::set<Place> roots);
 
 /// What is wrong with a source, and what is doubtful, by the rules of uses and of notes for tools.
 std::vector<Message> find_use_messages(const Bundle& bundle, size_t source);

@@ -17,6 +17,7 @@
 #include "lab/observe.h"
 #include "lab/shown.h"
 #include "reduce/analysis.h"
+#include "value/walk.h"
 
 namespace marl::lab {
 
@@ -51,21 +52,15 @@ class Origins {
 
     /// The origin of the first Z with one in an expression, in reading order.
     OriginRef inside(Node* expression, size_t most_nodes) const {
-        std::vector<Node*> rest{expression};
         std::unordered_set<Node*> seen;
-        while (!rest.empty() && seen.size() < most_nodes) {
-            Node* node = rest.back();
-            rest.pop_back();
-            if (!node || !seen.insert(node).second) continue;
-            if (OriginRef origin = of(node)) return origin;
-            if (!is_leaf(node)) {
-                rest.push_back(right(node));
-                rest.push_back(left(node));
-            } else if (is_leaf_of(node, '\n')) {
-                for (int64_t i = span_of(node); i > 0; --i) rest.push_back(cray_slot(node, i - 1));
-            }
-        }
-        return nullptr;
+        OriginRef found;
+        walk<ChildrenAndElements>(expression, [&](Node* node) {
+            if (seen.size() == most_nodes) return Go::out;
+            if (!seen.insert(node).second) return Go::past;
+            found = of(node);
+            return found ? Go::out : Go::in;
+        });
+        return found;
     }
 
   private:

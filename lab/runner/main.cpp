@@ -17,13 +17,13 @@
 #include <new>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "driver/interrupt.h"
 #include "driver/process.h"
 #include "driver/report.h"
 #include "driver/shutdown.h"
 #include "front/check.h"
-#include "front/definitions.h"
 #include "front/prelude.h"
 #include "lab/result_text.h"
 #include "number/convert.h"
@@ -52,10 +52,11 @@ std::string read_descriptor(int descriptor) {
 
 Report prepare(const std::string& text) {
     build_prelude();
-    const Report parsed = parse_program(String(text));
+    Module module;
+    Report parsed = parse_program(String(text), module);
     if (!passed(parsed)) return parsed;
     install_interrupt_handler();
-    return check_program();
+    return check_program(std::move(module));
 }
 
 /// Writes a line behind what the program has written through C.
