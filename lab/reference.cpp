@@ -2,10 +2,11 @@
 
 #include <map>
 #include <nlohmann/json.hpp>
+#include <span>
 
 namespace marl::lab {
 
-extern const std::string_view reference_text;  // made from the document
+extern const std::span<const std::string_view> reference_pieces;  // made from the document
 
 namespace {
 
@@ -17,7 +18,9 @@ bool names_something(const std::string& kind) {
 
 Entries* read_entries() {
     auto* entries = new Entries;
-    const auto reference = nlohmann::json::parse(reference_text);
+    std::string document;
+    for (const std::string_view piece : reference_pieces) document += piece;
+    const auto reference = nlohmann::json::parse(document);
     for (const auto& entry : reference.at("entries")) {
         if (!names_something(entry.at("kind"))) continue;
         std::string text;

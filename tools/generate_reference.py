@@ -8,9 +8,10 @@ read what it makes:
 
     {"entries": [ENTRY...], "sections": [SECTION...], "examples": [[EXPRESSION, RESULT]...]}
 
-    ENTRY    {"name", "kind", "section", "id", "lines": [[LABEL, MARKDOWN]...]}; of a built-in "arity"
-             as well. `kind` is "built-in", "combinator", "operator", "kind" (of data), "record" or
-             "report". A line without a label is a paragraph. `id` is its place on the page.
+    ENTRY    {"name", "kind", "section", "id", "cell", "lines": [[LABEL, MARKDOWN]...]}; of a built-in
+             "arity" as well. `kind` is "built-in", "combinator", "operator", "kind" (of data), "record"
+             or "report". A line without a label is a paragraph. `id` is its place on a page, which
+             is the first cell of the section that is `cell`.
     SECTION  {"title", "id", "text"}: the prose in Markdown, without tables
 
 A built-in's row begins with its name, or with several names that share the row, in front of its arity.
@@ -63,10 +64,10 @@ def name_in(cell):
     return word[1] if word else ""
 
 
-def entry(kind, name, section, lines, **more):
+def entry(kind, name, section, cell, lines, **more):
     lines = [[label, text] for label, text in lines if text]
-    return {"name": name, "kind": kind, "section": section, "id": place(kind, name), **more,
-            "lines": lines}
+    return {"name": name, "kind": kind, "section": section, "id": place(kind, name), "cell": cell,
+            **more, "lines": lines}
 
 
 def builtins_of(section, head, rows):
@@ -79,7 +80,8 @@ def builtins_of(section, head, rows):
             elif re.fullmatch(r"\d", cell) and head[at] == "arity":
                 rest = [] if "built-in" in head[at:] else list(zip(head[at + 1:], row[at + 1:]))
                 for name in names:
-                    yield entry("built-in", name, section, [("arity", cell), *rest], arity=int(cell))
+                    yield entry("built-in", name, section, f"`{name}`", [("arity", cell), *rest],
+                                arity=int(cell))
                 names = []
 
 
@@ -95,20 +97,20 @@ def operators_of(section, rows):
             if len(parts) == len(codes):
                 said[1] = f"`` {code} ``: {parts[i]}" if "`" in code else f"`{code}`: {parts[i]}"
             for operator in re.sub(r"value|body|[\w()\[\]\s,}]", "", code):
-                lines = found.setdefault(operator, [])
+                _, lines = found.setdefault(operator, (written, []))
                 if said not in lines:
                     lines.append(said)
-    for operator, lines in found.items():
-        yield entry("operator", operator, section, lines)
+    for operator, (cell, lines) in found.items():
+        yield entry("operator", operator, section, cell, lines)
 
 
 def rows_as(kind, section, head, rows):
     """Entries of a table whose first column names them; rows of one name are one entry."""
     found = {}
     for first, *rest in rows:
-        found.setdefault(first.strip("`"), []).extend(zip(head[1:], rest))
-    for name, lines in found.items():
-        yield entry(kind, name, section, lines)
+        found.setdefault(first, []).extend(zip(head[1:], rest))
+    for cell, lines in found.items():
+        yield entry(kind, cell.strip("`"), section, cell, lines)
 
 
 def entries_of(section, head, rows):

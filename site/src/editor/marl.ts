@@ -1,11 +1,19 @@
 // marl for CodeMirror: highlighting, bracket matching, the sentences of the check under the faults,
 // and the reference's entry for the name under the pointer or, with F1, the cursor.
-import { StreamLanguage, LanguageSupport, syntaxHighlighting, HighlightStyle } from "@codemirror/language";
+import {
+  HighlightStyle,
+  indentService,
+  LanguageSupport,
+  StreamLanguage,
+  syntaxHighlighting,
+} from "@codemirror/language";
 import { linter, type Diagnostic } from "@codemirror/lint";
 import { hoverTooltip, keymap, type EditorView } from "@codemirror/view";
 import type { Text } from "@codemirror/state";
 import { Tag, tags } from "@lezer/highlight";
 import { tokenize, styleOf, type Open, type Token } from "../language/grammar";
+import { indentBehind } from "../language/program";
+import { page } from "../assets";
 import { check, type Message } from "../machine/laboratory";
 import { entryFor } from "../play/entries";
 
@@ -54,7 +62,10 @@ const stream = StreamLanguage.define<LineState>({
     return styleOf(token.name).slice(2) || null;
   },
   tokenTable,
-  languageData: { closeBrackets: { brackets: ["(", "[", "{"] } },
+  languageData: {
+    closeBrackets: { brackets: ["(", "[", "{"] },
+    indentOnInput: /^\s*[)}\]]$/,
+  },
 });
 
 const style = HighlightStyle.define(
@@ -129,7 +140,7 @@ const hover = hoverTooltip(async ({ state }, position) => {
 async function lookUp({ state: { doc, selection } }: EditorView) {
   const { head } = selection.main;
   const found = (await entryAt(doc, head)) ?? (await entryAt(doc, Math.max(0, head - 1)));
-  open(`reference.html${found ? `#${found.entry.anchor}` : ""}`);
+  open(page(`reference.html${found ? `#${found.entry.id}` : ""}`));
 }
 
 const keys = keymap.of([{
@@ -140,7 +151,12 @@ const keys = keymap.of([{
   },
 }]);
 
+const indentation = indentService.of(
+  (context, position) =>
+    indentBehind(context.state.doc.sliceString(0, position), context.textAfterPos(position)) ?? null,
+);
+
 /// `onChecked` gets what the check says, behind each change.
 export function marl(onChecked: (messages: Message[]) => void): LanguageSupport {
-  return new LanguageSupport(stream, [syntaxHighlighting(style), faults(onChecked), hover, keys]);
+  return new LanguageSupport(stream, [syntaxHighlighting(style), faults(onChecked), hover, keys, indentation]);
 }

@@ -3,7 +3,7 @@
 // `check` and `format` answer at once, from a worker that stays. Steps and a profile run the
 // program, so each such request has a worker of its own, which `stop` ends.
 import type { Job } from "./module";
-import { Laboratory } from "./session";
+import { type Answer, Laboratory } from "./session";
 
 export interface Message {
   line: number;
@@ -20,13 +20,21 @@ const still = new Laboratory(10_000);
 
 /// What is wrong or doubtful in a program, without running it.
 export async function check(text: string): Promise<Message[]> {
-  const answer = await still.ask({ command: "check", name: "program", text });
+  const { answer } = await still.ask<{ messages?: Message[] } | null>({
+    command: "check",
+    name: "program",
+    text,
+  });
   return answer?.messages ?? [];
 }
 
 /// The program in its canonical layout, or what keeps it from having one.
 export async function format(text: string): Promise<{ text?: string; messages?: Message[] }> {
-  return (await still.ask({ command: "format", text })) ?? {};
+  const { answer } = await still.ask<{ text?: string; messages?: Message[] } | null>({
+    command: "format",
+    text,
+  });
+  return answer ?? {};
 }
 
 /// A part of a state's expression. A node that its state has shown already is there `again`.
@@ -61,19 +69,29 @@ export interface ProfileRow {
   below: number;
 }
 
+/// The beginning of a call, or its end.
+export interface CallEvent {
+  n: number;
+  depth: number;
+  call?: string;
+  answer?: string;
+}
+
 /// A request that runs the program, in a worker of its own.
-export interface Pending<Answer> {
-  answer: Promise<Answer>;
+export interface Pending<Told> {
+  answer: Promise<Answer<Told>>;
   stop(): void;
 }
+
+type OnProgress = (state: number) => void;
 
 /// How long a request may run, in milliseconds.
 const patience = 120_000;
 
-function watch<Answer>(request: object, job: Job): Pending<Answer> {
+function watch<Told>(request: object, job: Job, onProgress?: OnProgress): Pending<Told> {
   const laboratory = new Laboratory(patience);
   const text = new TextDecoder().decode(job.program.bytes);
-  const answer = laboratory.ask({ ...request, text, arguments: job.arguments }, job);
+  const answer = laboratory.ask<Told>({ ...request, text, arguments: job.arguments }, job, onProgress);
   return {
     answer: answer.finally(() => laboratory.close()),
     stop: () => laboratory.close("stopped"),
@@ -84,21 +102,33 @@ export function steps(job: Job, from: number, count: number) {
   return watch<Watched & { steps: Step[] }>({ command: "steps", from, count }, job);
 }
 
+/// One state with nothing left out, as a line.
+export function fullStep(job: Job, n: number) {
+  return watch<Watched & { steps: Step[] }>({ command: "steps", from: n, count: 1, full: true }, job);
+}
+
 /// Where a run gets to: to its end, or to the state numbered `limit`.
-export function walk(job: Job, limit: number) {
-  return watch<Watched & { last: number }>({ command: "walk", limit }, job);
+export function walk(job: Job, limit: number, onProgress?: OnProgress) {
+  return watch<Watched & { last: number }>({ command: "walk", limit }, job, onProgress);
 }
 
 /// The first call of a name in a state from `from` on; without `call` when there is none.
-export function nextCall(job: Job, name: string, from: number) {
-  return watch<Watched & { last: number; call?: string }>({ command: "walk", name, from }, job);
+export function nextCall(job: Job, name: string, from: number, onProgress?: OnProgress) {
+  return watch<Watched & { last: number; call?: string }>({ command: "walk", name, from }, job, onProgress);
+}
+
+/// The calls of a name, or of all that the program defines, with their answers.
+export function calls(job: Job, name: string, limit: number, onProgress?: OnProgress) {
+  return watch<Watched & { calls: CallEvent[] }>({ command: "calls", name, limit }, job, onProgress);
 }
 
 /// The calls that a Z in the result comes from, the first one first. A program that ends the
 /// process has no result.
 export function whyZ(job: Job) {
   return watch<Watched & { result?: string; chain?: { n: number; call: string; within: string[] }[] }>(
-    { command: "why_z" }, job);
+    { command: "why_z" },
+    job,
+  );
 }
 
 export function profile(job: Job) {

@@ -11,6 +11,8 @@ interface Instance {
   callMain(words: string[]): number;
   _laboratory(request: number): void;
   _laboratory_answer(): number;
+  _laboratory_state(): number;
+  onProgress?: (state: number) => void;
   _malloc(size: number): number;
   _free(address: number): void;
   HEAPU8: Uint8Array;
@@ -41,6 +43,16 @@ export type Outcome =
   | { ended: "fault"; word: string };
 
 export type Output = (stream: 1 | 2, bytes: Uint8Array) => void;
+
+/// What a watched program has written, and the number of the state that it was in.
+export interface Logged {
+  state: number;
+  stream: 1 | 2;
+  text: string;
+}
+
+/// The characters of a watched program's output that are kept.
+const logLimit = 1 << 20;
 
 async function instantiate(factory: Factory, module: WebAssembly.Module, onAbort: () => void) {
   return factory({
@@ -115,9 +127,15 @@ export class Machine {
 
   /// A request to the laboratory, answered in JSON. Those that run a program take what it is given
   /// from the job, and a machine answers one of them; of the others as many as one likes.
-  ask(request: object, job?: Job): any {
-    if (job) this.setUp(job, () => {});
-    const bytes = new TextEncoder().encode(JSON.stringify(request) + "\0");
+  ask(
+    request: object,
+    job?: Job,
+    onProgress?: (state: number) => void,
+  ): { answer: unknown; output: Logged[] } {
+    const output: Logged[] = [];
+    if (job) this.setUp(job, this.logTo(output));
+    this.instance.onProgress = onProgress;
+    const bytes = new TextEncoder().encode(`${JSON.stringify(request)}\0`);
     const address = this.instance._malloc(bytes.length);
     this.instance.HEAPU8.set(bytes, address);
     try {
@@ -129,7 +147,19 @@ export class Machine {
     }
     const answer = this.instance._laboratory_answer();
     const heap = this.instance.HEAPU8;
-    return JSON.parse(new TextDecoder().decode(heap.slice(answer, heap.indexOf(0, answer))));
+    const text = new TextDecoder().decode(heap.slice(answer, heap.indexOf(0, answer)));
+    return { answer: JSON.parse(text), output };
+  }
+
+  private logTo(output: Logged[]): Output {
+    const decoders = { 1: new TextDecoder(), 2: new TextDecoder() };
+    let size = 0;
+    return (stream, bytes) => {
+      if (size > logLimit) return;
+      const text = decoders[stream].decode(bytes, { stream: true });
+      size += text.length;
+      output.push({ state: this.instance._laboratory_state(), stream, text });
+    };
   }
 
   private setUp(job: Job, output: Output) {

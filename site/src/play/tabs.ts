@@ -6,6 +6,12 @@ export interface Tabs {
   onSelect(name: string, action: () => void): void;
 }
 
+/// What the page needs of a panel: to tell it that the program has changed, and to stop what it does.
+export interface Panel {
+  changed(): void;
+  stop(): void;
+}
+
 export function setUpTabs(list: Element): Tabs {
   const tabs = [...list.querySelectorAll<HTMLButtonElement>('[role="tab"]')];
   const actions = new Map<string, () => void>();

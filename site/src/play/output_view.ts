@@ -1,0 +1,97 @@
+// The output of a run on a page: the blocks that are in view are drawn, a part of what has come with
+// each frame, so that the page answers whatever a program prints.
+import { type Block, OutputModel, type Stream } from "./output";
+
+/// The bytes that a frame takes.
+const mostOfFrame = 1 << 18;
+
+export class OutputView {
+  private model = new OutputModel();
+  private pending: { stream: Stream; bytes: Uint8Array }[] = [];
+  private frame = 0;
+
+  constructor(private readonly element: HTMLElement) {}
+
+  /// With a mark, what a run prints behind it is a value.
+  clear(mark?: string) {
+    cancelAnimationFrame(this.frame);
+    this.frame = 0;
+    this.pending = [];
+    this.model = new OutputModel(mark);
+    this.element.replaceChildren();
+  }
+
+  write(stream: Stream, bytes: Uint8Array) {
+    for (let at = 0; at < bytes.length; at += mostOfFrame) {
+      this.pending.push({ stream, bytes: bytes.subarray(at, at + mostOfFrame) });
+    }
+    this.frame ||= requestAnimationFrame(() => this.draw());
+  }
+
+  /// Waits until all that has come is on the page.
+  async settled(): Promise<void> {
+    while (this.pending.length) await new Promise(requestAnimationFrame);
+  }
+
+  text(): string {
+    return this.model.text();
+  }
+
+  value(): string | undefined {
+    return this.model.value();
+  }
+
+  /// Takes a Report's picture off the page: what standard error holds from that line on.
+  cutErrors(line: string): string {
+    const cut = this.model.cutErrors(line);
+    if (cut) {
+      this.element.replaceChildren();
+      this.show(0);
+    }
+    return cut;
+  }
+
+  /// Puts something of the page's own behind the output.
+  add(element: Element) {
+    this.element.append(element);
+  }
+
+  private draw() {
+    this.frame = 0;
+    const { element } = this;
+    const follows = element.scrollTop + element.clientHeight >= element.scrollHeight - 40;
+    let taken = 0;
+    let first = Number.POSITIVE_INFINITY;
+    while (this.pending.length && taken < mostOfFrame) {
+      const { stream, bytes } = this.pending.shift()!;
+      taken += bytes.length;
+      first = Math.min(first, this.model.write(stream, bytes));
+    }
+    this.show(first);
+    if (follows) element.scrollTop = element.scrollHeight;
+    if (this.pending.length) this.frame = requestAnimationFrame(() => this.draw());
+  }
+
+  private show(first: number) {
+    const { blocks } = this.model;
+    for (let i = first; i < blocks.length; ++i) {
+      const shown = this.element.children[i];
+      if (shown) shown.replaceWith(elementOf(blocks[i]));
+      else this.element.append(elementOf(blocks[i]));
+    }
+  }
+}
+
+function elementOf({ runs, lines, goesOn }: Block): HTMLElement {
+  const made = document.createElement("pre");
+  made.className = goesOn ? "block goes-on" : "block";
+  // Until it comes into view it is as high as its lines.
+  made.style.containIntrinsicSize = `auto ${Math.max(1, lines) * 1.5}em`;
+  for (const { style, text } of runs) {
+    const span = document.createElement("span");
+    span.className = style;
+    span.textContent = text;
+    made.append(span);
+  }
+  return made;
+}
