@@ -35,7 +35,8 @@ async function bundleForNode(): Promise<Machine> {
     "#!/usr/bin/env node\nimport { createRequire } from 'node:module'; import nodePath from 'node:path';" +
     "import { fileURLToPath as nodeUrl } from 'node:url'; const require = createRequire(import.meta.url);" +
     "const __filename = nodeUrl(import.meta.url); const __dirname = nodePath.dirname(__filename);";
-  const forNode = { ...common, platform: "node", format: "esm", alias, banner: { js: banner } } as const;
+  const define = { ASSETS: "{}", STYLE_NONCE: JSON.stringify("none") };
+  const forNode = { ...common, platform: "node", format: "esm", alias, define, banner: { js: banner } } as const;
   for (const [entry, out] of [
     ["command", "marl.mjs"],
     ["machine", "machine.mjs"],

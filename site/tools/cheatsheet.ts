@@ -31,7 +31,7 @@ function named({ entries }: Reference, kind: string, names?: string[]): Referenc
 export function cheatsheetText(reference: Reference): string {
   const text = fs.readFileSync(path.join(site, "cheatsheet.md"), "utf8");
   return text
-    .replace("{{operators}}", operators(reference))
+    .replace("{{operators}}", () => operators(reference))
     .replace("{{combinators}}", () =>
       table(named(reference, "combinator").map((entry) => row(line(entry, "rule"), line(entry, "use")))),
     )

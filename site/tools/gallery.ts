@@ -35,16 +35,19 @@ export function readExamples(): Example[] {
 
 const plain = (about: string) => escapeHtml(about.replaceAll("`", ""));
 
-/// The first lines that a program prints, small.
-function picture(out: string): string {
-  const lines = out.split("\n").slice(0, 16);
-  return `<pre class="thumb" aria-hidden="true">${escapeHtml(lines.map((line) => line.slice(0, 64)).join("\n"))}</pre>`;
+/// The first lines that a program prints, as large as they leave room for.
+function picture({ out, status }: Example): string {
+  const lines = (out || `exit status ${status}`).split("\n").slice(0, 22).map((line) => line.slice(0, 200));
+  const height = lines.length;
+  const width = Math.max(...lines.map((line) => line.length));
+  const size = height < 6 && width < 24 ? "large" : height < 12 && width < 45 ? "middle" : "small";
+  return `<pre class="thumb ${size}" aria-hidden="true">${escapeHtml(lines.join("\n"))}</pre>`;
 }
 
 function card(example: Example): string {
   const mark = needsCommandLine(example.text) ? ' <span class="badge">command line</span>' : "";
   return (
-    `<li><a href="#${slug(example.name)}">${picture(example.out)}<strong>${example.name}</strong>` +
+    `<li><a href="#${slug(example.name)}">${picture(example)}<strong>${example.name}</strong>` +
     `<span>${plain(example.about)}</span>${mark}</a></li>`
   );
 }

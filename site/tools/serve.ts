@@ -20,7 +20,7 @@ export async function serve(www: string, port = 0): Promise<{ server: http.Serve
     dev: true,
     etag: true,
     gzip: true,
-    extensions: [],
+    extensions: ["html"],
     onNoMatch: (_, response) => response.writeHead(404, { ...headers, "Content-Type": "text/html; charset=utf-8" }).end(notFound),
     setHeaders: (response, pathname) => {
       for (const [name, value] of Object.entries(headers)) response.setHeader(name, value);

@@ -1,15 +1,7 @@
 // The editor: CodeMirror with what a small program needs, and nothing of the page around it.
-import {
-  acceptCompletion,
-  autocompletion,
-  closeBrackets,
-  closeBracketsKeymap,
-  completionKeymap,
-} from "@codemirror/autocomplete";
 import { defaultKeymap, history, historyKeymap, indentLess, indentMore } from "@codemirror/commands";
 import { bracketMatching, indentUnit } from "@codemirror/language";
-import { lintKeymap } from "@codemirror/lint";
-import { EditorState, type Extension, StateEffect, StateField } from "@codemirror/state";
+import { EditorState, type Extension, Prec, StateEffect, StateField } from "@codemirror/state";
 import {
   Decoration,
   type DecorationSet,
@@ -21,8 +13,7 @@ import {
 } from "@codemirror/view";
 import { styleNonce } from "../assets";
 import type { Message } from "../machine/laboratory";
-import { completeNames } from "./complete";
-import { marl } from "./marl";
+import { highlighting } from "./marl";
 
 export interface EditorSettings {
   parent: Element;
@@ -63,7 +54,7 @@ const tabulator: Extension = (() => {
     keymap.of([
       {
         key: "Tab",
-        run: (view) => !leaves && (acceptCompletion(view) || insertBlanks(view)),
+        run: (view) => !leaves && insertBlanks(view),
         shift: (view) => !leaves && indentLess(view),
       },
     ]),
@@ -94,7 +85,7 @@ export function makeEditor(settings: EditorSettings): EditorView {
     action();
     return true;
   };
-  return new EditorView({
+  const view = new EditorView({
     parent: settings.parent,
     state: EditorState.create({
       doc: settings.text,
@@ -105,22 +96,14 @@ export function makeEditor(settings: EditorSettings): EditorView {
         drawSelection(),
         highlightSpecialChars(),
         bracketMatching({ brackets: "()[]{}" }),
-        closeBrackets(),
         indentUnit.of("  "),
-        autocompletion({ override: [completeNames], icons: false }),
         keymap.of([
           { key: "Mod-Enter", run: key(settings.onRun) },
           { key: "Shift-Enter", run: key(settings.onRun) },
           { key: "Mod-.", run: key(settings.onStop) },
         ]),
         tabulator,
-        keymap.of([
-          ...closeBracketsKeymap,
-          ...defaultKeymap,
-          ...historyKeymap,
-          ...completionKeymap,
-          ...lintKeymap,
-        ]),
+        keymap.of([...defaultKeymap, ...historyKeymap]),
         EditorView.lineWrapping,
         EditorView.contentAttributes.of({
           "aria-label": settings.label,
@@ -129,7 +112,7 @@ export function makeEditor(settings: EditorSettings): EditorView {
           spellcheck: "false",
         }),
         marked,
-        marl((messages) => settings.onChecked?.(messages)),
+        highlighting,
         EditorView.updateListener.of((update) => {
           if (!update.docChanged) return;
           const isOwn = update.transactions.some(({ effects }) => effects.some((each) => each.is(replaces)));
@@ -138,6 +121,25 @@ export function makeEditor(settings: EditorSettings): EditorView {
       ],
     }),
   });
+  helpWhenAsked(view, (messages) => settings.onChecked?.(messages));
+  return view;
+}
+
+/// How long an editor that nobody touches goes without its help, in milliseconds.
+const untouched = 2500;
+
+/// Fetches what helps whoever writes, the check included, when somebody comes to write, or when there
+/// is nothing else to fetch.
+function helpWhenAsked(view: EditorView, onChecked: (messages: Message[]) => void) {
+  let asked = false;
+  const ask = async () => {
+    if (asked) return;
+    asked = true;
+    const { help } = await import("./help");
+    view.dispatch({ effects: StateEffect.appendConfig.of(Prec.high(help(onChecked))) });
+  };
+  for (const event of ["focusin", "pointerenter"]) view.dom.addEventListener(event, () => void ask(), { once: true });
+  setTimeout(() => void ask(), untouched);
 }
 
 /// Puts another text into the editor. One that the reader has not typed is no change of the reader's.

@@ -7,15 +7,12 @@ import { asset } from "../assets";
 import { makeEditor, markPlace, replaceText } from "../editor/editor";
 import { format, type Message } from "../machine/laboratory";
 import { warmUp } from "../machine/session";
-import { setUpCalls } from "../play/calls";
 import { type Given, givenText } from "../play/given";
 import { setUpKeys } from "../play/keys";
-import { setUpProfile } from "../play/profile";
 import { ago, documentOf, makeId, Programs, take, titleOf } from "../play/programs";
 import { Runner } from "../play/runner";
 import { fragmentOf, givenBy, LinkFault } from "../play/share";
-import { setUpSteps } from "../play/steps";
-import { setUpTabs } from "../play/tabs";
+import { type Panel, setUpTabs } from "../play/tabs";
 import { setUpFrame } from "./frame";
 
 const by = <E extends HTMLElement>(id: string) => document.getElementById(id) as E;
@@ -80,9 +77,7 @@ function fill(next: Given) {
   fileList.replaceChildren();
   for (const { name, text } of next.files) addFile(name, text);
   if (next.arguments.length || next.input || next.files.length) by<HTMLDetailsElement>("given").open = true;
-  steps.changed();
-  calls.changed();
-  profile.changed();
+  toPanels((panel) => panel.changed());
 }
 
 /// Puts another document in the place of this one.
@@ -114,9 +109,7 @@ function changed() {
   }
   clearTimeout(timer);
   timer = setTimeout(keep, 250) as unknown as number;
-  steps.changed();
-  calls.changed();
-  profile.changed();
+  toPanels((panel) => panel.changed());
 }
 
 function say(text: string, action?: { label: string; run(): void }) {
@@ -179,16 +172,35 @@ const runner = new Runner(
 by("run").addEventListener("click", () => tabs.select("output"));
 
 const mark = (place?: { from: number; to: number }) => markPlace(editor, place);
-const steps = setUpSteps(by("panel-steps"), tabs, { given, mark });
-const calls = setUpCalls(by("panel-calls"), tabs, {
-  given,
-  show: (n) => {
-    tabs.select("steps");
-    steps.show(n);
-  },
-});
-const profile = setUpProfile(by("panel-profile"), tabs, given);
 tabs.onSelect("output", () => mark());
+
+/// The panels that have been opened; each is fetched when its tab is selected first.
+const panels = new Map<string, Promise<Panel>>();
+
+function toPanels(action: (panel: Panel) => void) {
+  for (const panel of panels.values()) void panel.then(action);
+}
+
+const makers: Record<string, () => Promise<Panel>> = {
+  steps: async () => (await import("../play/steps")).setUpSteps(by("panel-steps"), { given, mark }),
+  calls: async () => (await import("../play/calls")).setUpCalls(by("panel-calls"), { given, show: showStep }),
+  profile: async () => (await import("../play/profile")).setUpProfile(by("panel-profile"), given),
+};
+
+async function openPanel(name: string): Promise<Panel> {
+  const made = panels.get(name) ?? makers[name]();
+  panels.set(name, made);
+  const panel = await made;
+  panel.open();
+  return panel;
+}
+
+for (const name of Object.keys(makers)) tabs.onSelect(name, () => void openPanel(name));
+
+async function showStep(n: number) {
+  tabs.select("steps");
+  (await panels.get("steps"))?.show?.(n);
+}
 
 function run() {
   tabs.select("output");
@@ -197,7 +209,7 @@ function run() {
 
 function stop() {
   runner.stop();
-  for (const each of [steps, calls, profile]) each.stop();
+  toPanels((panel) => panel.stop());
 }
 
 interface Example {

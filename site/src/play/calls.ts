@@ -5,7 +5,7 @@ import { type Given, jobOf } from "./given";
 import { Progress, Staleness } from "./progress";
 import { asRun } from "./runner";
 import { withPictures } from "./steps_model";
-import type { Panel, Tabs } from "./tabs";
+import type { Panel } from "./tabs";
 
 export interface CallNode {
   n: number;
@@ -40,7 +40,7 @@ interface Settings {
   show(n: number): void;
 }
 
-export function setUpCalls(panel: HTMLElement, tabs: Tabs, settings: Settings): Panel {
+export function setUpCalls(panel: HTMLElement, settings: Settings): Panel {
   panel.innerHTML = `<div class="calls scrolled" tabindex="0"><div class="panel-bar"><label>Calls of <select></select></label>
 <button type="button" data-do="stop" hidden>Stop</button></div><p class="said" role="status"></p><ul></ul></div>`;
   const frame = panel.querySelector<HTMLElement>(".calls")!;
@@ -102,10 +102,10 @@ export function setUpCalls(panel: HTMLElement, tabs: Tabs, settings: Settings): 
   }
 
   select.addEventListener("change", () => void begin());
-  tabs.onSelect("calls", () => {
-    if (JSON.stringify(settings.given()) !== key) void begin();
-  });
   return {
+    open: () => {
+      if (JSON.stringify(settings.given()) !== key) void begin();
+    },
     changed: () => stale.show(key !== "" && JSON.stringify(settings.given()) !== key),
     stop: () => progress.stop(),
   };

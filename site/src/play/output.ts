@@ -49,6 +49,7 @@ export class OutputModel {
     }
     // An escape sequence may come in two pieces.
     for (const piece of (this.escape + text).split(/(\x1b(?:\[\d*m|\[?\d*$))/)) {
+      if (!piece) continue;
       const whole = /^\x1b\[(\d*)m$/.exec(piece);
       this.escape = "";
       if (whole) this.colour = colours[whole[1]] ?? "";

@@ -3,7 +3,7 @@ import { type ProfileRow, profile } from "../machine/laboratory";
 import { type Given, jobOf } from "./given";
 import { Progress, Staleness } from "./progress";
 import { asRun } from "./runner";
-import type { Panel, Tabs } from "./tabs";
+import type { Panel } from "./tabs";
 
 interface Frame {
   name: string;
@@ -81,7 +81,7 @@ function tableOf(rows: ProfileRow[]): HTMLTableElement {
   return table;
 }
 
-export function setUpProfile(panel: HTMLElement, tabs: Tabs, given: () => Given): Panel {
+export function setUpProfile(panel: HTMLElement, given: () => Given): Panel {
   panel.innerHTML = `<div class="profile scrolled" tabindex="0"><div class="panel-bar"><p class="said" role="status"></p>
 <button type="button" data-do="stop" hidden>Stop</button></div>
 <div class="flame" aria-hidden="true"></div><div class="table"></div></div>`;
@@ -116,10 +116,10 @@ export function setUpProfile(panel: HTMLElement, tabs: Tabs, given: () => Given)
     table.replaceChildren(tableOf(rows));
   }
 
-  tabs.onSelect("profile", () => {
-    if (JSON.stringify(given()) !== key) void begin();
-  });
   return {
+    open: () => {
+      if (JSON.stringify(given()) !== key) void begin();
+    },
     changed: () => stale.show(key !== "" && JSON.stringify(given()) !== key),
     stop: () => progress.stop(),
   };

@@ -10,7 +10,7 @@ import { type Given, jobOf } from "./given";
 import { Progress, Staleness } from "./progress";
 import { asRun } from "./runner";
 import { cutLine, filled, framesTaken, lastFired, piecesOfLine, withPictures, writtenBy } from "./steps_model";
-import type { Panel, Tabs } from "./tabs";
+import type { Panel } from "./tabs";
 import { pictureOf, sharedParts, waitingIn } from "./tree";
 
 const windowSize = 250;
@@ -52,11 +52,7 @@ interface Settings {
   mark(place?: { from: number; to: number }): void;
 }
 
-export interface StepsPanel extends Panel {
-  show(n: number): void;
-}
-
-export function setUpSteps(panel: HTMLElement, tabs: Tabs, settings: Settings): StepsPanel {
+export function setUpSteps(panel: HTMLElement, settings: Settings): Panel {
   panel.innerHTML = template;
   const find = <E extends Element>(selector: string) => panel.querySelector<E>(selector)!;
   const slider = find<HTMLInputElement>("input[type=range]");
@@ -311,11 +307,11 @@ export function setUpSteps(panel: HTMLElement, tabs: Tabs, settings: Settings): 
     else place.textContent = `step ${number(n)}`;
   });
   slider.addEventListener("change", () => void show(Number(slider.value)));
-  tabs.onSelect("steps", () => {
-    begin();
-    void show(at);
-  });
   return {
+    open: () => {
+      begin();
+      void show(wanted);
+    },
     show: (n) => void show(n),
     changed: () => {
       pause();

@@ -46,19 +46,28 @@ export function piecesOfLine(text: string): Piece[] {
   });
 }
 
-/// What each hole of a shortened line stands for, from the line with nothing left out: the texts
-/// between the holes are in it in their order.
-export function filled(short: string, full: string): string[] {
-  const between = short.split(hole);
-  const found: string[] = [];
-  let at = between[0].length;
-  for (let i = 1; i < between.length; ++i) {
-    const isLast = i === between.length - 1;
-    const end = isLast ? full.length - between[i].length : full.indexOf(between[i], at);
-    found.push(full.slice(at, Math.max(at, end)));
-    at = Math.max(at, end) + between[i].length;
+const isBalanced = (text: string) => {
+  let open = 0;
+  for (const c of text) {
+    if (c === "(" || c === "[") ++open;
+    if ((c === ")" || c === "]") && --open < 0) return false;
   }
-  return found;
+  return open === 0;
+};
+
+/// What each hole of a shortened line stands for, from the line with nothing left out: the texts
+/// between the holes are in it in their order, and what a hole stands for is whole.
+export function filled(short: string, full: string): string[] {
+  const [first, ...behind] = short.split(hole);
+  let at = first.length;
+  return behind.map((text, i) => {
+    const isLast = i === behind.length - 1;
+    let end = isLast ? full.length - text.length : full.indexOf(text, at + 1);
+    while (!isLast && end >= 0 && !isBalanced(full.slice(at, end))) end = full.indexOf(text, end + 1);
+    const found = full.slice(at, Math.max(at, end));
+    at += found.length + text.length;
+    return found;
+  });
 }
 
 /// What a run has written up to a state.
