@@ -126,7 +126,7 @@ export function makeEditor(settings: EditorSettings): EditorView {
 }
 
 /// How long an editor that nobody touches goes without its help, in milliseconds.
-const untouched = 2500;
+const untouched = 5000;
 
 /// Fetches what helps whoever writes, the check included, when somebody comes to write, or when there
 /// is nothing else to fetch.
