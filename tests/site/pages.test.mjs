@@ -159,7 +159,7 @@ test("the search knows names, signs, words of the documents and other words for 
   };
   for (const [text, wanted] of [
     ["string length", "rank"], ["fopen", "fopen"], ["+", "+"], ["if else", "Truth"], ["in place", "The in-place rule"],
-    ["mandelbrot", "mandelbrot"], ["fopne", "fopen"], ["exception", "Z"], ["lambda", "\\"],
+    ["mandelbrot", "mandelbrot"], ["mandelbort", "mandelbrot"], ["exception", "Z"], ["lambda", "\\"],
   ]) assert.ok((await first(text)).includes(wanted), `${text}: ${await first(text)}`);
   await first("fopen");
   await page.click("#found a");

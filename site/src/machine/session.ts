@@ -65,6 +65,7 @@ export function start(job: Job, listener: Listener): Run {
   const worker = spare!;
   spare = undefined;
   const begun = performance.now();
+  let withheld = 0;
   let finish: (end: End) => void;
   const end = new Promise<End>((resolve) => {
     finish = (value) => {
@@ -77,11 +78,11 @@ export function start(job: Job, listener: Listener): Run {
     finish({
       outcome: { ended: "fault", word },
       milliseconds: performance.now() - begun,
-      withheld: 0,
+      withheld,
     });
   worker.onmessage = ({ data }: MessageEvent<FromWorker>) => {
     if (data.kind === "output") listener.output(data.stream, data.bytes);
-    if (data.kind === "withheld") listener.withheld(data.bytes);
+    if (data.kind === "withheld") listener.withheld((withheld = data.bytes));
     if (data.kind === "end") finish(data);
   };
   worker.onerror = (event) => fail(event.message);
@@ -95,7 +96,7 @@ export function start(job: Job, listener: Listener): Run {
       finish({
         outcome: { ended: "stopped" },
         milliseconds: performance.now() - begun,
-        withheld: 0,
+        withheld,
       }),
   };
 }

@@ -32,9 +32,12 @@ function announceVersion() {
 function setUpOffline() {
   if (!("serviceWorker" in navigator) || !isSecureContext) return;
   const { serviceWorker } = navigator;
-  // A page that another version's worker takes over is an older version's.
-  const before = serviceWorker.controller;
-  serviceWorker.addEventListener("controllerchange", () => before && announceVersion());
+  // A page that one version's worker has had, and another one's takes over, is an older version's.
+  let isKept = Boolean(serviceWorker.controller);
+  serviceWorker.addEventListener("controllerchange", () => {
+    if (isKept) announceVersion();
+    isKept = true;
+  });
   addEventListener("load", () => {
     // The first visit's own work comes first.
     setTimeout(() => void serviceWorker.register(page("offline.js")).catch(() => {}), 1500);

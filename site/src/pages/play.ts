@@ -9,7 +9,7 @@ import { format, type Message } from "../machine/laboratory";
 import { warmUp } from "../machine/session";
 import { type Given, givenText } from "../play/given";
 import { setUpKeys } from "../play/keys";
-import { ago, documentOf, makeId, Programs, take, titleOf } from "../play/programs";
+import { ago, documentOf, giveBack, makeId, Programs, take, titleOf } from "../play/programs";
 import { Runner } from "../play/runner";
 import { fragmentOf, givenBy, LinkFault } from "../play/share";
 import { type Panel, setUpTabs } from "../play/tabs";
@@ -325,7 +325,13 @@ by("add-file").addEventListener("click", () => {
   fileList.lastElementChild!.querySelector("input")!.focus();
 });
 addEventListener("hashchange", () => void openFragment());
-addEventListener("pagehide", keep);
+addEventListener("pagehide", () => {
+  keep();
+  giveBack();
+});
+window.addEventListener("pageshow", (event) => {
+  if (event.persisted && shown.own) void take(shown.id);
+});
 document.addEventListener("visibilitychange", () => {
   if (document.hidden) keep();
 });

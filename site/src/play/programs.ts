@@ -100,13 +100,19 @@ export async function take(id: string, patience = 0): Promise<boolean> {
       .catch(() => resolve(undefined));
   });
   if (!taken) return false;
-  release?.();
+  giveBack();
   release = taken;
   return true;
 }
 
+/// Lets other tabs have this one's document, as when its page goes.
+export function giveBack() {
+  release?.();
+  release = undefined;
+}
+
 /// A page that is loaded anew may wait for its former self to let go.
-const reloadPatience = 500;
+const reloadPatience = 1000;
 
 /// The document that a tab begins with when it is given no other: its own from before a reload, else
 /// the last one that no tab has open.
