@@ -89,7 +89,9 @@ async function bundleScripts(files: Record<string, string>): Promise<Bundle> {
     const page = path.parse(entryPoint).name;
     scripts[page] = `assets/${path.basename(name)}`;
     if (page !== "play") continue;
-    parts = imports.filter(({ kind }) => kind === "import-statement").map((each) => `assets/${path.basename(each.path)}`);
+    parts = imports
+      .filter(({ kind }) => kind === "import-statement")
+      .map((each) => `assets/${path.basename(each.path)}`);
   }
   return { style, scripts, parts, policy: policyOf(nonce) };
 }
@@ -143,7 +145,10 @@ async function checkExamples(text: string, { runProgram }: Machine) {
 function installText(): string {
   const sections = source("README.md").split(/^(?=## )/m);
   const wanted = ["Four commands", "Install", "The exit status in a script"];
-  const found = wanted.map((title) => sections.find((section) => section.startsWith(`## ${title}\n`)) ?? fail(`README.md has no section ${title}`));
+  const found = wanted.map(
+    (title) =>
+      sections.find((section) => section.startsWith(`## ${title}\n`)) ?? fail(`README.md has no section ${title}`),
+  );
   const intro =
     "# Install marl\n\nThe [playground](index.html) needs nothing. For the command line, take the source of this\n" +
     "version ([marl-source.tar.gz](marl-source.tar.gz), or a clone of the repository).\n\n";
@@ -223,11 +228,31 @@ async function main() {
   }
 
   const documents = [
-    { name: "guide.html", document: guide, description: "The language in an hour, from the first program to a server." },
-    { name: "reference.html", document: read("docs/reference.md", { ids: cellIds(reference) }), description: "Every operator, every built-in, every Report." },
-    { name: "mistakes.html", document: read("docs/mistakes.md"), description: "Forty programs as a beginner would write them, and what is wrong." },
-    { name: "design.html", document: read("docs/design.md"), description: "How the machine is built, why, and what must stay true." },
-    { name: "browser.html", document: read("site/browser.md"), description: "What differs between a page and the command line." },
+    {
+      name: "guide.html",
+      document: guide,
+      description: "The language in an hour, from the first program to a server.",
+    },
+    {
+      name: "reference.html",
+      document: read("docs/reference.md", { ids: cellIds(reference) }),
+      description: "Every operator, every built-in, every Report.",
+    },
+    {
+      name: "mistakes.html",
+      document: read("docs/mistakes.md"),
+      description: "Forty programs as a beginner would write them, and what is wrong.",
+    },
+    {
+      name: "design.html",
+      document: read("docs/design.md"),
+      description: "How the machine is built, why, and what must stay true.",
+    },
+    {
+      name: "browser.html",
+      document: read("site/browser.md"),
+      description: "What differs between a page and the command line.",
+    },
   ];
   // Code for node stands in the module's file as well; a page never gets there.
   const worker = await bundled("src/machine/worker.ts", {
@@ -235,47 +260,96 @@ async function main() {
     alias,
     external: ["fs", "path", "child_process", "crypto"],
   });
-  const pageExamples = examples.map(({ name, text, arguments: words, input, files }) => ({ name, text, arguments: words, input, files }));
+  const pageExamples = examples.map(({ name, text, arguments: words, input, files }) => ({
+    name,
+    text,
+    arguments: words,
+    input,
+    files,
+  }));
   const assets = await bundleScripts({
     wasm: writeAsset("marl.wasm", fs.readFileSync(path.join(build, "module/marl.wasm"))),
     worker: writeAsset("worker.js", worker),
     reference: writeAsset("reference.json", JSON.stringify(pageEntries(reference))),
     examples: writeAsset("examples.json", JSON.stringify(pageExamples)),
-    search: writeAsset("search.json", searchIndex({
-      reference,
-      documents: documents.filter(({ name }) => name !== "reference.html").map(({ name, document }) => ({ document, href: name })),
-      examples,
-    })),
+    search: writeAsset(
+      "search.json",
+      searchIndex({
+        reference,
+        documents: documents
+          .filter(({ name }) => name !== "reference.html")
+          .map(({ name, document }) => ({ document, href: name })),
+        examples,
+      }),
+    ),
   });
 
   for (const page of documents) {
     const search = page.name === "reference.html" ? template("search.html") : "";
-    writeDocument({ ...page, document: { ...page.document, body: page.document.body.replace("</h1>\n", `</h1>\n${search}`) } }, assets);
+    writeDocument(
+      { ...page, document: { ...page.document, body: page.document.body.replace("</h1>\n", `</h1>\n${search}`) } },
+      assets,
+    );
   }
-  writeDocument({ name: "examples.html", document: galleryPage(examples, highlight), description: "Programs that do something." }, assets);
-  writeDocument({ name: "install.html", document: renderDocument(installText(), { highlight }), description: "How to get marl for the command line.", script: "plain" }, assets);
+  writeDocument(
+    { name: "examples.html", document: galleryPage(examples, highlight), description: "Programs that do something." },
+    assets,
+  );
+  writeDocument(
+    {
+      name: "install.html",
+      document: renderDocument(installText(), { highlight }),
+      description: "How to get marl for the command line.",
+      script: "plain",
+    },
+    assets,
+  );
   const sheet = renderDocument(cheatsheet, { highlight });
   const sections = sheet.sections.slice(1).map(({ body }) => `<section>${body}</section>`);
-  writePage("cheatsheet.html", {
-    title: "Cheat sheet · marl",
-    description: "marl on one page of paper.",
-    main: `<div class="cheatsheet"><h1>marl on a page <button type="button" id="print">Print</button></h1><div class="columns">${sections.join("")}</div></div>`,
-    script: "plain",
-    kind: "wide",
-  }, assets);
-  for (const { name, title, main } of tourPages(renderDocument(source("docs/guide.md"), { highlight, snippets, up: "../" }))) {
-    writePage(name, { title: `${title} · a tour of marl`, description: `A tour of marl: ${title}.`, main, script: "tour", kind: "wide" }, assets);
+  writePage(
+    "cheatsheet.html",
+    {
+      title: "Cheat sheet · marl",
+      description: "marl on one page of paper.",
+      main: `<div class="cheatsheet"><h1>marl on a page <button type="button" id="print">Print</button></h1><div class="columns">${sections.join("")}</div></div>`,
+      script: "plain",
+      kind: "wide",
+    },
+    assets,
+  );
+  for (const { name, title, main } of tourPages(
+    renderDocument(source("docs/guide.md"), { highlight, snippets, up: "../" }),
+  )) {
+    writePage(
+      name,
+      {
+        title: `${title} · a tour of marl`,
+        description: `A tour of marl: ${title}.`,
+        main,
+        script: "tour",
+        kind: "wide",
+      },
+      assets,
+    );
   }
-  writePage("search.html", {
-    title: "Search · marl",
-    description: "Search in the guide, the reference and the examples.",
-    main: `<div class="searching"><h1>Search</h1>${template("search.html")}</div>`,
-    script: "search",
-    kind: "reading",
-  }, assets);
+  writePage(
+    "search.html",
+    {
+      title: "Search · marl",
+      description: "Search in the guide, the reference and the examples.",
+      main: `<div class="searching"><h1>Search</h1>${template("search.html")}</div>`,
+      script: "search",
+      kind: "reading",
+    },
+    assets,
+  );
   writePlaygrounds(examples, assets, highlight);
   writeNotFound(assets);
-  execFileSync("git", ["archive", "--format=tar.gz", "--prefix=marl/", "-o", path.join(www, "marl-source.tar.gz"), "HEAD"], { cwd: root });
+  execFileSync(
+    "git",
+    ["archive", "--format=tar.gz", "--prefix=marl/", "-o", path.join(www, "marl-source.tar.gz"), "HEAD"],
+    { cwd: root },
+  );
   await writeServiceWorker();
   compress();
   console.log(`${guide.programs.length} programs of the guide do what it shows`);
@@ -283,35 +357,48 @@ async function main() {
 
 function writePlaygrounds(examples: Example[], assets: Bundle, highlight: (text: string) => string) {
   const program = highlight(template("hello.marl"));
-  const preload =
-    assets.parts.map((part) => `<link rel="modulepreload" href="${part}">\n`).join("");
-  writePage("index.html", {
-    title: "marl",
-    description: "A small lazy functional language. Write a program, run it, watch it reduce.",
-    main: template("play.html").replace("{{examples}}", exampleOptions(examples)).replace("{{program}}", () => program),
-    script: "play",
-    kind: "wide",
-    preload,
-  }, assets);
-  writePage("play.html", {
-    title: "marl, a program",
-    description: "A program in marl, to run and to change.",
-    main: template("embed.html").replace("{{program}}", () => program),
-    script: "embed",
-    kind: "bare",
-  }, assets);
+  const preload = assets.parts.map((part) => `<link rel="modulepreload" href="${part}">\n`).join("");
+  writePage(
+    "index.html",
+    {
+      title: "marl",
+      description: "A small lazy functional language. Write a program, run it, watch it reduce.",
+      main: template("play.html")
+        .replace("{{examples}}", exampleOptions(examples))
+        .replace("{{program}}", () => program),
+      script: "play",
+      kind: "wide",
+      preload,
+    },
+    assets,
+  );
+  writePage(
+    "play.html",
+    {
+      title: "marl, a program",
+      description: "A program in marl, to run and to change.",
+      main: template("embed.html").replace("{{program}}", () => program),
+      script: "embed",
+      kind: "bare",
+    },
+    assets,
+  );
 }
 
 /// A server shows it for any address, so its own links begin at the site's: SITE_BASE, or the host.
 function writeNotFound(assets: Assets) {
   const base = process.env.SITE_BASE ?? "/";
-  writePage("404.html", {
-    title: "Not found · marl",
-    description: "There is no such page.",
-    main: '<div class="searching"><h1>There is no such page</h1><p>Perhaps it has moved: <a href="search.html">search</a>, or begin at the <a href="index.html">playground</a>.</p></div>',
-    script: "plain",
-    kind: "reading",
-  }, assets);
+  writePage(
+    "404.html",
+    {
+      title: "Not found · marl",
+      description: "There is no such page.",
+      main: '<div class="searching"><h1>There is no such page</h1><p>Perhaps it has moved: <a href="search.html">search</a>, or begin at the <a href="index.html">playground</a>.</p></div>',
+      script: "plain",
+      kind: "reading",
+    },
+    assets,
+  );
   const file = path.join(www, "404.html");
   fs.writeFileSync(file, fs.readFileSync(file, "utf8").replace("<title>", `<base href="${base}">\n<title>`));
 }

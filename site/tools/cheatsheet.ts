@@ -35,9 +35,7 @@ export function cheatsheetText(reference: Reference): string {
     .replace("{{combinators}}", () =>
       table(named(reference, "combinator").map((entry) => row(line(entry, "rule"), line(entry, "use")))),
     )
-    .replace("{{kinds}}", () =>
-      table(named(reference, "kind").map((entry) => row(entry.cell, line(entry, "is")))),
-    )
+    .replace("{{kinds}}", () => table(named(reference, "kind").map((entry) => row(entry.cell, line(entry, "is")))))
     .replace(/\{\{builtins (.*)\}\}/, (_, names: string) =>
       table(
         named(reference, "built-in", names.split(" ")).map((entry) =>

@@ -186,7 +186,9 @@ class Renderer {
     rules.code_inline = (tokens, i) => `<code>${escapeHtml(tokens[i].content)}</code>`;
     rules.table_open = () => '<div class="table" tabindex="0"><table>\n';
     rules.table_close = () => "</table></div>\n";
-    rules.th_open = () => '<th scope="col">';
+    // A head that says nothing is none.
+    rules.th_open = (tokens, i) => (tokens[i + 1].content ? '<th scope="col">' : "<td>");
+    rules.th_close = (tokens, i) => (tokens[i - 1].content ? "</th>" : "</td>");
     rules.td_open = (tokens, i) => this.cell(tokens[i + 1]);
     rules.heading_open = (tokens, i) => this.heading(tokens[i], tokens[i + 1]);
     rules.heading_close = (tokens, i) => `</${tokens[i].tag}>\n`;

@@ -37,7 +37,10 @@ const plain = (about: string) => escapeHtml(about.replaceAll("`", ""));
 
 /// The first lines that a program prints, as large as they leave room for.
 function picture({ out, status }: Example): string {
-  const lines = (out || `exit status ${status}`).split("\n").slice(0, 22).map((line) => line.slice(0, 200));
+  const lines = (out || `exit status ${status}`)
+    .split("\n")
+    .slice(0, 22)
+    .map((line) => line.slice(0, 200));
   const height = lines.length;
   const width = Math.max(...lines.map((line) => line.length));
   const size = height < 6 && width < 24 ? "large" : height < 12 && width < 45 ? "middle" : "small";

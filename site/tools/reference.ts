@@ -1,7 +1,8 @@
 // The entries of docs/reference.json as the pages show them.
+
+import MarkdownIt from "markdown-it";
 import { escapeHtml } from "./documents";
 import { source } from "./places";
-import MarkdownIt from "markdown-it";
 
 export interface ReferenceEntry {
   name: string;

@@ -13,15 +13,21 @@ type Piece = Omit<Indexed, "id">;
 function readSynonyms(): Map<string, string> {
   const lines = fs.readFileSync(path.join(site, "search/synonyms.txt"), "utf8").split("\n");
   return new Map(
-    lines.filter((line) => line && !line.startsWith("# ")).map((line) => {
-      const cut = line.indexOf(":", 1);
-      return [line.slice(0, cut).trim(), line.slice(cut + 1).trim()];
-    }),
+    lines
+      .filter((line) => line && !line.startsWith("# "))
+      .map((line) => {
+        const cut = line.indexOf(":", 1);
+        return [line.slice(0, cut).trim(), line.slice(cut + 1).trim()];
+      }),
   );
 }
 
 const plain = (html: string) =>
-  html.replace(/<[^>]*>/g, " ").replace(/&(amp|lt|gt|quot);/g, " ").replace(/\s+/g, " ").trim();
+  html
+    .replace(/<[^>]*>/g, " ")
+    .replace(/&(amp|lt|gt|quot);/g, " ")
+    .replace(/\s+/g, " ")
+    .trim();
 
 function ofReference({ entries, sections }: Reference, synonyms: Map<string, string>): Piece[] {
   return [
@@ -33,21 +39,23 @@ function ofReference({ entries, sections }: Reference, synonyms: Map<string, str
       href: `reference.html#${id}`,
       html: linesHtml(lines),
     })),
-    ...sections.filter(({ text }) => text).map(({ title, id, text }) => ({
-      title,
-      also: synonyms.get(title) ?? "",
-      text,
-      where: "Reference",
-      href: `reference.html#${id}`,
-      html: `<p>${inline(text.split("\n\n")[0])}</p>`,
-    })),
+    ...sections
+      .filter(({ text }) => text)
+      .map(({ title, id, text }) => ({
+        title,
+        also: synonyms.get(title) ?? "",
+        text,
+        where: "Reference",
+        href: `reference.html#${id}`,
+        html: `<p>${inline(text.split("\n\n")[0])}</p>`,
+      })),
   ];
 }
 
 function ofDocument(document: Document, href: string, synonyms: Map<string, string>): Piece[] {
   return document.sections.map(({ title, id, body }) => {
     const text = plain(body);
-    const prose = plain(body.replace(/<(pre|h\d)\b[^]*?<\/\1>/g, ""));
+    const prose = plain(body.replace(/<(pre|h\d)\b[\s\S]*?<\/\1>/g, ""));
     return {
       title,
       also: synonyms.get(title) ?? "",

@@ -1,7 +1,8 @@
 // A server of static files for the built site, on this machine alone: serve [PORT]. It sends the page's
 // policy as a header too, which workers are held to.
-import http from "node:http";
+
 import fs from "node:fs";
+import http from "node:http";
 import path from "node:path";
 import { pathToFileURL } from "node:url";
 import sirv from "sirv";
@@ -21,7 +22,8 @@ export async function serve(www: string, port = 0): Promise<{ server: http.Serve
     etag: true,
     gzip: true,
     extensions: ["html"],
-    onNoMatch: (_, response) => response.writeHead(404, { ...headers, "Content-Type": "text/html; charset=utf-8" }).end(notFound),
+    onNoMatch: (_, response) =>
+      response.writeHead(404, { ...headers, "Content-Type": "text/html; charset=utf-8" }).end(notFound),
     setHeaders: (response, pathname) => {
       for (const [name, value] of Object.entries(headers)) response.setHeader(name, value);
       // A name with a hash never stands for another content.

@@ -1,7 +1,7 @@
 // The tour: the guide's sections, a page each, with an editor beside the text.
 import fs from "node:fs";
 import path from "node:path";
-import { chapterOf, type Document, escapeHtml, type Exercise, type Section } from "./documents";
+import { chapterOf, type Document, type Exercise, escapeHtml, type Section } from "./documents";
 import { root, template } from "./places";
 
 /// What every check may use.
@@ -38,7 +38,9 @@ function chapterPage(chapters: Section[], at: number): TourPage {
       ? `<a rel="${rel}" href="../${chapterOf(to.title)}"><span>${word}</span> ${escapeHtml(to.title)}</a>`
       : `<a rel="${rel}" href="index.html"><span>${word}</span> All chapters</a>`;
   const hasPrograms = chapter.programs.length + chapter.exercises.length > 0;
-  const body = chapter.body.replace(/<h2 id="([^"]*)">.*<\/h2>/, `<h1 id="$1">${escapeHtml(chapter.title)}</h1>`);
+  const body = chapter.body
+    .replace(/<h2 id="([^"]*)">.*<\/h2>/, `<h1 id="$1">${escapeHtml(chapter.title)}</h1>`)
+    .replace(/<(\/?)h3\b/g, "<$1h2");
   return {
     name: chapterOf(chapter.title),
     title: chapter.title,

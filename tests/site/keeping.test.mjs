@@ -4,7 +4,7 @@ import assert from "node:assert/strict";
 import fs from "node:fs";
 import path from "node:path";
 import { test } from "node:test";
-import { ended, notice, open, output, phone, press, program, run, shows, site, status, write, www } from "./browser.mjs";
+import { ended, open, output, phone, press, program, run, shows, site, status, write, www } from "./browser.mjs";
 
 const slow = (milliseconds) => new Promise((resolve) => setTimeout(resolve, milliseconds));
 const hash = (page) => page.evaluate(() => location.hash);
@@ -53,7 +53,10 @@ test("every tab keeps its own program, and a closed one's is there again", async
   assert.notEqual(await program(two), "a\\11");
   await write(two, "a\\22");
   await slow(400);
-  for (const [page, text] of [[one, "a\\11"], [two, "a\\22"]]) {
+  for (const [page, text] of [
+    [one, "a\\11"],
+    [two, "a\\22"],
+  ]) {
     await page.bringToFront();
     await reload(page);
     assert.equal(await program(page), text);
@@ -77,8 +80,10 @@ test("an example can be undone, and a link that holds no program says why", asyn
   await page.click("#notice button");
   assert.equal(await program(page), "a\\mine,mine\\1");
   for (const [address, said] of [
-    ["#program=broken", /broken/], [`#program=${"A".repeat(70_000)}`, /longer than 64 KB/],
-    ["#example=no_such", /no example no_such/], ["#what", /unknown/],
+    ["#program=broken", /broken/],
+    [`#program=${"A".repeat(70_000)}`, /longer than 64 KB/],
+    ["#example=no_such", /no example no_such/],
+    ["#what", /unknown/],
   ]) {
     await page.evaluate((to) => (location.hash = to), address);
     await shows(page, "#notice", said);
@@ -126,7 +131,10 @@ test("a new version is announced, and comes by one reload", async () => {
     fs.renameSync(path.join(www, `${name}.gz`), path.join(www, `${name}.gz.away`));
   };
   try {
-    change("offline.js", `${files["offline.js"].replace(/marl-\$\{"[0-9a-f]+"\}|marl-[0-9a-f]{16}/, "marl-another")}\n`);
+    change(
+      "offline.js",
+      `${files["offline.js"].replace(/marl-\$\{"[0-9a-f]+"\}|marl-[0-9a-f]{16}/, "marl-another")}\n`,
+    );
     change("index.html", files["index.html"].replace("<title>marl", "<title>newer marl"));
     await page.evaluate(async () => (await navigator.serviceWorker.getRegistration()).update());
     await shows(page, "#news", /New version, reload/);
@@ -180,7 +188,10 @@ test("half a million lines, one line of 10 MB and an endless printer leave the p
     measured.stop = performance.now() - before;
   });
   assert.match(await status(page), /^stopped .* not shown$/);
-  console.log("longest silences in ms:", JSON.stringify(measured, (_, value) => (typeof value === "number" ? Math.round(value) : value)));
+  console.log(
+    "longest silences in ms:",
+    JSON.stringify(measured, (_, value) => (typeof value === "number" ? Math.round(value) : value)),
+  );
   // The machine that tests run on has other work; what is measured alone is below 100.
   for (const value of Object.values(measured)) assert.ok(value < 1000, JSON.stringify(measured));
   await page.close();
@@ -226,11 +237,12 @@ test("Tab gives blanks, a new line is indented by the grammar, names are complet
 
 test("a phone has Run in sight and a row of keys", async () => {
   const page = await open("index.html", { size: phone });
-  const seen = (selector) => page.$eval(selector, (e) => {
-    const { top, bottom, left, right } = e.getBoundingClientRect();
-    const over = document.elementFromPoint((left + right) / 2, (top + bottom) / 2);
-    return top >= 0 && bottom <= innerHeight && (over === e || e.contains(over));
-  });
+  const seen = (selector) =>
+    page.$eval(selector, (e) => {
+      const { top, bottom, left, right } = e.getBoundingClientRect();
+      const over = document.elementFromPoint((left + right) / 2, (top + bottom) / 2);
+      return top >= 0 && bottom <= innerHeight && (over === e || e.contains(over));
+    });
   for (const place of [0, 1e6]) {
     await page.evaluate((to) => scrollTo(0, to), place);
     assert.ok(await seen("#run"));
@@ -248,7 +260,8 @@ test("steps are walked by keys, tell what is written so far, mark the source and
   await page.click("#tab-steps");
   await page.waitForFunction(() => /of \d+$/.test(document.querySelector(".steps output").textContent));
   await page.focus(".steps");
-  const at = (n) => page.waitForFunction((wanted) => document.querySelector("#panel-steps").dataset.at === wanted, {}, String(n));
+  const at = (n) =>
+    page.waitForFunction((wanted) => document.querySelector("#panel-steps").dataset.at === wanted, {}, String(n));
   await page.keyboard.press("ArrowRight");
   await at(1);
   await page.keyboard.press("ArrowLeft");
@@ -279,9 +292,11 @@ test("the tree of calls leads to steps", async () => {
   await write(page, "a\\fact 2,fact\\n\\(n=0)1(n*fact(n-1))");
   await page.click("#tab-calls");
   await page.waitForSelector(".calls li");
-  const lines = await page.$$eval(".calls li > button, .calls summary", (all) => all.map((e) => e.parentElement.textContent));
-  assert.deepEqual(lines, ["fact 2 = 2fact 1 = 1fact 0 = 1", "fact 1 = 1fact 0 = 1", "fact 0 = 1"]);
-  await page.click(".calls ul ul button");
+  const lines = await page.$$eval(".calls li", (all) => all.map((e) => e.textContent));
+  assert.deepEqual(lines, ["▾fact 2 = 2▾fact 1 = 1fact 0 = 1", "▾fact 1 = 1fact 0 = 1", "fact 0 = 1"]);
+  await page.click(".calls .fold");
+  assert.equal(await page.$eval(".calls ul ul", (e) => e.hidden), true);
+  await page.click(".calls .fold + button");
   await page.waitForFunction(() => Number(document.querySelector("#panel-steps").dataset.at) > 0);
   assert.equal(await page.$eval(".rule", (e) => e.textContent), "Next: fire fact");
   await page.close();

@@ -9,15 +9,38 @@ import { desktop, open, packages, phone, run, shots, site, www } from "./browser
 
 const axe = fs.readFileSync(packages.resolve("axe-core/axe.min.js"), "utf8");
 const pages = [
-  "index.html", "tour/index.html", "tour/truth.html", "tour/marl-lab.html", "guide.html", "reference.html", "examples.html",
-  "search.html?q=list", "install.html", "cheatsheet.html", "mistakes.html", "design.html", "browser.html", "play.html?embed", "404.html",
+  "index.html",
+  "tour/index.html",
+  "tour/truth.html",
+  "tour/marl-lab.html",
+  "guide.html",
+  "reference.html",
+  "examples.html",
+  "search.html?q=list",
+  "install.html",
+  "cheatsheet.html",
+  "mistakes.html",
+  "design.html",
+  "browser.html",
+  "play.html?embed",
+  "404.html",
 ];
-const sizes = [phone, { width: 820, height: 1100 }, { width: 1440, height: 900 }];
+const sizes = [
+  { ...phone, theme: "light" },
+  { width: 820, height: 1100, theme: "dark" },
+  { width: 1440, height: 900, theme: "light" },
+];
 
 async function findings(page) {
   await page.evaluate(axe);
   const { violations } = await page.evaluate(() => globalThis.axe.run(document, { resultTypes: ["violations"] }));
-  return violations.map(({ id, nodes }) => `${id}: ${nodes.slice(0, 3).map(({ html }) => html.slice(0, 120)).join(" | ")}`);
+  return violations.map(
+    ({ id, nodes }) =>
+      `${id}: ${nodes
+        .slice(0, 3)
+        .map(({ html }) => html.slice(0, 120))
+        .join(" | ")}`,
+  );
 }
 
 /// How far things have moved by themselves, as browsers count it.
@@ -40,11 +63,9 @@ for (const name of pages) {
       }));
       assert.ok(shift < 0.05, `${name} at ${size.width} moves by ${shift}`);
       assert.ok(over <= 0, `${name} at ${size.width} is ${over} too wide`);
-      for (const theme of size === sizes[1] ? ["light"] : ["light", "dark"]) {
-        await page.evaluate((value) => (document.documentElement.dataset.theme = value), theme);
-        assert.deepEqual(await findings(page), [], `${name} at ${size.width}, ${theme}`);
-        await page.screenshot({ path: path.join(shots, `${name.replace(/\W/g, "-")}-${size.width}-${theme}.png`) });
-      }
+      await page.evaluate((value) => (document.documentElement.dataset.theme = value), size.theme);
+      assert.deepEqual(await findings(page), [], `${name} at ${size.width}, ${size.theme}`);
+      await page.screenshot({ path: path.join(shots, `${name.replace(/\W/g, "-")}-${size.width}-${size.theme}.png`) });
       await page.close();
     }
   });
@@ -82,13 +103,14 @@ test("a page lets no other code or style in", async () => {
     add("img", { src: "https://example.org/x.png" });
     document.body.innerHTML += '<p style="color: red">x</p>';
     await fetch("https://example.org/").catch(() => {});
-    try {
-      new Function("window.entered = true")();
-    } catch {}
+    setTimeout("window.entered = true");
     await new Promise((resolve) => setTimeout(resolve, 200));
-    return [window.entered, [...new Set(seen)].sort()];
+    return [window.entered ?? 0, [...new Set(seen)].sort()];
   });
-  assert.deepEqual(refused, [undefined, ["connect-src", "img-src", "script-src", "script-src-elem", "style-src-attr", "style-src-elem"]].map((each) => each ?? undefined));
+  assert.deepEqual(refused, [
+    0,
+    ["connect-src", "img-src", "script-src", "script-src-elem", "style-src-attr", "style-src-elem"],
+  ]);
   for (const name of fs.readdirSync(www, { recursive: true }).filter((each) => each.endsWith(".html"))) {
     const html = fs.readFileSync(path.join(www, name), "utf8");
     assert.doesNotMatch(html, /<[^>]+\s(style|on\w+)=/, name);

@@ -21,8 +21,11 @@ test("a program that is typed runs, and shows its output and its status", async 
 
 test("the arguments, the input and the files are what the program gets", async () => {
   const page = await open("index.html");
-  await write(page, `a\\p{refk(a+8)}say(post(p,strlen p));say(init(getchar));f{fopen(init[f.txt],init[r])}
-    say(init(fgetc f));0,say\\t\\done(puts t),done\\x\\I`);
+  await write(
+    page,
+    `a\\p{refk(a+8)}say(post(p,strlen p));say(init(getchar));f{fopen(init[f.txt],init[r])}
+    say(init(fgetc f));0,say\\t\\done(puts t),done\\x\\I`,
+  );
   await page.evaluate(() => (document.querySelector("#given").open = true));
   await page.type("#arguments", "one\ntwo");
   await page.type("#input", "xyz");
@@ -42,11 +45,15 @@ test("a Report's sentence comes first, and a fault is underlined with it", async
   await write(page, "a\\(1+2,ff\\1");
   await page.waitForSelector(".cm-lintRange-error");
   const { messages } = await askLaboratory({ command: "check", text: "a\\(1+2,ff\\1" });
-  await page.waitForFunction((say) => document.querySelector("#verdict").textContent.includes(say), {}, messages[0].say);
+  await page.waitForFunction(
+    (say) => document.querySelector("#verdict").textContent.includes(say),
+    {},
+    messages[0].say,
+  );
   await run(page);
   assert.equal(await page.$eval(".report .sentence", (e) => e.textContent), `Line 1 ${messages[0].say}`);
   assert.equal(await page.$eval(".report details", (e) => e.open), false);
-  assert.match(await page.$eval(".report .picture", (e) => e.textContent), /\/\\uck_________[^]*<say> Dangling/);
+  assert.match(await page.$eval(".report .picture", (e) => e.textContent), /\/\\uck_________[\s\S]*<say> Dangling/);
   await write(page, "a\\done{puts(init[before])}[text],done\\x\\x");
   await run(page);
   assert.match(await status(page), /^ended in a Report/);
@@ -93,8 +100,11 @@ test("an endless loop leaves the page alive, and stops", async () => {
 
 test("a list of a million cells, and a program that eats all memory", async () => {
   const page = await open("index.html");
-  await write(page, "a\\done{puts(init([]+sum(range(1,1000000),0)))}0,range\\i\\n\\(n<i)K(J(i,range(i+1,n)))," +
-    "sum\\l\\s\\l(s,h\\t\\sum(t,s+h))");
+  await write(
+    page,
+    "a\\done{puts(init([]+sum(range(1,1000000),0)))}0,range\\i\\n\\(n<i)K(J(i,range(i+1,n)))," +
+      "sum\\l\\s\\l(s,h\\t\\sum(t,s+h))",
+  );
   await run(page);
   assert.equal(await output(page), "500000500000\n");
   await write(page, "a\\grow[ab],grow\\t\\grow(t+t)");
@@ -149,18 +159,34 @@ test("a program of the guide is changed in an embedded playground", async () => 
 test("the search knows names, signs, words of the documents and other words for them", async () => {
   const page = await open("search.html");
   const first = async (text) => {
-    await page.$eval("#search", (field, value) => {
-      field.value = value;
-      field.dispatchEvent(new Event("input"));
-    }, text);
-    await page.waitForFunction((value) => document.querySelector("#found a") && document.querySelector("#search").value === value, {}, text);
+    await page.$eval(
+      "#search",
+      (field, value) => {
+        field.value = value;
+        field.dispatchEvent(new Event("input"));
+      },
+      text,
+    );
+    await page.waitForFunction(
+      (value) => document.querySelector("#found a") && document.querySelector("#search").value === value,
+      {},
+      text,
+    );
     await new Promise((resolve) => setTimeout(resolve, 100));
     return page.$$eval("#found a", (all) => all.slice(0, 4).map((each) => each.querySelector("strong").textContent));
   };
   for (const [text, wanted] of [
-    ["string length", "rank"], ["fopen", "fopen"], ["+", "+"], ["if else", "Truth"], ["in place", "The in-place rule"],
-    ["mandelbrot", "mandelbrot"], ["mandelbort", "mandelbrot"], ["exception", "Z"], ["lambda", "\\"],
-  ]) assert.ok((await first(text)).includes(wanted), `${text}: ${await first(text)}`);
+    ["string length", "rank"],
+    ["fopen", "fopen"],
+    ["+", "+"],
+    ["if else", "Truth"],
+    ["in place", "The in-place rule"],
+    ["mandelbrot", "mandelbrot"],
+    ["mandelbort", "mandelbrot"],
+    ["exception", "Z"],
+    ["lambda", "\\"],
+  ])
+    assert.ok((await first(text)).includes(wanted), `${text}: ${await first(text)}`);
   await first("fopen");
   await page.click("#found a");
   await page.waitForSelector("#built-in-fopen:target");
@@ -171,7 +197,8 @@ test("the search knows names, signs, words of the documents and other words for 
 
 test("a keyboard alone is enough", async () => {
   const page = await open("index.html");
-  const focused = () => page.evaluate(() => document.activeElement.id || document.activeElement.getAttribute("role") || "");
+  const focused = () =>
+    page.evaluate(() => document.activeElement.id || document.activeElement.getAttribute("role") || "");
   const seen = new Set();
   for (let i = 0; i < 40; ++i) {
     await page.keyboard.press("Tab");
@@ -218,19 +245,29 @@ test("the last program is there again, and the site works without a network", as
 
 test("the first page is small, and its first output comes soon", async () => {
   const page = await open("index.html");
-  const [milliseconds, loaded] = await page.evaluate(() => new Promise((resolve) => {
-    const output = document.querySelector("#output");
-    const loadedBy = () => performance.getEntriesByType("resource").map(({ name }) => name);
-    new MutationObserver(() => resolve([performance.now(), loadedBy()])).observe(output, { childList: true, subtree: true });
-    document.querySelector("#run").click();
-  }));
+  const [milliseconds, loaded] = await page.evaluate(
+    () =>
+      new Promise((resolve) => {
+        const output = document.querySelector("#output");
+        const loadedBy = () => performance.getEntriesByType("resource").map(({ name }) => name);
+        new MutationObserver(() => resolve([performance.now(), loadedBy()])).observe(output, {
+          childList: true,
+          subtree: true,
+        });
+        document.querySelector("#run").click();
+      }),
+  );
   await ended(page);
   const worker = fs.readdirSync(path.join(www, "assets")).find((name) => /^worker.*js$/.test(name));
   const names = new Set(["index.html", `assets/${worker}`, ...loaded.map((url) => new URL(url).pathname.slice(1))]);
-  const sum = (compress) => [...names].filter((name) => fs.existsSync(path.join(www, name)))
-    .reduce((total, name) => total + compress(fs.readFileSync(path.join(www, name))).length, 0);
+  const sum = (compress) =>
+    [...names]
+      .filter((name) => fs.existsSync(path.join(www, name)))
+      .reduce((total, name) => total + compress(fs.readFileSync(path.join(www, name))).length, 0);
   const [gzip, brotli] = [sum(zlib.gzipSync), sum(zlib.brotliCompressSync)];
-  console.log(`first page: ${gzip} bytes by gzip, ${brotli} by brotli; first output ${Math.round(milliseconds)} ms after the load began`);
+  console.log(
+    `first page: ${gzip} bytes by gzip, ${brotli} by brotli; first output ${Math.round(milliseconds)} ms after the load began`,
+  );
   assert.ok(names.size > 6 && gzip < 400 * 1024, [...names].join(" "));
   assert.ok(milliseconds < 20_000);
   await page.close();
@@ -248,10 +285,14 @@ const atStep = (page, n) =>
   page.waitForFunction((wanted) => document.querySelector("#panel-steps").dataset.at === wanted, {}, String(n));
 async function slideTo(page, n) {
   await page.waitForFunction((wanted) => document.querySelector(".steps [type=range]").max >= wanted, {}, n);
-  await page.$eval(".steps [type=range]", (slider, wanted) => {
-    slider.value = wanted;
-    slider.dispatchEvent(new Event("change"));
-  }, n);
+  await page.$eval(
+    ".steps [type=range]",
+    (slider, wanted) => {
+      slider.value = wanted;
+      slider.dispatchEvent(new Event("change"));
+    },
+    n,
+  );
   await atStep(page, n);
 }
 const said = (page, pattern) => shows(page, ".steps .said", pattern);
@@ -271,14 +312,18 @@ test("the steps of fact 3 are those of marl-lab, with the same part marked", asy
     const [rule, state] = await page.evaluate(() => [
       document.querySelector(".rule").textContent,
       [...document.querySelector(".state").childNodes]
-        .map((part) => (part.nodeName === "MARK" && part.textContent ? `«${part.textContent}»` : part.textContent)).join(""),
+        .map((part) => (part.nodeName === "MARK" && part.textContent ? `«${part.textContent}»` : part.textContent))
+        .join(""),
     ]);
     const shown = `${n}  ${rule.replace("Next: ", "").replace("The end.", "end").padEnd(16)}  ${state}`;
     assert.equal(withoutAddress(shown), line);
     await does(page, "next");
   }
-  await page.waitForFunction((end) => document.querySelector(".steps output").textContent === end, {},
-    `step ${lines.length - 1} of ${lines.length - 1}`);
+  await page.waitForFunction(
+    (end) => document.querySelector(".steps output").textContent === end,
+    {},
+    `step ${lines.length - 1} of ${lines.length - 1}`,
+  );
   await does(page, "back");
   await atStep(page, lines.length - 2);
   await slideTo(page, 6);
@@ -303,7 +348,10 @@ test("steps lead to the first Z, show shared parts, and last as long as the read
   await page.waitForFunction(() => /of [\d,]+$/.test(document.querySelector(".steps output").textContent));
   await does(page, "last");
   await page.waitForFunction(() => /^The end/.test(document.querySelector(".rule").textContent));
-  assert.deepEqual(await page.$$eval(".tree .shared, .tree .reference", (all) => all.map((e) => e.textContent)), ["J #1", "#1"]);
+  assert.deepEqual(await page.$$eval(".tree .shared, .tree .reference", (all) => all.map((e) => e.textContent)), [
+    "J #1",
+    "#1",
+  ]);
   await write(page, "a\\loop 1,loop\\n\\loop(n+1)");
   await page.click("#tab-steps");
   await page.waitForSelector('.steps [data-do="more"]:not([hidden])');
@@ -319,16 +367,21 @@ test("steps lead to the first Z, show shared parts, and last as long as the read
 test("a profile is that of marl-lab, and steps and profile tell what a program did that ends itself", async () => {
   const page = await open("index.html");
   const program = "a\\exit(twice(sum 30)),twice\\n\\n+n,sum\\n\\(n=0)0(n+sum(n-1))";
-  const expected = laboratorySays("profile", program).slice(1).map((line) => line.trim().split(/\s+/));
+  const expected = laboratorySays("profile", program)
+    .slice(1)
+    .map((line) => line.trim().split(/\s+/));
   assert.ok(expected.length > 5);
   await write(page, program);
   await page.click("#tab-profile");
   await page.waitForSelector(".profile tbody tr");
   const rows = await page.$$eval(".profile tbody tr", (all) =>
-    all.map((row) => [...row.cells].map((cell) => cell.textContent.replace(/,/g, ""))));
+    all.map((row) => [...row.cells].map((cell) => cell.textContent.replace(/,/g, ""))),
+  );
   const sorted = (list) => list.map(String).sort();
-  assert.deepEqual(sorted(rows.map(([name, calls, steps]) => [calls, steps, name])),
-    sorted(expected.map((cells) => [cells[0], cells[1], cells.at(-1)])));
+  assert.deepEqual(
+    sorted(rows.map(([name, calls, steps]) => [calls, steps, name])),
+    sorted(expected.map((cells) => [cells[0], cells[1], cells.at(-1)])),
+  );
   assert.match(await page.$eval(".flame", (e) => e.textContent), /^\(entry\).*sum/);
   await page.click("#tab-steps");
   await page.waitForFunction(() => /of [\d,]+$/.test(document.querySelector(".steps output").textContent));
@@ -343,9 +396,16 @@ test("format lays a program out, and a hover tells what a built-in is", async ()
   await write(page, program);
   await page.click("#format");
   const { text } = await askLaboratory({ command: "format", text: program });
-  await page.waitForFunction((wanted) =>
-    [...document.querySelectorAll("#editor .cm-line")].map((line) => line.textContent).join("\n") === wanted, {}, text);
-  for (const [name, kind, entry] of [["puts", "builtin", /^puts.*puts\(init\[Hello\]\)/], ["T", "combinator", /^T combinator, Combinators/]]) {
+  await page.waitForFunction(
+    (wanted) =>
+      [...document.querySelectorAll("#editor .cm-line")].map((line) => line.textContent).join("\n") === wanted,
+    {},
+    text,
+  );
+  for (const [name, kind, entry] of [
+    ["puts", "builtin", /^puts.*puts\(init\[Hello\]\)/],
+    ["T", "combinator", /^T combinator, Combinators/],
+  ]) {
     await write(page, name);
     await (await page.waitForSelector(`#editor .m-${kind}`)).hover();
     await page.waitForSelector(".hover-entry");

@@ -107,6 +107,7 @@ export function makeEditor(settings: EditorSettings): EditorView {
         EditorView.lineWrapping,
         EditorView.contentAttributes.of({
           "aria-label": settings.label,
+          tabindex: "0",
           autocapitalize: "off",
           autocorrect: "off",
           spellcheck: "false",

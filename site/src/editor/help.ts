@@ -87,13 +87,15 @@ async function lookUp({ state: { doc, selection } }: EditorView) {
   open(page(`reference.html${found ? `#${found.entry.id}` : ""}`));
 }
 
-const keys = keymap.of([{
-  key: "F1",
-  run(view) {
-    void lookUp(view);
-    return true;
+const keys = keymap.of([
+  {
+    key: "F1",
+    run(view) {
+      void lookUp(view);
+      return true;
+    },
   },
-}]);
+]);
 
 /// `onChecked` gets what the check says, behind each change.
 export function help(onChecked: (messages: Message[]) => void): Extension {

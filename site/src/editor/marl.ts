@@ -6,8 +6,8 @@ import {
   StreamLanguage,
   syntaxHighlighting,
 } from "@codemirror/language";
-import { Tag, tags } from "@lezer/highlight";
-import { tokenize, styleOf, type Open, type Token } from "../language/grammar";
+import { type Tag, tags } from "@lezer/highlight";
+import { type Open, styleOf, type Token, tokenize } from "../language/grammar";
 import { indentBehind } from "../language/program";
 
 const tokenTable: Record<string, Tag> = {
@@ -61,9 +61,7 @@ const stream = StreamLanguage.define<LineState>({
   },
 });
 
-const style = HighlightStyle.define(
-  Object.entries(tokenTable).map(([name, tag]) => ({ tag, class: `m-${name}` })),
-);
+const style = HighlightStyle.define(Object.entries(tokenTable).map(([name, tag]) => ({ tag, class: `m-${name}` })));
 
 const indentation = indentService.of(
   (context, position) =>

@@ -1,5 +1,5 @@
 // A program cut into its pieces, the entry and what stands between commas, by the grammar.
-import { tokenize, type Open, type Token } from "./grammar";
+import { type Open, type Token, tokenize } from "./grammar";
 
 export interface Piece {
   from: number;
@@ -56,10 +56,7 @@ export function showingValue(text: string, warned: boolean): string | undefined 
   const written = text.slice(entry.from, entry.to);
   if (!written.trim() || /^\s*[a-z_]+\s*\\/.test(written)) return undefined;
   if (/^\s*[a-z_]/.test(written) && !/^\s*[a-z_]+(\s+[a-z_]+)?\s*\{/.test(written) && !warned) return undefined;
-  return (
-    `the_address\\the_value{${written}\n}the_mark{putchar 2}the_end{puts(init(lisp the_value))}0` +
-    text.slice(entry.to)
-  );
+  return `the_address\\the_value{${written}\n}the_mark{putchar 2}the_end{puts(init(lisp the_value))}0${text.slice(entry.to)}`;
 }
 
 /// The program in which what a check asks takes the place of the entry.

@@ -38,10 +38,7 @@ export async function format(text: string): Promise<{ text?: string; messages?: 
 }
 
 /// A part of a state's expression. A node that its state has shown already is there `again`.
-export type Tree =
-  | { id: number; leaf: string }
-  | { id: number; of: [Tree, Tree] }
-  | { id: number; again: true };
+export type Tree = { id: number; leaf: string } | { id: number; of: [Tree, Tree] } | { id: number; again: true };
 
 export interface Step {
   n: number;

@@ -6,6 +6,7 @@
 
 /// What this file uses of emscripten's instance.
 interface Instance {
+  // biome-ignore lint/suspicious/noExplicitAny: emscripten's file system has no types
   FS: any;
   ENV: Record<string, string>;
   callMain(words: string[]): number;
@@ -37,10 +38,7 @@ export interface Job {
 /// How a run ended: by itself with a status of 32 bits; by `abort`; or by a fault of the machine
 /// that it runs on, as from an access outside of its memory, with that machine's word for it. A job
 /// that can't be set up ends as such a fault.
-export type Outcome =
-  | { ended: "exit"; status: number }
-  | { ended: "abort" }
-  | { ended: "fault"; word: string };
+export type Outcome = { ended: "exit"; status: number } | { ended: "abort" } | { ended: "fault"; word: string };
 
 export type Output = (stream: 1 | 2, bytes: Uint8Array) => void;
 
@@ -76,7 +74,7 @@ async function instantiate(factory: Factory, module: WebAssembly.Module, onAbort
 
 /// Replaces what the terminal devices do that the three standard streams stand for, also for who
 /// opens them by name. They stay terminals, so that C hands output over line by line.
-function connectStreams(fs: any, input: Uint8Array, output: Output) {
+function connectStreams(fs: Instance["FS"], input: Uint8Array, output: Output) {
   let position = 0;
   const operations = (stream: 1 | 2) => ({
     read(_: unknown, buffer: Uint8Array, offset: number, length: number) {
@@ -127,11 +125,7 @@ export class Machine {
 
   /// A request to the laboratory, answered in JSON. Those that run a program take what it is given
   /// from the job, and a machine answers one of them; of the others as many as one likes.
-  ask(
-    request: object,
-    job?: Job,
-    onProgress?: (state: number) => void,
-  ): { answer: unknown; output: Logged[] } {
+  ask(request: object, job?: Job, onProgress?: (state: number) => void): { answer: unknown; output: Logged[] } {
     const output: Logged[] = [];
     if (job) this.setUp(job, this.logTo(output));
     this.instance.onProgress = onProgress;

@@ -26,7 +26,10 @@ function compiledModule(): Promise<WebAssembly.Module> {
 function makeWorker(): Worker {
   const worker = new Worker(asset("worker"));
   // Who has work for the worker hears of a module that does not come.
-  compiledModule().then((module) => send(worker, { kind: "load", module }), () => {});
+  compiledModule().then(
+    (module) => send(worker, { kind: "load", module }),
+    () => {},
+  );
   return worker;
 }
 

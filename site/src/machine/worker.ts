@@ -4,12 +4,11 @@
 // in small pieces without end must not flood the page: behind a burst of posts the rest is gathered
 // into larger ones, and behind the limit it is only counted.
 import createMarl from "marl-module";
-import { Machine, type Factory, type Job } from "./module";
+import { type Factory, type Job, Machine } from "./module";
 import type { FromWorker, ToWorker } from "./protocol";
 
 const scope = self as unknown as DedicatedWorkerGlobalScope;
-const post = (message: FromWorker, transfer: Transferable[] = []) =>
-  scope.postMessage(message, transfer);
+const post = (message: FromWorker, transfer: Transferable[] = []) => scope.postMessage(message, transfer);
 
 let machine: Promise<Machine>;
 

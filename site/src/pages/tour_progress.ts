@@ -50,6 +50,7 @@ export function showProgress() {
     item.classList.toggle("is-done", isDone);
     const told = item.querySelector(".told");
     const exercises = names.length ? `${solved} of ${names.length} solved` : "";
-    if (told) told.textContent = isDone ? ["done", exercises].filter(Boolean).join(", ") : isRead ? exercises || "read" : "";
+    if (told)
+      told.textContent = isDone ? ["done", exercises].filter(Boolean).join(", ") : isRead ? exercises || "read" : "";
   }
 }

@@ -50,27 +50,38 @@ export function setUpCalls(panel: HTMLElement, settings: Settings): Panel {
   const stale = new Staleness(frame, "the tree of calls", () => void begin());
   let key = "";
 
+  function buttonOf(label: string, action: (button: HTMLButtonElement) => void): HTMLButtonElement {
+    const button = document.createElement("button");
+    button.type = "button";
+    button.textContent = label;
+    button.addEventListener("click", () => action(button));
+    return button;
+  }
+
+  /// Folds what a call calls, or shows it again.
+  function folder(inner: HTMLElement, call: string): HTMLButtonElement {
+    const button = buttonOf("▾", () => {
+      inner.hidden = !inner.hidden;
+      button.textContent = inner.hidden ? "▸" : "▾";
+      button.ariaExpanded = String(!inner.hidden);
+    });
+    button.className = "fold";
+    button.ariaExpanded = "true";
+    button.ariaLabel = `Calls of ${call}`;
+    return button;
+  }
+
   function itemOf({ n, call, answer, below }: CallNode): HTMLElement {
     const item = document.createElement("li");
-    const place = document.createElement("button");
-    place.type = "button";
+    const place = buttonOf(withPictures(call), () => settings.show(n));
     place.title = `Step ${n}`;
-    place.textContent = withPictures(call);
-    place.addEventListener("click", () => settings.show(n));
-    const result = document.createElement("span");
-    result.textContent = answer === undefined ? "" : ` = ${withPictures(answer)}`;
-    if (!below.length) {
-      item.append(place, result);
-      return item;
+    item.append(place, answer === undefined ? "" : ` = ${withPictures(answer)}`);
+    if (below.length) {
+      const inner = document.createElement("ul");
+      inner.append(...below.map(itemOf));
+      item.prepend(folder(inner, call));
+      item.append(inner);
     }
-    const details = document.createElement("details");
-    details.open = true;
-    const summary = document.createElement("summary");
-    summary.append(place, result);
-    const inner = document.createElement("ul");
-    inner.append(...below.map(itemOf));
-    details.append(summary, inner);
-    item.append(details);
     return item;
   }
 

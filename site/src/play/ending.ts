@@ -26,8 +26,7 @@ function explained(status: number): string[] {
   return status > 0x7fffffff ? [`as a signed number ${status - 2 ** 32}`, low] : [low];
 }
 
-export const endedInReport = ({ outcome }: End) =>
-  outcome.ended === "exit" && outcome.status === failedStatus;
+export const endedInReport = ({ outcome }: End) => outcome.ended === "exit" && outcome.status === failedStatus;
 
 /// `value` is what an expression is, when the program was one and has come to its end.
 export function endingOf(end: End, value?: string): Ending {
@@ -55,5 +54,5 @@ export const pictureBegin = `${" ".repeat(24)}/\\`;
 
 /// The sentence of a Report's picture.
 export function sentenceOf(picture: string): string {
-  return /<say> ([^]*)$/.exec(picture)?.[1].trim() ?? "";
+  return /<say> ([\s\S]*)$/.exec(picture)?.[1].trim() ?? "";
 }

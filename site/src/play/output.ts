@@ -68,7 +68,10 @@ export class OutputModel {
   value(): string | undefined {
     if (this.style !== "value") return undefined;
     const runs = this.blocks.flatMap((block) => block.runs);
-    return runs.flatMap(({ style, text }) => (style === "value" ? text : [])).join("").trimEnd();
+    return runs
+      .flatMap(({ style, text }) => (style === "value" ? text : []))
+      .join("")
+      .trimEnd();
   }
 
   /// Takes what standard error holds from the last line on that is `line`; empty without such a line.

@@ -62,7 +62,8 @@ function tableOf(rows: ProfileRow[]): HTMLTableElement {
   const body = table.createTBody();
   const head = table.createTHead().insertRow();
   const fill = (by: (typeof columns)[number]) => {
-    for (const each of head.cells) each.ariaSort = each.textContent === by ? (by === "name" ? "ascending" : "descending") : "none";
+    for (const each of head.cells)
+      each.ariaSort = each.textContent === by ? (by === "name" ? "ascending" : "descending") : "none";
     const sorted = [...rows].sort((a, b) => (by === "name" ? (a.name < b.name ? -1 : 1) : b[by] - a[by]));
     body.replaceChildren();
     for (const { name, calls, steps, nodes } of sorted) {

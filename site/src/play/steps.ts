@@ -41,9 +41,9 @@ const template = `
 <p class="said" role="status"></p>
 <p class="rule"></p>
 <pre class="state" tabindex="0" role="region" aria-label="The state: the context, a dot, the focus"></pre>
-<div class="so-far" hidden><h3>Written so far</h3><pre tabindex="0" role="region" aria-label="Written so far"></pre></div>
+<div class="so-far" hidden><h2>Written so far</h2><pre tabindex="0" role="region" aria-label="Written so far"></pre></div>
 <div class="picture" tabindex="0" role="region" aria-label="The focus as a tree"></div>
-<div class="waiting"><h3>What waits for it, the next one first</h3><ol></ol></div>
+<div class="waiting"><h2>What waits for it, the next one first</h2><ol></ol></div>
 </div>`;
 
 interface Settings {
@@ -78,7 +78,10 @@ export function setUpSteps(panel: HTMLElement, settings: Settings): Panel {
   let windows = new Map<number, Promise<Step[]>>();
   let playing: ReturnType<typeof setInterval> | undefined;
 
-  const isCurrent = (asked = key) => () => asked === key;
+  const isCurrent =
+    (asked = key) =>
+    () =>
+      asked === key;
 
   /// Begins anew when the program is another one.
   function begin() {
@@ -286,7 +289,13 @@ export function setUpSteps(panel: HTMLElement, settings: Settings): Panel {
   for (const button of panel.querySelectorAll<HTMLButtonElement>("[data-do]")) {
     button.addEventListener("click", () => act(button.dataset.do!));
   }
-  const keys: Record<string, string> = { ArrowLeft: "back", ArrowRight: "next", Home: "first", End: "last", " ": "play" };
+  const keys: Record<string, string> = {
+    ArrowLeft: "back",
+    ArrowRight: "next",
+    Home: "first",
+    End: "last",
+    " ": "play",
+  };
   find(".steps").addEventListener("keydown", (event) => {
     const { key: pressed, target } = event as KeyboardEvent;
     if (!keys[pressed] || (target as Element).closest("input, button")) return;
