@@ -171,6 +171,7 @@ test("half a million lines, one line of 10 MB and an endless printer leave the p
   const page = await open("index.html");
   const prints = (count, what) => `a\\print ${count},print\\n\\(n=0)0(done{puts(${what})}print(n-1))`;
   const measured = {};
+  measured.idle = await longestSilence(page, () => slow(3000));
   await write(page, prints(500_000, "init([]+n)"));
   measured.lines = await longestSilence(page, () => run(page));
   const text = await output(page);
@@ -192,8 +193,8 @@ test("half a million lines, one line of 10 MB and an endless printer leave the p
     "longest silences in ms:",
     JSON.stringify(measured, (_, value) => (typeof value === "number" ? Math.round(value) : value)),
   );
-  // The machine that tests run on has other work; what is measured alone is below 100.
-  for (const value of Object.values(measured)) assert.ok(value < 1000, JSON.stringify(measured));
+  // The machine that tests run on has other work: how much of it, the page tells that has nothing to do.
+  for (const value of Object.values(measured)) assert.ok(value < 100 + 10 * measured.idle, JSON.stringify(measured));
   await page.close();
 });
 

@@ -1,7 +1,7 @@
 // A row of the characters that a phone's keyboard hides, above that keyboard.
 import type { EditorView } from "@codemirror/view";
 
-const characters = ["\\", "{", "}", "[", "]", "(", ")", ",", ";", "="];
+const characters = [..."\\{}[](),;"];
 
 export function setUpKeys(row: HTMLElement, editor: EditorView, run: HTMLElement) {
   for (const character of characters) {

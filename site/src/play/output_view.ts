@@ -2,8 +2,9 @@
 // each frame, so that the page answers whatever a program prints.
 import { type Block, OutputModel, type Stream } from "./output";
 
-/// The bytes that a frame takes.
-const mostOfFrame = 1 << 18;
+/// The bytes that are taken at once, and the milliseconds of a frame in which others follow.
+const piece = 1 << 15;
+const mostOfFrame = 6;
 
 export class OutputView {
   private model = new OutputModel();
@@ -22,8 +23,8 @@ export class OutputView {
   }
 
   write(stream: Stream, bytes: Uint8Array) {
-    for (let at = 0; at < bytes.length; at += mostOfFrame) {
-      this.pending.push({ stream, bytes: bytes.subarray(at, at + mostOfFrame) });
+    for (let at = 0; at < bytes.length; at += piece) {
+      this.pending.push({ stream, bytes: bytes.subarray(at, at + piece) });
     }
     this.frame ||= requestAnimationFrame(() => this.draw());
   }
@@ -31,10 +32,6 @@ export class OutputView {
   /// Waits until all that has come is on the page.
   async settled(): Promise<void> {
     while (this.pending.length) await new Promise(requestAnimationFrame);
-  }
-
-  text(): string {
-    return this.model.text();
   }
 
   value(): string | undefined {
@@ -60,11 +57,10 @@ export class OutputView {
     this.frame = 0;
     const { element } = this;
     const follows = element.scrollTop + element.clientHeight >= element.scrollHeight - 40;
-    let taken = 0;
+    const begun = performance.now();
     let first = Number.POSITIVE_INFINITY;
-    while (this.pending.length && taken < mostOfFrame) {
+    while (this.pending.length && performance.now() - begun < mostOfFrame) {
       const { stream, bytes } = this.pending.shift()!;
-      taken += bytes.length;
       first = Math.min(first, this.model.write(stream, bytes));
     }
     this.show(first);

@@ -16,8 +16,6 @@ export interface RunnerParts {
 
 export interface RunnerSettings {
   given(): Given;
-  /// Told of a run's end.
-  onEnd?(end: End, output: string): void;
   /// Asked to show the place of a fault.
   onPlace?(message: Message): void;
 }
@@ -94,7 +92,6 @@ export class Runner {
     this.run = undefined;
     await this.showEnd(given, end);
     this.setRunning(false);
-    this.settings.onEnd?.(end, this.view.text());
   }
 
   private setRunning(yes: boolean) {
