@@ -82,8 +82,8 @@ test("output is cut into blocks that hold all of it in its order", () => {
   for (const text of [lines, long, "\n", "end"])
     for (const half of [bytes(text).slice(0, 1), bytes(text).slice(1)]) model.write(1, half);
   assert.equal(model.text(), `${lines}${long}\nend`);
-  assert.ok(model.blocks.every(({ lines: count, size }) => count <= 400 && size <= 8192));
-  assert.ok(model.blocks.length < 40);
+  assert.ok(model.blocks.every(({ lines: count, size }) => count <= 200 && size <= 4096));
+  assert.ok(model.blocks.length < 60);
   assert.ok(model.blocks.some(({ goesOn }) => goesOn));
 });
 

@@ -21,8 +21,8 @@ export interface Block {
   goesOn: boolean;
 }
 
-const mostLines = 400;
-const mostCharacters = 8192;
+const mostLines = 200;
+const mostCharacters = 4096;
 
 const colours: Record<string, string> = { "31": "red", "32": "green" };
 

@@ -71,19 +71,43 @@ export class OutputView {
   private show(first: number) {
     const { blocks } = this.model;
     for (let i = first; i < blocks.length; ++i) {
-      const shown = this.element.children[i];
+      const row = this.row(Math.floor(i / blocksOfRow));
+      const shown = row.children[i % blocksOfRow];
       if (shown) shown.replaceWith(elementOf(blocks[i]));
-      else this.element.append(elementOf(blocks[i]));
+      else row.append(elementOf(blocks[i]));
     }
+    for (let i = Math.floor(first / blocksOfRow); i * blocksOfRow < blocks.length; ++i) {
+      const held = blocks.slice(i * blocksOfRow, (i + 1) * blocksOfRow);
+      reserve(this.row(i), held.map(linesOf).reduce((sum, lines) => sum + lines, 0));
+    }
+  }
+
+  private row(i: number): HTMLElement {
+    const made = this.element.children[i] ?? document.createElement("div");
+    if (!made.parentElement) {
+      made.className = "row";
+      this.element.append(made);
+    }
+    return made as HTMLElement;
   }
 }
 
-function elementOf({ runs, lines, goesOn }: Block): HTMLElement {
+/// Blocks stand in rows, so that what is out of view costs as little as a few elements.
+const blocksOfRow = 64;
+
+/// About how many lines a block is high, with long ones folded.
+const linesOf = ({ lines, size }: Block) => Math.max(1, lines, Math.round(size / 70));
+
+/// How high an element is until it comes into view.
+function reserve(element: HTMLElement, lines: number) {
+  element.style.containIntrinsicSize = `auto ${lines * 1.5}em`;
+}
+
+function elementOf(block: Block): HTMLElement {
   const made = document.createElement("pre");
-  made.className = goesOn ? "block goes-on" : "block";
-  // Until it comes into view it is as high as its lines.
-  made.style.containIntrinsicSize = `auto ${Math.max(1, lines) * 1.5}em`;
-  for (const { style, text } of runs) {
+  made.className = block.goesOn ? "block goes-on" : "block";
+  reserve(made, linesOf(block));
+  for (const { style, text } of block.runs) {
     const span = document.createElement("span");
     span.className = style;
     span.textContent = text;
