@@ -45,7 +45,9 @@ async function run(page: string, kind: string): Promise<Figures> {
   figures["first paint"] = Math.round(audits["first-contentful-paint"].numericValue ?? 0);
   figures.shift = Math.round((audits["cumulative-layout-shift"].numericValue ?? 0) * 1000) / 1000;
   for (const { id, score, title } of Object.values(audits)) {
-    const counts = Object.values(categories).some(({ auditRefs }) => auditRefs.some((ref) => ref.id === id && ref.weight));
+    const counts = Object.values(categories).some(({ auditRefs }) =>
+      auditRefs.some((ref) => ref.id === id && ref.weight),
+    );
     if (counts && score !== null && score < 0.9) console.log(`  ${page}, ${kind}: ${title}`);
   }
   return figures;

@@ -78,7 +78,10 @@ export class OutputView {
     }
     for (let i = Math.floor(first / blocksOfRow); i * blocksOfRow < blocks.length; ++i) {
       const held = blocks.slice(i * blocksOfRow, (i + 1) * blocksOfRow);
-      reserve(this.row(i), held.map(linesOf).reduce((sum, lines) => sum + lines, 0));
+      reserve(
+        this.row(i),
+        held.map(linesOf).reduce((sum, lines) => sum + lines, 0),
+      );
     }
   }
 
