@@ -43,7 +43,7 @@ export const phone = { width: 390, height: 844, isMobile: true, hasTouch: true }
 export async function open(name, { size = desktop, context, prepare } = {}) {
   const own = context ?? (await site.browser.createBrowserContext());
   const page = await own.newPage();
-  page.setDefaultTimeout(60_000);
+  page.setDefaultTimeout(120_000);
   await page.setViewport(size);
   page.on("pageerror", (error) => faults.push(`${name}: ${error}`));
   page.on("console", (message) => {

@@ -126,11 +126,8 @@ export function makeEditor(settings: EditorSettings): EditorView {
   return view;
 }
 
-/// How long an editor that nobody touches goes without its help, in milliseconds.
-const untouched = 5000;
-
-/// Fetches what helps whoever writes, the check included, when somebody comes to write, or when there
-/// is nothing else to fetch.
+/// Fetches what helps whoever writes, the check included, when somebody comes to write: a page whose
+/// program is only run does without.
 function helpWhenAsked(view: EditorView, onChecked: (messages: Message[]) => void) {
   let asked = false;
   const ask = async () => {
@@ -140,7 +137,6 @@ function helpWhenAsked(view: EditorView, onChecked: (messages: Message[]) => voi
     view.dispatch({ effects: StateEffect.appendConfig.of(Prec.high(help(onChecked))) });
   };
   for (const event of ["focusin", "pointerenter"]) view.dom.addEventListener(event, () => void ask(), { once: true });
-  setTimeout(() => void ask(), untouched);
 }
 
 /// Puts another text into the editor. One that the reader has not typed is no change of the reader's.
