@@ -58,6 +58,7 @@ export interface Bundle extends Assets {
 /// The pages' scripts and styles; `files` are the others that scripts ask for.
 export async function bundleScripts(files: Record<string, string>): Promise<Bundle> {
   const style = writeAsset("site.css", await bundled("style/site.css"));
+  const moreStyle = writeAsset("pages.css", await bundled("style/pages.css"));
   const nonce = crypto.createHash("sha256").update(style).digest("base64url").slice(0, 16);
   const pages = ["play", "embed", "document", "tour", "search", "plain"];
   const { metafile } = await esbuild.build({
@@ -82,9 +83,26 @@ export async function bundleScripts(files: Record<string, string>): Promise<Bund
       .filter(({ kind }) => kind === "import-statement")
       .map((each) => `assets/${path.basename(each.path)}`);
   }
-  return { style, scripts, parts, policy: policyOf(nonce) };
+  return { style, moreStyle, scripts, parts, policy: policyOf(nonce) };
 }
 
-/// The worker. Code for node stands in the module's file as well; a page never gets there.
+/// The module's file without what it would do under node, where a page never gets.
+const withoutNode: esbuild.Plugin = {
+  name: "without-node",
+  setup({ onLoad }) {
+    onLoad({ filter: /module\/marl\.js$/ }, ({ path: file }) => {
+      const text = fs.readFileSync(file, "utf8");
+      const known = text.replace(/var ENVIRONMENT_IS_NODE\s*=[^;]*;/, "").replaceAll("ENVIRONMENT_IS_NODE", "false");
+      if (known === text) throw new Error("the module does not tell where it is at node");
+      return { contents: known, loader: "js" };
+    });
+  },
+};
+
 export const bundledWorker = () =>
-  bundled("src/machine/worker.ts", { format: "iife", alias, external: ["fs", "path", "child_process", "crypto"] });
+  bundled("src/machine/worker.ts", {
+    format: "iife",
+    alias,
+    external: ["fs", "path", "child_process", "crypto"],
+    plugins: [withoutNode],
+  });

@@ -17,10 +17,14 @@ export interface Page {
   script: string;
   kind: "wide" | "reading" | "bare";
   preload?: string;
+  /// Whether it goes without the styles of the tour, the gallery, the cheat sheet and paper.
+  isPlain?: boolean;
 }
 
 export interface Assets {
   style: string;
+  /// The styles that the playground does without.
+  moreStyle: string;
   /// The scripts by their plain names.
   scripts: Record<string, string>;
   policy: string;
@@ -59,6 +63,7 @@ export function policyOf(nonce: string): string {
 /// Writes a page. `name` is its path on the site; one that stands in a folder finds the others above.
 export function writePage(name: string, page: Page, assets: Assets) {
   const up = "../".repeat(name.split("/").length - 1);
+  const styles = page.isPlain ? [assets.style] : [assets.style, assets.moreStyle];
   const frame = template(page.kind === "bare" ? "bare.html" : "frame.html");
   const shown = frame
     .replaceAll("{{title}}", escapeHtml(page.title))
@@ -66,7 +71,7 @@ export function writePage(name: string, page: Page, assets: Assets) {
     .replace("{{policy}}", assets.policy)
     .replace("{{theme}}", themeScript)
     .replace("{{class}}", page.kind)
-    .replace("{{style}}", up + assets.style)
+    .replace("{{styles}}", styles.map((file) => `<link rel="stylesheet" href="${up}${file}">\n`).join(""))
     .replace("{{script}}", up + assets.scripts[page.script])
     .replace("{{preload}}", page.preload ?? "")
     .replaceAll("{{up}}", up)

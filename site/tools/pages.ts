@@ -111,6 +111,7 @@ export function writePlaygrounds(examples: Example[], assets: Bundle, highlight:
         .replace("{{program}}", () => program),
       script: "play",
       kind: "wide",
+      isPlain: true,
       preload,
     },
     assets,
@@ -123,6 +124,7 @@ export function writePlaygrounds(examples: Example[], assets: Bundle, highlight:
       main: template("embed.html").replace("{{program}}", () => program),
       script: "embed",
       kind: "bare",
+      isPlain: true,
     },
     assets,
   );
