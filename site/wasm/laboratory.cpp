@@ -11,6 +11,11 @@
 #include "lab/json.h"
 #include "lab/lab.h"
 #include "lab/observe.h"
+#include "lab/shown.h"
+#include "reduce/tables.h"
+
+/// Told by the page's side of the module.
+extern "C" void marl_progress(double state);
 
 namespace marl::lab {
 
@@ -24,10 +29,22 @@ void steps(const std::string& text, const Arguments& arguments, const Json& requ
     StepsOptions options;
     options.from = request.value("from", int64_t{0});
     options.count = request.value("count", int64_t{100});
-    options.trees = true;
+    options.full = request.value("full", false);
+    options.trees = !options.full;
     answer["steps"] = Json::array();
     const auto gather = [](const Step& step) { answer["steps"].push_back(json_of(step)); };
     answer.update(json_of(run_steps(text, arguments, options, gather)));
+}
+
+/// The state that the run is at.
+int64_t current = 0;
+
+/// Tells the page now and then how far the run is.
+constexpr int64_t between_tidings = 1 << 16;
+
+void note(const State& state) {
+    current = state.number;
+    if (state.number % between_tidings == 0) marl_progress(static_cast<double>(state.number));
 }
 
 /// Goes through a run without telling its states.
@@ -38,6 +55,7 @@ class Walk : public Watcher {
 
   private:
     bool at(State& state, Value&) override {
+        note(state);
         answer["last"] = state.number;
         const bool wanted = state.symbol && state.symbol->name.view() == name_;
         if (wanted && state.number >= from_) {
@@ -60,6 +78,47 @@ void walk(const std::string& text, const Arguments& arguments, const Json& reque
     answer.update(json_of(ending_of(run_watched(text, arguments, walk), walk)));
 }
 
+/// The calls of one name, or of all that the program defines.
+class Calls : public Watcher {
+  public:
+    Calls(std::string name, size_t limit) : name_(std::move(name)), limit_(limit) {
+        answer["calls"] = Json::array();
+    }
+
+  private:
+    bool at(State& state, Value&) override {
+        note(state);
+        leave_calls(state);
+        if (state.symbol && is_wanted(*state.symbol)) enter_call(state);
+        return answer["calls"].size() < limit_;
+    }
+
+    bool is_wanted(const Symbol& symbol) const {
+        if (!name_.empty()) return symbol.name.view() == name_;
+        return !symbol.builtin && !is_plumbing(symbol);
+    }
+
+    static void tell(const CallLine& call) { answer["calls"].push_back(json_of(call)); }
+
+    void on_entered(const State& state) override {
+        tell({state.number, calls.size() - 1, false, call_text(state, Room{})});
+    }
+
+    void on_left(const State& state, const Call&, Node* result) override {
+        if (result) tell({state.number, calls.size(), true, shown(result, Room{})});
+    }
+
+    const std::string name_;
+    const size_t limit_;
+};
+
+/// "calls" are told as run_calls tells them, at most "limit" of their beginnings and ends; without
+/// "name", those of all definitions.
+void calls(const std::string& text, const Arguments& arguments, const Json& request) {
+    Calls calls(request.value("name", std::string()), request.value("limit", size_t{2000}));
+    answer.update(json_of(ending_of(run_watched(text, arguments, calls), calls)));
+}
+
 void answer_to(const Json& request) {
     const auto command = request.value("command", std::string());
     const auto text = request.value("text", std::string());
@@ -71,6 +130,7 @@ void answer_to(const Json& request) {
     if (command == "pack") answer = json_of(text, pack_source(text));
     if (command == "steps") steps(text, arguments, request);
     if (command == "walk") walk(text, arguments, request);
+    if (command == "calls") calls(text, arguments, request);
     if (command == "why_z") answer.update(json_of(why_z(text, arguments)));
     if (command == "profile") {
         profile(text, arguments, [](const Profiled& told) { answer = json_of(told); });
@@ -84,6 +144,9 @@ void answer_to(const Json& request) {
 extern "C" void laboratory(const char* request) {
     marl::lab::answer_to(marl::lab::Json::parse(request));
 }
+
+/// The state that a walk or a tree of calls is at while the program runs.
+extern "C" double laboratory_state() { return static_cast<double>(marl::lab::current); }
 
 /// The answer, NUL-terminated and good until the next call.
 extern "C" const char* laboratory_answer() {

@@ -5,9 +5,9 @@
 import fs from "node:fs";
 import path from "node:path";
 import createMarl from "marl-module";
-import { Machine } from "../src/machine/module.ts";
+import { type Factory, type FileContent, Machine } from "../src/machine/module";
 
-function filesIn(folder) {
+function filesIn(folder: string): FileContent[] {
   return fs
     .readdirSync(folder, { withFileTypes: true })
     .filter((entry) => entry.isFile())
@@ -15,12 +15,12 @@ function filesIn(folder) {
     .map((name) => ({ name, bytes: fs.readFileSync(name) }));
 }
 
-function writeAll(stream, bytes) {
+function writeAll(stream: 1 | 2, bytes: Uint8Array) {
   for (let done = 0; done < bytes.length; ) {
     try {
       done += fs.writeSync(stream, bytes, done);
     } catch (fault) {
-      if (fault.code !== "EAGAIN") throw fault;
+      if ((fault as NodeJS.ErrnoException).code !== "EAGAIN") throw fault;
     }
   }
 }
@@ -29,7 +29,7 @@ const [name, ...words] = process.argv.slice(2);
 const program = path.resolve(name);
 const input = process.stdin.isTTY ? Buffer.alloc(0) : fs.readFileSync(0);
 const module = await WebAssembly.compile(fs.readFileSync(new URL("marl.wasm", import.meta.url)));
-const machine = await Machine.make(createMarl, module);
+const machine = await Machine.make(createMarl as Factory, module);
 const outcome = machine.run(
   {
     program: { name: program, bytes: fs.readFileSync(program) },
@@ -37,10 +37,11 @@ const outcome = machine.run(
     input,
     files: filesIn(path.dirname(program)),
     folder: "/home/marl",
-    environment: { ...process.env },
+    environment: Object.fromEntries(Object.entries(process.env).map(([name, value]) => [name, value ?? ""])),
   },
   writeAll,
 );
 // As a shell shows it: the low 8 bits, or 128 and the number of the signal that would end a process.
 if (outcome.ended === "fault") console.error(outcome.word);
-process.exit({ exit: outcome.status & 0xff, abort: 134, fault: 139 }[outcome.ended]);
+if (outcome.ended === "exit") process.exit(outcome.status & 0xff);
+process.exit(outcome.ended === "abort" ? 134 : 139);
