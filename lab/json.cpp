@@ -210,15 +210,15 @@ const Field<Profiled> profile_fields[] = {
 // Types.
 
 template <class T>
-std::string type_of(const Field<T>& field, std::string_view name) {
-    std::string line = "  /// " + std::string(field.about) + "\n  ";
+std::string type_of(const Field<T>& field, std::string_view name, const std::string& indent) {
+    std::string line = indent + "/// " + std::string(field.about) + "\n" + indent;
     return line.append(name).append(": ").append(field.type).append(";\n");
 }
 
 template <class T>
 std::string interface(const char* head, const char* about, std::span<const Field<T>> fields) {
     std::string text = "\n/// " + std::string(about) + "\nexport interface " + head + " {\n";
-    for (const Field<T>& field : fields) text += type_of(field, field.name);
+    for (const Field<T>& field : fields) text += type_of(field, field.name, "  ");
     return text + "}\n";
 }
 
@@ -229,13 +229,13 @@ std::string alternatives(const char* head, const char* about, std::span<const Fi
     std::string text;
     for (const Field<T>& field : fields) {
         if (!field.name.ends_with('|')) {
-            common += type_of(field, field.name);
+            common += type_of(field, field.name, "  ");
         } else {
             const std::string_view name = field.name.substr(0, field.name.size() - 1);
-            text += (text.empty() ? "{\n" : " | {\n") + type_of(field, name) + "}";
+            text += "  | {\n" + type_of(field, name, "      ") + "    }\n";
         }
     }
-    return "\n/// " + std::string(about) + "\nexport type " + head + " = {\n" + common + "} & (" +
+    return "\n/// " + std::string(about) + "\nexport type " + head + " = {\n" + common + "} & (\n" +
            text + ");\n";
 }
 

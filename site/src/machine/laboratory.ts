@@ -3,7 +3,7 @@
 // `check` and `format` answer at once, from a worker that stays. Steps and a profile run the
 // program, so each such request has a worker of its own, which `stop` ends.
 import type { Job } from "./module";
-import type { CallLine, Checked, Ending, Formatted, Message, Profiled, Step as AnyStep, Tree, Why } from "./results";
+import type { Step as AnyStep, CallLine, Checked, Ending, Formatted, Message, Profiled, Tree, Why } from "./results";
 import { type Answer, Laboratory } from "./session";
 
 export type { CallLine, Message, ProfileRow, Tree } from "./results";

@@ -66,16 +66,20 @@ export interface Step {
 export type Tree = {
   /// of the node
   id: number;
-} & ({
-  /// the node is shared, and its state's trees have shown it already
-  again: true;
-} | {
-  /// the text of a leaf
-  leaf: string;
-} | {
-  /// a function and its argument
-  of: [Tree, Tree];
-});
+} & (
+  | {
+      /// the node is shared, and its state's trees have shown it already
+      again: true;
+    }
+  | {
+      /// the text of a leaf
+      leaf: string;
+    }
+  | {
+      /// a function and its argument
+      of: [Tree, Tree];
+    }
+);
 
 /// Where a call begins or ends.
 export interface CallLine {
