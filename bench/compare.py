@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Whole programs in marl against the same algorithms in other interpreters.
 
-    bench/compare.py [--large] [--rounds N] [--marl PATH]... [--peers NAMES] [PROGRAM]...
+    bench/compare.py [--large | --real] [--rounds N] [--marl PATH]... [--peers NAMES] [PROGRAM]...
 
 Every program of bench/programs runs in marl and in each peer that is installed, one after the
 other, round after round, so that a disturbance of the machine meets all of them. A run counts when
@@ -12,6 +12,10 @@ and from it the median of the peer's own start-up, which is that of an empty pro
 A ratio is the other's time over marl's: above 1, marl is faster. The means are shown the other way
 round as well, and with them the program that is slowest beside each peer. With several --marl, the
 first is the one that the others are compared with, which makes this the way to judge a change.
+
+With --real the programs are those of examples/real, packed with the library, on inputs that are made for
+them (real_tasks.py), and the peers have theirs in bench/real. Here the start-up counts, since it is part
+of what somebody waits for, and a ratio is marl's time over the other's.
 
 The programs have a size in them as a number. At that size a run is short, and the start-up of some
 peers is most of it; --large takes ten times as much work and more, so that it hardly counts.
@@ -30,8 +34,12 @@ import subprocess
 import sys
 import tempfile
 
+import real_tasks
+
 ROOT = pathlib.Path(__file__).resolve().parent
 PROGRAMS = ROOT / "programs"
+REAL = ROOT / "real"
+REAL_NAMES = "grep wordfreq report json life sudoku pi scheme walk site fileserver".split()
 
 # In the order of the table. A unit is what the program keeps at its peak, as many as its size says.
 NAMES = """startup countdown fib tak ackermann queens fold mergesort tree primes church array text
@@ -127,6 +135,32 @@ class Runner:
         return measure([*self.command, *options, str(self.file(program))], self.environment, scratch)
 
 
+class RealRunner:
+    """One interpreter on the real programs: its files are in a folder, and the tasks tell what it gets."""
+
+    def __init__(self, name, command, folder, suffix, tasks, between=()):
+        self.name = name
+        self.command = command
+        self.between = between
+        self.folder = folder
+        self.suffix = suffix
+        self.tasks = tasks
+
+    def file(self, program):
+        return self.folder / (program + self.suffix)
+
+    def runs(self, program):
+        return self.file(program).exists()
+
+    def run(self, program, scratch):
+        task = self.tasks[program]
+        client = real_tasks.Client(task)
+        result = measure([*self.command, str(self.file(program)), *self.between, *map(str, task.arguments)],
+                         dict(os.environ), scratch, task.stdin)
+        client.wait()
+        return result
+
+
 class CompiledGuile(Runner):
     """Guile that finds its programs compiled, where it looks for them by itself."""
 
@@ -164,16 +198,16 @@ def become_reaper():
     ctypes.CDLL(None).prctl(36, 1, 0, 0, 0)
 
 
-def measure(command, environment, scratch):
+def measure(command, environment, scratch, stdin=None):
     """Runs the command once. A process inherits the peak memory of the one that started it, which
     would hide a small interpreter behind this script; so a shell starts it, ends at once, and
     leaves the process to us. The process holds back until the shell is gone, which else might take
     notice of its end."""
     out = pathlib.Path(scratch, "out")
-    script = f"""ulimit -t {CPU_LIMIT}; out=$1; shift; exec 3<&0
-        (read go <&3; exec "$@" 3<&- </dev/null >"$out" 2>/dev/null) & echo $!"""
+    script = f"""ulimit -t {CPU_LIMIT}; in=$1; out=$2; shift 2; exec 3<&0
+        (read go <&3; exec "$@" 3<&- <"$in" >"$out" 2>/dev/null) & echo $!"""
     with subprocess.Popen(
-            ["/bin/sh", "-c", script, "sh", str(out), *command],
+            ["/bin/sh", "-c", script, "sh", str(stdin or "/dev/null"), str(out), *command],
             env=environment, stdin=subprocess.PIPE, stdout=subprocess.PIPE) as shell:
         process = int(shell.stdout.readline())
         shell.wait()
@@ -331,12 +365,13 @@ def arguments():
         description=__doc__.split("\n\n")[0], epilog="programs: " + " ".join(NAMES))
     parser.add_argument("programs", nargs="*", metavar="PROGRAM", help="all when none is named")
     parser.add_argument("--large", action="store_true", help="the programs at their large size")
+    parser.add_argument("--real", action="store_true", help="the programs of examples/real")
     parser.add_argument("--rounds", type=int, default=5)
     parser.add_argument("--marl", action="append", metavar="PATH",
                         help="the binary; more than one compares them (build/release/marl)")
     parser.add_argument("--peers", help="names with commas between, or none (all that are there)")
     options = parser.parse_args()
-    unknown = set(options.programs) - set(NAMES)
+    unknown = set(options.programs) - set(REAL_NAMES if options.real else NAMES)
     if unknown:
         parser.error("no such program: " + " ".join(sorted(unknown)))
     options.marl = options.marl or [str(ROOT.parent / "build/release/marl")]
@@ -352,8 +387,63 @@ def marls(paths, size):
             for name, path in zip(names, paths)]
 
 
+def pack_real(marl, programs, folder):
+    """Packs the programs with the library, by the marl-lab beside marl."""
+    folder.mkdir()
+    lab = pathlib.Path(marl).resolve().parent / "marl-lab"
+    for program in programs:
+        source = ROOT.parent / "examples/real" / (program + ".marl")
+        subprocess.run([lab, "pack", source, "-o", folder / source.name], check=True)
+    return folder
+
+
+def compare_real(options):
+    programs = [name for name in REAL_NAMES if name in (options.programs or REAL_NAMES)]
+    with tempfile.TemporaryDirectory() as scratch:
+        tasks = real_tasks.tasks(scratch)
+        packed = pack_real(options.marl[0], programs, pathlib.Path(scratch, "packed"))
+        names = ["marl"] if len(options.marl) == 1 else [f"marl{i + 1}" for i in range(len(options.marl))]
+        runners = [RealRunner(name, [os.path.abspath(path)], packed, ".marl", tasks)
+                   for name, path in zip(names, options.marl)]
+        peers = [RealRunner("python3", ["python3"], REAL, ".py", tasks),
+                 RealRunner("lua", ["lua5.4"], REAL, ".lua", tasks),
+                 RealRunner("awk", ["awk", "-f"], REAL, ".awk", tasks, ["--"])]
+        runners += [peer for peer in peers if shutil.which(peer.command[0]) and
+                    (options.peers is None or peer.name in options.peers.split(","))]
+        become_reaper()
+        runs = measure_all(runners, programs, options.rounds, scratch)
+    complaints = drop_wrong(runs, programs)
+    print_real(Figures(runs, {}), runners, programs)
+    for complaint in complaints:
+        print(complaint)
+    return 1 if complaints else 0
+
+
+def print_real(figures, runners, programs):
+    base, *others = runners
+    print(f"CPU seconds, and how many times of them {base.name} takes")
+    print("program".ljust(12) + base.name.rjust(8) + "".join(other.name.rjust(16) for other in others))
+    for program in programs:
+        ours = figures.gross.get((base.name, program))
+        line = program.ljust(12) + show(ours, ".3f", 8)
+        for other in others:
+            theirs = figures.gross.get((other.name, program))
+            line += show(theirs, ".3f", 9) + show(ours / theirs if ours and theirs else None, ".2f", 7)
+        print(line)
+    line = "mean".ljust(20)
+    for other in others:
+        logs = [math.log(figures.gross[base.name, program] / figures.gross[other.name, program])
+                for program in programs
+                if {(base.name, program), (other.name, program)} <= figures.gross.keys()]
+        line += show(math.exp(statistics.fmean(logs)) if logs else None, ".2f", 16)
+    print(line)
+    print_memory(figures, runners, programs)
+
+
 def main():
     options = arguments()
+    if options.real:
+        return compare_real(options)
     wanted = set(options.programs or NAMES) | {"startup"}
     programs = [name for name in NAMES if name in wanted]
     with tempfile.TemporaryDirectory() as scratch:

@@ -5,14 +5,12 @@
 
 #include <random>
 #include <string>
-#include <vector>
 
 #include "driver/report.h"
 #include "front/check.h"
-#include "front/definitions.h"
 #include "front/grammar.h"
 #include "front/prelude.h"
-#include "front/scan.h"
+#include "front/stages.h"
 #include "number/hint.h"
 #include "reduce/analysis.h"
 #include "reduce/machine.h"
@@ -25,7 +23,7 @@ namespace {
 
 void set_up_prelude() {
     build_prelude();
-    MARL_REQUIRE(parse_program(String("a\\0")).kind == String("check"));
+    define_builtins();
 }
 
 Value random_hint(int64_t digits) {
@@ -132,13 +130,14 @@ std::string source(int64_t definitions) {
 }
 
 void parse(benchmark::State& state) {
-    const std::string text = source(state.range(0));
-    const std::vector<int64_t> no_backquotes;
+    const String text{std::string_view(source(state.range(0)))};
     for (auto _ : state) {
-        const String normal = normalise(text);
-        benchmark::DoNotOptimize(parse_pieces(normal.view(), no_backquotes).entry.get());
+        Module module;
+        module.text = text;
+        cut_text(module);
+        benchmark::DoNotOptimize(module.definitions.size());
     }
-    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(text.size()));
+    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(text.length()));
 }
 BENCHMARK(parse)->Arg(1)->Arg(100)->Arg(10'000);
 
@@ -146,19 +145,15 @@ BENCHMARK(parse)->Arg(1)->Arg(100)->Arg(10'000);
 void start(benchmark::State& state) {
     const String text{std::string_view(source(1))};
     for (auto _ : state) {
-        build_prelude();
-        MARL_REQUIRE(parse_program(text).kind == String("check"));
-        MARL_REQUIRE(check_program().kind == String("check"));
+        MARL_REQUIRE(passed(set_up_program(text)));
     }
 }
 BENCHMARK(start)->Unit(benchmark::kMicrosecond);
 
 /// One item is one call of fib.
 void run_fib(benchmark::State& state) {
-    build_prelude();
     const char* program = "a\\fib 20,fib\\n\\(n<2)n(fib(n-1)+fib(n-2))";
-    MARL_REQUIRE(parse_program(String(program)).kind == String("check"));
-    MARL_REQUIRE(check_program().kind == String("check"));
+    MARL_REQUIRE(passed(set_up_program(program)));
     const Value entry = Value::share(find_definition(""));
     for (auto _ : state) {
         const Value result = reduce(pair(entry, leaf("0")));

@@ -2,15 +2,13 @@
 //
 // Sees to the standard descriptors, answers a missing or unreadable file itself, reads the program
 // whole, and runs it.
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <new>
 #include <string_view>
-#include <vector>
 
+#include "driver/process.h"
 #include "driver/report.h"
 #include "driver/run.h"
 #include "text/fatal.h"
@@ -20,17 +18,6 @@
 namespace marl {
 
 namespace {
-
-/// Sees to it that a standard descriptor which is closed is never given to a file that the program
-/// opens: a picture must not land there. What stands in its place can be neither read nor written,
-/// with the error of a closed one.
-void reserve_standard_descriptors() {
-    while (true) {
-        const int descriptor = open("/", O_PATH);  // the lowest that is free
-        if (descriptor > 2) close(descriptor);
-        if (descriptor < 0 || descriptor > 2) return;
-    }
-}
 
 /// The path with every byte that is no plain character as two hexadecimal digits in brackets.
 String escaped_path(std::string_view path) {
@@ -100,23 +87,13 @@ String read_source(const String& path) {
     return source;
 }
 
-/// The address of an argument array as programs read it, 64 bits an entry. Where pointers are
-/// narrower that is a copy, for the life of the process.
-int64_t wide_array(char** arguments) {
-    if constexpr (sizeof(char*) == sizeof(uint64_t)) return reinterpret_cast<int64_t>(arguments);
-    static std::vector<uint64_t> wide;
-    while (*arguments) wide.push_back(reinterpret_cast<uintptr_t>(*arguments++));
-    wide.push_back(0);
-    return reinterpret_cast<int64_t>(wide.data());
-}
-
 uint32_t run_process(int argument_count, char** arguments) {
     reserve_standard_descriptors();
     MARL_REQUIRE(argument_count != 0);
     if (argument_count == 1) return show_usage();
     const String path(arguments[1]);
     if (!can_open(path)) return show_unreadable(path);
-    return run_source(read_source(path), wide_array(arguments + 2));
+    return run_source(read_source(path), argument_address(arguments + 2));
 }
 
 }  // namespace

@@ -3,11 +3,12 @@
 // for the status only then, as its end belongs to the run.
 #include "driver/run.h"
 
+#include <utility>
+
 #include "driver/interrupt.h"
 #include "driver/report.h"
 #include "driver/shutdown.h"
 #include "front/check.h"
-#include "front/definitions.h"
 #include "front/prelude.h"
 #include "library/leaked.h"
 #include "number/convert.h"
@@ -47,12 +48,12 @@ void report_live_nodes() {
 
 uint32_t run_source(String source, int64_t arguments) {
     build_prelude();
-    const Report parsed = parse_program(source);
+    Module module;
+    const Report parsed = parse_program(std::move(source), module);
     if (!passed(parsed)) return fail(parsed);
-    source = String();  // nothing looks at the text again
 
     install_interrupt_handler();
-    const Report outcome = run_program(arguments);
+    const Report outcome = run_program(std::move(module), arguments);
     heed_interrupt();
     if (!passed(outcome)) return fail(outcome);
 

@@ -16,6 +16,7 @@
 #include "reduce/needs.h"
 #include "reduce/tables.h"
 #include "value/todo.h"
+#include "value/walk.h"
 
 namespace marl {
 
@@ -37,23 +38,12 @@ bool has_parts(Node* node) {
 /// Whether a todo Value stands anywhere in the expression. Most definitions hold none, and then
 /// nothing needs to be taken apart and put together again.
 bool holds_todo(Node* expression) {
-    std::vector<Node*> rest{expression};
     std::unordered_set<Node*> seen;
-    while (!rest.empty()) {
-        Node* node = rest.back();
-        rest.pop_back();
-        if (!has_parts(node) || (count_of(node) > 1 && !seen.insert(node).second)) continue;
-        if (!is_leaf(node)) {
-            if (is_todo(node)) return true;
-            rest.push_back(right(node));
-            rest.push_back(left(node));
-            continue;
-        }
-        for (int64_t i = 0; i < cray_length(node); ++i) {
-            if (cray_slot(node, i)) rest.push_back(cray_slot(node, i));
-        }
-    }
-    return false;
+    return !walk<ChildrenAndElements>(expression, [&](Node* node) {
+        const bool again = count_of(node) > 1 && !seen.insert(node).second;
+        if (!has_parts(node) || again) return Go::past;
+        return !is_leaf(node) && is_todo(node) ? Go::out : Go::in;
+    });
 }
 
 // Disarming goes through an expression from the bottom up, without recursion. A node that several
@@ -61,43 +51,25 @@ bool holds_todo(Node* expression) {
 class Disarming {
   public:
     Value run(Node* expression) {
-        visit(expression);
-        while (!rest_.empty()) {
-            const Visit next = rest_.back();
-            rest_.pop_back();
-            if (next.children_done) {
-                join(next.node);
-            } else {
-                visit(next.node);
-            }
-        }
+        walk_both_ways<ChildrenAndElements>(
+            expression, [&](Node* node) { return begin(node); }, [&](Node* node) { join(node); });
         return pop_result();
     }
 
   private:
-    struct Visit {
-        Node* node;
-        bool children_done;
-    };
-
-    void visit(Node* node) {
+    /// Whether the parts are due.
+    bool begin(Node* node) {
         const auto known = shared_.find(node);
         if (known != shared_.end()) {
             results_.push_back(known->second);
         } else if (!has_parts(node)) {
             results_.push_back(Value::share(node));
-        } else if (is_leaf(node)) {
-            rest_.push_back({node, true});
-            for (int64_t i = cray_length(node); i-- > 0;) {
-                if (cray_slot(node, i)) rest_.push_back({cray_slot(node, i), false});
-            }
-        } else if (is_todo(node)) {
+        } else if (!is_leaf(node) && is_todo(node)) {
             finish(node, leaf_Z());
         } else {
-            rest_.push_back({node, true});
-            rest_.push_back({right(node), false});
-            rest_.push_back({left(node), false});
+            return true;
         }
+        return false;
     }
 
     void join(Node* node) {
@@ -140,7 +112,6 @@ class Disarming {
         return result;
     }
 
-    std::vector<Visit> rest_;
     std::vector<Value> results_;
     std::unordered_map<Node*, Value> shared_;
 };

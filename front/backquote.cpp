@@ -1,8 +1,7 @@
-// One walk over the definition from the back, with a list of tasks and a stack of the images made
-// so far: a Pair is entered, its right part is done, then its left one, and when it comes up again
-// its two images are on the stack and it is put together. A backquote is evaluated at that moment,
-// so inner ones go before outer ones and right ones before left ones. With `Shared::kept`, a Pair
-// that stands in several places and holds no backquote is made once.
+// One walk over the definition from the back, with a stack of the images made so far: a Pair is put
+// together when those of its parts, the right one first, are on it. A backquote is evaluated at
+// that moment, so inner ones go before outer ones and right ones before left ones. With
+// `Shared::kept`, a Pair that stands in several places and holds no backquote is made once.
 #include "front/backquote.h"
 
 #include <unordered_map>
@@ -13,6 +12,7 @@
 #include "number/zits.h"
 #include "reduce/analysis.h"
 #include "reduce/machine.h"
+#include "value/walk.h"
 
 namespace marl {
 
@@ -30,38 +30,37 @@ Value evaluate(const String& name, Node* backquoted, Value inner) {
 
 bool is_backquoted(Node* pair) { return is_leaf_of(left(pair), '`'); }
 
+struct RightFirst {
+    template <class See>
+    static void from_the_back(Node* pair, See see) {
+        see(left(pair));
+        see(right(pair));
+    }
+};
+
 struct Unquoting {
-    struct Task {
-        Node* node;
-        bool children_done;
-    };
     struct Image {
         Value value;
         bool plain;  // no backquote was in it
     };
     const String& name;
     Shared shared;
-    std::vector<Task> tasks;
     std::vector<Image> images;
     std::unordered_map<Node*, Value> known;  // images of plain Pairs that are held more than once
 
     bool may_come_again(Node* node) const { return shared == Shared::kept && count_of(node) > 1; }
 
-    void begin(Node* node) {
+    /// Whether the parts are due.
+    bool begin(Node* node) {
         if (is_leaf(node)) {
             images.push_back({Value::share(node), true});
-            return;
+            return false;
         }
-        if (may_come_again(node)) {
-            if (const auto image = known.find(node); image != known.end()) {
-                images.push_back({image->second, true});
-                return;
-            }
-        }
-        // The list is taken from the back: right before left.
-        tasks.push_back({node, true});
-        if (!is_backquoted(node)) tasks.push_back({left(node), false});
-        tasks.push_back({right(node), false});
+        if (!may_come_again(node)) return true;
+        const auto image = known.find(node);
+        if (image == known.end()) return true;
+        images.push_back({image->second, true});
+        return false;
     }
 
     Image take_image() {
@@ -70,13 +69,13 @@ struct Unquoting {
         return image;
     }
 
-    void finish(Node* node) {
+    void end(Node* node) {
         Image image = take_image();
+        Image argument = take_image();
         if (is_backquoted(node)) {
-            images.push_back({evaluate(name, node, std::move(image.value)), false});
+            images.push_back({evaluate(name, node, std::move(argument.value)), false});
             return;
         }
-        Image argument = take_image();
         const bool plain = image.plain && argument.plain;
         Value made = pair(std::move(image.value), std::move(argument.value));
         if (plain && may_come_again(node)) known.emplace(node, made);
@@ -88,16 +87,10 @@ struct Unquoting {
 
 Value unquote(const String& name, Node* definition, Shared shared) {
     const Value held = Value::share(definition);  // an evaluation may replace the definition
-    Unquoting work{name, shared, {{definition, false}}, {}, {}};
-    while (!work.tasks.empty()) {
-        const auto [node, children_done] = work.tasks.back();
-        work.tasks.pop_back();
-        if (children_done) {
-            work.finish(node);
-        } else {
-            work.begin(node);
-        }
-    }
+    Unquoting work{name, shared, {}, {}};
+    walk_both_ways<RightFirst>(
+        definition, [&](Node* node) { return work.begin(node); },
+        [&](Node* node) { work.end(node); });
     return work.take_image().value;
 }
 

@@ -11,8 +11,7 @@
 #include <vector>
 
 #include "front/intern.h"
-#include "front/records.h"
-#include "front/stages.h"
+#include "front/prelude.h"
 #include "number/convert.h"
 #include "number/kind.h"
 #include "reduce/analysis.h"
@@ -26,68 +25,35 @@ namespace marl {
 
 namespace {
 
-Report publish_records(Module&) {
-    set_definition("_", leaf(record_text()));
-    return {};
-}
-
-// The definitions of the built-ins, which nobody else can define, have none of the faults and refer
-// to one name, `Z`; so they are no part of the module.
-
-/// All definitions that the module has not; behind the backquotes, those that they have loaded.
-Report gather_definitions(Module& module) {
-    for (const Symbol* symbol : defined_symbols()) {
-        if (symbol->builtin) continue;
-        module.definitions.try_emplace(symbol->name, symbol->definition);
-    }
-    return {};
-}
-
-Report gather_references_of_builtins(Module& module) {
-    const std::vector<Symbol*> of_builtin{&symbol_of("Z")};
-    for (Symbol* symbol : defined_symbols()) {
-        if (symbol->builtin) add_references(module.references, *symbol, of_builtin);
-    }
-    return {};
-}
-
-/// What the entry expression doesn't reach and can't work goes. A definition of the prelude comes
-/// back in the place of such a one.
-Report remove_doomed(Module& module) {
-    // A built-in works whatever becomes of the name in its entry, which never runs.
-    for (auto& [name, free] : module.references.entries) {
-        if (name->builtin) free.clear();
-    }
-    for (Symbol* doomed : find_doomed(module.references)) {
-        MARL_REQUIRE(!doomed->name.empty());
-        const auto prelude = prelude_definitions.find(doomed->name);
-        if (prelude != prelude_definitions.end()) {
-            module.definitions[doomed->name] = prelude->second;
-        } else {
-            module.definitions.erase(doomed->name);
-            erase_definition(*doomed);
-        }
-    }
+void forget_prelude(Module& module) {
+    module.prelude = nullptr;
     prelude_definitions.clear();
-    return {};
 }
 
-Report empty_intern_set(Module&) {
-    clear_intern_set();
-    return {};
+// The definitions of the built-ins, which nobody else can define, have none of the faults; so they
+// are no part of the module.
+
+void publish_builtins(Module&) { define_builtins(); }
+
+/// Adds what the backquotes have loaded.
+void gather_definitions(Module& module) {
+    for (const Symbol* symbol : defined_symbols()) {
+        if (!symbol->builtin) module.definitions.try_emplace(symbol->name, symbol->definition);
+    }
 }
+
+void empty_intern_set(Module&) { clear_intern_set(); }
 
 /// The backquotes have made code of definitions that still change. What they have left becomes
 /// nodes, and the run makes its own code.
-Report forget_early_code(Module& module) {
-    if (!has_code()) return {};
+void forget_early_code(Module& module) {
+    if (!has_code()) return;
     for (const auto& [name, expression] : module.definitions) make_all_nodes(expression);
     for (const Symbol* symbol : defined_symbols()) make_all_nodes(symbol->definition);
     forget_code();
-    return {};
 }
 
-Report intern_builtins(Module&) {
+void intern_builtins(Module&) {
     std::unordered_map<Node*, Value> interned;  // many of them have one definition
     for (Symbol* symbol : defined_symbols()) {
         if (!symbol->builtin) continue;
@@ -95,36 +61,31 @@ Report intern_builtins(Module&) {
         if (!shared) shared = intern(symbol->definition);
         set_definition(*symbol, shared);
     }
-    return {};
 }
 
-Report drop_all_unsettled(Module&) {
-    drop_unsettled_members();
-    return {};
-}
+void drop_all_unsettled(Module&) { drop_unsettled_members(); }
 
-Report publish_entry(Module& module) {
-    set_definition("", module.definitions[""]);
-    return {};
-}
+void publish_entry(Module& module) { set_definition("", module.definitions[""]); }
 
-Report analyse_definitions(Module&) {
+void analyse_definitions(Module&) {
     for (Symbol* symbol : defined_symbols()) analyse(symbol->definition);
-    return {};
 }
 
-constexpr Stage stages[] = {
-    publish_records,
-    gather_definitions,
+constexpr Stage parse_stages[] = {check_text, cut_text};
+
+constexpr Stage check_stages[] = {
+    add_records,
+    add_prelude,
     expand_patterns,
     refuse_funky_keys,
     gather_references,
-    gather_references_of_builtins,
     refuse_dangling_names,
     remove_doomed,
+    forget_prelude,
     note_names,
     give_places,
     refuse_excess_parameters,
+    publish_builtins,
     publish,
     evaluate_backquotes,
     gather_definitions,
@@ -158,19 +119,42 @@ Report range_report(Node* result) {
 
 }  // namespace
 
-Report check_program() {
-    const TodoArming unarmed(false);
-    Module module;
-    return run_stages(module, stages);
+Report parse_program(String source, Module& module) {
+    module.text = std::move(source);
+    module.prelude = &prelude_definitions;
+    Report report = run_stages(module, parse_stages);
+    module.text = String();  // nothing looks at it again
+    return report;
 }
 
-Report run_program(int64_t arguments) {
-    if (Report report = check_program(); !passed(report)) return report;
+Report check_program(Module&& parsed) {
+    const TodoArming unarmed(false);
+    Module module = std::move(parsed);
+    return run_stages(module, check_stages);
+}
+
+Report set_up_program(String source) {
+    build_prelude();
+    Module module;
+    Report report = parse_program(std::move(source), module);
+    return passed(report) ? check_program(std::move(module)) : report;
+}
+
+Value run_entry(int64_t arguments) {
     todo_armed = true;
-    Value result = reduce_call(symbol_of(""), from_i64(arguments));
+    return reduce_call(symbol_of(""), from_i64(arguments));
+}
+
+Report report_on(Node* result) {
     if (is_leaf_of(result, ')')) return cycle_report(leaf_bytes(result).substr(1));
     if (!is_leaf(result) && is_leaf_of(left(result), ']')) return report_parse(text(right(result)));
-    if (kind_of(result) != 'i') return range_report(result);
+    return kind_of(result) == 'i' ? Report() : range_report(result);
+}
+
+Report run_program(Module&& parsed, int64_t arguments) {
+    if (Report report = check_program(std::move(parsed)); !passed(report)) return report;
+    Value result = run_entry(arguments);
+    if (Report report = report_on(result); !passed(report)) return report;
     set_definition("", std::move(result));
     return {};
 }

@@ -9,7 +9,6 @@
 #include <string_view>
 #include <vector>
 
-#include "driver/report.h"
 #include "text/string.h"
 #include "value/value.h"
 
@@ -31,36 +30,26 @@ struct DefinedName {
 };
 DefinedName defined_name(Node* piece);
 
-struct Definition {
-    int64_t position;  // of the piece, in the normalised text
-    String key;
-    Value expression;
-    bool unmemoised;
+/// Bytes of a text, from `begin` to before `end`.
+struct Extent {
+    size_t begin;
+    size_t end;
 };
 
-struct Pieces {
-    Value entry;
-    std::vector<Definition> definitions;  // in source order; a key may come more than once
-};
+/// The pieces of a normalised text, the entry first.
+std::vector<Extent> cut_pieces(std::string_view normalised);
 
 /// The lines, counted from 1, of the backquotes in a raw source whose brackets balance, in order.
 /// Those in byte text don't count.
 std::vector<int64_t> backquote_lines(std::string_view source);
 
-/// Cuts a normalised text and parses its pieces. Each backquote Leaf takes its line of `lines` into
-/// its span; there must be one for each. No check of the names is made. Drops what defines nothing,
-/// so the caller sees to it that no todo is armed.
-Pieces parse_pieces(std::string_view normalised, const std::vector<int64_t>& lines);
+/// Gives each backquote Leaf of an expression, left before right, the next line from `next` on in
+/// its span.
+void stamp_lines(Node* expression, const std::vector<int64_t>& lines, size_t& next);
 
 /// Whether the key is one lower-case letter, which only a local name can be.
 bool is_local_key(const String& key);
 /// Whether the key is one of \ and {, which the machine treats itself.
 bool is_binder_key(const String& key);
-/// The Report on a definition whose key is one lower-case letter.
-Report local_key_fault(const Definition& definition);
-
-/// Enters the built-ins and the program's definitions, the entry under the empty name. Nothing has
-/// changed when the brackets are at fault. The prelude stands.
-Report parse_program(const String& source);
 
 }  // namespace marl

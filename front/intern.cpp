@@ -14,6 +14,7 @@
 
 #include "reduce/analysis.h"
 #include "value/todo.h"
+#include "value/walk.h"
 
 namespace marl {
 
@@ -183,10 +184,6 @@ bool same(Node* a, Node* b) { return a == b || compare(a, b) == 0; }
 /// lead to in the indexes is mostly far from any cache; so the walk runs ahead by a batch of steps
 /// and fetches, and the members are looked up behind it.
 struct Interning {
-    struct Task {
-        Node* node;
-        bool children_done;
-    };
     struct Step {
         Node* node;
         uint64_t hash;
@@ -195,7 +192,6 @@ struct Interning {
     static constexpr size_t batch = 128;
 
     InternSet& set = intern_set();
-    std::vector<Task> tasks;
     std::vector<uint64_t> hashes;             // of what is done, as far as the walk is
     std::vector<Step> steps;                  // done by the walk only
     std::vector<Member> found;                // the members of what is done and looked up
@@ -224,18 +220,14 @@ struct Interning {
         return true;
     }
 
-    void begin(Node* node) {
-        if (count_of(node) > 1 && meet_again(node)) return;
-        if (is_leaf(node)) {
-            add_step(node, hash_of_leaf(node), Step::find_leaf);
-            return;
-        }
-        tasks.push_back({node, true});
-        tasks.push_back({right(node), false});
-        tasks.push_back({left(node), false});
+    /// Whether the children are due.
+    bool begin(Node* node) {
+        if (count_of(node) > 1 && meet_again(node)) return false;
+        if (is_leaf(node)) add_step(node, hash_of_leaf(node), Step::find_leaf);
+        return !is_leaf(node);
     }
 
-    void finish(Node* node) {
+    void end(Node* node) {
         const uint64_t right_hash = hashes.back();
         hashes.pop_back();
         const uint64_t left_hash = hashes.back();
@@ -287,16 +279,8 @@ struct Interning {
 
 Value intern(Value v) {
     Interning work;
-    work.tasks.push_back({v, false});
-    while (!work.tasks.empty()) {
-        const auto [node, children_done] = work.tasks.back();
-        work.tasks.pop_back();
-        if (children_done) {
-            work.finish(node);
-        } else {
-            work.begin(node);
-        }
-    }
+    walk_both_ways(
+        v, [&](Node* node) { return work.begin(node); }, [&](Node* node) { work.end(node); });
     work.look_up();
     return Value::share(work.found.back().node);
 }
@@ -310,18 +294,13 @@ void drop_unsettled_members() {
 
 void drop_unsettled(Node* expression) {
     InternSet& set = intern_set();
-    std::vector<Node*> rest{expression};
-    while (!rest.empty()) {
-        Node* node = rest.back();
-        rest.pop_back();
-        if (settled(node)) continue;
+    walk(expression, [&](Node* node) {
+        if (settled(node)) return Go::past;
         const uint32_t place = set.place_of(node);
-        if (place == no_member) continue;
+        if (place == no_member) return Go::past;
         set.remove(place);
-        if (is_leaf(node)) continue;
-        rest.push_back(right(node));
-        rest.push_back(left(node));
-    }
+        return Go::in;
+    });
 }
 
 size_t intern_set_size() { return intern_set().members.size(); }

@@ -28,83 +28,27 @@ namespace marl {
 
 namespace {
 
-Report binder_key_fault(const Definition& definition) {
-    Report report;
-    report.kind = "built";
-    report.say = joined({"Built in function ", definition.key.view(), " cannot be re-defined."});
-    report.vip = base64_name(definition.position);
-    report.tip = fit_line(definition.key.view());
-    return report;
-}
-
-Report check_text(Module& module) {
-    Report report;
-    int64_t position = 0;
-    return check_brackets(module.text.view(), report, position) ? Report{} : report;
-}
-
-Report cut_text(Module& module) {
-    const std::vector<int64_t> lines = backquote_lines(module.text.view());
-    Pieces pieces = parse_pieces(normalise(module.text.view()).view(), lines);
-    module.definitions[""] = std::move(pieces.entry);
-    for (Definition& definition : pieces.definitions) {
-        if (is_local_key(definition.key)) return local_key_fault(definition);
-        if (is_binder_key(definition.key)) return binder_key_fault(definition);
-        module.definitions[definition.key] = std::move(definition.expression);
-        if (definition.unmemoised) {
-            module.unmemoised.insert(definition.key);
-        } else {
-            module.unmemoised.erase(definition.key);
-        }
-    }
-    return {};
-}
-
-Report refuse_known_names(Module& module) {
+void refuse_known_names(Module& module) {
     for (const auto& [name, expression] : module.definitions) {
         if (name.empty() || !find_definition(name.view())) continue;
-        Report report;
-        report.kind = "roads";
-        report.say =
-            joined({"Attempt to redefine function ", name.view(), " using the road function."});
-        report.vip = fit_line(name.view());
-        return report;
+        if (!goes_on_behind(module, {Fault::known, name})) return;
     }
-    return {};
-}
-
-/// A doomed entry is a fault of `load`, which says nothing of it; `road` has refused it in words.
-Report remove_doomed(Module& module) {
-    for (Symbol* doomed : find_doomed(module.references)) {
-        if (doomed->name.empty()) {
-            Report report;
-            report.kind = "alive";
-            return report;
-        }
-        module.definitions.erase(doomed->name);
-    }
-    return {};
 }
 
 /// The definitions of `load` are copies of what was interned.
-Report drop_interned_todos(Module& module) {
-    drop_todos_from(module.members_before);
-    return {};
-}
+void drop_interned_todos(Module& module) { drop_todos_from(module.members_before); }
 
-Report drop_unsettled_parts(Module& module) {
+void drop_unsettled_parts(Module& module) {
     for (const Value& expression : module.interned) drop_unsettled(expression);
-    return {};
 }
 
 // `load` shares equal parts before it evaluates, `road` behind it. Dropping comes last in both: it
 // analyses the names in the text, whose ranks stand only when all backquotes are evaluated.
 /// The runs that are under way go on in the plain machine when the text brings in `todo`.
-Report prepare_for_todo(Module& module) {
+void prepare_for_todo(Module& module) {
     const bool was_plain = needs_plain_machine;
     note_names(module);
     if (needs_plain_machine && !was_plain) hand_over();
-    return {};
 }
 
 constexpr Stage load_stages[] = {
@@ -154,7 +98,8 @@ Outcome compile(const String& text, std::span<const Stage> stages) {
     const TodoArming unarmed(false);
     Module module;
     module.text = text;
-    module.is_loaded = true;
+    module.kind = ModuleKind::loaded;
+    module.references.beside_tables = true;
     Report report = run_stages(module, stages);
     if (!passed(report)) return {std::move(report), {}};
     return {std::move(report), module.definitions[""]};

@@ -1,5 +1,5 @@
 // Free names come from one walk per definition, in which each name counts the binders that hold it.
-// What is alive is then a search from the entry over these lists, smallest name first, which makes
+// What is alive is then a search from the roots over these lists, smallest name first, which makes
 // the name in a Report independent of the order of the text; what is doomed is the same graph
 // walked from the undefined names backward to their callers.
 #include "front/names.h"
@@ -10,7 +10,9 @@
 #include <utility>
 
 #include "front/definitions.h"
+#include "front/scopes.h"
 #include "reduce/analysis.h"
+#include "value/walk.h"
 
 namespace marl {
 
@@ -27,95 +29,47 @@ Symbol& symbol_of_name(Node* leaf) {
 
 Symbol& symbol_of_key(Node* key) { return symbol_of(definition_key(leaf_bytes(key)).view()); }
 
-/// Whether a Leaf refers to something by its name. The marks of lambda and let do not.
+/// Collects the Leaves of free names. A name counts the binders around the place where the walk
+/// stands, so that entering and leaving a scope costs a constant.
+struct FreeWalk {
+    std::vector<Use> uses = {};
+    std::unordered_map<const Symbol*, int> binders = {};
+
+    void leaf(Node* node) {
+        if (!is_reference(node)) return;
+        Symbol& name = symbol_of_name(node);
+        const auto count = binders.find(&name);
+        if (count == binders.end() || count->second == 0) uses.push_back({node, &name});
+    }
+    void enter(Node* binder) { ++binders[&symbol_of_key(binder_key(binder))]; }
+    void leave(Node* binder) { --binders[&symbol_of_key(binder_key(binder))]; }
+};
+
+}  // namespace
+
 bool is_reference(Node* leaf) {
     return !is_leaf_of(leaf, '\\') && !is_leaf_of(leaf, '{') && is_name(leaf_bytes(leaf));
 }
 
-/// One walk over an expression. A name that is bound counts the binders around the place where the
-/// walk stands, so that entering and leaving a scope costs a constant.
-struct NameWalk {
-    struct Work {
-        Node* node;
-        enum Step { visit, enter, leave } step;
-    };
-    std::vector<Work> rest;
-    std::unordered_map<const Symbol*, int> binders;
-    std::unordered_set<Symbol*> found;
-
-    bool is_bound(Symbol& name) const {
-        const auto count = binders.find(&name);
-        return count != binders.end() && count->second > 0;
-    }
-
-    void visit(Node* node) {
-        if (is_leaf(node)) {
-            if (!is_reference(node)) return;
-            Symbol& name = symbol_of_name(node);
-            if (!is_bound(name)) found.insert(&name);
-            return;
-        }
-        // The list is taken from the back.
-        switch (form(node)) {
-            case Form::lambda: return visit_scope(lambda_key(node), lambda_body(node));
-            case Form::let:
-                visit_scope(let_key(node), let_body(node));
-                rest.push_back({let_value(node), Work::visit});
-                return;
-            case Form::other:
-                rest.push_back({right(node), Work::visit});
-                rest.push_back({left(node), Work::visit});
-                return;
-        }
-    }
-
-    void visit_scope(Node* key, Node* body) {
-        rest.push_back({key, Work::leave});
-        rest.push_back({body, Work::visit});
-        rest.push_back({key, Work::enter});
-    }
-
-    void run(Node* expression) {
-        rest.push_back({expression, Work::visit});
-        while (!rest.empty()) {
-            const Work next = rest.back();
-            rest.pop_back();
-            switch (next.step) {
-                case Work::visit: visit(next.node); break;
-                case Work::enter: ++binders[&symbol_of_key(next.node)]; break;
-                case Work::leave: --binders[&symbol_of_key(next.node)]; break;
-            }
-        }
-    }
-};
-
-bool is_undefined(const References& references, Symbol* name) {
-    return !references.places.contains(name) && !name->definition;
+std::vector<Use> free_uses(Node* expression) {
+    FreeWalk walk;
+    walk_scopes(expression, walk);
+    return std::move(walk.uses);
 }
 
-}  // namespace
-
 std::vector<Symbol*> free_names(Node* expression) {
-    NameWalk walk;
-    walk.run(expression);
-    std::vector<Symbol*> names(walk.found.begin(), walk.found.end());
+    std::vector<Symbol*> names;
+    for (const Use& use : free_uses(expression)) names.push_back(use.name);
+    std::sort(names.begin(), names.end());
+    names.erase(std::unique(names.begin(), names.end()), names.end());
     std::sort(names.begin(), names.end(), ByName());
     return names;
 }
 
 bool has_text_with(Node* expression, std::string_view word) {
-    std::vector<Node*> rest{expression};
-    while (!rest.empty()) {
-        Node* node = rest.back();
-        rest.pop_back();
-        if (!is_leaf(node)) {
-            rest.push_back(right(node));
-            rest.push_back(left(node));
-        } else if (is_leaf_of(node, '[') && leaf_bytes(node).find(word) != std::string_view::npos) {
-            return true;
-        }
-    }
-    return false;
+    return any_node(expression, [&](Node* node) {
+        return is_leaf_of(node, '[') && leaf_bytes(node).find(word) != std::string_view::npos;
+    });
 }
 
 void add_references(References& references, Symbol& name, std::vector<Symbol*> free) {
@@ -123,30 +77,40 @@ void add_references(References& references, Symbol& name, std::vector<Symbol*> f
     references.entries.push_back({&name, std::move(free)});
 }
 
-std::optional<Dangling> find_dangling(const References& references) {
+bool is_undefined(const References& references, const Symbol* name) {
+    if (references.places.contains(name) || name->builtin) return false;
+    return !references.beside_tables || !name->definition;
+}
+
+Alive find_alive(const References& references, const std::vector<String>& roots, bool all) {
+    const std::vector<Symbol*> of_builtin{&symbol_of("Z")};
     std::map<Symbol*, Symbol*, ByName> to_visit;  // with the definition that refers to it
-    std::unordered_set<const Symbol*> alive;
-    to_visit[&symbol_of("")] = nullptr;
+    Alive alive;
+    for (const String& root : roots) to_visit[&symbol_of(root.view())] = nullptr;
     while (!to_visit.empty()) {
         const auto [name, from] = *to_visit.begin();
         to_visit.erase(to_visit.begin());
-        alive.insert(name);
-        if (is_undefined(references, name)) return Dangling{from, name};
+        alive.names.insert(name);
+        if (is_undefined(references, name) && !alive.dangling) {
+            alive.dangling = {from, name};
+            if (!all) return alive;
+        }
         const auto place = references.places.find(name);
-        if (place == references.places.end()) continue;
-        for (Symbol* free : references.entries[place->second].free) {
-            if (!alive.contains(free)) to_visit[free] = name;
+        const bool is_here = place != references.places.end();
+        if (!is_here && !name->builtin) continue;
+        for (Symbol* free : is_here ? references.entries[place->second].free : of_builtin) {
+            if (!alive.names.contains(free)) to_visit[free] = name;
         }
     }
-    return std::nullopt;
+    return alive;
 }
 
-std::vector<Symbol*> find_doomed(const References& references) {
+std::vector<Symbol*> find_doomed(const References& references, const Symbols& alive) {
     std::unordered_map<const Symbol*, std::vector<Symbol*>> callers;
-    std::unordered_set<const Symbol*> known;
+    Symbols known;
     std::vector<Symbol*> doomed;
     const auto doom = [&](Symbol* name) {
-        if (known.insert(name).second) doomed.push_back(name);
+        if (!alive.contains(name) && known.insert(name).second) doomed.push_back(name);
     };
     for (const auto& [name, free_names_of_it] : references.entries) {
         for (Symbol* free : free_names_of_it) {

@@ -1,13 +1,15 @@
 // What definitions refer to, and what follows from it: which are alive and which can't work.
 //
-// A name is undefined when none of the definitions at hand has it and no definition stands in the
-// program's tables either. A name of the tables alone counts as defined and is not followed.
+// A name is undefined when none of the definitions at hand has it and it is no built-in; for a text
+// that is loaded, when no definition stands in the program's tables either. A name of the tables
+// alone counts as defined and is not followed. A built-in refers to `Z`, which it may answer.
 #pragma once
 
 #include <cstddef>
 #include <optional>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "reduce/tables.h"
@@ -15,8 +17,17 @@
 
 namespace marl {
 
-/// The names that are free in an expression, in the order of their text. Every key of a lambda or
-/// let in it is a name.
+/// Whether a Leaf refers to something by its name. The marks of lambda and let do not.
+bool is_reference(Node* leaf);
+
+/// A Leaf, borrowed, that stands for a name which is free there.
+struct Use {
+    Node* leaf;
+    Symbol* name;
+};
+/// All of them in an expression, from left to right. Every key of a lambda or let in it is a name.
+std::vector<Use> free_uses(Node* expression);
+/// Their names, in the order of their text.
 std::vector<Symbol*> free_names(Node* expression);
 
 /// Whether a text in an expression has the word in it.
@@ -30,10 +41,15 @@ struct References {
     };
     std::vector<Entry> entries;
     std::unordered_map<const Symbol*, size_t> places;  // of the names in `entries`
+    bool beside_tables = false;  // of a text that is loaded: what the tables define is defined, too
 };
 
 /// Enters a definition that refers to these names.
 void add_references(References& references, Symbol& name, std::vector<Symbol*> free);
+
+using Symbols = std::unordered_set<const Symbol*>;
+
+bool is_undefined(const References& references, const Symbol* name);
 
 /// An undefined name, and the definition that refers to it.
 struct Dangling {
@@ -41,12 +57,18 @@ struct Dangling {
     Symbol* name;
 };
 
-/// Follows the names from the entry, the definition of the empty name, always the smallest one not
-/// visited yet; gives the first undefined one.
-std::optional<Dangling> find_dangling(const References& references);
+struct Alive {
+    Symbols names;
+    std::optional<Dangling> dangling;  // the first one
+};
+
+/// Follows the names from the roots, always the smallest one not visited yet. The first undefined
+/// one ends it unless `all` is set.
+Alive find_alive(const References& references, const std::vector<String>& roots, bool all);
 
 /// The definitions that can't work: those that refer to an undefined name, and those that refer to
-/// one of these. In no particular order.
-std::vector<Symbol*> find_doomed(const References& references);
+/// one of these; but for what is known to be alive, which is at fault itself. In no particular
+/// order.
+std::vector<Symbol*> find_doomed(const References& references, const Symbols& alive);
 
 }  // namespace marl

@@ -7,21 +7,15 @@
 #include <vector>
 
 #include "front/definitions.h"
-#include "front/rebuild.h"
+#include "front/scopes.h"
 #include "reduce/analysis.h"
+#include "value/rebuild.h"
 
 namespace marl {
 
 namespace {
 
 bool is_name_key(Node* key) { return is_definable(leaf_bytes(key)); }
-
-bool has_pair_pattern(Node* expression) {
-    if (form(expression) != Form::let) return false;
-    Node* key = let_key(expression);
-    if (is_leaf(key) || !is_leaf(left(key)) || !is_leaf(right(key))) return false;
-    return is_name_key(left(key)) && is_name_key(right(key));
-}
 
 Value let(Value key, Value value, Value body) {
     return apply(leaf("{"), std::move(key), std::move(value), std::move(body));
@@ -40,37 +34,33 @@ Value split_pattern(Node* expression) {
 
 }  // namespace
 
+bool has_pair_pattern(Node* expression) {
+    if (form(expression) != Form::let) return false;
+    Node* key = let_key(expression);
+    if (is_leaf(key) || !is_leaf(left(key)) || !is_leaf(right(key))) return false;
+    return is_name_key(left(key)) && is_name_key(right(key));
+}
+
+bool is_funky(Node* binder) {
+    return !is_name_key(binder_key(binder)) && !has_pair_pattern(binder);
+}
+
 Value expand_pair_patterns(Node* expression) {
     if (!any_node(expression, has_pair_pattern)) return Value::share(expression);
-    return rebuild(expression, Value::share, [](Value function, Value argument) {
+    return rebuild(expression, keep_leaf, [](Value function, Value argument) {
         Value made = pair(std::move(function), std::move(argument));
         return has_pair_pattern(made) ? split_pattern(made) : made;
     });
 }
 
-Node* find_funky(Node* expression) {
-    std::vector<Node*> rest{expression};
-    while (!rest.empty()) {
-        Node* node = rest.back();
-        rest.pop_back();
-        if (is_leaf(node)) continue;
-        switch (form(node)) {
-            case Form::lambda:
-                if (!is_name_key(lambda_key(node))) return node;
-                rest.push_back(lambda_body(node));
-                break;
-            case Form::let:
-                if (!is_name_key(let_key(node))) return node;
-                rest.push_back(let_body(node));
-                rest.push_back(let_value(node));
-                break;
-            case Form::other:
-                rest.push_back(right(node));
-                rest.push_back(left(node));
-                break;
-        }
-    }
-    return nullptr;
+std::vector<Node*> find_funky(Node* expression, bool all) {
+    std::vector<Node*> funky;
+    walk(expression, [&](Node* node) {
+        if (form(node) == Form::other || !is_funky(node)) return Go::in;
+        funky.push_back(node);
+        return all ? Go::in : Go::out;
+    });
+    return funky;
 }
 
 }  // namespace marl

@@ -1,19 +1,18 @@
-// Two passes: collect the keys, choose letters, then rebuild the definition with the names
-// replaced. A name that is bound in one place and free in another becomes the letter in both; the
-// check for unbound letters, later, is what finds the free one.
+// In steps: collect the keys, choose letters, rebuild the definition with the names replaced. A
+// name that is bound in one place and free in another becomes the letter in both; the check for
+// unbound letters, later, is what finds the free one.
 #include "front/places.h"
 
 #include <bit>
 #include <functional>
 #include <map>
-#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "front/definitions.h"
-#include "front/rebuild.h"
+#include "value/rebuild.h"
 
 namespace marl {
 
@@ -26,37 +25,6 @@ bool is_letter(std::string_view text) {
 }
 
 bool is_binder_mark(Node* node) { return is_leaf_text(node, "\\") || is_leaf_text(node, "{"); }
-
-/// The names that a definition binds, as they are written.
-struct LocalNames {
-    uint32_t letters = 0;                   // bit i for "a" + i
-    std::set<std::string_view> long_names;  // the others; borrowed from the definition's Leaves
-
-    bool fit() const { return std::popcount(letters) + long_names.size() <= most_places; }
-};
-
-/// Collects up to the first name too many.
-LocalNames collect_local_names(Node* definition) {
-    LocalNames names;
-    std::vector<Node*> rest{definition};
-    while (!rest.empty() && names.fit()) {
-        Node* node = rest.back();
-        rest.pop_back();
-        if (is_leaf(node)) continue;
-        Node* argument = right(node);
-        if (is_binder_mark(left(node)) && is_leaf(argument)) {
-            const std::string_view name = leaf_bytes(argument);
-            if (is_letter(name)) {
-                names.letters |= uint32_t{1} << (name[0] - 'a');
-            } else {
-                names.long_names.insert(name);
-            }
-        }
-        rest.push_back(argument);
-        rest.push_back(left(node));
-    }
-    return names;
-}
 
 /// From the key of each long name to the Leaf of its letter.
 using Places = std::map<std::string, Value, std::less<>>;
@@ -74,13 +42,35 @@ Places choose_letters(LocalNames names) {
 
 }  // namespace
 
-bool assign_places(Value& definition) {
-    LocalNames names = collect_local_names(definition);
-    if (!names.fit()) return false;
-    if (names.long_names.empty()) return true;
+bool LocalNames::contains(std::string_view key) const {
+    if (is_letter(key)) return (letters >> (key[0] - 'a') & 1) != 0;
+    return long_names.contains(key) || long_names.contains("[" + std::string(key) + "]");
+}
+
+LocalNames local_names(Node* definition) {
+    LocalNames names;
+    walk(definition, [&](Node* node) {
+        if (is_leaf(node) || !is_binder_mark(left(node)) || !is_leaf(right(node))) return Go::in;
+        const std::string_view name = leaf_bytes(right(node));
+        if (is_letter(name)) {
+            names.letters |= uint32_t{1} << (name[0] - 'a');
+        } else {
+            names.long_names.insert(name);
+        }
+        const size_t count = std::popcount(names.letters) + names.long_names.size();
+        if (count <= most_places) return Go::in;
+        names.excess = right(node);
+        return Go::out;
+    });
+    return names;
+}
+
+void assign_places(Value& definition, LocalNames names) {
+    if (names.long_names.empty()) return;
     const Places places = choose_letters(std::move(names));
 
     const auto rename = [&](Node* name) {
+        if (!is_leaf(name)) return Value();
         const auto place = places.find(leaf_bytes(name));
         const bool stays = place == places.end() || is_binder_mark(name);
         return stays ? Value::share(name) : place->second;
@@ -92,7 +82,6 @@ bool assign_places(Value& definition) {
         }
         return pair(std::move(function), std::move(argument));
     });
-    return true;
 }
 
 }  // namespace marl

@@ -5,8 +5,7 @@
 #include <string_view>
 #include <utility>
 
-#include "front/definitions.h"
-#include "front/scan.h"
+#include "front/stages.h"
 #include "reduce/tables.h"
 
 namespace marl {
@@ -27,18 +26,47 @@ constexpr std::string_view prelude =
     R"marl(,[~]\wave,[.]\T,[@]\T,[:]\I,[?]\I,[;]\I,[']\I,["]\I,[,]\I)marl";
 static_assert(prelude.size() == 563);
 
+Value lambdas_around_Z(int arity) {
+    Value body = leaf("Z");
+    for (int i = arity - 1; i >= 0; --i) {
+        const char letter = static_cast<char>('a' + i);
+        Value binder = pair(leaf("\\"), leaf(std::string_view(&letter, 1)));
+        body = pair(std::move(binder), std::move(body));
+    }
+    return body;
+}
+
+/// The prelude as a module.
+Module read_module() {
+    Module module;
+    module.text = String(prelude);
+    module.kind = ModuleKind::prelude;
+    cut_text(module);
+    module.definitions.erase("");
+    return module;
+}
+
 }  // namespace
 
 std::string_view prelude_text() { return prelude; }
 
+std::map<String, Value> read_prelude() { return read_module().definitions; }
+
 void build_prelude() {
     clear_definitions();
-    prelude_definitions.clear();
     bind_builtins();
-    Pieces pieces = parse_pieces(normalise(prelude).view(), {});
-    for (Definition& definition : pieces.definitions) {
-        prelude_definitions[definition.key] = definition.expression;
-        set_definition(definition.key.view(), std::move(definition.expression));
+    Module module = read_module();
+    prelude_definitions = module.definitions;
+    publish(module);
+}
+
+void define_builtins() {
+    std::vector<Value> by_arity;
+    for (const Builtin& row : builtin_table()) {
+        while (by_arity.size() <= row.arity) {
+            by_arity.push_back(lambdas_around_Z(static_cast<int>(by_arity.size())));
+        }
+        set_definition(row.name, by_arity[row.arity]);
     }
 }
 

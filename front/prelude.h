@@ -3,15 +3,26 @@
 // They are ordinary definitions in the language, parsed from one text at each start.
 #pragma once
 
+#include <map>
 #include <string_view>
+
+#include "text/string.h"
+#include "value/value.h"
 
 namespace marl {
 
 /// Its source.
 std::string_view prelude_text();
 
+/// Its definitions as they are parsed.
+std::map<String, Value> read_prelude();
+
 /// Empties all tables of the program, binds the built-ins, and enters the prelude's definitions,
 /// with a copy of them in `prelude_definitions`. Built-ins have no definition yet.
 void build_prelude();
+
+/// Gives each built-in a definition of as many lambdas as it has arguments, one for all of the same
+/// arity. It makes the name known and gives it its rank; its body never runs.
+void define_builtins();
 
 }  // namespace marl

@@ -10,8 +10,6 @@ namespace marl {
 
 namespace {
 
-bool is_white(uint8_t byte) { return byte == ' ' || byte == '\n'; }
-
 bool contains(std::string_view set, char byte) { return set.find(byte) != set.npos; }
 
 /// Whether a run of white space between the two bytes means something.
@@ -60,28 +58,46 @@ char partner(char bracket) {
     return place == brackets.npos ? bracket : brackets[place ^ 1];
 }
 
-String normalise(std::string_view source) {
+namespace {
+
+/// `see(i, n)` is told of the n bytes from i on that are kept next; a blank stands for more.
+template <class See>
+String normalise_seen(std::string_view source, See see) {
     size_t end = source.size();
-    while (end > 0 && is_white(static_cast<uint8_t>(source[end - 1]))) --end;
+    while (end > 0 && is_white(source[end - 1])) --end;
     size_t i = 0;
-    while (i < end && is_white(static_cast<uint8_t>(source[i]))) ++i;
+    while (i < end && is_white(source[i])) ++i;
 
     Rope rope;
     while (i < end) {
+        const size_t from = i;
         if (source[i] == '[') {
-            const auto behind =
-                static_cast<size_t>(match_bracket(source, static_cast<int64_t>(i)) + 1);
-            rope_append(rope, source.substr(i, behind - i));
-            i = behind;
-        } else if (!is_white(static_cast<uint8_t>(source[i]))) {
+            i = static_cast<size_t>(match_bracket(source, static_cast<int64_t>(i)) + 1);
+            see(from, i - from);
+            rope_append(rope, source.substr(from, i - from));
+        } else if (!is_white(source[i])) {
+            see(i, 1);
             rope_push(rope, source[i++]);
         } else {
-            const char before = source[i - 1];
-            while (is_white(static_cast<uint8_t>(source[i]))) ++i;
-            if (separates(before, source[i])) rope_push(rope, ' ');
+            while (is_white(source[i])) ++i;
+            if (!separates(source[from - 1], source[i])) continue;
+            see(from, 1);
+            rope_push(rope, ' ');
         }
     }
     return rope_flatten(rope);
+}
+
+}  // namespace
+
+String normalise(std::string_view source) {
+    return normalise_seen(source, [](size_t, size_t) {});
+}
+
+String normalise(std::string_view source, std::vector<size_t>& places) {
+    return normalise_seen(source, [&](size_t i, size_t n) {
+        for (; n > 0; --n) places.push_back(i++);
+    });
 }
 
 int64_t match_bracket(std::string_view text, int64_t position) {

@@ -13,6 +13,8 @@
 
 namespace marl {
 
+inline bool is_white(char byte) { return byte == ' ' || byte == '\n'; }
+
 /// A binary operator, a separator or white space: next to it, white space means nothing.
 bool is_spacing_operator(uint8_t byte);
 
@@ -30,6 +32,9 @@ char partner(char bracket);
 /// reduced to one blank, or to nothing next to an operator or wing, behind "(" and before ")".
 /// Byte text in [...] stays as it is.
 String normalise(std::string_view source);
+/// The same with the place in the source of each byte that is left; of a run of white space the
+/// first one.
+String normalise(std::string_view source, std::vector<size_t>& places);
 
 /// The position of the bracket that matches the one at `position`, walking backward from a closing
 /// one; `position` itself when no bracket stands there. Inside [...] only [ and ] count; outside,

@@ -1,90 +1,47 @@
-// Each stage is a loop over the module's definitions. Which Report a fault becomes is told here as
-// well, so that a program and a loaded text are refused in the same words, but for the few that
-// `is_loaded` decides.
+// Each stage is a loop over the module's definitions. Up to `publish` it sees the module alone, and
+// may go on behind a fault; behind it the tables, and the first fault is the last.
 #include "front/stages.h"
 
 #include <bit>
+#include <optional>
 #include <string_view>
 #include <utility>
 
 #include "front/backquote.h"
+#include "front/brackets.h"
+#include "front/definitions.h"
+#include "front/grammar.h"
 #include "front/intern.h"
 #include "front/patterns.h"
 #include "front/places.h"
-#include "front/rebuild.h"
+#include "front/records.h"
 #include "reduce/analysis.h"
 #include "reduce/needs.h"
 #include "reduce/tables.h"
-#include "text/rope.h"
+#include "value/walk.h"
 
 namespace marl {
 
 namespace {
 
-/// A sentence about a definition: "Place error." for the entry expression, else
-/// "Place error in function f.".
-String sentence(std::string_view fault, const String& name) {
-    if (name.empty()) return joined({fault, "."});
-    return joined({fault, " in function ", name.view(), "."});
-}
-
-Report funky_report(const String& name, Node* offender) {
-    const String shown = print_value(offender);
-    Report report;
-    report.kind = "funky";
-    report.say = sentence(joined({"Funky key in expression ", shown.view()}).view(), name);
-    if (!name.empty()) report.vip = fit_line(name.view());
-    report.tip = clip_text(shown.view(), false);
-    return report;
-}
-
-Report dangling_report(const Dangling& dangling, std::string_view undefined) {
-    const bool from_entry = !dangling.from || dangling.from->name.empty();
-    const std::string_view shown = from_entry ? "TOP" : dangling.from->name.view();
-    const std::string_view name = dangling.name->name.view();
-    Report report;
-    report.kind = "alive";
-    report.say = joined({"Alive function ", shown, " references ", undefined, name, "."});
-    report.vip = fit_line(shown);
-    report.tip = fit_line(name);
-    return report;
-}
-
-Report place_report(const String& name) {
-    Report report;
-    report.kind = "place";
-    report.say = sentence("Place error", name);
-    report.vip = fit_line(name.view());
-    return report;
-}
-
-Report arity_report(const String& name) {
-    Report report;
-    report.kind = "arity";
-    report.say = joined({"Arity of function ", name.view(), " may not exceed ten."});
-    report.vip = fit_line(name.view());
-    return report;
-}
-
-Report local_report(const String& name, uint32_t free_letters, bool is_loaded) {
-    const char letter = static_cast<char>('a' + std::countr_zero(free_letters));
-    const std::string_view shown(&letter, 1);
-    Report report;
-    report.kind = "local";
-    report.say = sentence(joined({"Local variable ", shown, " unbound"}).view(), name);
-    report.vip = is_loaded ? fit_line(name.view()) : clip_text(name.view(), true);
-    report.tip = String(shown);
-    return report;
-}
-
-/// Whether a definition has more parameters than the ten that a rank can count.
-bool has_excess_parameters(Node* definition) {
+/// The key of the first parameter that a rank can't count; null when there are ten or fewer.
+Node* excess_parameter(Node* definition) {
     constexpr int most = 10;
-    int count = 0;
-    for (; form(definition) == Form::lambda && count <= most; ++count) {
+    for (int count = 0; form(definition) == Form::lambda; ++count) {
+        if (count == most) return lambda_key(definition);
         definition = lambda_body(definition);
     }
-    return count > most;
+    return nullptr;
+}
+
+/// What is wrong with a definition of the key. A loaded one of a built-in is one of a name that the
+/// program has.
+std::optional<Fault::Kind> name_fault(ModuleKind module, const String& key) {
+    if (module == ModuleKind::prelude) return std::nullopt;
+    if (is_local_key(key)) return Fault::lower;
+    const Symbol* symbol = module == ModuleKind::program ? find_symbol(key.view()) : nullptr;
+    if (is_binder_key(key) || (symbol && symbol->builtin)) return Fault::built;
+    return std::nullopt;
 }
 
 bool is_backquote(Node* node) { return is_leaf_of(node, '`'); }
@@ -102,99 +59,199 @@ Node* current(const String& name, const Value& slot) {
 
 }  // namespace
 
+bool goes_on_behind(Module& module, Fault fault) {
+    module.faults.push_back(std::move(fault));
+    return module.all_faults;
+}
+
 Report run_stages(Module& module, std::span<const Stage> stages) {
     for (const Stage stage : stages) {
-        if (Report report = stage(module); !passed(report)) return report;
+        stage(module);
+        if (!module.faults.empty() && !module.all_faults) {
+            return report_of(module.faults.front(), module.kind == ModuleKind::loaded);
+        }
     }
     return {};
 }
 
-Report expand_patterns(Module& module) {
+void check_text(Module& module) {
+    const std::string_view text = module.text.view();
+    if (std::optional<Fault> fault = find_bracket_fault(text)) {
+        module.faults.push_back(std::move(*fault));
+        return;
+    }
+    for (const int64_t comma : find_misplaced_commas(text, module.all_faults)) {
+        module.faults.push_back({.kind = Fault::comma, .position = comma});
+    }
+}
+
+void cut_text(Module& module) {
+    const std::vector<int64_t> lines = backquote_lines(module.text.view());
+    const String text = normalise(module.text.view());
+    size_t next_line = 0;
+    for (const auto [begin, end] : cut_pieces(text.view())) {
+        const Value piece = parse_expression(text.view().substr(begin, end - begin));
+        stamp_lines(piece, lines, next_line);
+        if (!add_piece(module, piece, begin)) return;
+    }
+    MARL_REQUIRE(next_line == lines.size());
+}
+
+bool add_piece(Module& module, Node* piece, size_t position) {
+    if (position == 0) {
+        module.definitions[""] = Value::share(piece);
+        return true;
+    }
+    const DefinedName name = defined_name(piece);
+    if (!is_definable(name.text)) return true;
+    const String key = definition_key(name.text);
+    if (const auto kind = name_fault(module.kind, key)) {
+        const auto at = static_cast<int64_t>(position);
+        if (!goes_on_behind(module, {.kind = *kind, .definition = key, .position = at})) {
+            return false;
+        }
+    }
+    Value expression = Value::share(right(piece));
+    module.definitions[key] =
+        name.unmemoised ? pair(leaf("I"), std::move(expression)) : std::move(expression);
+    if (name.unmemoised) {
+        module.unmemoised.insert(key);
+    } else {
+        module.unmemoised.erase(key);
+    }
+    return true;
+}
+
+void add_records(Module& module) { module.definitions["_"] = leaf(record_text()); }
+
+void add_prelude(Module& module) {
+    module.definitions.insert(module.prelude->begin(), module.prelude->end());
+}
+
+void expand_patterns(Module& module) {
     for (auto& [name, expression] : module.definitions) {
         expression = expand_pair_patterns(expression);
     }
-    return {};
 }
 
-Report refuse_funky_keys(Module& module) {
+void refuse_funky_keys(Module& module) {
     for (const auto& [name, expression] : module.definitions) {
-        if (Node* offender = find_funky(expression)) return funky_report(name, offender);
+        for (Node* binder : find_funky(expression, module.all_faults)) {
+            if (!goes_on_behind(module, {Fault::funky, name, binder})) return;
+        }
     }
-    return {};
 }
 
-Report gather_references(Module& module) {
+void gather_references(Module& module) {
     for (const auto& [name, expression] : module.definitions) {
         add_references(module.references, symbol_of(name.view()), free_names(expression));
     }
-    return {};
 }
 
-Report refuse_dangling_names(Module& module) {
-    const auto dangling = find_dangling(module.references);
-    if (!dangling) return {};
-    return dangling_report(*dangling, module.is_loaded ? "undefined function " : "undefined ");
+void refuse_dangling_names(Module& module) {
+    Alive alive = find_alive(module.references, module.roots, module.all_faults);
+    if (!module.all_faults) {
+        if (!alive.dangling) return;
+        const Symbol* from = alive.dangling->from;
+        module.faults.push_back(
+            {Fault::undefined, from ? from->name : String(), nullptr, alive.dangling->name->name});
+        return;
+    }
+    module.alive = std::move(alive.names);
+    for (const auto& [name, expression] : module.definitions) {
+        const bool is_alive = module.alive.contains(&symbol_of(name.view()));
+        for (const auto& [leaf, used] : free_uses(expression)) {
+            if (!is_undefined(module.references, used)) continue;
+            module.faults.push_back(
+                {is_alive ? Fault::undefined : Fault::doomed, name, leaf, used->name});
+        }
+    }
 }
 
-Report note_names(Module& module) {
+void remove_doomed(Module& module) {
+    for (const Symbol* doomed : find_doomed(module.references, module.alive)) {
+        const String& name = doomed->name;
+        if (name.empty() && !goes_on_behind(module, {Fault::doomed, name})) return;
+        if (module.prelude && module.prelude->contains(name)) {
+            module.definitions[name] = module.prelude->at(name);
+        } else {
+            module.definitions.erase(name);
+        }
+    }
+}
+
+void refuse_captured_names(Module& module) {
+    for (const auto& [name, expression] : module.definitions) {
+        const LocalNames locals = local_names(expression);
+        for (const auto& [leaf, used] : free_uses(expression)) {
+            if (is_undefined(module.references, used) || !locals.contains(used->name.view())) {
+                continue;
+            }
+            if (!goes_on_behind(module, {Fault::local, name, leaf, used->name})) return;
+        }
+    }
+}
+
+void note_names(Module& module) {
     for (const auto& [name, free] : module.references.entries) {
         for (const Symbol* reference : free) {
             const std::string_view noted = reference->name.view();
             if (is_noted_name(noted) && module.definitions.contains(name->name)) note_name(noted);
         }
     }
-    return {};
 }
 
-Report give_places(Module& module) {
+void give_places(Module& module) {
     for (auto& [name, expression] : module.definitions) {
-        if (!assign_places(expression)) return place_report(name);
+        LocalNames locals = local_names(expression);
+        if (locals.excess) {
+            if (!goes_on_behind(module, {Fault::place, name, locals.excess})) return;
+        } else if (!module.all_faults) {
+            assign_places(expression, std::move(locals));
+        }
     }
-    return {};
 }
 
-Report refuse_excess_parameters(Module& module) {
+void refuse_excess_parameters(Module& module) {
     for (const auto& [name, expression] : module.definitions) {
-        if (has_excess_parameters(expression)) return arity_report(name);
+        Node* excess = excess_parameter(expression);
+        if (excess && !goes_on_behind(module, {Fault::arity, name, excess})) return;
     }
-    return {};
 }
 
-Report publish(Module& module) {
+void publish(Module& module) {
     for (auto& [name, slot] : module.definitions) store(name, slot, slot);
     for (const String& name : module.unmemoised) symbol_of(name.view()).unmemoised = true;
-    return {};
 }
 
-Report evaluate_backquotes(Module& module) {
+void evaluate_backquotes(Module& module) {
     for (auto& [name, slot] : module.definitions) {
         Node* expression = current(name, slot);
         // What is loaded becomes a copy of what was interned in any case.
-        if (!module.is_loaded && !any_node(expression, is_backquote)) continue;
+        if (module.kind == ModuleKind::program && !any_node(expression, is_backquote)) continue;
         // A program can tell copies in its text apart. A value may hold one part far too often to
         // be copied out.
         const Shared shared = expression == slot.get() ? Shared::copied : Shared::kept;
         store(name, slot, unquote(name, expression, shared));
     }
-    return {};
 }
 
-Report intern_definitions(Module& module) {
+void intern_definitions(Module& module) {
     module.members_before = intern_set_size();
     for (auto& [name, slot] : module.definitions) {
         store(name, slot, intern(Value::share(current(name, slot))));
         module.interned.push_back(slot);
     }
-    return {};
 }
 
-Report refuse_unbound_locals(Module& module) {
+void refuse_unbound_locals(Module& module) {
     for (const auto& [name, slot] : module.definitions) {
         if (const uint32_t free = free_set(current(name, slot))) {
-            return local_report(name, free, module.is_loaded);
+            const char letter = static_cast<char>('a' + std::countr_zero(free));
+            module.faults.push_back({Fault::local, name, nullptr, String({&letter, 1})});
+            return;
         }
     }
-    return {};
 }
 
 }  // namespace marl

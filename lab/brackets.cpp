@@ -5,9 +5,8 @@
 #include "lab/brackets.h"
 
 #include <algorithm>
-#include <optional>
+#include <map>
 
-#include "driver/report.h"
 #include "front/brackets.h"
 #include "front/scan.h"
 
@@ -15,13 +14,10 @@ namespace marl::lab {
 
 namespace {
 
-bool is_white(char c) { return c == ' ' || c == '\n'; }
-bool is_opening(char c) { return c == '(' || c == '[' || c == '{'; }
-bool is_closing(char c) { return c == ')' || c == ']' || c == '}'; }
-
 /// Whether a line begins at i that looks like a definition's first: a word, perhaps (), a
 /// backslash, behind a comma that ends the line before.
 bool begins_definition(std::string_view source, size_t i) {
+    if (!is_word_byte(static_cast<uint8_t>(source[i]))) return false;
     size_t before = i;
     while (before > 0 && is_white(source[before - 1])) --before;
     if (before == i || before == 0 || source[before - 1] != ',') return false;
@@ -36,16 +32,41 @@ struct Mending {
     std::string_view source;
     Lines lines;
     Mended result;
-    std::vector<size_t> open;
-    std::vector<char> awaited;  // closing brackets whose opening one was given up
+    std::map<char, size_t> awaited;  // closing brackets whose opening one was given up
+    Range blank = {};                // of byte text, the last that became blanks
+
+    /// The open brackets at the bottom among which none fits a closing one. They are the same as
+    /// long as the topmost of them is.
+    struct Barren {
+        size_t count = 0;
+        size_t topmost = 0;
+    };
+    std::map<char, Barren> barren;
+
+    using Open = std::vector<size_t>;
 
     /// Of byte text that is never closed all bytes become blanks: they needn't balance as program
     /// text.
     void fault(size_t at, std::string say, size_t damage_end) {
         result.faults.push_back({{at, at + 1}, Severity::fault, "match", std::move(say)});
         result.damage.push_back({at, damage_end});
-        const size_t blank_end = source[at] == '[' ? damage_end : at + 1;
+        size_t blank_end = source[at] == '[' ? damage_end : at + 1;
+        if (blank_end == blank.end && at <= blank.begin) blank_end = blank.begin;
         for (size_t i = at; i < blank_end; ++i) result.text[i] = ' ';
+        if (source[at] == '[') blank = {at, damage_end};
+    }
+
+    /// The number of open brackets up to the innermost one that a closing one fits; 0 without one.
+    size_t fitting(const Open& open, char closing) {
+        Barren& known = barren[closing];
+        const bool same =
+            known.count > 0 && known.count <= open.size() && open[known.count - 1] == known.topmost;
+        const size_t least = same ? known.count : 0;
+        for (size_t count = open.size(); count > least; --count) {
+            if (source[open[count - 1]] == partner(closing)) return count;
+        }
+        known = {open.size(), open.empty() ? 0 : open.back()};
+        return 0;
     }
 
     std::string place(size_t at) const {
@@ -53,7 +74,7 @@ struct Mending {
         return std::to_string(line + 1) + ":" + std::to_string(at - lines.begin_of(line) + 1);
     }
 
-    void give_up_all(size_t at) {
+    void give_up_all(Open& open, size_t at) {
         for (; !open.empty(); open.pop_back()) {
             const std::string where =
                 at == source.size() ? "" : " before the definition at " + place(at);
@@ -61,27 +82,38 @@ struct Mending {
         }
     }
 
-    void close(size_t i) {
+    void before(Open& open, size_t i) {
+        if (!open.empty() && begins_definition(source, i)) give_up_all(open, i);
+    }
+
+    bool misfit(Open& open, size_t i) {
+        if (i == source.size()) {
+            give_up_all(open, i);
+            return true;
+        }
         const char c = source[i];
-        const auto fits = std::find_if(open.rbegin(), open.rend(),
-                                       [&](size_t at) { return source[at] == partner(c); });
-        if (fits == open.rend()) return close_nothing(i);
+        const size_t fits = fitting(open, c);
+        if (fits == 0) {
+            close_nothing(open, i);
+            return true;
+        }
+        const size_t opened = open[fits - 1];
         for (; source[open.back()] != partner(c); open.pop_back()) {
             const char opening = source[open.back()];
-            awaited.push_back(partner(opening));
+            ++awaited[partner(opening)];
             fault(open.back(),
                   ticked(opening) + " is still open where the " + ticked(c) + " at " + place(i) +
-                      " comes, which closes the " + ticked(source[*fits]) + " before it.",
+                      " comes, which closes the " + ticked(source[opened]) + " before it.",
                   i);
         }
         open.pop_back();
+        return true;
     }
 
-    void close_nothing(size_t i) {
+    void close_nothing(const Open& open, size_t i) {
         const char c = source[i];
-        const auto given_up = std::find(awaited.begin(), awaited.end(), c);
-        if (given_up != awaited.end()) {
-            awaited.erase(given_up);
+        if (awaited[c] > 0) {
+            --awaited[c];
             result.text[i] = ' ';
             result.damage.push_back({i, i + 1});
         } else if (open.empty()) {
@@ -94,58 +126,44 @@ struct Mending {
                   i + 1);
         }
     }
-
-    void run() {
-        for (size_t i = 0; i < source.size(); ++i) {
-            const char c = source[i];
-            if (!open.empty() && begins_definition(source, i)) give_up_all(i);
-            const bool in_bytes = !open.empty() && source[open.back()] == '[';
-            if (in_bytes && c != '[' && c != ']') continue;
-            if (is_opening(c)) open.push_back(i);
-            if (is_closing(c)) close(i);
-        }
-        give_up_all(source.size());
-    }
 };
+
+/// The same bytes in ranges that don't touch, in the order of their places.
+std::vector<Range> apart(std::vector<Range> ranges) {
+    std::sort(ranges.begin(), ranges.end(),
+              [](const Range& a, const Range& b) { return a.begin < b.begin; });
+    std::vector<Range> merged;
+    for (const Range& range : ranges) {
+        if (merged.empty() || merged.back().end < range.begin) {
+            merged.push_back(range);
+        } else {
+            merged.back().end = std::max(merged.back().end, range.end);
+        }
+    }
+    return merged;
+}
 
 }  // namespace
 
 Mended mend_brackets(std::string_view source) {
-    Report report;
-    int64_t position = 0;
-    Mending mending{source, Lines(source), {std::string(source), {}, {}}, {}, {}};
-    if (!check_brackets(source, report, position) && report.kind == "match") mending.run();
+    Mending mending{source, Lines(source), {std::string(source), {}, {}}, {}, {}, {}};
+    if (find_bracket_fault(source)) walk_brackets(source, mending);
     std::sort(mending.result.faults.begin(), mending.result.faults.end(),
               [](const Message& a, const Message& b) { return a.range.begin < b.range.begin; });
+    mending.result.damage = apart(std::move(mending.result.damage));
     return mending.result;
 }
 
 std::vector<Message> find_comma_faults(std::string_view source) {
-    struct Open {
-        char bracket;
-        bool faulty;  // a parenthesis that stands behind nothing it could be applied to
-    };
-    std::vector<Open> open;
     std::vector<Message> faults;
-    for (size_t i = 0; i < source.size(); ++i) {
-        const char c = source[i];
-        if (c == '[') {
-            i = static_cast<size_t>(match_bracket(source, static_cast<int64_t>(i)));
-        } else if (is_opening(c)) {
-            const bool lacks_callee =
-                i == 0 || is_spacing_operator(static_cast<uint8_t>(source[i - 1]));
-            open.push_back({c, c == '(' && lacks_callee});
-        } else if (is_closing(c)) {
-            open.pop_back();
-        } else if (c == ',' && !open.empty() && open.back().faulty) {
-            open.back().faulty = false;
-            faults.push_back({{i, i + 1},
-                              Severity::fault,
-                              "comma",
-                              "A call list stands directly behind what it is applied to, as in "
-                              "`f(a,b)`; this parenthesis stands behind nothing, a blank or an "
-                              "operator."});
-        }
+    for (const int64_t comma : find_misplaced_commas(source, true)) {
+        const auto at = static_cast<size_t>(comma);
+        faults.push_back({{at, at + 1},
+                          Severity::fault,
+                          "comma",
+                          "A call list stands directly behind what it is applied to, as in "
+                          "`f(a,b)`; this parenthesis stands behind nothing, a blank or an "
+                          "operator."});
     }
     return faults;
 }

@@ -12,7 +12,7 @@ namespace marl::lab {
 struct Mended {
     std::string text;             // as long as the source; its brackets balance
     std::vector<Message> faults;  // in the order of their places
-    std::vector<Range> damage;    // where a piece can't be trusted
+    std::vector<Range> damage;    // where a piece can't be trusted; apart, in order
 };
 
 /// Finds every bracket that has no partner, and puts a blank in its place. A bracket that is still

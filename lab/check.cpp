@@ -3,13 +3,9 @@
 // The program is read, never run: a backquoted expression is looked at like any other, and what it
 // would give stays unknown, like what a text gives that the program loads.
 #include <algorithm>
-#include <nlohmann/json.hpp>
 
-#include "lab/faults.h"
+#include "lab/check_bundle.h"
 #include "lab/lab.h"
-#include "lab/program.h"
-#include "lab/reach.h"
-#include "lab/warnings.h"
 
 namespace marl::lab {
 
@@ -20,29 +16,21 @@ constexpr size_t most_messages = 1000;
 
 }  // namespace
 
-Json check_source(std::string_view name, std::string_view text) {
-    const Program program = read_program(text);
-    const Reach reach = find_reach(program);
-    std::vector<Message> messages = find_faults(program, reach);
-    const std::vector<Message> warnings = find_warnings(program, reach, messages);
-    messages.insert(messages.end(), warnings.begin(), warnings.end());
-    drop_switched_off(program, messages);
-    std::stable_sort(messages.begin(), messages.end(), [](const Message& a, const Message& b) {
-        return a.range.begin < b.range.begin;
-    });
-
-    const Lines lines(text);
-    Json listed = Json::array();
-    for (const Message& message : messages) {
-        if (listed.size() < most_messages) listed.push_back(json_of(message, lines));
-    }
-    const auto faults = static_cast<size_t>(
+Checked checked_of(std::vector<Message> messages) {
+    Checked checked;
+    checked.faults = static_cast<size_t>(
         std::count_if(messages.begin(), messages.end(),
                       [](const Message& message) { return message.severity == Severity::fault; }));
-    return {{"name", std::string(name)},
-            {"faults", faults},
-            {"warnings", messages.size() - faults},
-            {"messages", std::move(listed)}};
+    checked.warnings = messages.size() - checked.faults;
+    if (messages.size() > most_messages) messages.resize(most_messages);
+    checked.messages = std::move(messages);
+    return checked;
+}
+
+Checked check_source(std::string_view text) {
+    const Files files = files_on_disk();
+    const Bundle bundle = read_bundle(files, "program", text);
+    return checked_of(check_bundle(files, bundle, Scope::program_and_tests).front());
 }
 
 }  // namespace marl::lab

@@ -1,14 +1,14 @@
-// Each rule that can refuse a program looks at the whole of it, where the language stops at the
-// first fault: undefined names and missing operands by definition, then keys, names and parameters.
-// What a fault makes of its surroundings is not told: a piece that is damaged is left alone.
+// The rules of the front end have found what is wrong; here it gets its place in the source, and a
+// sentence that looks around for what may have been meant. What a fault makes of its surroundings
+// is not told: a piece that is damaged is left alone.
 #include "lab/faults.h"
 
 #include <algorithm>
 #include <array>
-#include <set>
 
 #include "front/definitions.h"
 #include "front/scan.h"
+#include "front/scopes.h"
 #include "lab/near.h"
 #include "lab/operands.h"
 #include "lab/walk.h"
@@ -18,9 +18,6 @@
 namespace marl::lab {
 
 namespace {
-
-constexpr size_t most_parameters = 10;
-constexpr size_t most_locals = 26;
 
 bool is_upper(char c) { return c >= 'A' && c <= 'Z'; }
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
@@ -76,42 +73,14 @@ std::string odd_byte_sentence(uint8_t byte) {
 
 struct Finding {
     const Program& program;
-    const Reach& reach;
     std::vector<Message> messages = {};
-    std::map<std::pair<size_t, std::string_view>, const Name*> binders = {};    // by piece and key
-    std::map<std::pair<size_t, std::string_view>, std::string> sentences = {};  // likewise
+    std::map<std::pair<size_t, std::string_view>, const Name*> binders = {};  // by piece and key
+    std::map<std::pair<size_t, std::string>, std::string> sentences = {};     // likewise
 
     const Piece& piece_of(const Name& name) const { return program.pieces[name.piece]; }
 
-    bool counts(size_t index) const {
-        return program.counts(index) && !program.pieces[index].damaged;
-    }
-    bool is_alive(size_t index) const { return reach.alive.contains(program.pieces[index].key); }
-    bool is_doomed(size_t index) const { return reach.doomed.contains(program.pieces[index].key); }
-
     void fault(Range range, const char* kind, std::string say) {
         messages.push_back({range, Severity::fault, kind, std::move(say)});
-    }
-
-    /// Something undefined in a piece: a fault when the piece is alive, and what dooms it if not.
-    void undefined(size_t piece, Range range, std::string say) {
-        if (is_alive(piece)) return fault(range, "alive", std::move(say));
-        say += " Nothing reaches " + ticked(program.pieces[piece].key) +
-               ", so it is dropped in silence.";
-        messages.push_back({range, Severity::warning, "doomed", std::move(say)});
-    }
-
-    // Names of definitions.
-
-    void check_definition_name(const Piece& piece) {
-        if (is_letter(piece.key)) {
-            fault(piece.name, "lower",
-                  "A definition's name has two letters or more: " + ticked(piece.key) +
-                      " can only be a local name.");
-        } else if (piece.key == "\\" || piece.key == "{" || builtin_arity(piece.key)) {
-            fault(piece.name, "built",
-                  ticked(piece.key) + " is built in and can't be defined again.");
-        }
     }
 
     // Keys.
@@ -146,49 +115,7 @@ struct Finding {
         return names;
     }
 
-    void check_keys() {
-        for (const BadKey& bad : program.bad_keys) {
-            if (!counts(bad.piece)) continue;
-            fault(program.outer_range_of(bad.key), "funky", key_sentence(bad.key));
-        }
-    }
-
-    // Counts.
-
-    void check_counts(size_t index) {
-        const Piece& piece = program.pieces[index];
-        if (is_doomed(index)) return;
-        std::set<std::string_view> locals;
-        size_t parameters = 0;
-        for (const Name& name : program.names_of(piece)) {
-            if (name.role != Role::parameter && name.role != Role::local) continue;
-            if (locals.insert(name.key).second && locals.size() == most_locals + 1) {
-                fault(name.range, "place",
-                      "This is the 27th local name of " + ticked(shown_name(piece)) +
-                          "; a definition has room for 26. Cut it up, or use a name again.");
-            }
-            const bool leads = parameters < piece.parameters.size();
-            if (leads && ++parameters == most_parameters + 1) {
-                fault(name.range, "arity",
-                      "This is the eleventh parameter of " + ticked(shown_name(piece)) +
-                          "; ten are possible. Hand some over as a pair, a list or an array.");
-            }
-        }
-    }
-
     // Undefined names.
-
-    std::vector<std::string> candidates(const Name& name) const {
-        std::vector<std::string> names;
-        for (const auto& [key, piece] : program.definitions) names.push_back(key);
-        for (const Name& other : program.names_of(piece_of(name))) {
-            const bool around =
-                other.scope.begin <= name.range.begin && name.range.end <= other.scope.end;
-            if (around) names.push_back(other.key);
-        }
-        for (const Builtin& row : builtin_table()) names.emplace_back(row.name);
-        return names;
-    }
 
     /// The parameter or local of the name's key that stands elsewhere in its definition.
     const Name* binder_elsewhere(const Name& name) const {
@@ -219,7 +146,7 @@ struct Finding {
     bool is_assigned(const Name& name) const {
         const std::string& text = program.text;
         size_t before = name.range.begin;
-        while (before > 0 && (text[before - 1] == ' ' || text[before - 1] == '\n')) --before;
+        while (before > 0 && is_white(text[before - 1])) --before;
         size_t behind = name.range.end;
         while (behind < text.size() && text[behind] == ' ') ++behind;
         const bool begins = before == 0 || text[before - 1] == '\\' || text[before - 1] == ';';
@@ -254,7 +181,7 @@ struct Finding {
         }
         const std::string_view foreign = foreign_word(name.key);
         if (!foreign.empty()) return shown + " is not defined; " + std::string(foreign) + ".";
-        const std::vector<std::string> near = near_names(name.key, candidates(name));
+        const std::vector<std::string> near = near_names(program, name);
         if (near.empty()) return shown + " is not defined.";
         std::string say = shown + " is not defined; is it ";
         for (size_t i = 0; i < near.size(); ++i) {
@@ -271,84 +198,124 @@ struct Finding {
                program.text.find(key + "()\\") != std::string::npos;
     }
 
-    void check_use(const Name& name) {
-        if (name.role != Role::use || name.binder || !counts(name.piece)) return;
-        if (is_defined(program, name.key)) return check_scope(name);
-        if (is_odd_byte(name.key)) return;
-        if (!may_be_swallowed(name.key)) {
+    void undefined(Fault::Kind kind, const Name& name, std::string say) {
+        if (kind == Fault::undefined) return fault(name.range, "alive", std::move(say));
+        say += " Nothing reaches " + ticked(piece_of(name).key) + ", so it is dropped in silence.";
+        messages.push_back({name.range, Severity::warning, "doomed", std::move(say)});
+    }
+
+    void tell_undefined(Fault::Kind kind, const Name& name) {
+        if (name.key == "}") {
+            undefined(kind, name,
+                      missing_operand_sentence(program, piece_of(name), name.range.begin));
+        } else if (is_odd_byte(name.key)) {
+            add_odd_byte(kind, name);
+        } else if (!may_be_swallowed(name.key)) {
             // One for all places in a piece: looking for near names takes its time.
             std::string& say = sentences[{name.piece, name.key}];
             if (say.empty()) say = undefined_sentence(name);
-            undefined(name.piece, name.range, say);
+            undefined(kind, name, say);
         }
     }
 
-    /// A global whose name is a local one elsewhere in the definition is taken for that one.
-    void check_scope(const Name& name) {
-        if (is_doomed(name.piece)) return;
-        const Name* binder = binder_elsewhere(name);
-        if (!binder) return;
-        fault(name.range, "local",
-              ticked(name.key) + " is also a local name of " + ticked(shown_name(piece_of(name))) +
+    // Odd bytes come in crowds, so each value is told once a piece.
+
+    struct Crowd {
+        Fault::Kind kind;
+        Name first;
+        size_t count;
+    };
+    std::map<std::pair<size_t, int>, Crowd> crowds = {};
+
+    void add_odd_byte(Fault::Kind kind, const Name& name) {
+        const int byte = static_cast<uint8_t>(name.key[0]);
+        Crowd& crowd = crowds.try_emplace({name.piece, std::min(byte, 128)}, Crowd{kind, name, 0})
+                           .first->second;
+        if (name.range.begin < crowd.first.range.begin) crowd.first = name;
+        ++crowd.count;
+    }
+
+    void tell_odd_bytes() {
+        for (const auto& [key, crowd] : crowds) {
+            std::string say = odd_byte_sentence(static_cast<uint8_t>(crowd.first.key[0]));
+            if (crowd.count > 1) say += " (" + std::to_string(crowd.count) + " such bytes.)";
+            undefined(crowd.kind, crowd.first, std::move(say));
+        }
+    }
+
+    /// The name that takes pair patterns apart stands nowhere in the source.
+    void tell_local(const Fault& found, const Piece& piece) {
+        const std::string name = ticked(found.name.view());
+        const bool is_written = program.origins.contains(found.node);
+        const Range range = is_written                       ? program.range_of(found.node)
+                            : piece.kind == PieceKind::entry ? piece.range
+                                                             : piece.name;
+        fault(range, "local",
+              (is_written ? "" : "A pair before wings is taken apart by " + name + ". ") + name +
+                  " is also a local name of " + ticked(shown_name(piece)) +
                   ", and so it means that one here, too, where it has no value. Give the local "
                   "name another name.");
     }
 
-    /// Odd bytes come in crowds, so each value is told once a piece.
-    void check_odd_bytes() {
-        struct Crowd {
-            const Name* first;
-            size_t count;
-        };
-        std::map<std::pair<size_t, int>, Crowd> crowds;
-        for (const Name& name : program.names) {
-            if (name.role != Role::use || name.binder || !is_odd_byte(name.key)) continue;
-            if (!counts(name.piece) || is_defined(program, name.key)) continue;
-            const int byte = static_cast<uint8_t>(name.key[0]);
-            const int kind = byte >= 128 ? 128 : byte;
-            Crowd& crowd = crowds.try_emplace({name.piece, kind}, Crowd{&name, 0}).first->second;
-            if (name.range.begin < crowd.first->range.begin) crowd.first = &name;
-            ++crowd.count;
+    void tell(const Fault& found, size_t index) {
+        const Piece& piece = program.pieces[index];
+        const std::string shown = ticked(shown_name(piece));
+        if (found.kind == Fault::lower) {
+            return fault(piece.name, "lower",
+                         "A definition's name has two letters or more: " + shown +
+                             " can only be a local name.");
         }
-        for (const auto& [key, crowd] : crowds) {
-            std::string say = odd_byte_sentence(static_cast<uint8_t>(crowd.first->key[0]));
-            if (crowd.count > 1) say += " (" + std::to_string(crowd.count) + " such bytes.)";
-            undefined(key.first, crowd.first->range, std::move(say));
+        if (found.kind == Fault::built) {
+            return fault(piece.name, "built", shown + " is built in and can't be defined again.");
+        }
+        if (piece.damaged) return;
+        if (found.kind == Fault::local) return tell_local(found, piece);
+        if (found.kind == Fault::funky) {
+            Node* key = binder_key(found.node);
+            return fault(program.outer_range_of(key), "funky", key_sentence(key));
+        }
+        if (!found.node) return;  // an entry that nobody runs
+        const Range range = program.range_of(found.node);
+        if (found.kind == Fault::place) {
+            fault(range, "place",
+                  "This is the 27th local name of " + shown +
+                      "; a definition has room for 26. Cut it up, or use a name again.");
+        } else if (found.kind == Fault::arity) {
+            fault(range, "arity",
+                  "This is the eleventh parameter of " + shown +
+                      "; ten are possible. Hand some over as a pair, a list or an array.");
+        } else {
+            const std::string key(found.name.view());
+            tell_undefined(found.kind, {range, key, Role::use, index, std::nullopt, {}});
         }
     }
 
-    void check_operands(size_t index) {
-        if (program.definitions.contains("}")) return;
-        for (Node* node : missing_operands(program, index)) {
-            const Range range = program.range_of(node);
-            undefined(index, range,
-                      missing_operand_sentence(program, program.pieces[index], range.begin));
-        }
+    /// The piece that a fault is in; none for what the prelude defines.
+    std::optional<size_t> index_of(const Fault& found) const {
+        const bool has_place = found.kind == Fault::lower || found.kind == Fault::built;
+        if (has_place) return static_cast<size_t>(found.position);
+        if (found.definition.empty()) return 0;
+        const auto definition = program.definitions.find(found.definition.view());
+        if (definition == program.definitions.end()) return std::nullopt;
+        return definition->second;
     }
 
-    void run() {
-        for (const auto* faults : {&program.bracket_faults, &program.comma_faults}) {
-            messages.insert(messages.end(), faults->begin(), faults->end());
-        }
-        for (size_t i = 0; i < program.pieces.size(); ++i) {
-            const Piece& piece = program.pieces[i];
-            if (piece.kind == PieceKind::definition) check_definition_name(piece);
-            if (!counts(i)) continue;
-            check_counts(i);
-            check_operands(i);
-        }
-        check_keys();
+    void run(const std::vector<Fault>& faults) {
+        messages = program.bracket_faults;
+        messages.insert(messages.end(), program.comma_faults.begin(), program.comma_faults.end());
         collect_binders();
-        for (const Name& name : program.names) check_use(name);
-        check_odd_bytes();
+        for (const Fault& found : faults) {
+            if (const auto piece = index_of(found)) tell(found, *piece);
+        }
+        tell_odd_bytes();
     }
 };
 
 }  // namespace
 
 std::vector<Message> find_faults(const Program& program, const Reach& reach) {
-    Finding finding{program, reach};
-    finding.run();
+    Finding finding{program};
+    finding.run(reach.module.faults);
     return std::move(finding.messages);
 }
 

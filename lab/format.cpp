@@ -10,12 +10,12 @@
 // soon as there are two. Byte text and notes stay as they are.
 #include <algorithm>
 #include <array>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <vector>
 
 #include "front/scan.h"
 #include "lab/brackets.h"
+#include "lab/fixes.h"
 #include "lab/lab.h"
 #include "lab/message.h"
 #include "lab/program.h"
@@ -209,7 +209,7 @@ bool begins_paragraph(const Program& program, const Piece& piece) {
     size_t newlines = 0;
     for (size_t i = piece.range.begin; i > 0; --i) {
         const char c = program.text[i - 1];
-        if (c != ' ' && c != '\n') break;
+        if (!is_white(c)) break;
         if (c == '\n') ++newlines;
     }
     return newlines > 1;
@@ -242,19 +242,51 @@ bool same_program(const Program& a, const Program& b) {
                       });
 }
 
+/// Why a source has no layout, if it has none.
+std::optional<Message> refusal(const Program& program) {
+    if (!program.bracket_faults.empty()) return program.bracket_faults.front();
+    // A carriage return is a name. Taken for one, it would stay where line ends go.
+    for (size_t i = 0; i < program.text.size(); ++i) {
+        if (program.text[i] == '[') i = match(program.text, i);
+        if (program.text[i] != '\r') continue;
+        return Message{{i, i + 1},
+                       Severity::fault,
+                       "layout",
+                       "A carriage return is a name here and no line end, so the source has no "
+                       "layout; `check --fix` takes it out."};
+    }
+    return std::nullopt;
+}
+
 }  // namespace
 
-Json format_source(std::string_view text) {
+Formatted format_source(std::string_view text) {
     const Program program = read_program(text);
-    const auto refuse = [&](const Message& message) {
-        return Json{{"messages", Json::array({json_of(message, Lines(text))})}};
-    };
-    if (!program.bracket_faults.empty()) return refuse(program.bracket_faults.front());
-    std::string out = laid_out(program);
-    if (!same_program(program, read_program(out))) {
-        return refuse({{0, 0}, Severity::fault, "layout", "The layout would change this program."});
+    if (const auto why = refusal(program)) return {{}, {*why}};
+    // The line that tells a system which program runs the file stays the first one.
+    const size_t line = text.starts_with("#!") ? std::min(text.find('\n'), text.size()) : 0;
+    std::string out(text.substr(0, line));
+    if (line > 0) out += '\n';
+    out += laid_out(program);
+    if (same_program(program, read_program(out))) return {std::move(out), {}};
+    return {{}, {{{0, 0}, Severity::fault, "layout", "The layout would change this program."}}};
+}
+
+std::vector<Edit> format_range(std::string_view text, Range range) {
+    const Program program = read_program(text);
+    if (refusal(program)) return {};
+    std::vector<Edit> edits;
+    for (size_t i = 0; i < program.pieces.size(); ++i) {
+        const Piece& piece = program.pieces[i];
+        const bool touched = piece.range.begin <= range.end && range.begin <= piece.range.end;
+        if (!touched || piece.kind == PieceKind::note) continue;
+        const std::string_view written = program.written(piece.range);
+        const size_t comma = i + 1 < program.pieces.size() ? 1 : 0;
+        std::string out = laid_out(normalise(written).view(), comma);
+        if (out != written) edits.push_back({piece.range, std::move(out)});
     }
-    return {{"text", std::move(out)}};
+    if (!same_program(program, read_program(edited(text, edits)))) return {};
+    return edits;
 }
 
 }  // namespace marl::lab

@@ -1,54 +1,82 @@
-// The commands of marl-lab as functions: text in, JSON out.
+// The commands of marl-lab as functions: text in, structures out.
 //
 // Whoever shows a program to a person can call them: the command line, the language server, a page
 // in a browser. They need no terminal, no file and no command-line library; main.cpp, which does,
 // stands apart from the library that these are in. They run one at a time, as often as one likes.
-//
-// A place in a source is a pair of line and column, both counted from 1, the column in bytes.
+// What goes over a wire is made of the structures by json.h, and by nothing else.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <nlohmann/json_fwd.hpp>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace marl::lab {
 
-using Json = nlohmann::json;
+/// Bytes of a source, from `begin` to before `end`.
+struct Range {
+    size_t begin = 0;
+    size_t end = 0;
 
-/// What is wrong with a program, and what is doubtful in it, without running any part of it:
-///
-///   {"name": NAME, "faults": COUNT, "warnings": COUNT, "messages": [MESSAGE...]}
-///
-/// NAME is `name`, what the source is called. The messages, at most a thousand, stand in the order
-/// of their places:
-///
-///   {"line": L, "column": C, "end_line": L, "end_column": C,     the end is exclusive
-///    "severity": "fault" or "warning",
-///    "kind": WORD,             a Report's kind, or the name of the warning
-///    "say": SENTENCE,
-///    "source": TEXT,           the line of the place, or what is near it of a very long line
-///    "source_column": C}       where the place begins in that text
-Json check_source(std::string_view name, std::string_view text);
+    bool operator==(const Range&) const = default;
+};
 
-/// The source in canonical layout, {"text": TEXT}; or {"messages": [MESSAGE...]}, as above, for one
-/// whose brackets don't balance and which so has no layout.
-Json format_source(std::string_view text);
+enum class Severity { fault, warning };
+
+/// What a command says about a place in a source.
+struct Message {
+    Range range;
+    Severity severity = Severity::fault;
+    std::string kind;  // a Report's kind, or the name of a warning
+    std::string say;   // a sentence
+};
+
+/// What takes the place of a part of a source.
+struct Edit {
+    Range range;
+    std::string text;
+};
+
+struct Checked {
+    std::vector<Message> messages;  // in the order of their places, at most a thousand
+    size_t faults = 0;              // of all, those that are not listed included
+    size_t warnings = 0;
+};
+
+/// What is wrong with a program, and what is doubtful in it, without running any part of it.
+Checked check_source(std::string_view text);
+
+struct Formatted {
+    std::optional<std::string> text;
+    std::vector<Message> messages;  // why there is no text
+};
+
+/// The source in canonical layout. None has a source whose brackets don't balance, or in which
+/// carriage returns stand outside of texts.
+Formatted format_source(std::string_view text);
+
+/// The plain program that is run of a source: with what it uses, and with nothing that it doesn't
+/// reach. None has a source that is at fault.
+Formatted pack_source(std::string_view text);
+
+/// The edits that lay out the definitions which a range touches, and nothing else. None where there
+/// is nothing to do, or no layout.
+std::vector<Edit> format_range(std::string_view text, Range range);
 
 // The following run the program, with all of its effects, on `arguments`, as `marl` would but on
-// the plain machine, one rule a step. What they tell as it comes goes to an Emit; and each gives
-// how the run went:
-//
-//   {"started": BOOL,    false when the program is at fault: `check_source` says where
-//    "ended": BOOL,      false when the run was left before its end
-//    "status": NUMBER,   the integer that the program gave back
-//    "report": PICTURE}  what `marl` would show on standard error; empty when all is well
-//
-// Long values are shortened; what is left out stands there as <1234 nodes>.
+// the plain machine, one rule a step. Long values are shortened; what is left out stands there as
+// <1234 nodes>.
 
-using Emit = std::function<void(const Json&)>;
+/// How a run went.
+struct Ending {
+    bool started = true;  // false when the program is at fault: `check_source` says where
+    bool ended = true;    // false when the run was left before its end
+    uint32_t status = 0;  // the integer that the program gave back
+    std::string report;   // what `marl` would show on standard error; empty when all is well
+};
 
 struct StepsOptions {
     int64_t from = 0;    // the number of the first state that is told
@@ -58,55 +86,82 @@ struct StepsOptions {
     bool trees = false;  // states come with trees; not together with `full`
 };
 
-/// The states of the reduction, from number 0 on:
-///
-///   {"n": NUMBER,
-///    "run": NESTING,        0, and one more in each run within a run
-///    "rule": WORDS,         what the step from here does: "hold back" (an argument), "reduce
-///                           argument", "reduce value" (of a let), "pop" (a frame), "fire"; "end"
-///    "name": TEXT,          with "fire": what fires; a name, or "lambda", "let", "store NAME",
-///                           "number" and other kinds of data
-///    "line": TEXT,          the context, " . ", the focus
-///    "redex": {"start": BYTE, "length": BYTES},       the part of the line that is rewritten
-///    "context": TREE, "focus": TREE}                  when they are asked for
-///
-/// A TREE is {"id": ID, "leaf": TEXT} or {"id": ID, "of": [TREE, TREE]}, a function and its
-/// argument. A node that the state's trees have shown already is {"id": ID, "again": true}: it is
-/// shared.
-Json run_steps(std::string_view text, const std::vector<std::string>& arguments,
-               const StepsOptions& options, const Emit& emit);
+/// An expression as a tree. A node that the trees of its state have shown already is there `again`:
+/// it is shared.
+struct Tree {
+    int id = 0;
+    bool again = false;
+    std::string leaf;      // of a Leaf, its text
+    std::vector<Tree> of;  // of a Pair, the function and its argument
+};
 
-/// The same with the states in the result, as "steps".
-Json trace(std::string_view text, const std::vector<std::string>& arguments,
-           const StepsOptions& options);
+/// A state of the reduction, and what its step does.
+struct Step {
+    int64_t number = 0;
+    int nesting = 0;        // one more in each run within a run
+    const char* rule = "";  // "fire", "hold back", "reduce argument", "reduce value", "pop", "end"
+    std::string name;       // with "fire", what fires
+    std::string line;       // the context, " . ", the focus
+    Range redex;            // the part of the line that is rewritten
+    std::optional<Tree> context;  // when trees are asked for
+    std::optional<Tree> focus;
+};
 
-/// The calls of one definition or built-in: {"n", "depth", "call": TEXT} where one begins and
-/// {"n", "depth", "answer": TEXT} where it has its answer, `depth` counting the calls of that name
-/// which are going on. A tail call of itself takes the place of the call that makes it.
-Json run_calls(std::string_view text, const std::vector<std::string>& arguments,
-               std::string_view name, bool full, const Emit& emit);
+/// Tells the states of the reduction as they come, from number 0 on.
+Ending run_steps(std::string_view text, const std::vector<std::string>& arguments,
+                 const StepsOptions& options, const std::function<void(const Step&)>& tell);
 
-/// Runs the program to its end and tells where the Z in its result comes from:
-///
-///   "result": TEXT
-///   "chain": [LINK...]     the first call whose answer was that Z, then those that answered Z
-///                          because of it; empty when the result holds no Z, or one that the
-///                          program writes itself
-///
-/// A LINK is {"n": NUMBER, "kind": "built-in", "data", "definition" or "literal", "call": TEXT,
-/// "within": [TEXT...]}, with the definitions' calls that were going on, the innermost first. A
-/// literal is a Z that the program writes, and the call is the one that it is written in.
-Json why_z(std::string_view text, const std::vector<std::string>& arguments);
+/// Where a call begins or has its answer.
+struct CallLine {
+    int64_t number = 0;
+    size_t depth = 0;  // how many calls of that name are going on
+    bool is_answer = false;
+    std::string text;
+};
 
-/// Runs the program and counts, in steps of the plain machine:
-///
-///   "rows": [{"name", "calls", "steps", "nodes", "self", "below"}...]   one for each name called
-///   "folded": TEXT         a line for each stack of calls: names with ";" between, a blank, steps
-///
-/// `steps`, `nodes` (allocated) and `self` (seconds) are without what the name calls, `below` is
-/// the seconds in that. A prelude combinator has its own step only; what it hands on belongs to its
-/// user. "(entry)" is the entry expression. All that goes to `emit`, once, at the end of the run
-/// or, when the program ends the process, at that end.
-void profile(std::string_view text, const std::vector<std::string>& arguments, const Emit& emit);
+/// Tells the calls of one definition or built-in. A tail call of itself takes the place of the call
+/// that makes it.
+Ending run_calls(std::string_view text, const std::vector<std::string>& arguments,
+                 std::string_view name, bool full,
+                 const std::function<void(const CallLine&)>& tell);
+
+/// A call that answered Z, or a Z that the program writes, with the call that it is written in.
+struct Link {
+    int64_t number = 0;
+    const char* kind = "";  // "built-in", "data", "definition" or "literal"
+    std::string call;
+    std::vector<std::string> within;  // the definitions' calls that were going on, innermost first
+};
+
+struct Why : Ending {
+    std::string result;
+    /// The first call whose answer was the Z in the result, then those that answered Z because of
+    /// it; empty when the result holds no Z, or one that the program writes itself.
+    std::vector<Link> chain;
+};
+
+/// Runs the program to its end and tells where the Z in its result comes from.
+Why why_z(std::string_view text, const std::vector<std::string>& arguments);
+
+/// What a name costs. Steps, nodes and `self` are without what the name calls. A prelude combinator
+/// has its own step only; what it hands on belongs to its user.
+struct ProfileRow {
+    std::string name;  // "(entry)" is the entry expression
+    int64_t calls = 0;
+    int64_t steps = 0;  // of the plain machine
+    int64_t nodes = 0;  // allocated
+    double self = 0;    // seconds
+    double below = 0;   // seconds in what the name calls
+};
+
+struct Profiled : Ending {
+    std::vector<ProfileRow> rows;  // one for each name called
+    std::string folded;  // a line for each stack of calls: names with ";" between, a blank, steps
+};
+
+/// Runs the program and counts. All that goes to `tell`, once, at the end of the run or, when the
+/// program ends the process, at that end.
+void profile(std::string_view text, const std::vector<std::string>& arguments,
+             const std::function<void(const Profiled&)>& tell);
 
 }  // namespace marl::lab

@@ -3,7 +3,7 @@
 #include "lab/message.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
+#include <utility>
 
 namespace marl::lab {
 
@@ -21,12 +21,11 @@ std::string blanks_under(std::string_view text) {
 }
 
 /// The carets under a message's place, as far as it reaches on its first line.
-std::string carets(const Json& message, std::string_view line) {
-    const size_t from = message["source_column"].get<size_t>() - 1;
-    const bool one_line = message["line"] == message["end_line"];
-    const size_t length =
-        one_line ? message["end_column"].get<size_t>() - message["column"].get<size_t>()
-                 : line.size();
+std::string carets(const Placed& placed) {
+    const std::string_view line = placed.source;
+    const size_t from = placed.source_column - 1;
+    const bool one_line = placed.line == placed.end_line;
+    const size_t length = one_line ? placed.end_column - placed.column : line.size();
     const size_t width = blanks_under(line.substr(std::min(from, line.size()), length)).size();
     return blanks_under(line.substr(0, from)) + std::string(std::max<size_t>(width, 1), '^');
 }
@@ -65,31 +64,37 @@ std::string_view Lines::text_of(size_t line) const {
     return text_.substr(begins_[line], end - begins_[line]);
 }
 
-Json json_of(const Message& message, const Lines& lines) {
+Placed::Placed(const Message& its_message, const Lines& lines) : message(its_message) {
     const size_t first = lines.line_of(message.range.begin);
     const size_t last = lines.line_of(message.range.end);
-    const size_t column = message.range.begin - lines.begin_of(first);
-    const Shown shown = shown_line(lines.text_of(first), column);
-    return {{"line", first + 1},
-            {"column", column + 1},
-            {"end_line", last + 1},
-            {"end_column", message.range.end - lines.begin_of(last) + 1},
-            {"severity", message.severity == Severity::fault ? "fault" : "warning"},
-            {"kind", message.kind},
-            {"say", message.say},
-            {"source", shown.text},
-            {"source_column", shown.column + 1}};
+    line = first + 1;
+    column = message.range.begin - lines.begin_of(first) + 1;
+    end_line = last + 1;
+    end_column = message.range.end - lines.begin_of(last) + 1;
+    Shown shown = shown_line(lines.text_of(first), column - 1);
+    source = std::move(shown.text);
+    source_column = shown.column + 1;
 }
 
-std::string shown_messages(std::string_view name, const Json& messages) {
+std::string shown_message(std::string_view name, const Placed& placed, bool colours) {
+    const bool is_fault = placed.message.severity == Severity::fault;
+    const auto in = [&](const char* colour, const std::string& text) {
+        return colours ? "\x1B[" + std::string(colour) + "m" + text + "\x1B[m" : text;
+    };
+    const char* colour = is_fault ? "1;31" : "1;35";
+    const std::string place =
+        std::string(name) + ':' + std::to_string(placed.line) + ':' + std::to_string(placed.column);
+    const std::string kind = (is_fault ? "" : "warning: ") + placed.message.kind;
+    return in("1", place + ':') + ' ' + in(colour, kind + ':') + ' ' + placed.message.say + "\n  " +
+           placed.source + "\n  " + in(colour, carets(placed)) + "\n";
+}
+
+std::string shown_messages(std::string_view name, std::string_view text,
+                           const std::vector<Message>& messages, bool colours) {
+    const Lines lines(text);
     std::string shown;
-    for (const Json& message : messages) {
-        const auto line = message["source"].get<std::string>();
-        shown.append(name);
-        shown += ':' + message["line"].dump() + ':' + message["column"].dump() + ": ";
-        if (message["severity"] == "warning") shown += "warning: ";
-        shown += message["kind"].get<std::string>() + ": " + message["say"].get<std::string>();
-        shown += "\n  " + line + "\n  " + carets(message, line) + "\n";
+    for (const Message& message : messages) {
+        shown += shown_message(name, Placed(message, lines), colours);
     }
     return shown;
 }

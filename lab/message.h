@@ -1,4 +1,4 @@
-// What a command says about a place in a source.
+// Messages as a person reads them, and the lines of the source that they are about.
 #pragma once
 
 #include <cstddef>
@@ -9,23 +9,6 @@
 #include "lab/lab.h"
 
 namespace marl::lab {
-
-enum class Severity { fault, warning };
-
-/// Bytes of a source, from `begin` to before `end`.
-struct Range {
-    size_t begin = 0;
-    size_t end = 0;
-
-    bool operator==(const Range&) const = default;
-};
-
-struct Message {
-    Range range;
-    Severity severity = Severity::fault;
-    std::string kind;
-    std::string say;
-};
 
 /// A piece of a program in a sentence: `text`.
 std::string ticked(std::string_view text);
@@ -48,11 +31,24 @@ class Lines {
     std::vector<size_t> begins_;
 };
 
-/// The message in the form that lab.h describes.
-Json json_of(const Message& message, const Lines& lines);
+/// A message with its place in lines and columns, both counted from 1, the column in bytes.
+struct Placed {
+    Placed(const Message& message, const Lines& lines);
 
-/// Messages in that form as a person reads them: "file:line:column: kind: sentence", the line, and
-/// a caret under the place.
-std::string shown_messages(std::string_view name, const Json& messages);
+    const Message& message;
+    size_t line;
+    size_t column;
+    size_t end_line;  // the end is exclusive
+    size_t end_column;
+    std::string source;    // the line of the place, or what is near it of a very long line
+    size_t source_column;  // where the place begins in that text
+};
+
+/// Messages about a source called `name`: "name:line:column: kind: sentence", the line, and a caret
+/// under the place. Colours are those of a terminal.
+std::string shown_messages(std::string_view name, std::string_view text,
+                           const std::vector<Message>& messages, bool colours = false);
+/// One of them.
+std::string shown_message(std::string_view name, const Placed& placed, bool colours = false);
 
 }  // namespace marl::lab

@@ -6,6 +6,8 @@
 #include <map>
 #include <numeric>
 
+#include "reduce/tables.h"
+
 namespace marl::lab {
 
 namespace {
@@ -46,6 +48,19 @@ std::vector<std::string> near_names(std::string_view name, const std::vector<std
         if (found[i].first == found[0].first) names.push_back(found[i].second);
     }
     return names;
+}
+
+std::vector<std::string> near_names(const Program& program, const Name& name) {
+    std::vector<std::string> names;
+    for (const auto& [key, piece] : program.definitions) names.push_back(key);
+    names.insert(names.end(), program.used_names.begin(), program.used_names.end());
+    for (const Name& other : program.names_of(program.pieces[name.piece])) {
+        const bool around =
+            other.scope.begin <= name.range.begin && name.range.end <= other.scope.end;
+        if (around) names.push_back(other.key);
+    }
+    for (const Builtin& row : builtin_table()) names.emplace_back(row.name);
+    return near_names(name.key, names);
 }
 
 std::string_view foreign_word(std::string_view name) {

@@ -1,13 +1,11 @@
 #include "lab/observe.h"
 
 #include <list>
-#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "driver/interrupt.h"
 #include "driver/shutdown.h"
 #include "front/check.h"
-#include "front/definitions.h"
 #include "front/prelude.h"
 #include "number/convert.h"
 #include "reduce/analysis.h"
@@ -165,23 +163,22 @@ std::string call_text(const State& state, const Room& room) {
     return call;
 }
 
-Json json_of(const Outcome& outcome, const Watcher& watcher) {
+Ending ending_of(const Outcome& outcome, const Watcher& watcher) {
     const bool failed = !passed(outcome.report) && !watcher.has_stopped();
-    return {{"started", watcher.has_started()},
-            {"ended", watcher.has_started() && !watcher.has_stopped()},
-            {"status", outcome.status},
-            {"report", failed ? std::string(report_picture(outcome.report).view()) : ""}};
+    return {watcher.has_started(), watcher.has_started() && !watcher.has_stopped(), outcome.status,
+            failed ? std::string(report_picture(outcome.report).view()) : ""};
 }
 
 Outcome run_watched(std::string_view text, const std::vector<std::string>& arguments,
                     Watcher& watcher) {
     build_prelude();
     original_prelude() = prelude_definitions;
-    Outcome outcome{parse_program(String(text))};
+    Module module;
+    Outcome outcome{parse_program(String(text), module)};
     if (passed(outcome.report)) {
         const Observing observing(watcher);
         install_interrupt_handler();
-        outcome.report = run_program(argument_array(arguments));
+        outcome.report = run_program(std::move(module), argument_array(arguments));
         if (passed(outcome.report)) {
             outcome.status = static_cast<uint32_t>(to_i64(find_definition("")));
             shutdown();

@@ -102,8 +102,8 @@ struct Outcome {
     uint32_t status = 0;  // the integer that it returned; 0 without one
 };
 
-/// How a run went, in the form that lab.h describes.
-Json json_of(const Outcome& outcome, const Watcher& watcher);
+/// How a run went.
+Ending ending_of(const Outcome& outcome, const Watcher& watcher);
 
 /// What a state fires, on its arguments, as a text.
 std::string call_text(const State& state, const Room& room);

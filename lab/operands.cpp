@@ -6,6 +6,8 @@
 #include <array>
 #include <string_view>
 
+#include "front/scan.h"
+
 namespace marl::lab {
 
 namespace {
@@ -39,7 +41,6 @@ constexpr std::array advices{
     Advice{"::", ""},
 };
 
-bool is_white(char c) { return c == ' ' || c == '\n'; }
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
 /// The bytes around a position, white space left out; 0 where the piece ends.

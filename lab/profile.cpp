@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <map>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "lab/lab.h"
@@ -53,7 +52,8 @@ std::string folded_name(const Symbol* symbol) {
 
 class Profile : public Watcher {
   public:
-    Json result() {
+    /// The counts, beside how the run went.
+    Profiled result(Ending ending) {
         // A program that ended the process has not left its calls.
         for (auto& [symbol, row] : rows_) {
             if (row.active > 0) row.whole += passed_ - row.entered;
@@ -64,7 +64,7 @@ class Profile : public Watcher {
         std::sort(lines.begin(), lines.end());
         std::string folded;
         for (const std::string& line : lines) folded += line + '\n';
-        return {{"rows", json_of_rows()}, {"folded", folded}};
+        return {std::move(ending), told_rows(), folded};
     }
 
   private:
@@ -129,15 +129,11 @@ class Profile : public Watcher {
         return place.get();
     }
 
-    Json json_of_rows() const {
-        Json rows = Json::array();
+    std::vector<ProfileRow> told_rows() const {
+        std::vector<ProfileRow> rows;
         for (const auto& [symbol, row] : rows_) {
-            rows.push_back({{"name", name_of(symbol)},
-                            {"calls", row.calls},
-                            {"steps", row.steps},
-                            {"nodes", row.nodes},
-                            {"self", Seconds(row.self).count()},
-                            {"below", Seconds(row.whole - row.self).count()}});
+            rows.push_back({name_of(symbol), row.calls, row.steps, row.nodes,
+                            Seconds(row.self).count(), Seconds(row.whole - row.self).count()});
         }
         return rows;
     }
@@ -157,32 +153,31 @@ class Profile : public Watcher {
     int64_t nodes_before_ = 0;
 };
 
+using TellProfile = std::function<void(const Profiled&)>;
+
 /// The profile that is being made, for the end of the process.
 struct Pending {
     Profile* profile = nullptr;
-    const Emit* emit = nullptr;
+    const TellProfile* tell = nullptr;
 };
 Pending pending_profile;
 
-void emit_pending() {
-    const auto [profile, emit] = std::exchange(pending_profile, {});
-    if (!profile) return;
-    Json result = profile->result();
-    result.update({{"started", true}, {"ended", false}, {"status", 0}, {"report", ""}});
-    (*emit)(result);
+void tell_pending() {
+    const auto [profile, tell] = std::exchange(pending_profile, {});
+    if (profile) (*tell)(profile->result({true, false, 0, {}}));
 }
 
 }  // namespace
 
-void profile(std::string_view text, const std::vector<std::string>& arguments, const Emit& emit) {
-    static const bool registered = std::atexit(emit_pending) == 0;
+void profile(std::string_view text, const std::vector<std::string>& arguments,
+             const TellProfile& tell) {
+    static const bool registered = std::atexit(tell_pending) == 0;
     MARL_REQUIRE(registered);
     Profile watcher;
-    pending_profile = {&watcher, &emit};
-    Json result = json_of(run_watched(text, arguments, watcher), watcher);
+    pending_profile = {&watcher, &tell};
+    const Outcome outcome = run_watched(text, arguments, watcher);
     pending_profile = {};
-    result.update(watcher.result());
-    emit(result);
+    tell(watcher.result(ending_of(outcome, watcher)));
 }
 
 }  // namespace marl::lab

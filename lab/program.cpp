@@ -4,43 +4,21 @@
 #include "lab/program.h"
 
 #include <algorithm>
-#include <set>
 
 #include "front/definitions.h"
+#include "front/names.h"
+#include "front/patterns.h"
 #include "front/prelude.h"
 #include "front/scan.h"
+#include "front/scopes.h"
 #include "lab/brackets.h"
-#include "lab/walk.h"
 #include "reduce/analysis.h"
 #include "reduce/tables.h"
+#include "value/walk.h"
 
 namespace marl::lab {
 
 namespace {
-
-bool is_white(char c) { return c == ' ' || c == '\n'; }
-
-/// Where each byte of the normalised text stands in the source. Outside of byte text, a blank
-/// stands for a run of white space and any other byte for itself.
-std::vector<size_t> source_places(std::string_view source, std::string_view normalised) {
-    std::vector<size_t> places;
-    places.reserve(normalised.size());
-    size_t i = 0;
-    size_t bytes_end = 0;  // of the byte text that the walk is in
-    for (const char c : normalised) {
-        if (i >= bytes_end && c != ' ') {
-            while (is_white(source[i])) ++i;
-            if (c == '[') {
-                bytes_end = static_cast<size_t>(match_bracket(source, static_cast<int64_t>(i))) + 1;
-            }
-        }
-        places.push_back(i++);
-        if (c == ' ' && i > bytes_end) {
-            while (is_white(source[i])) ++i;
-        }
-    }
-    return places;
-}
 
 /// From places in a normalised piece to places in the source.
 struct Translation {
@@ -70,96 +48,35 @@ struct Translation {
 
 bool is_key(Node* node) { return is_leaf(node) && is_definable(leaf_bytes(node)); }
 
-/// The text by which a Leaf refers to something; empty for data and marks.
-std::string_view reference_of(Node* node) {
-    const std::string_view bytes = leaf_bytes(node);
-    const bool is_mark = bytes == "\\" || bytes == "{" || bytes == "}";
-    return is_name(bytes) && !is_mark ? bytes : std::string_view();
-}
+std::string key_of(Node* leaf) { return std::string(definition_key(leaf_bytes(leaf)).view()); }
 
 /// Collects the names of one piece, each use with its binder.
 struct NameWalk {
-    struct Work {
-        Node* node;
-        enum Step { visit, enter, leave } step;
-        Role role = Role::use;
-        Range scope = {};
-    };
     Program& program;
     size_t piece;
-    std::vector<Work> rest;
-    std::map<std::string, std::vector<size_t>, std::less<>> binders;  // by key, innermost last
+    std::map<std::string, std::vector<size_t>, std::less<>> binders = {};  // by key, innermost last
 
-    static std::string key_of(Node* leaf) {
-        return std::string(definition_key(leaf_bytes(leaf)).view());
-    }
-
-    void visit_leaf(Node* node) {
-        const std::string_view key = reference_of(node);
-        if (key.empty()) return;
-        Name name{program.range_of(node), std::string(key), Role::use, piece, std::nullopt, {}};
-        const auto around = binders.find(key);
+    void leaf(Node* node) {
+        if (!is_reference(node) || is_leaf_text(node, "}")) return;
+        Name name{program.range_of(node), std::string(leaf_bytes(node)), Role::use, piece, {}, {}};
+        const auto around = binders.find(name.key);
         if (around != binders.end() && !around->second.empty()) name.binder = around->second.back();
         program.names.push_back(std::move(name));
     }
 
-    /// The binders of a key: of the pattern of a pair both names are. Of a bad key all words are,
-    /// so that nobody looks for them elsewhere.
-    std::vector<Node*> keys_of(Node* key, bool may_be_pair) {
-        if (is_key(key)) return {key};
-        const bool is_pair =
-            may_be_pair && !is_leaf(key) && is_key(left(key)) && is_key(right(key));
-        if (is_pair) return {left(key), right(key)};
-        program.bad_keys.push_back({key, piece});
-        std::vector<Node*> words;
-        for_each_node(key, [&](Node* node) {
-            if (is_key(node) && is_word_byte(first_byte(node))) words.push_back(node);
-        });
-        return words;
-    }
-
-    void visit_scope(Node* key, Node* body, Role role) {
-        const std::vector<Node*> keys = keys_of(key, role == Role::local);
-        const Range scope = program.outer_range_of(body);
-        for (Node* each : keys) rest.push_back({each, Work::leave});
-        rest.push_back({body, Work::visit});
-        for (Node* each : keys) rest.push_back({each, Work::enter, role, scope});
-    }
-
-    void visit(Node* node) {
-        if (is_leaf(node)) return visit_leaf(node);
-        switch (form(node)) {
-            case Form::lambda:
-                return visit_scope(lambda_key(node), lambda_body(node), Role::parameter);
-            case Form::let:
-                visit_scope(let_key(node), let_body(node), Role::local);
-                rest.push_back({let_value(node), Work::visit});
-                return;
-            case Form::other:
-                rest.push_back({right(node), Work::visit});
-                rest.push_back({left(node), Work::visit});
-                return;
+    void enter(Node* binder) {
+        const Role role = form(binder) == Form::lambda ? Role::parameter : Role::local;
+        const Range scope = program.outer_range_of(binder_body(binder));
+        for (Node* bound : bound_names(binder)) {
+            const std::string key = key_of(bound);
+            binders[key].push_back(program.names.size());
+            program.names.push_back(
+                {program.range_of(bound), key, role, piece, std::nullopt, scope});
         }
     }
 
-    void enter(const Work& work) {
-        const std::string key = key_of(work.node);
-        binders[key].push_back(program.names.size());
-        program.names.push_back(
-            {program.range_of(work.node), key, work.role, piece, std::nullopt, work.scope});
-    }
-
-    void run(Node* expression) {
-        rest.push_back({expression, Work::visit});
-        while (!rest.empty()) {
-            const Work next = rest.back();
-            rest.pop_back();
-            switch (next.step) {
-                case Work::visit: visit(next.node); break;
-                case Work::enter: enter(next); break;
-                case Work::leave: binders[key_of(next.node)].pop_back(); break;
-            }
-        }
+    void leave(Node* binder) {
+        for (Node* bound : bound_names(binder)) binders[key_of(bound)].pop_back();
     }
 };
 
@@ -178,11 +95,9 @@ void list_parameters(Piece& piece) {
     for (Node* rest = piece.expression; form(rest) == Form::lambda; rest = lambda_body(rest)) {
         Node* key = lambda_key(rest);
         const bool is_name = is_key(key);
-        piece.parameters.push_back(is_name ? NameWalk::key_of(key) : std::string());
+        piece.parameters.push_back(is_name ? key_of(key) : std::string());
     }
 }
-
-bool overlap(Range a, Range b) { return a.begin < b.end && b.begin < a.end; }
 
 /// Parses one piece of the normalised text.
 Piece read_piece(Program& program, std::string_view normalised, size_t begin, size_t end,
@@ -204,23 +119,38 @@ Piece read_piece(Program& program, std::string_view normalised, size_t begin, si
                 0,
                 0};
     piece.expression = piece.value;
-    piece.damaged = std::any_of(damage.begin(), damage.end(),
-                                [&](Range range) { return overlap(range, piece.range); });
+    const auto behind = std::partition_point(
+        damage.begin(), damage.end(), [&](Range range) { return range.end <= piece.range.begin; });
+    piece.damaged = behind != damage.end() && behind->begin < piece.range.end;
     if (begin > 0) name_piece(program, piece);
     return piece;
 }
 
 void read_pieces(Program& program, std::string_view mended, const std::vector<Range>& damage) {
-    const String normal = normalise(mended);
-    const std::vector<size_t> places = source_places(mended, normal.view());
-    std::vector<int64_t> cuts = find_operators(normal.view(), ",");
-    cuts.push_back(normal.length());
-    size_t begin = 0;
-    for (const int64_t cut : cuts) {
-        const auto end = static_cast<size_t>(cut);
+    std::vector<size_t> places;
+    const String normal = normalise(mended, places);
+    for (const auto [begin, end] : cut_pieces(normal.view())) {
         program.pieces.push_back(read_piece(program, normal.view(), begin, end, places, damage));
-        begin = end + 1;
     }
+}
+
+/// A first line that tells a system which program runs the file is for nobody else.
+std::string without_interpreter_line(std::string_view text) {
+    std::string rest(text);
+    if (!text.starts_with("#!")) return rest;
+    const size_t end = std::min(text.find('\n'), text.size());
+    std::fill_n(rest.begin(), end, ' ');
+    return rest;
+}
+
+/// A first piece that is empty or a text in brackets is no entry.
+void find_entry(Program& program) {
+    Piece& first = program.pieces.front();
+    const std::string_view text = program.written(first.range);
+    const bool is_note = is_leaf_of(first.value, '[') && text.starts_with('[');
+    if (first.damaged || (!text.empty() && !is_note)) return;
+    first.kind = PieceKind::note;
+    program.has_entry = false;
 }
 
 void read_names(Program& program) {
@@ -233,12 +163,24 @@ void read_names(Program& program) {
             if (piece.key != "_") program.definitions[piece.key] = i;  // that one is the system's
         }
         list_parameters(piece);
-        NameWalk{program, i, {}, {}}.run(piece.expression);
+        NameWalk walk{program, i};
+        walk_scopes(piece.expression, walk);
         piece.names_end = program.names.size();
     }
 }
 
 }  // namespace
+
+std::vector<Node*> bound_names(Node* binder) {
+    Node* key = binder_key(binder);
+    if (has_pair_pattern(binder)) return {left(key), right(key)};
+    if (!is_funky(binder)) return {key};
+    std::vector<Node*> words;
+    for_each_node(key, [&](Node* node) {
+        if (is_key(node) && is_word_byte(first_byte(node))) words.push_back(node);
+    });
+    return words;
+}
 
 Range Program::range_of(const Node* node) const {
     const Origin& origin = origins.at(node);
@@ -275,14 +217,15 @@ const Name* Program::name_at(size_t position) const {
     return ending;
 }
 
-Program read_program(std::string_view text) {
+Program read_program(std::string_view text, Reading reading) {
     Program program;
-    program.text = std::string(text);
-    Mended mended = mend_brackets(text);
+    program.text = without_interpreter_line(text);
+    Mended mended = mend_brackets(program.text);
     program.bracket_faults = std::move(mended.faults);
     program.comma_faults = find_comma_faults(mended.text);
     for (const Message& fault : program.comma_faults) mended.damage.push_back(fault.range);
     read_pieces(program, mended.text, mended.damage);
+    if (reading == Reading::file) find_entry(program);
     read_names(program);
     return program;
 }

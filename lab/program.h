@@ -3,7 +3,7 @@
 // The stages of the front end forget the text as they go, and stop at the first fault. Here a
 // source is read once, to the end, and nothing is forgotten: each piece keeps its parsed expression
 // with the places of its nodes, and each name knows which binder it belongs to. Nothing is
-// evaluated, and the tables of a running program are neither read nor written.
+// evaluated, and what a running program has in its tables is neither read nor changed.
 //
 // A source whose brackets don't balance is mended first: the brackets at fault become blanks, and
 // the pieces between them count as damaged. Of a damaged piece nothing is to be trusted but its
@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <map>
 #include <optional>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -52,21 +53,16 @@ struct Name {
     Range scope;                   // of a parameter or local, where it can be used
 };
 
-/// A binder whose key is no name.
-struct BadKey {
-    Node* key;
-    size_t piece;
-};
-
 struct Program {
-    std::string text;
+    std::string text;       // with blanks in the place of a first line that begins with #!
+    bool has_entry = true;  // a file of definitions has none: its first piece is empty or a note
     std::vector<Message> bracket_faults;
     std::vector<Message> comma_faults;
-    std::vector<Piece> pieces;  // the entry is the first
+    std::vector<Piece> pieces;  // the entry, if there is one, is the first
     Origins origins;            // places in `text`
     std::vector<Name> names;    // piece by piece; within one, as a walk meets them
-    std::vector<BadKey> bad_keys;
     std::map<std::string, size_t, std::less<>> definitions;  // the piece that counts: the last one
+    std::set<std::string, std::less<>> used_names;           // what the files that it uses define
 
     std::string_view written(Range range) const {
         return std::string_view(text).substr(range.begin, range.end - range.begin);
@@ -85,7 +81,15 @@ struct Program {
     const Name* name_at(size_t position) const;
 };
 
-Program read_program(std::string_view text);
+/// What a text is: a file, or an expression with definitions behind it, whose first piece is always
+/// the entry.
+enum class Reading { file, expression };
+
+Program read_program(std::string_view text, Reading reading = Reading::file);
+
+/// The Leaves of the names that a lambda or let binds, borrowed. Of a key that is no name all words
+/// are, so that nobody looks for them elsewhere.
+std::vector<Node*> bound_names(Node* binder);
 
 /// The prelude's definitions, read in the same way.
 const Program& prelude_program();

@@ -1,91 +1,93 @@
-// A graph of names: alive is what a walk from the entry meets, doomed what a walk backward from the
-// undefined names meets and the first one doesn't.
+// The program goes through the stages of the front end as a module that nothing publishes. They go
+// on behind a fault; only what a lambda or let binds must be names for all but the first ones, so
+// others are mended there.
 #include "lab/reach.h"
 
-#include <map>
-#include <vector>
+#include <set>
+#include <utility>
 
-#include "lab/walk.h"
+#include "front/patterns.h"
+#include "front/prelude.h"
+#include "front/scopes.h"
+#include "reduce/tables.h"
+#include "value/rebuild.h"
 
 namespace marl::lab {
 
 namespace {
 
-using Keys = std::set<std::string, std::less<>>;
-
-/// The globals that each definition that counts refers to; a missing operand is the name }.
-std::map<std::string, Keys, std::less<>> references_of(const Program& program) {
-    std::map<std::string, Keys, std::less<>> references;
-
-    for (size_t i = 0; i < program.pieces.size(); ++i) {
-        if (!program.counts(i)) continue;
-        Keys& keys = references[program.pieces[i].key];
-        if (!missing_operands(program, i).empty()) keys.insert("}");
-    }
-    for (const Name& name : program.names) {
-        if (name.role == Role::use && !name.binder && program.counts(name.piece)) {
-            references[program.pieces[name.piece].key].insert(name.key);
+/// An expression in which each key that is no name is replaced by lets of the words in it.
+Value mended(Node* expression) {
+    return rebuild(expression, keep_leaf, [](Value function, Value argument) {
+        Value made = pair(std::move(function), std::move(argument));
+        const Form shape = form(made);
+        if (shape == Form::other || !is_funky(made)) return made;
+        Value body = Value::share(binder_body(made));
+        for (Node* word : bound_names(made)) {
+            body = apply(leaf("{"), Value::share(word), leaf("0"), std::move(body));
         }
-    }
-    return references;
+        return shape == Form::lambda ? body : pair(std::move(body), Value::share(let_value(made)));
+    });
 }
 
-Keys follow(const std::map<std::string, Keys, std::less<>>& references,
-            std::vector<std::string> rest) {
-    Keys reached;
-    while (!rest.empty()) {
-        const std::string key = std::move(rest.back());
-        rest.pop_back();
-        if (!reached.insert(key).second) continue;
-        const auto next = references.find(key);
-        if (next != references.end()) {
-            rest.insert(rest.end(), next->second.begin(), next->second.end());
+void mend_keys(Module& module) {
+    std::set<String> funky;
+    for (const Fault& fault : module.faults) {
+        if (fault.kind == Fault::funky) funky.insert(fault.definition);
+    }
+    for (const String& name : funky) module.definitions[name] = mended(module.definitions[name]);
+}
+
+constexpr Stage stages_up_to_references[] = {
+    add_records, add_prelude, refuse_funky_keys, mend_keys, expand_patterns, gather_references,
+};
+
+/// What the files that it uses define is defined; they are looked at by themselves.
+void add_used_names(Module& module, const Program& program) {
+    for (const std::string& name : program.used_names) {
+        Symbol& symbol = symbol_of(name);
+        if (!module.references.places.contains(&symbol)) {
+            add_references(module.references, symbol, {});
         }
     }
-    return reached;
 }
+
+constexpr Stage stages_behind_references[] = {
+    refuse_dangling_names,    remove_doomed, refuse_captured_names,
+    refuse_excess_parameters, give_places,
+};
 
 }  // namespace
 
-bool is_defined(const Program& program, std::string_view key) {
-    return program.definitions.contains(key) || is_given(key);
-}
-
-std::vector<Node*> missing_operands(const Program& program, size_t piece) {
-    std::set<const Node*> keys;
-    for (const BadKey& bad : program.bad_keys) keys.insert(bad.key);
-    std::vector<Node*> missing;
-    for_each_node(program.pieces[piece].expression, [&](Node* node) {
-        if (is_leaf_text(node, "}") && !keys.contains(node)) missing.push_back(node);
-    });
-    return missing;
-}
-
 Reach find_reach(const Program& program) {
-    auto references = references_of(program);
-    static const auto* given = new auto(references_of(prelude_program()));
-    for (const auto& [key, keys] : *given) {
-        if (!key.empty()) references.emplace(key, keys);
+    std::vector<std::string> roots;
+    if (program.has_entry) roots.emplace_back();
+    for (const auto& [key, piece] : program.definitions) {
+        if (!program.has_entry) roots.push_back(key);
     }
-    Reach reach;
-    reach.alive = follow(references, {""});
-    reach.loads = reach.alive.contains("load") || reach.alive.contains("road");
+    return find_reach(program, roots);
+}
 
-    std::map<std::string, std::vector<std::string>, std::less<>> callers;
-    std::vector<std::string> rest;
-    for (const auto& [key, keys] : references) {
-        for (const std::string& needed : keys) {
-            callers[needed].push_back(key);
-            if (!is_defined(program, needed)) rest.push_back(needed);
-        }
+Reach find_reach(const Program& program, const std::vector<std::string>& roots) {
+    static const auto* prelude = new auto(read_prelude());
+    bind_builtins();
+    Reach reach{};
+    Module& module = reach.module;
+    module.all_faults = true;
+    module.prelude = prelude;
+    module.roots.clear();
+    for (const std::string& root : roots) module.roots.emplace_back(root);
+    for (size_t i = program.has_entry ? 0 : 1; i < program.pieces.size(); ++i) {
+        add_piece(module, program.pieces[i].value, i);
     }
-    while (!rest.empty()) {
-        const std::string needed = std::move(rest.back());
-        rest.pop_back();
-        for (const std::string& caller : callers[needed]) {
-            if (reach.alive.contains(caller)) continue;
-            if (reach.doomed.insert(caller).second) rest.push_back(caller);
-        }
+    run_stages(module, stages_up_to_references);
+    add_used_names(module, program);
+    run_stages(module, stages_behind_references);
+
+    for (const Symbol* name : module.alive) reach.alive.emplace(name->name.view());
+    reach.loads = reach.alive.contains("load") || reach.alive.contains("road");
+    for (const Symbol* name : find_doomed(module.references, module.alive)) {
+        reach.doomed.emplace(name->name.view());
     }
     return reach;
 }

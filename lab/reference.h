@@ -1,4 +1,4 @@
-// The entries of docs/reference.md, which is compiled in.
+// The entries of docs/reference.json, which is compiled in.
 #pragma once
 
 #include <string>

@@ -1,43 +1,33 @@
-// A session is a list of definitions, as they were written. An expression is evaluated in a child
-// process, which reads all of them as one program with the expression as its entry. So nothing that
-// an evaluation does, an interrupt, a wrong address or `exit`, can harm the session; and a constant
-// is evaluated anew for each expression that uses it.
+// A session is a notebook of definitions. An expression is evaluated in a child process, which
+// reads all of them as one program with the expression as its entry; so a constant is evaluated
+// anew for each expression that uses it.
+//
+// A definition is looked at as if the entry used it. What it lacks may come later, and is told as a
+// warning.
 #include "lab/repl.h"
 
-#include <editline/readline.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <csetjmp>
-#include <csignal>
-#include <cstdlib>
-#include <cstring>
-#include <ctime>
-#include <fstream>
+#include <array>
+#include <filesystem>
 #include <iostream>
-#include <iterator>
-#include <map>
-#include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include "driver/report.h"
-#include "driver/shutdown.h"
-#include "front/check.h"
-#include "front/definitions.h"
-#include "front/prelude.h"
 #include "front/scan.h"
+#include "lab/across.h"
+#include "lab/doc.h"
+#include "lab/evaluate.h"
+#include "lab/files.h"
 #include "lab/lab.h"
 #include "lab/message.h"
-#include "lab/program.h"
+#include "lab/notebook.h"
+#include "lab/notes.h"
+#include "lab/pack.h"
+#include "lab/prompt.h"
 #include "lab/reference.h"
-#include "lab/screen.h"
-#include "reduce/machine.h"
 #include "reduce/tables.h"
-#include "value/todo.h"
 
 namespace marl::lab {
 
@@ -45,154 +35,127 @@ namespace {
 
 constexpr const char* help_text =
     "An expression is evaluated and its value shown; name\\body defines a name, also again.\n"
-    ":help NAME    what the reference says about a combinator, an operator or a built-in\n"
+    "[use: list ./tax.marl] takes names from a theme of the library, or from a file.\n"
+    ":help NAME    its definition and note, or what the reference says about it\n"
     ":time EXPR    evaluates, and shows the seconds of CPU time that it took\n"
     ":steps EXPR   evaluates, and shows every state of the reduction\n"
-    ":load FILE    takes the definitions of a file\n"
+    ":forget NAME  drops a definition\n"
+    ":load FILE    takes the definitions of a file, with their notes\n"
     ":save FILE    writes the definitions of the session, as a program\n"
     ":quit         ends the session, like the end of the input\n";
 
-struct Definition {
-    std::string key;
-    std::string text;
-};
-
-struct Session {
-    std::vector<Definition> definitions;
-
-    void define(const std::string& key, std::string text) {
-        const auto old = std::find_if(definitions.begin(), definitions.end(),
-                                      [&](const Definition& one) { return one.key == key; });
-        if (old == definitions.end()) {
-            definitions.push_back({key, std::move(text)});
-        } else {
-            old->text = std::move(text);
-        }
-    }
-
-    /// The definitions behind an entry, but for those of some keys.
-    std::string program(std::string entry, const std::set<std::string>& without = {}) const {
-        for (const Definition& one : definitions) {
-            if (!without.contains(one.key)) entry += ",\n" + one.text;
-        }
-        return entry;
-    }
-};
-
-Session session;  // what completion looks at, too
-
-// Evaluation, in the child.
-
-enum class Show { value, value_and_time, steps };
-
-void show_result(Node* result) {
-    if (is_leaf_of(result, ')')) {
-        const std::string name(leaf_bytes(result).substr(1));
-        std::cout << "cycle: " << ticked(name) << " needs its own value.\n";
-    } else if (!is_leaf(result) && is_leaf_of(left(result), ']')) {
-        const Report report = report_parse(text(right(result)));
-        std::cout << report.kind.view() << ": " << report.say.view() << '\n';
-    } else {
-        std::cout << print_value(result).view() << '\n';
-    }
-}
-
-[[noreturn]] void show_steps_here(const std::string& source) {
-    Screen screen("", "auto");
-    StepsOptions options;
-    options.from = 1;  // behind the one that applies the entry to the program's arguments
-    run_steps("a\\" + source, {}, options, [&](const Json& state) { show_state(screen, state); });
-    std::exit(0);
-}
-
-[[noreturn]] void evaluate_here(const std::string& source, Show show) {
-    std::signal(SIGINT, SIG_DFL);
-    if (show == Show::steps) show_steps_here(source);
-    build_prelude();
-    Report report = parse_program(String(source));
-    if (passed(report)) report = check_program();
-    if (!passed(report)) {
-        std::cout << report.kind.view() << ": " << report.say.view() << std::endl;
-        std::exit(1);
-    }
-    const std::clock_t begin = std::clock();
-    todo_armed = true;
-    {
-        const Value result = reduce(Value::share(find_definition("")));
-        std::fflush(stdout);
-        show_result(result);
-    }
-    const double seconds = static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
-    if (show == Show::value_and_time) std::cout << seconds << " s\n";
-    std::cout << std::flush;
-    shutdown();
-    std::exit(0);
-}
-
-void evaluate(const std::string& source, Show show) {
-    std::cout << std::flush;
-    std::fflush(stdout);
-    const auto before = std::signal(SIGINT, SIG_IGN);  // it is meant for the child
-    const pid_t child = fork();
-    if (child == 0) evaluate_here(source, show);
-    int status = 0;
-    if (child > 0) waitpid(child, &status, 0);
-    std::signal(SIGINT, before);
-    if (child < 0) std::cout << "No process can be started: " << std::strerror(errno) << '\n';
-    if (!WIFSIGNALED(status)) return;
-    if (WTERMSIG(status) == SIGINT) {
-        std::cout << "\ninterrupted\n";
-    } else {
-        std::cout << "The evaluation was ended by signal " << WTERMSIG(status) << ".\n";
-    }
-}
+Notebook notebook;
 
 // Input.
 
-/// Shows the messages on the lines of a program that come from the input, or else, when there are
-/// faults, those on the others. Whether there is no fault.
-bool show_messages(const std::string& program, size_t first_line, size_t lines) {
-    const Json result = check_source("input", program);
-    Json own = Json::array();
-    Json others = Json::array();
-    for (Json message : result["messages"]) {
-        const bool about_program = message["kind"] == "entry" || message["kind"] == "unreached";
-        if (about_program) continue;
-        const auto line = message["line"].get<size_t>();
-        const bool is_own = line > first_line && line <= first_line + lines;
-        if (is_own) message["line"] = line - first_line;
-        if (is_own) message["end_line"] = message["end_line"].get<size_t>() - first_line;
-        if (is_own) own.push_back(message);
-        if (!is_own && message["severity"] == "fault") others.push_back(message);
+/// What is typed, as a program with all that the session knows.
+struct Typed {
+    std::string program;
+    size_t first_line = 0;  // of the program, the one before what was typed
+    size_t lines = 0;
+    bool has_expression = false;
+    Bundle bundle = {};  // made of the program
+};
+
+/// What is wrong in the files that a program uses. Whether nothing is.
+bool show_used(const Bundle& bundle, std::vector<std::vector<Message>> messages) {
+    messages.front().clear();
+    messages = only_faults(std::move(messages));
+    std::cout << shown_messages(bundle, messages);
+    return !has_faults(messages);
+}
+
+/// Shows the messages about what was typed, or else, when there are faults, about the rest. Whether
+/// nothing is in the way.
+bool show_messages(Typed& typed) {
+    const Files files = files_on_disk();
+    typed.bundle = read_bundle(files, "./session", typed.program, Reading::expression);
+    const auto messages = check_bundle(files, typed.bundle, Scope::program);
+    const Lines lines(typed.program);
+    std::string others;
+    bool told = false;
+    bool good = show_used(typed.bundle, messages);
+    for (Message message : messages.front()) {
+        constexpr std::array about_program{"entry", "unreached", "doomed", "unused_use"};
+        if (std::find(about_program.begin(), about_program.end(), message.kind) !=
+            about_program.end()) {
+            continue;
+        }
+        const bool may_come = message.kind == "alive" && !typed.has_expression &&
+                              message.range.begin < message.range.end;
+        if (may_come) message.severity = Severity::warning;
+        const bool is_fault = message.severity == Severity::fault;
+        good = good && !is_fault;
+        Placed placed(message, lines);
+        if (placed.line > typed.first_line && placed.line <= typed.first_line + typed.lines) {
+            placed.line -= typed.first_line;
+            placed.end_line -= typed.first_line;
+            told = told || is_fault;
+            std::cout << shown_message("input", placed);
+        } else if (is_fault) {
+            others += shown_message("session", placed);
+        }
     }
-    std::cout << shown_messages("input", own);
-    const bool faulty = result["faults"].get<size_t>() > 0;
-    const bool told = std::any_of(
-        own.begin(), own.end(), [](const Json& message) { return message["severity"] == "fault"; });
-    if (faulty && !told) std::cout << shown_messages("session", others);
-    return !faulty;
+    if (!told) std::cout << others;
+    return good;
 }
 
-bool defines(const Piece& piece) {
-    return piece.kind == PieceKind::definition && !piece.damaged && !is_letter(piece.key);
+/// An entry that uses names; operators are left out.
+std::string entry_of(const std::set<std::string>& keys) {
+    std::string entry;
+    for (const std::string& key : keys) {
+        const bool is_word = is_word_byte(static_cast<uint8_t>(key[0]));
+        if (is_word) entry += (entry.empty() ? "" : ";") + key;
+    }
+    return entry.empty() ? "0" : entry;
 }
 
-/// Takes definitions, and an expression in front of them if there is one.
+/// Whether a piece is a note of the definition behind it. At the prompt, it could be an expression.
+bool is_note_of_next(const Program& program, size_t piece) {
+    const auto& pieces = program.pieces;
+    const std::string_view written = program.written(pieces[piece].range);
+    return pieces[piece].kind == PieceKind::note && written.starts_with('[') &&
+           piece + 1 < pieces.size() && is_kept(pieces[piece + 1]);
+}
+
+/// What notes in a program say that it uses.
+std::vector<std::string> uses_in(const Program& program) {
+    std::vector<std::string> uses;
+    for (const ToolNote& note : tool_notes(program)) {
+        if (note.word != "use") continue;
+        for (const Word& word : words_of(program, note.body)) uses.push_back(word.text);
+    }
+    return uses;
+}
+
+void evaluate(const Typed& typed, Show show) {
+    const Packed packed = pack_expression(typed.bundle, typed.bundle.program(0));
+    std::cout << shown_messages(typed.bundle, packed.messages);
+    if (!has_faults(packed.messages)) evaluate(packed.text, show);
+}
+
+/// Takes definitions and what they use, and an expression in front of them if there is one.
 void take_input(const std::string& input, Show show) {
     // Behind an entry the first piece shows whether it is a definition.
     const Program program = read_program("0,\n" + input);
     std::set<std::string> keys;
     for (const Piece& piece : program.pieces) {
-        if (defines(piece)) keys.insert(piece.key);
+        if (is_kept(piece)) keys.insert(piece.key);
     }
-    const bool has_expression = program.pieces.size() < 2 || !defines(program.pieces[1]);
-    const auto lines = static_cast<size_t>(std::count(input.begin(), input.end(), '\n')) + 1;
-    const std::string whole = session.program(has_expression ? input : "0,\n" + input, keys);
-    if (!show_messages(whole, has_expression ? 0 : 1, lines)) return;
-    for (const Piece& piece : program.pieces) {
-        if (defines(piece)) session.define(piece.key, std::string(program.written(piece.range)));
+    Typed typed;
+    typed.has_expression =
+        program.pieces.size() < 2 || !(is_kept(program.pieces[1]) || is_note_of_next(program, 1) ||
+                                       is_tool_note(program, program.pieces[1]));
+    typed.lines = static_cast<size_t>(std::count(input.begin(), input.end(), '\n')) + 1;
+    typed.first_line = typed.has_expression ? 0 : 2;
+    const std::string before = typed.has_expression ? "" : entry_of(keys) + "\n,\n";
+    typed.program = notebook.program(before + input, keys);
+    if (!show_messages(typed)) return;
+    for (size_t i = 0; i < program.pieces.size(); ++i) {
+        if (is_kept(program.pieces[i])) notebook.define(definition_of(program, i));
     }
-    if (has_expression) evaluate(whole, show);
+    for (const std::string& use : uses_in(program)) notebook.use(use);
+    if (typed.has_expression) evaluate(typed, show);
 }
 
 std::string trimmed(const std::string& text) {
@@ -201,8 +164,8 @@ std::string trimmed(const std::string& text) {
     return text.substr(first, text.find_last_not_of(" \n,") + 1 - first);
 }
 
-/// Whether brackets are open at the end.
-bool is_unfinished(const std::string& text) {
+/// Whether no bracket is open at the end.
+bool is_whole(const std::string& text) {
     std::vector<char> open;
     for (const char c : text) {
         const bool in_bytes = !open.empty() && open.back() == '[';
@@ -210,22 +173,46 @@ bool is_unfinished(const std::string& text) {
         const bool closes = c == ']' || (!in_bytes && (c == ')' || c == '}'));
         if (closes && !open.empty() && open.back() == partner(c)) open.pop_back();
     }
-    return !open.empty();
+    return open.empty();
 }
 
 // Commands.
 
+/// What the session can name of the files that it uses.
+std::vector<Offer> used_names() {
+    const Files files = files_on_disk();
+    const Bundle bundle =
+        read_bundle(files, "./session", notebook.program("0"), Reading::expression);
+    std::vector<Offer> all = offers(files, bundle);
+    std::erase_if(all, [](const Offer& offer) { return offer.use.has_value(); });
+    return all;
+}
+
+/// Shows what a used file says of a name. Whether one does.
+bool show_used_name(const std::string& name) {
+    for (const Offer& offer : used_names()) {
+        if (offer.name != name) continue;
+        if (!offer.note.empty()) std::cout << "[" << offer.note << "]\n";
+        std::cout << offer.signature << "  from " << offer.origin << '\n';
+        return true;
+    }
+    return false;
+}
+
 void show_help(const std::string& name) {
+    const Definition* definition = notebook.find(name);
+    const std::string entry = reference_entry(name);
     if (name.empty()) {
         std::cout << help_text;
+    } else if (definition) {
+        if (!definition->note.empty()) std::cout << definition->note << '\n';
+        std::cout << definition->text << '\n';
+    } else if (show_used_name(name)) {
         return;
-    }
-    const std::string entry = reference_entry(name);
-    for (const Definition& one : session.definitions) {
-        if (one.key == name) std::cout << one.text << '\n';
-    }
-    if (!entry.empty()) {
+    } else if (!entry.empty()) {
         std::cout << name << '\n' << entry.substr(0, entry.find_last_not_of('\n') + 1) << '\n';
+    } else if (const auto shown = shown_name(files_on_disk(), name, PageForm::text)) {
+        std::cout << *shown;
     } else if (is_given(name)) {
         std::cout << ticked(name) << " has no entry.\n";
     } else {
@@ -233,35 +220,60 @@ void show_help(const std::string& name) {
     }
 }
 
+/// Names and texts as an argument of a command.
+void need(const std::string& command, const std::string& what) {
+    std::cout << command << " needs " << what << ".\n";
+}
+
+void forget(const std::string& names) {
+    if (names.empty()) return need(":forget", "the name of a definition");
+    std::istringstream words(names);
+    for (std::string name; words >> name;) {
+        if (!notebook.forget(name)) std::cout << "Nothing defines " << ticked(name) << ".\n";
+    }
+}
+
 void load_file(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        std::cout << "There is no file " << path << ".\n";
+    if (path.empty()) return need(":load", "the name of a file");
+    const FileText file = read_file(path);
+    if (!file.text) {
+        std::cout << file.why << '\n';
         return;
     }
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
-    const Json result = check_source(path, text);
-    if (result["faults"] > 0) {
-        std::cout << shown_messages(path, result["messages"]);
+    const Files files = files_on_disk();
+    const Bundle bundle = read_bundle(files, path, *file.text);
+    const auto messages = check_bundle(files, bundle, Scope::program);
+    if (has_faults(messages)) {
+        std::cout << shown_messages(bundle, messages);
         return;
     }
-    const Program program = read_program(text);
+    const Program& program = bundle.program(0);
+    for (const Use& use : bundle.sources.front().uses) {
+        const SourceFile& used = bundle.sources[*use.source];
+        const bool has_folder = used.path.find('/') != std::string::npos;
+        notebook.use(used.is_theme ? used.origin : has_folder ? used.path : "./" + used.path);
+    }
+    size_t count = 0;
     for (size_t i = 0; i < program.pieces.size(); ++i) {
-        const Piece& piece = program.pieces[i];
-        const bool counts = program.counts(i) && piece.kind == PieceKind::definition;
-        if (counts) session.define(piece.key, std::string(program.written(piece.range)));
+        if (!is_kept(program.pieces[i]) || !program.counts(i)) continue;
+        notebook.define(definition_of(program, i));
+        ++count;
     }
-    std::cout << program.definitions.size() << " definitions\n";
+    std::cout << count << (count == 1 ? " definition\n" : " definitions\n");
 }
 
 void save_file(const std::string& path) {
-    std::ofstream file(path, std::ios::binary);
-    file << session.program("a\\0") << '\n';
-    if (!file) {
-        std::cout << path << " can't be written.\n";
-        return;
+    if (path.empty()) return need(":save", "the name of a file");
+    const std::string folder = std::filesystem::path(path).parent_path().string();
+    const std::string program = notebook.program("a\\0", {}, folder.empty() ? "." : folder) + '\n';
+    const Formatted formatted = format_source(program);
+    const std::string why = write_file(path, formatted.text.value_or(program));
+    const size_t count = notebook.definitions.size();
+    if (!why.empty()) {
+        std::cout << why << '\n';
+    } else {
+        std::cout << count << (count == 1 ? " definition\n" : " definitions\n");
     }
-    std::cout << session.definitions.size() << " definitions\n";
 }
 
 /// Whether the session goes on.
@@ -272,10 +284,12 @@ bool take_command(const std::string& line) {
     if (command == ":quit") return false;
     if (command == ":help") {
         show_help(rest);
-    } else if (command == ":time") {
-        take_input(rest, Show::value_and_time);
-    } else if (command == ":steps") {
-        take_input(rest, Show::steps);
+    } else if (command == ":time" || command == ":steps") {
+        if (rest.empty()) need(command, "an expression");
+        if (!rest.empty())
+            take_input(rest, command == ":time" ? Show::value_and_time : Show::steps);
+    } else if (command == ":forget") {
+        forget(rest);
     } else if (command == ":load") {
         load_file(rest);
     } else if (command == ":save") {
@@ -286,77 +300,34 @@ bool take_command(const std::string& line) {
     return true;
 }
 
-// The terminal.
-
-char* next_completion(const char* begin, int state) {
-    static std::vector<std::string> names;
-    if (state == 0) {
-        names.clear();
-        for (const Definition& one : session.definitions) names.push_back(one.key);
-        for (const Builtin& row : builtin_table()) names.emplace_back(row.name);
-        std::erase_if(names, [&](const std::string& name) { return !name.starts_with(begin); });
-    }
-    const auto index = static_cast<size_t>(state);
-    return index < names.size() ? strdup(names[index].c_str()) : nullptr;
-}
-
-char** complete(const char* begin, int, int) {
-    rl_attempted_completion_over = 1;
-    return rl_completion_matches(begin, next_completion);
-}
-
-sigjmp_buf prompt_again;
-
-void leave_line(int) { siglongjmp(prompt_again, 1); }
-
-/// A line, or null at the end of the input. An interrupt drops what has been typed.
-char* read_line(const char* prompt) {
-    std::signal(SIGINT, leave_line);
-    char* line = readline(prompt);
-    std::signal(SIGINT, SIG_IGN);
-    return line;
-}
-
-std::string history_path() {
-    const char* home = std::getenv("HOME");
-    return home ? std::string(home) + "/.marl_lab_history" : std::string();
+std::vector<std::string> completions(std::string_view begin) {
+    std::vector<std::string> names;
+    for (const Definition& one : notebook.definitions) names.push_back(one.key);
+    for (const Offer& offer : used_names()) names.push_back(offer.name);
+    for (const Builtin& row : builtin_table()) names.emplace_back(row.name);
+    std::erase_if(names, [&](const std::string& name) { return !name.starts_with(begin); });
+    return names;
 }
 
 }  // namespace
 
-int run_repl() {
-    static std::string name = "marl-lab";
-    static std::string separators = " \n(){}[],;\\+-*/%^=<>#&|?:.@'~!\"$`0123456789";
-    rl_readline_name = name.data();
-    rl_basic_word_break_characters = separators.data();
-    rl_attempted_completion_function = complete;
-    using_history();
-    const std::string history = history_path();
-    if (!history.empty()) read_history(history.c_str());
-    std::cout << "marl. :help shows what can be typed.\n" << std::flush;
-
-    static std::string input;  // survives a jump
-    if (sigsetjmp(prompt_again, 1) != 0) {
-        input.clear();
-        std::cout << '\n' << std::flush;
-    }
-    while (char* line = read_line(input.empty() ? "> " : ". ")) {
-        if (!input.empty()) input += '\n';
-        input += line;
-        if (*line != '\0') add_history(line);
-        std::free(line);
-        if (is_unfinished(input)) continue;
-        const std::string whole = trimmed(input);
-        input.clear();
+int run_repl(const std::string& path) {
+    open_prompt(completions);
+    if (is_terminal()) std::cout << "marl. :help shows what can be typed.\n" << std::flush;
+    if (!path.empty()) load_file(path);
+    bool goes_on = true;
+    while (goes_on) {
+        std::cout << std::flush;
+        const auto input = read_input(is_whole);
+        if (!input) break;
+        const std::string whole = trimmed(*input);
         if (whole.starts_with(':')) {
-            if (!take_command(whole)) break;
+            goes_on = take_command(whole);
         } else if (!whole.empty()) {
             take_input(whole, Show::value);
         }
-        std::cout << std::flush;
     }
-    if (!history.empty()) write_history(history.c_str());
-    std::cout << '\n';
+    if (is_terminal()) std::cout << '\n';
     return 0;
 }
 

@@ -3,15 +3,14 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "lab/files.h"
 #include "lab/lab.h"
-#include "lab/message.h"
+#include "lab/packed_file.h"
 #include "lab/screen.h"
 
 namespace marl::lab {
@@ -22,30 +21,26 @@ namespace {
 struct Program {
     std::string path;
     std::vector<std::string> arguments;
+    std::string text = {};
 
-    std::string text() const {
-        std::ifstream file(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
+    /// Gives 0, or the status to end with when there is none to run.
+    int read() {
+        PackedFile packed = packed_file(path);
+        if (packed.text) text = std::move(*packed.text);
+        return packed.status;
     }
 };
 
 void add_program(CLI::App* command, Program& program) {
-    command->add_option("FILE", program.path, "The program")->required()->check(CLI::ExistingFile);
+    command->add_option("FILE", program.path, "The program; - is standard input")->required();
     command->add_option("ARGUMENT", program.arguments, "What the program gets");
     command->footer("Arguments of the program that begin with - stand behind --");
 }
 
 /// Shows why a run didn't end well. Gives the status for the process.
-int status_of(const Json& outcome, const Program& program) {
-    const auto report = outcome["report"].get<std::string>();
-    if (report.empty()) return outcome["status"].get<int>();
-    std::string shown;
-    if (!outcome["started"]) {
-        shown =
-            shown_messages(program.path, check_source(program.path, program.text())["messages"]);
-    }
-    const std::string& message = shown.empty() ? report : shown;
-    fwrite(message.data(), 1, message.size(), stderr);
+int status_of(const Ending& ending) {
+    if (ending.report.empty()) return static_cast<int>(ending.status);
+    fwrite(ending.report.data(), 1, ending.report.size(), stderr);
     return 1;
 }
 
@@ -60,22 +55,22 @@ struct StepsCommand {
     int run() const {
         Screen screen(output, colour);
         if (why) {
-            const Json result = why_z(program.text(), program.arguments);
+            const Why result = why_z(program.text, program.arguments);
             show_why(screen, result);
-            return result["started"] ? 0 : status_of(result, program);
+            return result.started ? 0 : status_of(result);
         }
         if (only.empty()) {
-            const Emit emit = [&](const Json& state) { show_state(screen, state); };
-            return status_of(run_steps(program.text(), program.arguments, options, emit), program);
+            const auto tell = [&](const Step& step) { show_step(screen, step); };
+            return status_of(run_steps(program.text, program.arguments, options, tell));
         }
         bool any = false;
-        const Emit emit = [&](const Json& call) {
+        const auto tell = [&](const CallLine& call) {
             any = true;
             show_call(screen, call);
         };
-        const Json outcome = run_calls(program.text(), program.arguments, only, options.full, emit);
-        if (!any && outcome["started"]) screen.line("Nothing calls " + only + ".");
-        return status_of(outcome, program);
+        const Ending ending = run_calls(program.text, program.arguments, only, options.full, tell);
+        if (!any && ending.started) screen.line("Nothing calls " + only + ".");
+        return status_of(ending);
     }
 };
 
@@ -87,39 +82,54 @@ struct ProfileCommand {
 
     int run() const {
         int status = 0;
-        const Emit emit = [&](const Json& result) {
-            if (result["started"]) show(result);
-            status = status_of(result, program);
-        };
-        profile(program.text(), program.arguments, emit);
+        profile(program.text, program.arguments, [&](const Profiled& result) {
+            status = status_of(result);
+            if (result.started && !show(result)) status = 2;
+        });
         return status;
     }
 
-    void show(const Json& result) const {
-        if (!folded.empty()) std::ofstream(folded) << result["folded"].get<std::string>();
-        std::vector<Json> rows = result["rows"];
-        std::stable_sort(rows.begin(), rows.end(), [&](const Json& a, const Json& b) {
-            if (sort == "name" || a[sort] == b[sort]) return a["name"] < b["name"];
-            return a[sort] > b[sort];
+    /// Whether all of it could be written.
+    bool show(const Profiled& result) const {
+        const std::string why = folded.empty() ? "" : write_file(folded, result.folded);
+        if (!why.empty()) fprintf(stderr, "marl-lab: %s\n", why.c_str());
+        std::vector<ProfileRow> rows = result.rows;
+        std::sort(rows.begin(), rows.end(), [&](const ProfileRow& a, const ProfileRow& b) {
+            return std::pair(-weight(a), a.name) < std::pair(-weight(b), b.name);
         });
         Screen screen(output, "never");
         screen.line("     calls       steps       nodes    self ms   below ms  name");
-        for (const Json& row : rows) screen.line(row_text(row));
+        for (const ProfileRow& row : rows) screen.line(row_text(row));
+        return why.empty();
     }
 
-    static std::string row_text(const Json& row) {
+    /// What the rows are sorted by, the largest first.
+    double weight(const ProfileRow& row) const {
+        if (sort == "self") return row.self;
+        if (sort == "below") return row.below;
+        if (sort == "calls") return static_cast<double>(row.calls);
+        if (sort == "steps") return static_cast<double>(row.steps);
+        if (sort == "nodes") return static_cast<double>(row.nodes);
+        return 0;
+    }
+
+    static std::string row_text(const ProfileRow& row) {
         char numbers[100];
         snprintf(numbers, sizeof numbers, "%10lld  %10lld  %10lld %10.3f %10.3f  ",
-                 row["calls"].get<long long>(), row["steps"].get<long long>(),
-                 row["nodes"].get<long long>(), row["self"].get<double>() * 1000,
-                 row["below"].get<double>() * 1000);
-        return numbers + on_one_line(row["name"].get<std::string>());
+                 static_cast<long long>(row.calls), static_cast<long long>(row.steps),
+                 static_cast<long long>(row.nodes), row.self * 1000, row.below * 1000);
+        return numbers + on_one_line(row.name);
     }
 };
 
 constexpr const char* output_help = "Write there, and leave standard output to the program";
 
 }  // namespace
+
+void add_colour(CLI::App* command, std::string& when) {
+    command->add_option("--color", when, "When to use colours")
+        ->check(CLI::IsMember({"auto", "always", "never"}));
+}
 
 void add_steps(CLI::App& lab, int& status) {
     const auto steps = std::make_shared<StepsCommand>();
@@ -135,9 +145,11 @@ void add_steps(CLI::App& lab, int& status) {
         ->excludes(only);
     command->add_flag("--full", steps->options.full, "Don't shorten long values");
     command->add_option("-o,--output", steps->output, output_help);
-    command->add_option("--color", steps->colour, "When to use colours")
-        ->check(CLI::IsMember({"auto", "always", "never"}));
-    command->callback([steps, &status] { status = steps->run(); });
+    add_colour(command, steps->colour);
+    command->callback([steps, &status] {
+        status = steps->program.read();
+        if (status == 0) status = steps->run();
+    });
 }
 
 void add_profile(CLI::App& lab, int& status) {
@@ -152,7 +164,10 @@ void add_profile(CLI::App& lab, int& status) {
     command->add_option("--sort", options->sort, "The column to sort by")
         ->check(CLI::IsMember({"self", "below", "calls", "steps", "nodes", "name"}));
     command->add_option("-o,--output", options->output, output_help);
-    command->callback([options, &status] { status = options->run(); });
+    command->callback([options, &status] {
+        status = options->program.read();
+        if (status == 0) status = options->run();
+    });
 }
 
 }  // namespace marl::lab

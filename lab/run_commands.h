@@ -1,14 +1,19 @@
 // The commands that run a program: steps and profile, on the command line.
 #pragma once
 
+#include <string>
+
 namespace CLI {
 class App;
 }
 
 namespace marl::lab {
 
+/// Tells the command line about --color.
+void add_colour(CLI::App* command, std::string& when);
+
 /// Tell the command line about the command. What the process is to end with goes to `status`: the
-/// program's own status, or 1 when it is at fault.
+/// program's own status, 1 when it is at fault, or 2 when it can't be read.
 void add_steps(CLI::App& lab, int& status);
 void add_profile(CLI::App& lab, int& status);
 

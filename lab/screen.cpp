@@ -3,8 +3,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
-#include <nlohmann/json.hpp>
+#include <cstring>
 #include <utility>
 
 namespace marl::lab {
@@ -16,31 +17,38 @@ std::string padded(std::string text, size_t width, bool to_right = false) {
     return to_right ? std::string(missing, ' ') + text : text + std::string(missing, ' ');
 }
 
-std::string number_of(const Json& line) { return padded(line["n"].dump(), 6, true) + "  "; }
+std::string shown_number(int64_t number) { return padded(std::to_string(number), 6, true) + "  "; }
 
-std::string link_text(const Screen& screen, const Json& link) {
-    const auto kind = link["kind"].get<std::string>();
-    const auto call = on_one_line(link["call"].get<std::string>());
-    if (kind == "literal") return "Z is written in " + screen.strong(call);
-    return screen.strong(call) + " = Z";
+std::string link_text(const Screen& screen, const Link& link) {
+    const std::string call = screen.strong(on_one_line(link.call));
+    return link.kind == std::string_view("literal") ? "Z is written in " + call : call + " = Z";
 }
 
 }  // namespace
 
-Screen::Screen(const std::string& path, const std::string& colour) {
+bool has_colours(FILE* file, const std::string& when) {
+    const char* unwanted = getenv("NO_COLOR");
+    if (when != "auto") return when == "always";
+    return (!unwanted || *unwanted == '\0') && isatty(fileno(file));
+}
+
+Screen::Screen(const std::string& path, const std::string& colour) : path_(path) {
     if (!path.empty()) file_ = fopen(path.c_str(), "w");
-    if (!file_) {
-        fprintf(stderr, "marl-lab: can't write to %s\n", path.c_str());
-        exit(1);
-    }
-    const bool wanted = !getenv("NO_COLOR") && isatty(fileno(file_));
-    colours_ = colour == "always" || (colour == "auto" && wanted);
+    if (!file_) give_up();
+    colours_ = has_colours(file_, colour);
+}
+
+/// Not by exit: what the process does at its end may come here again.
+void Screen::give_up() const {
+    const std::string name = path_.empty() ? "Standard output" : path_;
+    fprintf(stderr, "marl-lab: %s can't be written: %s.\n", name.c_str(), strerror(errno));
+    _exit(2);
 }
 
 void Screen::line(const std::string& text) {
     fwrite(text.data(), 1, text.size(), file_);
     fputc('\n', file_);
-    fflush(file_);
+    if (fflush(file_) != 0) give_up();
 }
 
 std::string Screen::in(const std::string& text, const char* colour, const char* before,
@@ -64,43 +72,38 @@ std::string on_one_line(const std::string& text) {
     return line;
 }
 
-void show_state(Screen& screen, const Json& state) {
-    const auto line = state["line"].get<std::string>();
-    const auto begin = state["redex"]["start"].get<size_t>();
-    const auto length = state["redex"]["length"].get<size_t>();
-    auto rule = state["rule"].get<std::string>();
-    if (state.contains("name")) rule += ' ' + state["name"].get<std::string>();
-    const std::string nested(2 * state["run"].get<size_t>(), ' ');
-    screen.line(screen.faint(number_of(state)) + screen.word(padded(on_one_line(rule), 16)) + "  " +
-                nested + on_one_line(line.substr(0, begin)) +
-                screen.strong(on_one_line(line.substr(begin, length))) +
-                on_one_line(line.substr(begin + length)));
+void show_step(Screen& screen, const Step& step) {
+    const std::string rule = step.name.empty() ? step.rule : step.rule + (' ' + step.name);
+    const std::string nested(2 * static_cast<size_t>(step.nesting), ' ');
+    const auto part = [&](size_t begin, size_t end) {
+        return on_one_line(step.line.substr(begin, end - begin));
+    };
+    screen.line(screen.faint(shown_number(step.number)) +
+                screen.word(padded(on_one_line(rule), 16)) + "  " + nested +
+                part(0, step.redex.begin) + screen.strong(part(step.redex.begin, step.redex.end)) +
+                part(step.redex.end, step.line.size()));
 }
 
-void show_call(Screen& screen, const Json& call) {
+void show_call(Screen& screen, const CallLine& call) {
     constexpr size_t most = 40;
-    const auto depth = call["depth"].get<size_t>();
-    std::string indent(2 * std::min(depth, most), ' ');
-    if (depth > most) indent += '(' + std::to_string(depth) + ") ";
-    const bool is_call = call.contains("call");
-    const auto text = on_one_line(call[is_call ? "call" : "answer"].get<std::string>());
-    screen.line(screen.faint(number_of(call)) + indent +
-                (is_call ? text : screen.faint("= ") + screen.word(text)));
+    std::string indent(2 * std::min(call.depth, most), ' ');
+    if (call.depth > most) indent += '(' + std::to_string(call.depth) + ") ";
+    const std::string text = on_one_line(call.text);
+    screen.line(screen.faint(shown_number(call.number)) + indent +
+                (call.is_answer ? screen.faint("= ") + screen.word(text) : text));
 }
 
-void show_why(Screen& screen, const Json& why) {
-    if (why["result"].get<std::string>().empty()) return;
-    const Json& chain = why["chain"];
-    screen.line("The result is " + on_one_line(why["result"].get<std::string>()));
-    if (chain.empty()) return screen.line("No step has made a Z that is in it.");
+void show_why(Screen& screen, const Why& why) {
+    if (why.result.empty()) return;
+    screen.line("The result is " + on_one_line(why.result));
+    if (why.chain.empty()) return screen.line("No step has made a Z that is in it.");
     bool first = true;
-    for (const Json& link : chain) {
-        screen.line(screen.faint(number_of(link)) + (first ? "" : "then ") +
+    for (const Link& link : why.chain) {
+        screen.line(screen.faint(shown_number(link.number)) + (first ? "" : "then ") +
                     link_text(screen, link));
-        if (std::exchange(first, false)) {
-            for (const Json& call : link["within"]) {
-                screen.line("          in " + on_one_line(call.get<std::string>()));
-            }
+        if (!std::exchange(first, false)) continue;
+        for (const std::string& call : link.within) {
+            screen.line("          in " + on_one_line(call));
         }
     }
 }

@@ -1,4 +1,4 @@
-// How the commands that run a program show on a terminal what the JSON of lab.h says.
+// How the commands that run a program show on a terminal what they tell.
 #pragma once
 
 #include <cstdio>
@@ -11,8 +11,8 @@ namespace marl::lab {
 /// Where lines go, and how they look there.
 class Screen {
   public:
-    /// On a file, or on standard output when `path` is empty; a file that can't be written ends the
-    /// process. `colour` is "auto", "always" or "never".
+    /// On a file, or on standard output when `path` is empty. What can't be written ends the
+    /// process with the status 2.
     Screen(const std::string& path, const std::string& colour);
 
     /// Each line goes out at once, behind what the program has written.
@@ -28,16 +28,22 @@ class Screen {
     std::string in(const std::string& text, const char* colour, const char* before,
                    const char* behind) const;
 
+    [[noreturn]] void give_up() const;
+
+    const std::string path_;
     FILE* file_ = stdout;
     bool colours_ = false;
 };
 
+/// Whether what is written to a file has colours: `when` is "auto", "always" or "never". The
+/// environment's NO_COLOR is heard, and with "auto" only a terminal gets any.
+bool has_colours(FILE* file, const std::string& when);
+
 /// A text on one line: control bytes as their pictures.
 std::string on_one_line(const std::string& text);
 
-/// Each takes what `run_steps` and `run_calls` emit, and what `why_z` gives.
-void show_state(Screen& screen, const Json& state);
-void show_call(Screen& screen, const Json& call);
-void show_why(Screen& screen, const Json& why);
+void show_step(Screen& screen, const Step& step);
+void show_call(Screen& screen, const CallLine& call);
+void show_why(Screen& screen, const Why& why);
 
 }  // namespace marl::lab

@@ -1,7 +1,6 @@
 #include "lab/shown.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
@@ -120,19 +119,20 @@ std::string shown(Node* expression, const Room& room) {
     return printed(shortened(expression, room));
 }
 
-Json Trees::tree_of(Node* node) {
+Tree Trees::tree_of(Node* node) {
     // A shortened expression is not deep.
     if (!is_leaf(node)) {
         for (const auto& [known, id] : seen_) {
-            if (known == node) return {{"id", id}, {"again", true}};
+            if (known == node) return {id, true, {}, {}};
         }
     }
     const int id = next_++;
-    if (is_leaf(node)) return {{"id", id}, {"leaf", printed(node)}};
+    if (is_leaf(node)) return {id, false, printed(node), {}};
     seen_.emplace_back(node, id);
-    Json function = tree_of(left(node));
-    Json argument = tree_of(right(node));
-    return {{"id", id}, {"of", Json::array({std::move(function), std::move(argument)})}};
+    Tree tree{id, false, {}, {}};
+    tree.of.push_back(tree_of(left(node)));
+    tree.of.push_back(tree_of(right(node)));
+    return tree;
 }
 
 }  // namespace marl::lab

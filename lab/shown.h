@@ -30,12 +30,10 @@ Value shortened_context(Node* context, int64_t frames, const Room& room);
 /// The printed form of what `shortened` gives.
 std::string shown(Node* expression, const Room& room = {});
 
-/// An expression as a tree: {"id", "leaf": TEXT} or {"id", "of": [FUNCTION, ARGUMENT]}. A Pair that
-/// has been in the tree before is {"id", "again": true}: it is the same node as the one with that
-/// id.
+/// Makes the trees of a state.
 class Trees {
   public:
-    Json tree_of(Node* expression);
+    Tree tree_of(Node* expression);
 
   private:
     std::vector<std::pair<Node*, int>> seen_;

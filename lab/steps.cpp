@@ -1,6 +1,5 @@
 // The reduction as a row of states, and the calls of one name in it.
 #include <algorithm>
-#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "lab/lab.h"
@@ -69,7 +68,7 @@ std::string name_of_head(const State& state) {
     }
 }
 
-Json json_of(const State& state, const Room& room, bool with_trees) {
+Step step_of(const State& state, const Room& room, bool with_trees) {
     const Value context = shortened_context(state.context, state.frames, room);
     const Value focus = shortened(state.focus, room);
     const std::string context_text = printed(context);
@@ -79,42 +78,42 @@ Json json_of(const State& state, const Room& room, bool with_trees) {
     size_t begin = context_text.size() + 3;
     if (state.last) begin = line.size();
     if (taken > 0) begin = place_of_frame(context, taken);
-    Json step = {{"n", state.number},
-                 {"run", state.nesting},
-                 {"rule", word_of(state)},
-                 {"line", line},
-                 {"redex", {{"start", begin}, {"length", line.size() - begin}}}};
-    if (state.head) step["name"] = name_of_head(state);
+    Step step{state.number, state.nesting, word_of(state), {}, line, {begin, line.size()}, {}, {}};
+    if (state.head) step.name = name_of_head(state);
     if (with_trees) {
         Trees trees;
-        step["context"] = trees.tree_of(context);
-        step["focus"] = trees.tree_of(focus);
+        step.context = trees.tree_of(context);
+        step.focus = trees.tree_of(focus);
     }
     return step;
 }
 
+using TellStep = std::function<void(const Step&)>;
+using TellCall = std::function<void(const CallLine&)>;
+
 class States : public Watcher {
   public:
-    States(StepsOptions options, const Emit& emit) : options_(std::move(options)), emit_(emit) {}
+    States(StepsOptions options, const TellStep& tell)
+        : options_(std::move(options)), tell_(tell) {}
 
   private:
     bool at(State& state, Value&) override {
         if (state.number < options_.from) return true;
-        if (options_.count >= 0 && emitted_++ >= options_.count) return false;
-        emit_(json_of(state, options_.full ? unlimited : Room{}, options_.trees));
+        if (options_.count >= 0 && told_++ >= options_.count) return false;
+        tell_(step_of(state, options_.full ? unlimited : Room{}, options_.trees));
         if (state.symbol && state.symbol->name == String(options_.until)) return false;
-        return options_.count < 0 || emitted_ < options_.count;
+        return options_.count < 0 || told_ < options_.count;
     }
 
     const StepsOptions options_;
-    const Emit& emit_;
-    int64_t emitted_ = 0;
+    const TellStep& tell_;
+    int64_t told_ = 0;
 };
 
 class Calls : public Watcher {
   public:
-    Calls(std::string_view name, bool full, const Emit& emit)
-        : name_(name), room_(full ? unlimited : Room{}), emit_(emit) {}
+    Calls(std::string_view name, bool full, const TellCall& tell)
+        : name_(name), room_(full ? unlimited : Room{}), tell_(tell) {}
 
   private:
     bool at(State& state, Value&) override {
@@ -133,44 +132,33 @@ class Calls : public Watcher {
     }
 
     void on_entered(const State& state) override {
-        emit_(
-            {{"n", state.number}, {"depth", calls.size() - 1}, {"call", call_text(state, room_)}});
+        tell_({state.number, calls.size() - 1, false, call_text(state, room_)});
     }
 
     void on_left(const State& state, const Call&, Node* answer) override {
-        if (!answer) return;
-        emit_({{"n", state.number}, {"depth", calls.size()}, {"answer", shown(answer, room_)}});
+        if (answer) tell_({state.number, calls.size(), true, shown(answer, room_)});
     }
 
     const std::string name_;
     const Room room_;
-    const Emit& emit_;
+    const TellCall& tell_;
     Symbol* wanted_ = nullptr;
 };
 
 }  // namespace
 
-Json run_steps(std::string_view text, const std::vector<std::string>& arguments,
-               const StepsOptions& options, const Emit& emit) {
-    States states(options, emit);
+Ending run_steps(std::string_view text, const std::vector<std::string>& arguments,
+                 const StepsOptions& options, const TellStep& tell) {
+    States states(options, tell);
     const Outcome outcome = run_watched(text, arguments, states);
-    return json_of(outcome, states);
+    return ending_of(outcome, states);
 }
 
-Json trace(std::string_view text, const std::vector<std::string>& arguments,
-           const StepsOptions& options) {
-    Json steps = Json::array();
-    Json result =
-        run_steps(text, arguments, options, [&](const Json& step) { steps.push_back(step); });
-    result["steps"] = std::move(steps);
-    return result;
-}
-
-Json run_calls(std::string_view text, const std::vector<std::string>& arguments,
-               std::string_view name, bool full, const Emit& emit) {
-    Calls calls(name, full, emit);
+Ending run_calls(std::string_view text, const std::vector<std::string>& arguments,
+                 std::string_view name, bool full, const TellCall& tell) {
+    Calls calls(name, full, tell);
     const Outcome outcome = run_watched(text, arguments, calls);
-    return json_of(outcome, calls);
+    return ending_of(outcome, calls);
 }
 
 }  // namespace marl::lab

@@ -1,26 +1,11 @@
-// Looking at expressions, with a work list in place of recursion.
+// Looking at expressions as they were written.
 #pragma once
 
 #include <string_view>
-#include <vector>
 
-#include "value/value.h"
+#include "value/walk.h"
 
 namespace marl::lab {
-
-/// Calls `see(Node*)` for every node of an expression, parents before children, left before right.
-template <class See>
-void for_each_node(Node* root, See see) {
-    std::vector<Node*> rest{root};
-    while (!rest.empty()) {
-        Node* node = rest.back();
-        rest.pop_back();
-        see(node);
-        if (is_leaf(node)) continue;
-        rest.push_back(right(node));
-        rest.push_back(left(node));
-    }
-}
 
 /// An operator applied to two operands: ((op a) b).
 struct Infix {

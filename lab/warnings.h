@@ -4,22 +4,14 @@
 // [lab: off NAME... in DEFINITION...] for some definitions, TOP being the entry.
 #pragma once
 
-#include <span>
-#include <string_view>
 #include <vector>
 
-#include "lab/program.h"
-#include "lab/reach.h"
+#include "lab/look.h"
 
 namespace marl::lab {
 
-struct Warning {
-    std::string_view name;
-    std::string_view about;  // a line for who looks them up
-};
-
-/// All that there are, in the order of the documents.
-std::span<const Warning> warning_table();
+/// All that there are, in the order of their names.
+const std::vector<Warning>& warning_table();
 
 /// In no particular order. Where there are faults, what may be their consequence is left out.
 std::vector<Message> find_warnings(const Program& program, const Reach& reach,

@@ -9,7 +9,6 @@
 // holds are given up from time to time.
 #include <algorithm>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -18,6 +17,7 @@
 #include "lab/observe.h"
 #include "lab/shown.h"
 #include "reduce/analysis.h"
+#include "value/walk.h"
 
 namespace marl::lab {
 
@@ -52,21 +52,15 @@ class Origins {
 
     /// The origin of the first Z with one in an expression, in reading order.
     OriginRef inside(Node* expression, size_t most_nodes) const {
-        std::vector<Node*> rest{expression};
         std::unordered_set<Node*> seen;
-        while (!rest.empty() && seen.size() < most_nodes) {
-            Node* node = rest.back();
-            rest.pop_back();
-            if (!node || !seen.insert(node).second) continue;
-            if (OriginRef origin = of(node)) return origin;
-            if (!is_leaf(node)) {
-                rest.push_back(right(node));
-                rest.push_back(left(node));
-            } else if (is_leaf_of(node, '\n')) {
-                for (int64_t i = span_of(node); i > 0; --i) rest.push_back(cray_slot(node, i - 1));
-            }
-        }
-        return nullptr;
+        OriginRef found;
+        walk<ChildrenAndElements>(expression, [&](Node* node) {
+            if (seen.size() == most_nodes) return Go::out;
+            if (!seen.insert(node).second) return Go::past;
+            found = of(node);
+            return found ? Go::out : Go::in;
+        });
+        return found;
     }
 
   private:
@@ -202,13 +196,10 @@ class Tracing : public Watcher {
     std::string result_;
 };
 
-Json chain_of(OriginRef origin) {
-    Json chain = Json::array();
+std::vector<Link> chain_of(OriginRef origin) {
+    std::vector<Link> chain;
     for (; origin; origin = origin->cause) {
-        chain.push_back({{"n", origin->number},
-                         {"kind", origin->kind},
-                         {"call", origin->call},
-                         {"within", origin->within}});
+        chain.push_back({origin->number, origin->kind, origin->call, origin->within});
     }
     std::reverse(chain.begin(), chain.end());
     return chain;
@@ -216,12 +207,10 @@ Json chain_of(OriginRef origin) {
 
 }  // namespace
 
-Json why_z(std::string_view text, const std::vector<std::string>& arguments) {
+Why why_z(std::string_view text, const std::vector<std::string>& arguments) {
     Tracing tracing;
-    Json result = json_of(run_watched(text, arguments, tracing), tracing);
-    result["result"] = tracing.result();
-    result["chain"] = chain_of(tracing.origin_of_result());
-    return result;
+    const Outcome outcome = run_watched(text, arguments, tracing);
+    return {ending_of(outcome, tracing), tracing.result(), chain_of(tracing.origin_of_result())};
 }
 
 }  // namespace marl::lab

@@ -11,6 +11,7 @@
 
 #include "number/convert.h"
 #include "reduce/analysis.h"
+#include "value/rebuild.h"
 #include "value/resize.h"
 
 namespace marl {
@@ -346,18 +347,11 @@ int64_t zits_size(Node* x) { return is_leaf(x) ? length(x) : zits_text(x).length
 
 Value zits_tree(Node* x) {
     TreeBuilder builder;
-    std::vector<Node*> rest{x};  // null: join what is built
-    while (!rest.empty()) {
-        Node* node = rest.back();
-        rest.pop_back();
-        if (!node) {
-            builder.join();
-        } else if (is_leaf(node)) {
-            builder.push_text(leaf_bytes(node));
-        } else {
-            rest.insert(rest.end(), {nullptr, right(node), left(node)});
-        }
-    }
+    const auto begin = [&](Node* node) {
+        if (is_leaf(node)) builder.push_text(leaf_bytes(node));
+        return !is_leaf(node);
+    };
+    walk_both_ways(x, begin, [&](Node*) { builder.join(); });
     return builder.pop();
 }
 
@@ -375,24 +369,11 @@ Node* tree_in_form(Node* x) {
 }
 
 Value zits_expand(Node* x) {
-    std::vector<Value> finished;
-    std::vector<Node*> rest{x};  // null: pair what is finished
-    while (!rest.empty()) {
-        Node* node = rest.back();
-        rest.pop_back();
-        if (!node) {
-            Value right_part = std::move(finished.back());
-            finished.pop_back();
-            finished.back() = pair(std::move(finished.back()), std::move(right_part));
-        } else if (is_leaf(node)) {
-            finished.push_back(expand_leaf(node));
-        } else if (is_code_of_byte(right(node))) {
-            finished.push_back(zits_flatten(Value::share(node)));
-        } else {
-            rest.insert(rest.end(), {nullptr, right(node), left(node)});
-        }
-    }
-    return std::move(finished.back());
+    const auto image = [](Node* node) {
+        if (is_leaf(node)) return expand_leaf(node);
+        return is_code_of_byte(right(node)) ? zits_flatten(Value::share(node)) : Value();
+    };
+    return rebuild(x, image, pair);
 }
 
 }  // namespace marl

@@ -7,8 +7,8 @@
 // each one in its own stack entry. Where there are too few, the arguments are reduced for both, and
 // make a partial application, which is a value.
 //
-// A call runs the code of the definition (reduce/execute.h), which keeps the loop to itself as long
-// as it can.
+// A call runs the code of the definition (reduce/run_code.h), which keeps the loop to itself as
+// long as it can.
 #include "reduce/machine.h"
 
 #include "reduce/build.h"

@@ -149,6 +149,19 @@ class Grammar(unittest.TestCase):
                                      f"{word[0]} at {word.start()}: {scope}")
 
 
+class Indentation(unittest.TestCase):
+    def test_what_a_line_begins_stands_further_in(self):
+        rules = json.loads((ROOT / "editors/vscode/language-configuration.json").read_text())
+        more, less = (re.compile(rules["indentationRules"][f"{name}IndentPattern"])
+                      for name in ("increase", "decrease"))
+        for line, begins, ends in [
+                ("a\\", True, False), ("next()\\ ", True, False), ("go\\x\\y\\", True, False),
+                ("  f(", True, False), ("inc\\n\\n+1,", False, False), ("  show x;", False, False),
+                ("[note\\", False, False), ("  )(x)", False, True), ("  x{1}", False, False)]:
+            with self.subTest(line):
+                self.assertEqual((bool(more.search(line)), bool(less.search(line))), (begins, ends))
+
+
 if __name__ == "__main__":
     del sys.argv[1]
     unittest.main()

@@ -17,6 +17,7 @@ DOCUMENTS = "share/doc/marl"
 EXPECTED = ["bin/marl", "share/man/man1/marl.1.gz", f"{DOCUMENTS}/README.md", f"{DOCUMENTS}/copyright",
             f"{DOCUMENTS}/docs/guide.md", f"{DOCUMENTS}/docs/snippets/01-hello.marl",
             "share/marl/editors/vim/syntax/marl.vim", "share/marl/editors/vscode/package.json"]
+EXPECTED_WITH_LAB = ["libexec/marl/marl-lab-run", "share/marl/base.marl"]
 
 
 def run(*command):
@@ -31,7 +32,9 @@ class Installation(unittest.TestCase):
         run("cmake", "--install", MARL.parent, "--prefix", self.prefix)
 
     def test_everything_is_in_its_place(self):
-        missing = [name for name in EXPECTED if not (self.prefix / name).is_file()]
+        has_lab = (self.prefix / "bin/marl-lab").is_file()
+        expected = EXPECTED + (EXPECTED_WITH_LAB if has_lab else [])
+        missing = [name for name in expected if not (self.prefix / name).is_file()]
         self.assertEqual(missing, [])
 
     def test_the_installed_marl_runs_an_installed_example(self):

@@ -3,8 +3,7 @@
 
     generate_editors.py [--check]
 
-The names are those that tests/unit/registry_test.cpp promises; that test holds them equal to the
-table of built-ins, whose rows are spread over the families and partly written by macros. With
+The names are those of docs/reference.json, which a test holds equal to the table of built-ins. With
 --check nothing is written, and a file that differs from what would be is a failure.
 """
 import json
@@ -20,9 +19,8 @@ GRAMMAR = ROOT / "editors/vscode/syntaxes/marl.tmLanguage.json"
 
 def builtin_names():
     """All names, in alphabetical order."""
-    text = (ROOT / "tests/unit/registry_test.cpp").read_text()
-    table = re.search(r"promised\[\] = \{(.*?)\n\};", text, re.DOTALL).group(1)
-    return sorted(" ".join(re.findall(r'"([^"]*)"', table)).split())
+    reference = json.loads((ROOT / "docs/reference.json").read_text())
+    return sorted(each["name"] for each in reference["entries"] if each["kind"] == "built-in")
 
 
 def vim_syntax(text, names):

@@ -4,22 +4,33 @@ const vscode = require("vscode");
 
 let client;
 
-exports.activate = async function () {
-  let library;
-  try {
-    library = require("vscode-languageclient/node");
-  } catch {
-    return; // `npm install` in this folder brings it
-  }
+function makeClient() {
+  const { LanguageClient } = require("vscode-languageclient/node");
   const command = vscode.workspace.getConfiguration("marl").get("server");
   const server = { command, args: ["serve"] };
-  const selector = { documentSelector: [{ language: "marl" }] };
-  client = new library.LanguageClient("marl", "marl", server, selector);
+  return new LanguageClient("marl", "marl", server, { documentSelector: [{ language: "marl" }] });
+}
+
+async function start() {
   try {
+    client = makeClient();
     await client.start();
   } catch (fault) {
-    vscode.window.showWarningMessage(`marl: ${command} can't be started (${fault.message})`);
+    client = undefined;
+    vscode.window.showWarningMessage(`marl: the language server can't be started (${fault.message})`);
   }
+}
+
+async function restart() {
+  const old = client;
+  client = undefined;
+  await old?.stop().catch(() => {}); // a server that is gone can't be stopped
+  await start();
+}
+
+exports.activate = async function (context) {
+  context.subscriptions.push(vscode.commands.registerCommand("marl.restart", restart));
+  await start();
 };
 
 exports.deactivate = () => client?.stop();

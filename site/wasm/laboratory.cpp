@@ -1,15 +1,21 @@
 // The commands of the laboratory for a page: JSON in, JSON out.
 //
 // A request is an object with "command", "text", and what else the command takes. The answer is
-// what lab/lab.h describes, with what a command tells as it comes gathered in it. A program that is
-// watched may end the process; then what was told so far is the answer, which so outlives it.
-#include <nlohmann/json.hpp>
+// what lab/json.h makes of the command's, with what it tells as it comes gathered in it. A program
+// that is watched may end the process; then what was told so far is the answer, which so outlives
+// it.
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "lab/json.h"
 #include "lab/lab.h"
 #include "lab/observe.h"
+#include "lab/shown.h"
+#include "reduce/tables.h"
+
+/// Told by the page's side of the module.
+extern "C" void marl_progress(double state);
 
 namespace marl::lab {
 
@@ -23,10 +29,22 @@ void steps(const std::string& text, const Arguments& arguments, const Json& requ
     StepsOptions options;
     options.from = request.value("from", int64_t{0});
     options.count = request.value("count", int64_t{100});
-    options.trees = true;
+    options.full = request.value("full", false);
+    options.trees = !options.full;
     answer["steps"] = Json::array();
-    const Emit gather = [](const Json& step) { answer["steps"].push_back(step); };
-    answer.update(run_steps(text, arguments, options, gather));
+    const auto gather = [](const Step& step) { answer["steps"].push_back(json_of(step)); };
+    answer.update(json_of(run_steps(text, arguments, options, gather)));
+}
+
+/// The state that the run is at.
+int64_t current = 0;
+
+/// Tells the page now and then how far the run is.
+constexpr int64_t between_tidings = 1 << 16;
+
+void note(const State& state) {
+    current = state.number;
+    if (state.number % between_tidings == 0) marl_progress(static_cast<double>(state.number));
 }
 
 /// Goes through a run without telling its states.
@@ -37,6 +55,7 @@ class Walk : public Watcher {
 
   private:
     bool at(State& state, Value&) override {
+        note(state);
         answer["last"] = state.number;
         const bool wanted = state.symbol && state.symbol->name.view() == name_;
         if (wanted && state.number >= from_) {
@@ -56,7 +75,48 @@ class Walk : public Watcher {
 void walk(const std::string& text, const Arguments& arguments, const Json& request) {
     Walk walk(request.value("from", int64_t{0}), request.value("limit", INT64_MAX),
               request.value("name", std::string()));
-    answer.update(json_of(run_watched(text, arguments, walk), walk));
+    answer.update(json_of(ending_of(run_watched(text, arguments, walk), walk)));
+}
+
+/// The calls of one name, or of all that the program defines.
+class Calls : public Watcher {
+  public:
+    Calls(std::string name, size_t limit) : name_(std::move(name)), limit_(limit) {
+        answer["calls"] = Json::array();
+    }
+
+  private:
+    bool at(State& state, Value&) override {
+        note(state);
+        leave_calls(state);
+        if (state.symbol && is_wanted(*state.symbol)) enter_call(state);
+        return answer["calls"].size() < limit_;
+    }
+
+    bool is_wanted(const Symbol& symbol) const {
+        if (!name_.empty()) return symbol.name.view() == name_;
+        return !symbol.builtin && !is_plumbing(symbol);
+    }
+
+    static void tell(const CallLine& call) { answer["calls"].push_back(json_of(call)); }
+
+    void on_entered(const State& state) override {
+        tell({state.number, calls.size() - 1, false, call_text(state, Room{})});
+    }
+
+    void on_left(const State& state, const Call&, Node* result) override {
+        if (result) tell({state.number, calls.size(), true, shown(result, Room{})});
+    }
+
+    const std::string name_;
+    const size_t limit_;
+};
+
+/// "calls" are told as run_calls tells them, at most "limit" of their beginnings and ends; without
+/// "name", those of all definitions.
+void calls(const std::string& text, const Arguments& arguments, const Json& request) {
+    Calls calls(request.value("name", std::string()), request.value("limit", size_t{2000}));
+    answer.update(json_of(ending_of(run_watched(text, arguments, calls), calls)));
 }
 
 void answer_to(const Json& request) {
@@ -65,12 +125,16 @@ void answer_to(const Json& request) {
     const auto arguments = request.value("arguments", Arguments());
     // What stands when the program ends the process.
     answer = {{"started", true}, {"ended", true}, {"report", ""}};
-    if (command == "check") answer = check_source("program", text);
-    if (command == "format") answer = format_source(text);
+    if (command == "check") answer = json_of("program", text, check_source(text));
+    if (command == "format") answer = json_of(text, format_source(text));
+    if (command == "pack") answer = json_of(text, pack_source(text));
     if (command == "steps") steps(text, arguments, request);
     if (command == "walk") walk(text, arguments, request);
-    if (command == "why_z") answer.update(why_z(text, arguments));
-    if (command == "profile") profile(text, arguments, [](const Json& told) { answer = told; });
+    if (command == "calls") calls(text, arguments, request);
+    if (command == "why_z") answer.update(json_of(why_z(text, arguments)));
+    if (command == "profile") {
+        profile(text, arguments, [](const Profiled& told) { answer = json_of(told); });
+    }
 }
 
 }  // namespace
@@ -80,6 +144,9 @@ void answer_to(const Json& request) {
 extern "C" void laboratory(const char* request) {
     marl::lab::answer_to(marl::lab::Json::parse(request));
 }
+
+/// The state that a walk or a tree of calls is at while the program runs.
+extern "C" double laboratory_state() { return static_cast<double>(marl::lab::current); }
 
 /// The answer, NUL-terminated and good until the next call.
 extern "C" const char* laboratory_answer() {

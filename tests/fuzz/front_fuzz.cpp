@@ -4,18 +4,14 @@
 #include <cstdint>
 
 #include "front/check.h"
-#include "front/definitions.h"
 #include "front/intern.h"
-#include "front/prelude.h"
 #include "reduce/machine.h"
 #include "reduce/tables.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using namespace marl;
     steps_left = step_limit;
-    build_prelude();
-    const String source(std::string_view(reinterpret_cast<const char*>(data), size));
-    if (parse_program(source).kind == String("check")) check_program();
+    set_up_program(String(std::string_view(reinterpret_cast<const char*>(data), size)));
     clear_intern_set();
     clear_definitions();
     return 0;

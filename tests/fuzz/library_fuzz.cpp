@@ -15,9 +15,7 @@
 #include <vector>
 
 #include "front/check.h"
-#include "front/definitions.h"
 #include "front/intern.h"
-#include "front/prelude.h"
 #include "library/families.h"
 #include "number/convert.h"
 #include "number/cray.h"
@@ -214,8 +212,7 @@ std::vector<std::string> pictures(const std::vector<Value>& pool) {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    build_prelude();
-    if (!passed(parse_program("a\\0")) || !passed(check_program())) abort();
+    if (!passed(set_up_program("a\\0"))) abort();
     // What the built-ins read and write is nothing.
     const int nothing = open("/dev/null", O_RDWR);
     dup2(nothing, 0);

@@ -20,6 +20,9 @@ SECONDS = 60
 # Kinds of Reports that the check before the run gives.
 KINDS = {"match", "comma", "lower", "built", "funky", "alive", "place", "arity", "local"}
 
+# Those of faults that marl knows nothing of.
+OTHERS = {"layout", "note", "test", "use"}
+
 # A program, and the warnings that it must have or not have, by "name" or "-name".
 NOTES = [
     ("a\\double 1+2,double\\n\\n*2", "loose_blank"),
@@ -49,6 +52,11 @@ NOTES = [
 def run(*arguments, **options):
     return subprocess.run([LAB, "check", *arguments], capture_output=True, timeout=SECONDS,
                           check=False, **options)
+
+
+def explained(*words):
+    return subprocess.run([LAB, "explain", *words], capture_output=True, encoding="utf-8",
+                          timeout=SECONDS, check=True).stdout
 
 
 def programs_of_the_repository():
@@ -90,7 +98,9 @@ class Check(unittest.TestCase):
                 if "crlf" in form:
                     program = program.replace("\n", "\r\n")
                 result = self.check(program.encode())
-                self.assertEqual(result.stdout.decode().replace("\r", ""), said)
+                # What the library has is another matter.
+                got = re.sub(r" `\[use: \w+\]` gives one\.", "", result.stdout.decode())
+                self.assertEqual(got.replace("\r", ""), said)
                 faults = re.findall(r"^p\.marl:\d+:\d+: (?!warning)", said, re.MULTILINE)
                 self.assertEqual(result.returncode, 1 if faults else 0)
 
@@ -137,9 +147,21 @@ class Check(unittest.TestCase):
         result = json.loads(self.check(b"a\\f(\xff),\nbb\\2", "--json").stdout)
         self.assertEqual(result["name"], "p.marl")
         self.assertEqual(result["faults"], 2)
+        types = dict(re.findall(r"interface (\w+) {\n(.*?)^}", explained("json"), re.M | re.S))
+        fields = re.findall(r"^  (\w+): ", types["Message"], re.M)
         for message in result["messages"]:
-            self.assertEqual(set(message), {"line", "column", "end_line", "end_column", "severity",
-                                            "kind", "say", "source", "source_column"})
+            self.assertEqual(sorted(message), sorted(fields))
+
+    def test_the_site_has_the_types_of_the_json(self):
+        self.assertEqual(explained("json"), (ROOT / "site/src/machine/results.ts").read_text())
+
+    def test_all_that_check_names_is_explained_and_in_the_guide(self):
+        listed = set(re.findall(r"^  (\w+)", explained(), re.M))
+        guide = (ROOT / "docs/guide.md").read_text().split("\n## 24. marl-lab\n")[1]
+        self.assertEqual(set(re.findall(r"^\| `(\w+)` \|", guide, re.M)), listed - KINDS - OTHERS)
+        self.assertLess(KINDS, listed)
+        for word in listed:
+            self.assertEqual(word in KINDS | OTHERS, "lab: off" not in explained(word), word)
 
     def test_a_deep_program_needs_no_deep_stack(self):
         for program in ("(" * 300000 + "1" + ")" * 300000, "1+" * 300000 + "1",

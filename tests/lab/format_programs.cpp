@@ -2,49 +2,44 @@
 // generated programs as the first argument says.
 //
 // The programs are compared by the pieces that the front end makes of them, without the formatter.
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <iterator>
-#include <nlohmann/json.hpp>
 #include <random>
 #include <string>
 
 #include "front/brackets.h"
-#include "front/definitions.h"
-#include "front/scan.h"
+#include "front/stages.h"
 #include "lab/lab.h"
 
 namespace {
 
 using namespace marl;
 
-Pieces pieces_of(const std::string& text) {
-    return parse_pieces(normalise(text).view(), backquote_lines(text));
+Module module_of(const std::string& text) {
+    Module module;
+    module.text = String(std::string_view(text));
+    module.all_faults = true;
+    cut_text(module);
+    return module;
 }
 
-bool same(const Pieces& a, const Pieces& b) {
-    if (compare(a.entry, b.entry) != 0 || a.definitions.size() != b.definitions.size())
-        return false;
-    for (size_t i = 0; i < a.definitions.size(); ++i) {
-        const Definition& x = a.definitions[i];
-        const Definition& y = b.definitions[i];
-        const bool equal = x.key == y.key && x.unmemoised == y.unmemoised &&
-                           compare(x.expression, y.expression) == 0;
-        if (!equal) return false;
-    }
-    return true;
+bool same(const Module& a, const Module& b) {
+    return a.unmemoised == b.unmemoised &&
+           std::equal(a.definitions.begin(), a.definitions.end(), b.definitions.begin(),
+                      b.definitions.end(), [](const auto& x, const auto& y) {
+                          return x.first == y.first && compare(x.second, y.second) == 0;
+                      });
 }
 
 bool holds(const std::string& text) {
-    Report report;
-    int64_t position = 0;
-    const bool balances = check_brackets(text, report, position) || report.kind != "match";
-    const lab::Json result = lab::format_source(text);
-    if (!balances) return result.contains("messages");
-    if (!result.contains("text")) return false;
-    const auto layout = result["text"].get<std::string>();
-    return same(pieces_of(text), pieces_of(layout)) && lab::format_source(layout)["text"] == layout;
+    const lab::Formatted formatted = lab::format_source(text);
+    if (find_bracket_fault(text)) return !formatted.messages.empty();
+    if (!formatted.text) return false;
+    const std::string& layout = *formatted.text;
+    return same(module_of(text), module_of(layout)) && lab::format_source(layout).text == layout;
 }
 
 /// Programs of all that the grammar has, and of more: operands are missing, white space stands

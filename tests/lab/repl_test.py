@@ -101,6 +101,27 @@ class Repl(unittest.TestCase):
         self.assertIn("is it `double`?", self.terminal.say("1+duoble(2)"))
         self.assertEqual(self.terminal.say("1+double(2)"), "5")
 
+    def test_a_definition_may_come_before_what_it_uses(self):
+        shown = self.terminal.say("even\\n\\(n=0)K(odd(n-1))")
+        self.assertEqual(shown, "input:1:15: warning: alive: `odd` is not defined.\n"
+                         "  even\\n\\(n=0)K(odd(n-1))\n                ^^^")
+        self.assertEqual(self.terminal.say("[Whether it is odd.],odd\\n\\(n=0)H(even(n-1))"), "")
+        self.assertEqual(self.terminal.say("odd 7"), "K")
+        self.assertIn("[Whether it is odd.]\nodd", self.terminal.say(":help odd"))
+
+    def test_every_byte_reaches_the_program(self):
+        self.assertEqual(self.terminal.say("rank[h\u00e4]"), "3")
+        run = subprocess.run([LAB, "repl"], input=b"rank[\xe4\xff\x80]\n1+\n", capture_output=True,
+                             timeout=SECONDS, check=False)
+        self.assertEqual(run.stdout.split(b"\n", 1)[0], b"3")
+        self.assertNotIn(b",", run.stdout)
+
+    def test_a_file_can_be_there_from_the_start(self):
+        (self.folder / "p.marl").write_text("a\\0,triple\\n\\n*3\n")
+        run = subprocess.run([LAB, "repl", self.folder / "p.marl"], input=b"triple 5\n",
+                             capture_output=True, timeout=SECONDS, check=False)
+        self.assertEqual(run.stdout, b"1 definition\n15\n")
+
     def test_an_interrupt_stops_the_evaluation_and_keeps_the_session(self):
         self.assertEqual(self.terminal.say("loop\\n\\loop(n+1)"), "")
         self.terminal.write("loop 0\n")
@@ -129,12 +150,16 @@ class Repl(unittest.TestCase):
         self.assertIn("sum, or join", self.terminal.say(":help +"))
         self.assertRegex(self.terminal.say(":time 2^1000%7"), r"^2\n[0-9.e-]+ s$")
         self.assertEqual(self.terminal.say("double\\n\\n*2"), "")
-        self.assertEqual(self.terminal.say(":save here.marl"), "1 definitions")
-        self.assertEqual((self.folder / "here.marl").read_text(), "a\\0,\ndouble\\n\\n*2\n")
+        self.assertEqual(self.terminal.say(":save here.marl"), "1 definition")
+        self.assertEqual((self.folder / "here.marl").read_text(), "a\\0,\n\ndouble\\n\\n*2\n")
         (self.folder / "other.marl").write_text("a\\0,\n\n[note],\ntriple\\n\\n*3\n")
-        self.assertEqual(self.terminal.say(":load other.marl"), "1 definitions")
+        self.assertEqual(self.terminal.say(":load other.marl"), "1 definition")
         self.assertEqual(self.terminal.say("double(triple 7)"), "42")
+        self.assertEqual(self.terminal.say(":help triple"), "[note]\ntriple\\n\\n*3")
+        self.assertEqual(self.terminal.say(":forget triple"), "")
+        self.assertIn("`triple` is not defined", self.terminal.say("triple 7"))
         self.assertIn("no command", self.terminal.say(":nonsense"))
+        self.assertIn("directory", self.terminal.say(":load ."))
 
     def test_a_tab_completes_a_name(self):
         self.assertEqual(self.terminal.say("quadruple\\n\\n*4"), "")
@@ -142,11 +167,18 @@ class Repl(unittest.TestCase):
         self.terminal.read_until("quadruple ?$")
         self.assertEqual(self.terminal.say("(2)").split("\n")[-1], "8")
 
-    def test_the_history_outlives_the_session(self):
-        self.terminal.say("40+2")
+    def test_the_history_keeps_several_lines_as_one_entry_at_once(self):
+        self.terminal.say("plus(40,")
+        self.terminal.say("2)")
+        history = (self.folder / ".marl_lab_history").read_text()
+        self.assertEqual(history, "_HiStOrY_V2_\nplus(40,\\0122)\n")
         self.terminal.write(":quit\n")
         self.assertEqual(self.terminal.process.wait(SECONDS), 0)
-        self.assertIn("40+2", (self.folder / ".marl_lab_history").read_text().replace("\\053", "+"))
+        self.terminal = Terminal(self.folder)
+        self.addCleanup(self.terminal.close)
+        self.terminal.read_until("> $")
+        self.terminal.write("\x1b[A\x1b[A\n")
+        self.assertIn("2)\n42\n", self.terminal.read_until(r"42\n> $"))
 
 
 if __name__ == "__main__":

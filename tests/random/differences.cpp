@@ -9,7 +9,6 @@
 #include "driver/report.h"
 #include "driver/shutdown.h"
 #include "front/check.h"
-#include "front/definitions.h"
 #include "front/prelude.h"
 #include "random/rules.h"
 #include "reduce/machine.h"
@@ -42,9 +41,10 @@ std::string printed_since() {
 Report set_up(const std::string& source, bool plain) {
     allow_steps();
     build_prelude();
-    Report report = parse_program(String(std::string_view(source)));
+    Module module;
+    Report report = parse_program(String(std::string_view(source)), module);
     needs_plain_machine |= plain;
-    return passed(report) ? check_program() : report;
+    return passed(report) ? check_program(std::move(module)) : report;
 }
 
 /// What the entry expression prints and comes to.

@@ -21,7 +21,7 @@ class Front : public testing::Test {
     void TearDown() override {
         clear_intern_set();
         build_prelude();
-        parse_program("a\\0");
+        define_builtins();
     }
 };
 
@@ -66,9 +66,12 @@ TEST_F(Front, words_single_marks_and_bracketed_operators_can_be_defined) {
     EXPECT_DEATH(definition_key("a1"), "ASSERTION FAILED");
 }
 
-TEST_F(Front, a_bracket_fault_leaves_the_prelude_alone) {
-    build_prelude();
-    EXPECT_EQ(parse_program("a\\(1,ff\\1").kind, "match");
+TEST_F(Front, a_fault_of_the_text_leaves_the_prelude_alone) {
+    for (const auto& [source, kind] : Rows{
+             {"a\\(1,ff\\1", "match"}, {"a\\1,K\\1,b\\1", "lower"}, {"a\\K,K\\missing", "alive"}}) {
+        EXPECT_EQ(set_up_program(String(source)).kind.view(), kind);
+        EXPECT_EQ(print_value(find_definition("K")).view(), "(\\a (\\b a))");
+    }
     EXPECT_EQ(defined_symbols().size(), 52u);
     EXPECT_EQ(prelude_definitions.size(), 52u);
 }
@@ -104,9 +107,7 @@ TEST_F(Front, depth_costs_no_stack_in_any_stage) {
     }
     for (const std::string& source :
          {lambdas + "`bbb)", lets + "`ccc", calls + "1" + std::string(depth, ')')}) {
-        build_prelude();
-        EXPECT_TRUE(passed(parse_program(String(std::string_view(source)))));
-        EXPECT_EQ(check_program().kind, "check");
+        EXPECT_EQ(set_up_program(String(std::string_view(source))).kind, "check");
     }
 }
 

@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "front/definitions.h"
 #include "front/grammar.h"
 #include "front/prelude.h"
 #include "reduce/analysis.h"
@@ -21,7 +20,7 @@ class Intern : public testing::Test {
     void TearDown() override {
         clear_intern_set();
         build_prelude();
-        parse_program("a\\0");
+        define_builtins();
     }
 };
 

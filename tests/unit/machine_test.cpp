@@ -7,8 +7,6 @@
 
 #include "driver/shutdown.h"
 #include "front/check.h"
-#include "front/definitions.h"
-#include "front/prelude.h"
 #include "reduce/needs.h"
 #include "reduce/tables.h"
 
@@ -17,10 +15,8 @@ namespace {
 
 /// The printed result of an entry expression, which is applied to nothing.
 std::string result_of(const std::string& program, bool literally) {
-    build_prelude();
     // A lambda keeps the check from looking for more, and its body is what we reduce.
-    EXPECT_EQ(parse_program(String(std::string_view(program))).kind, String("check")) << program;
-    EXPECT_EQ(check_program().kind, String("check")) << program;
+    EXPECT_EQ(set_up_program(String(std::string_view(program))).kind, "check") << program;
     needs_plain_machine = literally;
     const Value result = reduce(Value::share(find_definition("")));
     needs_plain_machine = false;

@@ -1,12 +1,19 @@
 // The editor: CodeMirror with what a small program needs, and nothing of the page around it.
-import { EditorState, type Extension } from "@codemirror/state";
-import { EditorView, keymap, lineNumbers, drawSelection, highlightSpecialChars } from "@codemirror/view";
-import { defaultKeymap, history, historyKeymap, indentLess, insertTab } from "@codemirror/commands";
-import { bracketMatching } from "@codemirror/language";
-import { closeBrackets, closeBracketsKeymap } from "@codemirror/autocomplete";
-import { lintKeymap } from "@codemirror/lint";
+import { defaultKeymap, history, historyKeymap, indentLess, indentMore } from "@codemirror/commands";
+import { bracketMatching, indentUnit } from "@codemirror/language";
+import { EditorState, type Extension, Prec, StateEffect, StateField } from "@codemirror/state";
+import {
+  Decoration,
+  type DecorationSet,
+  drawSelection,
+  EditorView,
+  highlightSpecialChars,
+  keymap,
+  lineNumbers,
+} from "@codemirror/view";
+import { styleNonce } from "../assets";
 import type { Message } from "../machine/laboratory";
-import { marl } from "./marl";
+import { highlighting } from "./marl";
 
 export interface EditorSettings {
   parent: Element;
@@ -14,14 +21,24 @@ export interface EditorSettings {
   label: string;
   numbered: boolean;
   onRun(): void;
-  onChange?(): void;
+  onStop(): void;
+  /// Told of each change; `byReader` when it is no replacement of the page's own.
+  onChange?(byReader: boolean): void;
   /// What the check says, behind each change of the text.
   onChecked?(messages: Message[]): void;
 }
 
-// Escape gives the tabulator back to the keyboard's way through the page, up to the next key.
+// Tab gives blanks, up to the next even column. Escape gives the key back to the keyboard's way
+// through the page, up to the next key.
 const tabulator: Extension = (() => {
   let leaves = false;
+  const insertBlanks = (view: EditorView) => {
+    if (view.state.selection.ranges.some((range) => !range.empty)) return indentMore(view);
+    const { head } = view.state.selection.main;
+    const column = head - view.state.doc.lineAt(head).from;
+    view.dispatch(view.state.replaceSelection(" ".repeat(2 - (column % 2))), { scrollIntoView: true });
+    return true;
+  };
   return [
     EditorView.domEventHandlers({
       keydown(event) {
@@ -37,48 +54,101 @@ const tabulator: Extension = (() => {
     keymap.of([
       {
         key: "Tab",
-        run: (view) => !leaves && insertTab(view),
+        run: (view) => !leaves && insertBlanks(view),
         shift: (view) => !leaves && indentLess(view),
       },
     ]),
   ];
 })();
 
+const setMarked = StateEffect.define<{ from: number; to: number } | undefined>();
+
+/// The place in the program that a step is about.
+const marked = StateField.define<DecorationSet>({
+  create: () => Decoration.none,
+  update(shown, transaction) {
+    for (const effect of transaction.effects) {
+      if (!effect.is(setMarked)) continue;
+      const place = effect.value;
+      const mark = Decoration.mark({ class: "cm-at-step" });
+      return place && place.to > place.from ? Decoration.set(mark.range(place.from, place.to)) : Decoration.none;
+    }
+    return transaction.docChanged ? Decoration.none : shown;
+  },
+  provide: (field) => EditorView.decorations.from(field),
+});
+
+const replaces = StateEffect.define<null>();
+
 export function makeEditor(settings: EditorSettings): EditorView {
-  const run = () => {
-    settings.onRun();
+  const key = (action: () => void) => () => {
+    action();
     return true;
   };
-  return new EditorView({
+  const view = new EditorView({
     parent: settings.parent,
     state: EditorState.create({
       doc: settings.text,
       extensions: [
+        EditorView.cspNonce.of(styleNonce),
         settings.numbered ? lineNumbers() : [],
         history(),
         drawSelection(),
         highlightSpecialChars(),
         bracketMatching({ brackets: "()[]{}" }),
-        closeBrackets(),
-        keymap.of([{ key: "Mod-Enter", run }, { key: "Shift-Enter", run }]),
+        indentUnit.of("  "),
+        keymap.of([
+          { key: "Mod-Enter", run: key(settings.onRun) },
+          { key: "Shift-Enter", run: key(settings.onRun) },
+          { key: "Mod-.", run: key(settings.onStop) },
+        ]),
         tabulator,
-        keymap.of([...closeBracketsKeymap, ...defaultKeymap, ...historyKeymap, ...lintKeymap]),
+        keymap.of([...defaultKeymap, ...historyKeymap]),
         EditorView.lineWrapping,
         EditorView.contentAttributes.of({
           "aria-label": settings.label,
+          tabindex: "0",
           autocapitalize: "off",
           autocorrect: "off",
           spellcheck: "false",
         }),
-        marl((messages) => settings.onChecked?.(messages)),
+        marked,
+        highlighting,
         EditorView.updateListener.of((update) => {
-          if (update.docChanged) settings.onChange?.();
+          if (!update.docChanged) return;
+          const isOwn = update.transactions.some(({ effects }) => effects.some((each) => each.is(replaces)));
+          settings.onChange?.(!isOwn);
         }),
       ],
     }),
   });
+  helpWhenAsked(view, (messages) => settings.onChecked?.(messages));
+  return view;
 }
 
-export function replaceText(view: EditorView, text: string) {
-  view.dispatch({ changes: { from: 0, to: view.state.doc.length, insert: text } });
+/// Fetches what helps whoever writes, the check included, when somebody comes to write: a page whose
+/// program is only run does without.
+function helpWhenAsked(view: EditorView, onChecked: (messages: Message[]) => void) {
+  let asked = false;
+  const ask = async () => {
+    if (asked) return;
+    asked = true;
+    const { help } = await import("./help");
+    view.dispatch({ effects: StateEffect.appendConfig.of(Prec.high(help(onChecked))) });
+  };
+  for (const event of ["focusin", "pointerenter"]) view.dom.addEventListener(event, () => void ask(), { once: true });
+}
+
+/// Puts another text into the editor. One that the reader has not typed is no change of the reader's.
+export function replaceText(view: EditorView, text: string, byReader = false) {
+  view.dispatch({
+    changes: { from: 0, to: view.state.doc.length, insert: text },
+    effects: byReader ? [] : replaces.of(null),
+  });
+}
+
+export function markPlace(view: EditorView, place: { from: number; to: number } | undefined) {
+  const effects: StateEffect<unknown>[] = [setMarked.of(place)];
+  if (place) effects.push(EditorView.scrollIntoView(place.from, { y: "nearest", yMargin: 40 }));
+  view.dispatch({ effects });
 }

@@ -1,13 +1,14 @@
-// marl for CodeMirror: highlighting, bracket matching, the sentences of the check under the faults,
-// and the reference's entry for the name under the pointer or, with F1, the cursor.
-import { StreamLanguage, LanguageSupport, syntaxHighlighting, HighlightStyle } from "@codemirror/language";
-import { linter, type Diagnostic } from "@codemirror/lint";
-import { hoverTooltip, keymap, type EditorView } from "@codemirror/view";
-import type { Text } from "@codemirror/state";
-import { Tag, tags } from "@lezer/highlight";
-import { tokenize, styleOf, type Open, type Token } from "../language/grammar";
-import { check, type Message } from "../machine/laboratory";
-import { entryFor } from "../play/entries";
+// marl for CodeMirror: highlighting and indentation by the grammar.
+import {
+  HighlightStyle,
+  indentService,
+  LanguageSupport,
+  StreamLanguage,
+  syntaxHighlighting,
+} from "@codemirror/language";
+import { type Tag, tags } from "@lezer/highlight";
+import { type Open, styleOf, type Token, tokenize } from "../language/grammar";
+import { indentBehind } from "../language/program";
 
 const tokenTable: Record<string, Tag> = {
   note: tags.comment,
@@ -54,93 +55,17 @@ const stream = StreamLanguage.define<LineState>({
     return styleOf(token.name).slice(2) || null;
   },
   tokenTable,
-  languageData: { closeBrackets: { brackets: ["(", "[", "{"] } },
+  languageData: {
+    closeBrackets: { brackets: ["(", "[", "{"] },
+    indentOnInput: /^\s*[)}\]]$/,
+  },
 });
 
-const style = HighlightStyle.define(
-  Object.entries(tokenTable).map(([name, tag]) => ({ tag, class: `m-${name}` })),
+const style = HighlightStyle.define(Object.entries(tokenTable).map(([name, tag]) => ({ tag, class: `m-${name}` })));
+
+const indentation = indentService.of(
+  (context, position) =>
+    indentBehind(context.state.doc.sliceString(0, position), context.textAfterPos(position)) ?? null,
 );
 
-const encoder = new TextEncoder();
-const decoder = new TextDecoder();
-
-/// The position of a line and a column in bytes, both counted from 1.
-function positionOf(doc: Text, line: number, column: number): number {
-  if (line > doc.lines) return doc.length;
-  const at = doc.line(Math.max(1, line));
-  const before = decoder.decode(encoder.encode(at.text).subarray(0, column - 1));
-  return Math.min(at.to, at.from + before.length);
-}
-
-function diagnosticsOf(doc: Text, messages: Message[]): Diagnostic[] {
-  return messages.map((message) => {
-    const from = positionOf(doc, message.line, message.column);
-    const to = positionOf(doc, message.end_line, message.end_column);
-    return {
-      from,
-      to: Math.min(doc.length, Math.max(to, from + 1)),
-      severity: message.severity === "warning" ? "warning" : "error",
-      message: message.say,
-      source: message.kind,
-    };
-  });
-}
-
-/// Programs above this length are not checked while they are typed.
-const longest = 1 << 18;
-
-function faults(onChecked: (messages: Message[]) => void) {
-  const lint = async ({ state: { doc } }: EditorView) => {
-    // Without an answer from the laboratory there is nothing to say against a program.
-    const messages = doc.length > longest ? [] : await check(doc.toString()).catch(() => []);
-    onChecked(messages);
-    return diagnosticsOf(doc, messages);
-  };
-  return linter(lint, { delay: 300 });
-}
-
-/// The reference's entry for the token at a place of the text.
-async function entryAt(doc: Text, position: number) {
-  const line = doc.lineAt(position);
-  const at = position - line.from;
-  const token = tokenize(line.text, []).tokens.find(({ start, end }) => start <= at && at < end);
-  const entry = token && (await entryFor(line.text.slice(token.start, token.end)));
-  return entry && { entry, pos: line.from + token.start, end: line.from + token.end };
-}
-
-const hover = hoverTooltip(async ({ state }, position) => {
-  const found = await entryAt(state.doc, position);
-  if (!found) return null;
-  const { entry, pos, end } = found;
-  return {
-    pos,
-    end,
-    above: true,
-    create() {
-      const dom = document.createElement("div");
-      dom.className = "hover-entry";
-      dom.innerHTML = entry.html;
-      return { dom };
-    },
-  };
-});
-
-/// What a hover tells, for the keyboard: the reference at the name under the cursor, or before it.
-async function lookUp({ state: { doc, selection } }: EditorView) {
-  const { head } = selection.main;
-  const found = (await entryAt(doc, head)) ?? (await entryAt(doc, Math.max(0, head - 1)));
-  open(`reference.html${found ? `#${found.entry.anchor}` : ""}`);
-}
-
-const keys = keymap.of([{
-  key: "F1",
-  run(view) {
-    void lookUp(view);
-    return true;
-  },
-}]);
-
-/// `onChecked` gets what the check says, behind each change.
-export function marl(onChecked: (messages: Message[]) => void): LanguageSupport {
-  return new LanguageSupport(stream, [syntaxHighlighting(style), faults(onChecked), hover, keys]);
-}
+export const highlighting = new LanguageSupport(stream, [syntaxHighlighting(style), indentation]);

@@ -125,8 +125,7 @@ export function styleOf(name: string): string {
 
 /// A program as HTML with a span around each token that has a style.
 export function highlightedHtml(program: string): string {
-  const escape = (text: string) =>
-    text.replace(/[&<>]/g, (c) => ({ "&": "&amp;", "<": "&lt;", ">": "&gt;" })[c]!);
+  const escaped = (text: string) => text.replace(/[&<>]/g, (c) => ({ "&": "&amp;", "<": "&lt;", ">": "&gt;" })[c]!);
   let open: Open = [];
   return program
     .split("\n")
@@ -136,7 +135,7 @@ export function highlightedHtml(program: string): string {
       return read.tokens
         .map(({ start, end, name }) => {
           const style = styleOf(name);
-          const text = escape(line.slice(start, end));
+          const text = escaped(line.slice(start, end));
           return style ? `<span class="${style}">${text}</span>` : text;
         })
         .join("");

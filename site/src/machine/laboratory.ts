@@ -3,77 +3,43 @@
 // `check` and `format` answer at once, from a worker that stays. Steps and a profile run the
 // program, so each such request has a worker of its own, which `stop` ends.
 import type { Job } from "./module";
-import { Laboratory } from "./session";
+import type { Step as AnyStep, CallLine, Checked, Ending, Formatted, Message, Profiled, Tree, Why } from "./results";
+import { type Answer, Laboratory } from "./session";
 
-export interface Message {
-  line: number;
-  column: number;
-  end_line: number;
-  end_column: number;
-  severity: "fault" | "warning";
-  kind: string;
-  say: string;
-  source: string;
-}
+export type { CallLine, Message, ProfileRow, Tree } from "./results";
 
 const still = new Laboratory(10_000);
 
 /// What is wrong or doubtful in a program, without running it.
 export async function check(text: string): Promise<Message[]> {
-  const answer = await still.ask({ command: "check", name: "program", text });
+  const { answer } = await still.ask<Partial<Checked> | null>({ command: "check", text });
   return answer?.messages ?? [];
 }
 
 /// The program in its canonical layout, or what keeps it from having one.
-export async function format(text: string): Promise<{ text?: string; messages?: Message[] }> {
-  return (await still.ask({ command: "format", text })) ?? {};
+export async function format(text: string): Promise<Formatted> {
+  const { answer } = await still.ask<Formatted | null>({ command: "format", text });
+  return answer ?? {};
 }
 
-/// A part of a state's expression. A node that its state has shown already is there `again`.
-export type Tree =
-  | { id: number; leaf: string }
-  | { id: number; of: [Tree, Tree] }
-  | { id: number; again: true };
-
-export interface Step {
-  n: number;
-  run: number;
-  rule: string;
-  name?: string;
-  line: string;
-  redex: { start: number; length: number };
-  context: Tree;
-  focus: Tree;
-}
-
-export interface Watched {
-  started: boolean;
-  ended: boolean;
-  report: string;
-}
-
-export interface ProfileRow {
-  name: string;
-  calls: number;
-  steps: number;
-  nodes: number;
-  self: number;
-  below: number;
-}
+/// A state with its trees.
+export type Step = AnyStep & { context: Tree; focus: Tree };
 
 /// A request that runs the program, in a worker of its own.
-export interface Pending<Answer> {
-  answer: Promise<Answer>;
+export interface Pending<Told> {
+  answer: Promise<Answer<Told>>;
   stop(): void;
 }
+
+type OnProgress = (state: number) => void;
 
 /// How long a request may run, in milliseconds.
 const patience = 120_000;
 
-function watch<Answer>(request: object, job: Job): Pending<Answer> {
+function watch<Told>(request: object, job: Job, onProgress?: OnProgress): Pending<Told> {
   const laboratory = new Laboratory(patience);
   const text = new TextDecoder().decode(job.program.bytes);
-  const answer = laboratory.ask({ ...request, text, arguments: job.arguments }, job);
+  const answer = laboratory.ask<Told>({ ...request, text, arguments: job.arguments }, job, onProgress);
   return {
     answer: answer.finally(() => laboratory.close()),
     stop: () => laboratory.close("stopped"),
@@ -81,26 +47,35 @@ function watch<Answer>(request: object, job: Job): Pending<Answer> {
 }
 
 export function steps(job: Job, from: number, count: number) {
-  return watch<Watched & { steps: Step[] }>({ command: "steps", from, count }, job);
+  return watch<Ending & { steps: Step[] }>({ command: "steps", from, count }, job);
+}
+
+/// One state with nothing left out, as a line.
+export function fullStep(job: Job, n: number) {
+  return watch<Ending & { steps: AnyStep[] }>({ command: "steps", from: n, count: 1, full: true }, job);
 }
 
 /// Where a run gets to: to its end, or to the state numbered `limit`.
-export function walk(job: Job, limit: number) {
-  return watch<Watched & { last: number }>({ command: "walk", limit }, job);
+export function walk(job: Job, limit: number, onProgress?: OnProgress) {
+  return watch<Ending & { last: number }>({ command: "walk", limit }, job, onProgress);
 }
 
 /// The first call of a name in a state from `from` on; without `call` when there is none.
-export function nextCall(job: Job, name: string, from: number) {
-  return watch<Watched & { last: number; call?: string }>({ command: "walk", name, from }, job);
+export function nextCall(job: Job, name: string, from: number, onProgress?: OnProgress) {
+  return watch<Ending & { last: number; call?: string }>({ command: "walk", name, from }, job, onProgress);
+}
+
+/// The calls of a name, or of all that the program defines, with their answers.
+export function calls(job: Job, name: string, limit: number, onProgress?: OnProgress) {
+  return watch<Ending & { calls: CallLine[] }>({ command: "calls", name, limit }, job, onProgress);
 }
 
 /// The calls that a Z in the result comes from, the first one first. A program that ends the
 /// process has no result.
 export function whyZ(job: Job) {
-  return watch<Watched & { result?: string; chain?: { n: number; call: string; within: string[] }[] }>(
-    { command: "why_z" }, job);
+  return watch<Ending & Partial<Why>>({ command: "why_z" }, job);
 }
 
 export function profile(job: Job) {
-  return watch<Watched & { rows?: ProfileRow[]; folded: string }>({ command: "profile" }, job);
+  return watch<Ending & Pick<Profiled, "folded"> & Partial<Profiled>>({ command: "profile" }, job);
 }

@@ -6,11 +6,14 @@
 
 /// What this file uses of emscripten's instance.
 interface Instance {
+  // biome-ignore lint/suspicious/noExplicitAny: emscripten's file system has no types
   FS: any;
   ENV: Record<string, string>;
   callMain(words: string[]): number;
   _laboratory(request: number): void;
   _laboratory_answer(): number;
+  _laboratory_state(): number;
+  onProgress?: (state: number) => void;
   _malloc(size: number): number;
   _free(address: number): void;
   HEAPU8: Uint8Array;
@@ -35,12 +38,19 @@ export interface Job {
 /// How a run ended: by itself with a status of 32 bits; by `abort`; or by a fault of the machine
 /// that it runs on, as from an access outside of its memory, with that machine's word for it. A job
 /// that can't be set up ends as such a fault.
-export type Outcome =
-  | { ended: "exit"; status: number }
-  | { ended: "abort" }
-  | { ended: "fault"; word: string };
+export type Outcome = { ended: "exit"; status: number } | { ended: "abort" } | { ended: "fault"; word: string };
 
 export type Output = (stream: 1 | 2, bytes: Uint8Array) => void;
+
+/// What a watched program has written, and the number of the state that it was in.
+export interface Logged {
+  state: number;
+  stream: 1 | 2;
+  text: string;
+}
+
+/// The characters of a watched program's output that are kept.
+const logLimit = 1 << 20;
 
 async function instantiate(factory: Factory, module: WebAssembly.Module, onAbort: () => void) {
   return factory({
@@ -64,7 +74,7 @@ async function instantiate(factory: Factory, module: WebAssembly.Module, onAbort
 
 /// Replaces what the terminal devices do that the three standard streams stand for, also for who
 /// opens them by name. They stay terminals, so that C hands output over line by line.
-function connectStreams(fs: any, input: Uint8Array, output: Output) {
+function connectStreams(fs: Instance["FS"], input: Uint8Array, output: Output) {
   let position = 0;
   const operations = (stream: 1 | 2) => ({
     read(_: unknown, buffer: Uint8Array, offset: number, length: number) {
@@ -115,9 +125,11 @@ export class Machine {
 
   /// A request to the laboratory, answered in JSON. Those that run a program take what it is given
   /// from the job, and a machine answers one of them; of the others as many as one likes.
-  ask(request: object, job?: Job): any {
-    if (job) this.setUp(job, () => {});
-    const bytes = new TextEncoder().encode(JSON.stringify(request) + "\0");
+  ask(request: object, job?: Job, onProgress?: (state: number) => void): { answer: unknown; output: Logged[] } {
+    const output: Logged[] = [];
+    if (job) this.setUp(job, this.logTo(output));
+    this.instance.onProgress = onProgress;
+    const bytes = new TextEncoder().encode(`${JSON.stringify(request)}\0`);
     const address = this.instance._malloc(bytes.length);
     this.instance.HEAPU8.set(bytes, address);
     try {
@@ -129,7 +141,19 @@ export class Machine {
     }
     const answer = this.instance._laboratory_answer();
     const heap = this.instance.HEAPU8;
-    return JSON.parse(new TextDecoder().decode(heap.slice(answer, heap.indexOf(0, answer))));
+    const text = new TextDecoder().decode(heap.slice(answer, heap.indexOf(0, answer)));
+    return { answer: JSON.parse(text), output };
+  }
+
+  private logTo(output: Logged[]): Output {
+    const decoders = { 1: new TextDecoder(), 2: new TextDecoder() };
+    let size = 0;
+    return (stream, bytes) => {
+      if (size > logLimit) return;
+      const text = decoders[stream].decode(bytes, { stream: true });
+      size += text.length;
+      output.push({ state: this.instance._laboratory_state(), stream, text });
+    };
   }
 
   private setUp(job: Job, output: Output) {

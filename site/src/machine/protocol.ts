@@ -1,5 +1,5 @@
 // What a page and its workers say to each other.
-import type { Job, Outcome } from "./module";
+import type { Job, Logged, Outcome } from "./module";
 
 export type ToWorker =
   | { kind: "load"; module: WebAssembly.Module }
@@ -8,7 +8,11 @@ export type ToWorker =
 
 export type FromWorker =
   | { kind: "output"; stream: 1 | 2; bytes: Uint8Array }
-  /// The end of a run: how long it took in milliseconds, and the bytes of output beyond the limit.
+  /// The bytes of output beyond the limit so far, told now and then while the run goes on.
+  | { kind: "withheld"; bytes: number }
+  /// The end of a run: how long it took in milliseconds.
   | { kind: "end"; outcome: Outcome; milliseconds: number; withheld: number }
-  | { kind: "answer"; id: number; answer: unknown }
+  /// How many states a request has gone through.
+  | { kind: "progress"; id: number; state: number }
+  | { kind: "answer"; id: number; answer: unknown; output: Logged[] }
   | { kind: "failed"; id: number; word: string };

@@ -2,29 +2,34 @@
 //
 // Each run has a worker of its own, which is ended with it. The next one is made ready while the
 // page has nothing to do, so that a run starts at once. The module is fetched and compiled once.
-import type { Job, Outcome } from "./module";
+import { asset } from "../assets";
+import type { Job, Logged, Outcome } from "./module";
 import type { FromWorker, ToWorker } from "./protocol";
 
 /// The bytes of output that a page takes from one run.
-const outputLimit = 1 << 20;
+const outputLimit = 1 << 24;
 
 let compiled: Promise<WebAssembly.Module> | undefined;
 function compiledModule(): Promise<WebAssembly.Module> {
-  const url = new URL("marl.wasm", document.baseURI);
-  compiled ??= fetch(url).then(async (response) => {
-    if (!response.ok) throw new Error(`marl.wasm: ${response.status}`);
-    return WebAssembly.compile(await response.arrayBuffer());
-  }).catch((fault) => {
-    compiled = undefined;  // the next run asks again
-    throw fault;
-  });
+  compiled ??= fetch(asset("wasm"))
+    .then(async (response) => {
+      if (!response.ok) throw new Error(`marl.wasm: ${response.status}`);
+      return WebAssembly.compile(await response.arrayBuffer());
+    })
+    .catch((fault) => {
+      compiled = undefined; // the next run asks again
+      throw fault;
+    });
   return compiled;
 }
 
 function makeWorker(): Worker {
-  const worker = new Worker(new URL("worker.js", document.baseURI));
+  const worker = new Worker(asset("worker"));
   // Who has work for the worker hears of a module that does not come.
-  compiledModule().then((module) => send(worker, { kind: "load", module }), () => {});
+  compiledModule().then(
+    (module) => send(worker, { kind: "load", module }),
+    () => {},
+  );
   return worker;
 }
 
@@ -50,12 +55,20 @@ export interface Run {
   end: Promise<End>;
 }
 
-/// Starts a job. `output` gets what the program writes, as it comes.
-export function start(job: Job, output: (stream: 1 | 2, bytes: Uint8Array) => void): Run {
+export interface Listener {
+  /// What the program writes, as it comes.
+  output(stream: 1 | 2, bytes: Uint8Array): void;
+  /// How much more it has written than a page takes.
+  withheld(bytes: number): void;
+}
+
+/// Starts a job.
+export function start(job: Job, listener: Listener): Run {
   warmUp();
   const worker = spare!;
   spare = undefined;
   const begun = performance.now();
+  let withheld = 0;
   let finish: (end: End) => void;
   const end = new Promise<End>((resolve) => {
     finish = (value) => {
@@ -68,10 +81,11 @@ export function start(job: Job, output: (stream: 1 | 2, bytes: Uint8Array) => vo
     finish({
       outcome: { ended: "fault", word },
       milliseconds: performance.now() - begun,
-      withheld: 0,
+      withheld,
     });
   worker.onmessage = ({ data }: MessageEvent<FromWorker>) => {
-    if (data.kind === "output") output(data.stream, data.bytes);
+    if (data.kind === "output") listener.output(data.stream, data.bytes);
+    if (data.kind === "withheld") listener.withheld((withheld = data.bytes));
     if (data.kind === "end") finish(data);
   };
   worker.onerror = (event) => fail(event.message);
@@ -85,9 +99,23 @@ export function start(job: Job, output: (stream: 1 | 2, bytes: Uint8Array) => vo
       finish({
         outcome: { ended: "stopped" },
         milliseconds: performance.now() - begun,
-        withheld: 0,
+        withheld,
       }),
   };
+}
+
+/// An answer of the laboratory, and what the program has written that it ran.
+export interface Answer<Told> {
+  answer: Told;
+  output: Logged[];
+}
+
+interface Waiting {
+  // biome-ignore lint/suspicious/noExplicitAny: each request has a form of its own
+  resolve(answer: Answer<any>): void;
+  reject(error: Error): void;
+  onProgress?(state: number): void;
+  timer: ReturnType<typeof setTimeout>;
 }
 
 /// A worker for laboratory requests, made at the first one. A request that takes too long ends the
@@ -95,20 +123,17 @@ export function start(job: Job, output: (stream: 1 | 2, bytes: Uint8Array) => vo
 export class Laboratory {
   private worker: Worker | undefined;
   private next = 0;
-  private readonly waiting = new Map<
-    number,
-    { resolve(answer: any): void; reject(error: Error): void; timer: number }
-  >();
+  private readonly waiting = new Map<number, Waiting>();
 
   constructor(private readonly patience: number) {}
 
-  ask(request: object, job?: Job): Promise<any> {
+  ask<Told>(request: object, job?: Job, onProgress?: (state: number) => void): Promise<Answer<Told>> {
     this.worker ??= this.open();
     const worker = this.worker;
     const id = this.next++;
     return new Promise((resolve, reject) => {
       const timer = setTimeout(() => this.close("no answer in time"), this.patience);
-      this.waiting.set(id, { resolve, reject, timer: timer as unknown as number });
+      this.waiting.set(id, { resolve, reject, onProgress, timer });
       compiledModule().then(
         () => send(worker, { kind: "ask", id, request, job }),
         (error) => this.close(String(error)),
@@ -129,12 +154,13 @@ export class Laboratory {
   private open(): Worker {
     const worker = makeWorker();
     worker.onmessage = ({ data }: MessageEvent<FromWorker>) => {
-      if (data.kind !== "answer" && data.kind !== "failed") return;
+      if (data.kind !== "answer" && data.kind !== "failed" && data.kind !== "progress") return;
       const request = this.waiting.get(data.id);
       if (!request) return;
+      if (data.kind === "progress") return request.onProgress?.(data.state);
       this.waiting.delete(data.id);
       clearTimeout(request.timer);
-      if (data.kind === "answer") return request.resolve(data.answer);
+      if (data.kind === "answer") return request.resolve({ answer: data.answer, output: data.output });
       // A machine that has failed once is not asked again.
       request.reject(new Error(data.word));
       this.close(data.word);

@@ -4,12 +4,11 @@
 // in small pieces without end must not flood the page: behind a burst of posts the rest is gathered
 // into larger ones, and behind the limit it is only counted.
 import createMarl from "marl-module";
-import { Machine, type Factory, type Job } from "./module";
+import { type Factory, type Job, Machine } from "./module";
 import type { FromWorker, ToWorker } from "./protocol";
 
 const scope = self as unknown as DedicatedWorkerGlobalScope;
-const post = (message: FromWorker, transfer: Transferable[] = []) =>
-  scope.postMessage(message, transfer);
+const post = (message: FromWorker, transfer: Transferable[] = []) => scope.postMessage(message, transfer);
 
 let machine: Promise<Machine>;
 
@@ -17,8 +16,12 @@ let machine: Promise<Machine>;
 const burst = 500;
 const largePiece = 1 << 16;
 
+/// Milliseconds.
+const betweenTidings = 250;
+
 class Outlet {
   withheld = 0;
+  private told = performance.now();
   private sent = 0;
   private readonly pending: { stream: 1 | 2; bytes: Uint8Array }[] = [];
   private pendingSize = 0;
@@ -33,7 +36,7 @@ class Outlet {
       this.withheld += bytes.length - room;
       bytes = bytes.slice(0, room);
     }
-    if (bytes.length === 0) return;
+    if (bytes.length === 0) return this.tellWithheld();
     this.sent += bytes.length;
     this.pending.push({ stream, bytes });
     this.pendingSize += bytes.length;
@@ -41,6 +44,14 @@ class Outlet {
     this.credit = Math.min(burst, this.credit + (now - this.last) / 4);
     this.last = now;
     if (this.credit >= 1 || this.pendingSize >= largePiece) this.flush();
+  }
+
+  private tellWithheld() {
+    const now = performance.now();
+    if (now - this.told < betweenTidings) return;
+    this.told = now;
+    this.flush();
+    post({ kind: "withheld", bytes: this.withheld });
   }
 
   flush() {
@@ -76,7 +87,8 @@ async function run(job: Job, outputLimit: number) {
 
 async function answer(id: number, request: object, job?: Job) {
   try {
-    post({ kind: "answer", id, answer: (await machine).ask(request, job) });
+    const onProgress = (state: number) => post({ kind: "progress", id, state });
+    post({ kind: "answer", id, ...(await machine).ask(request, job, onProgress) });
   } catch (fault) {
     post({ kind: "failed", id, word: String(fault) });
   }

@@ -1,107 +1,43 @@
-// The pages of text: programs that run where they stand, and the search over the reference.
+// The pages of text: programs that run where they stand, and can be changed there.
+import { page } from "../assets";
+import { Runner } from "../play/runner";
+import { fragmentOf } from "../play/share";
+import { givenOf } from "./document_given";
 import { setUpFrame } from "./frame";
-import { Runner, type Given } from "../play/runner";
-import { allEntries } from "../play/entries";
+import { setUpSearch } from "./search_box";
 
-function button(label: string): HTMLButtonElement {
-  const made = document.createElement("button");
-  made.type = "button";
-  made.textContent = label;
-  return made;
-}
-
-/// Gives a program its buttons. The editor is fetched when somebody wants to change it.
-function setUpProgram(box: HTMLElement) {
-  const code = box.querySelector("pre")!;
-  let text = () => code.textContent ?? "";
-  const given = (): Given => ({
-    text: text(),
-    arguments: JSON.parse(box.dataset.arguments ?? "[]"),
-    input: box.dataset.input ?? "",
-    files: [],
-  });
-  const run = button("Run");
-  run.className = "run";
-  const change = button("Edit");
-  const bar = document.createElement("div");
-  bar.className = "bar";
-  const status = document.createElement("div");
-  status.setAttribute("role", "status");
-  status.hidden = true;
-  const output = document.createElement("pre");
-  output.className = "run-output";
-  output.tabIndex = 0;
-  output.hidden = true;
-  output.setAttribute("aria-label", "Output");
-  bar.append(run, change, status);
-  box.append(bar, output);
-  const runner = new Runner({ output, status, button: run }, given, false);
-
-  change.addEventListener("click", async () => {
-    change.disabled = true;
-    const { makeEditor } = await import("../editor/editor");
-    const place = document.createElement("div");
-    place.className = "editor";
-    code.replaceWith(place);
-    const view = makeEditor({
-      parent: place,
-      text: text(),
-      label: "Program",
-      numbered: false,
-      onRun: () => void runner.start(),
-    });
-    text = () => view.state.doc.toString();
-    change.remove();
-    view.focus();
-  });
-}
-
-/// Words as they are searched: a hyphen between two of them is a blank.
-const folded = (text: string) => text.toLowerCase().replace(/(?<=\w)-(?=\w)/g, " ");
-
-function setUpSearch(field: HTMLInputElement, list: HTMLElement) {
-  let wanted = "";
-  field.addEventListener("input", async () => {
-    wanted = folded(field.value.trim());
-    const asked = wanted;
-    list.replaceChildren();
-    if (!asked) return;
-    const entries = await allEntries();
-    if (asked !== wanted) return;
-    const rank = ({ name, text }: { name: string; text: string }) => {
-      const low = folded(name);
-      if (low === asked) return 0;
-      if (low.startsWith(asked)) return 1;
-      if (low.includes(asked)) return 2;
-      return folded(text).includes(asked) ? 3 : 4;
-    };
-    const found = entries
-      .map((entry) => ({ entry, rank: rank(entry) }))
-      .filter((each) => each.rank < 4)
-      .sort((a, b) => a.rank - b.rank)
-      .slice(0, 12);
-    list.replaceChildren(
-      ...found.map(({ entry }) => {
-        const item = document.createElement("li");
-        const link = document.createElement("a");
-        link.href = `#${entry.anchor}`;
-        link.innerHTML = entry.html;
-        item.append(link);
-        return item;
-      }),
-    );
-    if (found.length === 0) {
-      const none = document.createElement("li");
-      none.textContent = "nothing found";
-      list.append(none);
+/// The program in an embedded playground of its own, in the place of this one.
+async function embed(box: HTMLElement) {
+  const frame = document.createElement("iframe");
+  frame.title = `Program ${box.dataset.name ?? ""}`;
+  frame.className = "embedded";
+  frame.src = `${page("play.html?embed")}${await fragmentOf(givenOf(box))}`;
+  frame.style.height = `${Math.max(200, box.offsetHeight)}px`;
+  addEventListener("message", ({ source, data, origin }) => {
+    if (origin === location.origin && source === frame.contentWindow && typeof data?.height === "number") {
+      frame.style.height = `${data.height}px`;
     }
   });
+  box.replaceChildren(frame);
+}
+
+/// The output's place is made with the first run, when somebody has asked for it.
+function setUpProgram(box: HTMLElement) {
+  const button = box.querySelector<HTMLButtonElement>("button.run");
+  const status = box.querySelector<HTMLElement>(".status");
+  if (!button || !status) return;
+  const output = document.createElement("div");
+  output.className = "run-output output";
+  output.tabIndex = 0;
+  output.hidden = true;
+  output.setAttribute("role", "region");
+  output.setAttribute("aria-label", "Output");
+  box.append(output);
+  new Runner({ output, status, button }, { given: () => givenOf(box) });
+  box.querySelector(".change")?.addEventListener("click", () => void embed(box));
 }
 
 setUpFrame();
 for (const box of document.querySelectorAll<HTMLElement>(".program")) setUpProgram(box);
-if (matchMedia("(max-width: 900px)").matches) {
-  document.querySelector<HTMLDetailsElement>(".contents details")!.open = false;
-}
 const field = document.querySelector<HTMLInputElement>("#search");
-if (field) setUpSearch(field, document.getElementById("found")!);
+if (field) setUpSearch(field);

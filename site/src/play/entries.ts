@@ -1,25 +1,31 @@
-// Entries of the reference by name, for a hover and for the search: made by the build from the
-// tables of docs/reference.md, fetched when first asked for.
+// Entries of the reference by name, for hovers and completion: made by the build from
+// docs/reference.json, fetched when first asked for.
+import { asset } from "../assets";
 
 export interface Entry {
   name: string;
+  kind: string;
+  section: string;
+  /// Where on the reference's page.
+  id: string;
   /// What the reference says, as HTML.
   html: string;
-  /// The same as plain text, for the search.
-  text: string;
-  /// Where on the reference's page.
-  anchor: string;
-  /// For the search alone: its name stands for something else in a program.
-  hidden?: boolean;
+  /// Whether a program can name it.
+  named: boolean;
 }
 
 let entries: Promise<Entry[]> | undefined;
 
 export function allEntries(): Promise<Entry[]> {
-  entries ??= fetch(new URL("entries.json", document.baseURI)).then((response) => response.json());
+  entries ??= fetch(asset("reference"))
+    .then((response) => response.json())
+    .catch(() => {
+      entries = undefined; // asked again with the next name
+      return [];
+    });
   return entries;
 }
 
 export async function entryFor(name: string): Promise<Entry | undefined> {
-  return (await allEntries()).find((entry) => entry.name === name && !entry.hidden);
+  return (await allEntries()).find((entry) => entry.named && entry.name === name);
 }

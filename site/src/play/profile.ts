@@ -1,7 +1,9 @@
 // What a run costs, by name: a table, and the stacks of calls as a picture in which width is steps.
-import { profile, type Pending, type ProfileRow } from "../machine/laboratory";
-import { jobOf, type Given } from "./runner";
-import type { Tabs } from "./tabs";
+import { type ProfileRow, profile } from "../machine/laboratory";
+import { type Given, jobOf } from "./given";
+import { Progress, Staleness } from "./progress";
+import { asRun } from "./runner";
+import type { Panel } from "./tabs";
 
 interface Frame {
   name: string;
@@ -9,7 +11,7 @@ interface Frame {
   below: Map<string, Frame>;
 }
 
-function framesOf(folded: string): Frame {
+export function framesOf(folded: string): Frame {
   const root: Frame = { name: "", steps: 0, below: new Map() };
   for (const line of folded.split("\n")) {
     const cut = line.lastIndexOf(" ");
@@ -38,7 +40,7 @@ function flame(root: Frame, element: HTMLElement) {
       if (width < 0.15 || level >= deepest) break;
       const box = document.createElement("div");
       box.className = `flame-box tone-${[...child.name].reduce((sum, c) => sum + c.charCodeAt(0), 0) % 5}`;
-      box.style.cssText = `left:${left}%;width:${width}%;top:${level * rowHeight}px`;
+      Object.assign(box.style, { left: `${left}%`, width: `${width}%`, top: `${level * rowHeight}px` });
       box.textContent = child.name;
       box.title = `${child.name}: ${child.steps} steps, ${width.toFixed(1)} %`;
       element.append(box);
@@ -60,7 +62,8 @@ function tableOf(rows: ProfileRow[]): HTMLTableElement {
   const body = table.createTBody();
   const head = table.createTHead().insertRow();
   const fill = (by: (typeof columns)[number]) => {
-    for (const each of head.cells) each.ariaSort = each.textContent === by ? (by === "name" ? "ascending" : "descending") : "none";
+    for (const each of head.cells)
+      each.ariaSort = each.textContent === by ? (by === "name" ? "ascending" : "descending") : "none";
     const sorted = [...rows].sort((a, b) => (by === "name" ? (a.name < b.name ? -1 : 1) : b[by] - a[by]));
     body.replaceChildren();
     for (const { name, calls, steps, nodes } of sorted) {
@@ -79,46 +82,46 @@ function tableOf(rows: ProfileRow[]): HTMLTableElement {
   return table;
 }
 
-export function setUpProfile(panel: HTMLElement, tabs: Tabs, given: () => Given) {
-  panel.innerHTML = `<div class="profile"><p class="said"><span role="status"></span> <button type="button" hidden>Stop</button></p>
+export function setUpProfile(panel: HTMLElement, given: () => Given): Panel {
+  panel.innerHTML = `<div class="profile scrolled" tabindex="0"><div class="panel-bar"><p class="said" role="status"></p>
+<button type="button" data-do="stop" hidden>Stop</button></div>
 <div class="flame" aria-hidden="true"></div><div class="table"></div></div>`;
-  const said = panel.querySelector<HTMLElement>("[role=status]")!;
-  const stop = panel.querySelector("button")!;
   const picture = panel.querySelector<HTMLElement>(".flame")!;
   const table = panel.querySelector(".table")!;
+  const progress = new Progress(panel.querySelector(".said")!, panel.querySelector("[data-do=stop]")!);
+  const stale = new Staleness(panel.firstElementChild!, "the profile", () => void begin());
   let key = "";
-  let running: Pending<unknown> | undefined;
-  stop.addEventListener("click", () => running?.stop());
 
-  tabs.onSelect("profile", async () => {
+  async function begin() {
     const asked = given();
     const next = JSON.stringify(asked);
-    if (next === key) return;
     key = next;
-    running?.stop();
+    progress.stop();
+    stale.show(false);
     table.replaceChildren();
     picture.replaceChildren();
     picture.style.height = "0";
-    said.textContent = "running ...";
-    stop.hidden = false;
-    const made = profile(jobOf(asked));
-    running = made;
-    const answer = await made.answer.catch(({ message }: Error) => message);
-    if (key !== next) return;
-    stop.hidden = true;
-    if (typeof answer === "string") {
-      key = "";
-      said.textContent = answer === "stopped" ? answer : `The laboratory gave up: ${answer}`;
+    const program = await asRun(asked);
+    const isWanted = () => key === next;
+    if (!isWanted()) return;
+    const answer = await progress.wait(profile(jobOf(program.given)), isWanted);
+    if (!answer) {
+      if (isWanted()) key = "";
       return;
     }
     const { rows, folded, started } = answer;
-    if (!started || !rows) {
-      said.textContent = "This program is at fault, and does not run.";
-      return;
-    }
+    if (!started || !rows) return progress.say("This program is at fault, and does not run.");
     const total = rows.reduce((sum, row) => sum + row.steps, 0);
-    said.textContent = `${total.toLocaleString("en")} steps of the plain machine`;
+    progress.say(`${total.toLocaleString("en")} steps of the plain machine`);
     flame(framesOf(folded), picture);
     table.replaceChildren(tableOf(rows));
-  });
+  }
+
+  return {
+    open: () => {
+      if (JSON.stringify(given()) !== key) void begin();
+    },
+    changed: () => stale.show(key !== "" && JSON.stringify(given()) !== key),
+    stop: () => progress.stop(),
+  };
 }

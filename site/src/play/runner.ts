@@ -1,51 +1,12 @@
 // A program's run in a page: its output, how it ended, and the button that starts and stops it.
-import { walk, type Pending } from "../machine/laboratory";
-import type { Job } from "../machine/module";
-import { start, type End, type Run } from "../machine/session";
-import { OutputView } from "./output";
-
-export interface Given {
-  text: string;
-  arguments: string[];
-  input: string;
-  files: { name: string; text: string }[];
-}
-
-const encoder = new TextEncoder();
-
-export function jobOf(given: Given): Job {
-  return {
-    program: { name: "program.marl", bytes: encoder.encode(given.text) },
-    arguments: given.arguments,
-    input: encoder.encode(given.input),
-    files: given.files.map(({ name, text }) => ({ name, bytes: encoder.encode(text) })),
-    folder: "/home/marl",
-    environment: { HOME: "/home/marl", LANG: "C" },
-  };
-}
-
-/// The steps that are counted behind a run, by a second one.
-const countLimit = 1_000_000;
-
-const failedStatus = 0x80000000;
-
-function duration(milliseconds: number): string {
-  if (milliseconds < 10) return `${milliseconds.toFixed(1)} ms`;
-  return milliseconds < 1000 ? `${Math.round(milliseconds)} ms` : `${(milliseconds / 1000).toFixed(2)} s`;
-}
-
-/// How a run ended, in a few words.
-function endText({ outcome, milliseconds, withheld }: End): string {
-  const words = [];
-  if (outcome.ended === "exit") {
-    words.push(outcome.status === failedStatus ? "ended in a Report" : `exit status ${outcome.status}`);
-  } else if (outcome.ended === "stopped") words.push("stopped");
-  else if (outcome.ended === "abort") words.push("aborted");
-  else words.push(`ended by the machine: ${outcome.word}`);
-  words.push(duration(milliseconds));
-  if (withheld > 0) words.push(`${withheld} more bytes of output not shown`);
-  return words.join(" · ");
-}
+//
+// A program whose entry is an expression and no function is run so that it shows its value.
+import { showingValue, valueMark } from "../language/program";
+import { check, type Message } from "../machine/laboratory";
+import { type End, type Run, start } from "../machine/session";
+import { endedInReport, endingOf, pictureBegin, sentenceOf, sizeText } from "./ending";
+import { type Given, jobOf } from "./given";
+import { OutputView } from "./output_view";
 
 export interface RunnerParts {
   output: HTMLElement;
@@ -53,60 +14,123 @@ export interface RunnerParts {
   button: HTMLButtonElement;
 }
 
+export interface RunnerSettings {
+  given(): Given;
+  /// Asked to show the place of a fault.
+  onPlace?(message: Message): void;
+}
+
+function element<K extends keyof HTMLElementTagNameMap>(name: K, className: string, text = "") {
+  const made = document.createElement(name);
+  made.className = className;
+  made.textContent = text;
+  return made;
+}
+
+const isFault = ({ severity }: Message) => severity === "fault";
+
+/// The program as it is run: one that is an expression shows its value.
+export async function asRun(given: Given): Promise<{ given: Given; isValue: boolean }> {
+  if (showingValue(given.text, true) === undefined) return { given, isValue: false };
+  const messages = await check(given.text).catch(() => []);
+  const text = messages.some(isFault)
+    ? undefined
+    : showingValue(
+        given.text,
+        messages.some(({ kind }) => kind === "entry"),
+      );
+  return text === undefined ? { given, isValue: false } : { given: { ...given, text }, isValue: true };
+}
+
 export class Runner {
   private readonly view: OutputView;
   private run: Run | undefined;
-  private counting: Pending<unknown> | undefined;
+  /// Counts the starts: what belongs to an older one is dropped.
+  private turn = 0;
+  private stopped = false;
 
   constructor(
     private readonly parts: RunnerParts,
-    private readonly given: () => Given,
-    /// Whether the steps are counted as well.
-    private readonly counts: boolean,
+    private readonly settings: RunnerSettings,
   ) {
     this.view = new OutputView(parts.output);
-    parts.button.addEventListener("click", () => this.toggle());
+    parts.button.addEventListener("click", () => (this.isRunning() ? this.stop() : void this.start()));
   }
 
-  private toggle() {
-    if (this.run) this.run.stop();
-    else void this.start();
+  isRunning() {
+    return this.parts.button.classList.contains("running");
+  }
+
+  stop() {
+    this.stopped = true;
+    this.run?.stop();
   }
 
   async start() {
     this.run?.stop();
-    this.counting?.stop();
+    const turn = ++this.turn;
+    this.stopped = false;
     this.view.clear();
-    const { button, status, output } = this.parts;
-    output.hidden = status.hidden = false;
-    button.textContent = "Stop";
-    button.classList.add("running");
-    status.className = "status running";
-    status.textContent = "running";
-    const job = jobOf(this.given());
-    const run = start(job, (stream, bytes) => {
-      if (this.run === run) this.view.write(stream, bytes);
+    this.setRunning(true);
+    const given = this.settings.given();
+    const { given: program, isValue } = await asRun(given);
+    if (turn !== this.turn) return;
+    this.view.clear(isValue ? valueMark : undefined);
+    const run = start(jobOf(program), {
+      output: (stream, bytes) => {
+        if (turn === this.turn) this.view.write(stream, bytes);
+      },
+      withheld: (bytes) => {
+        if (turn === this.turn) this.tell("running", ["running", `${sizeText(bytes)} more of output not shown`]);
+      },
     });
     this.run = run;
+    if (this.stopped) run.stop();
     const end = await run.end;
-    if (this.run !== run) return;
+    await this.view.settled();
+    if (turn !== this.turn) return;
     this.run = undefined;
-    this.view.flush();
-    const fine = end.outcome.ended === "exit" && end.outcome.status !== failedStatus;
-    status.className = `status ${fine ? "fine" : "failed"}`;
-    status.textContent = endText(end);
-    button.textContent = "Run";
-    button.classList.remove("running");
-    if (this.counts && end.outcome.ended !== "stopped") await this.addCount(job);
+    await this.showEnd(given, end);
+    this.setRunning(false);
   }
 
-  /// A run that is stopped or replaced while it is counted goes without.
-  private async addCount(job: Job) {
-    const counting = walk(job, countLimit);
-    this.counting = counting;
-    const answer = await counting.answer.catch(() => undefined);
-    if (!answer?.started) return;
-    const steps = `${answer.ended ? "" : "over "}${answer.last.toLocaleString("en")} steps`;
-    this.parts.status.textContent += ` · ${steps}`;
+  private setRunning(yes: boolean) {
+    const { button, status, output } = this.parts;
+    button.textContent = yes ? "Stop" : "Run";
+    button.classList.toggle("running", yes);
+    if (!yes) return;
+    output.hidden = status.hidden = false;
+    this.tell("running", ["running"]);
+  }
+
+  private tell(tone: string, words: string[]) {
+    this.parts.status.className = `status ${tone}`;
+    this.parts.status.textContent = words.join(" · ");
+  }
+
+  private async showEnd(given: Given, end: End) {
+    if (endedInReport(end)) await this.showReport(given.text);
+    const { tone, words } = endingOf(end, this.view.value());
+    this.tell(tone, words);
+  }
+
+  /// What the check says about the program comes first, or the Report's own sentence; the picture is
+  /// there to be unfolded.
+  private async showReport(text: string) {
+    const picture = this.view.cutErrors(pictureBegin);
+    if (!picture) return;
+    const fault = (await check(text).catch(() => [])).find(isFault);
+    const box = element("div", "report");
+    const sentence = element("p", "sentence", fault?.say ?? sentenceOf(picture));
+    if (fault) {
+      const place = element("button", "place", `Line ${fault.line}`);
+      place.type = "button";
+      place.addEventListener("click", () => this.settings.onPlace?.(fault));
+      sentence.prepend(this.settings.onPlace ? place : `Line ${fault.line}: `, " ");
+    }
+    const details = element("details", "");
+    details.append(element("summary", "", "The Report, as marl prints it"), element("pre", "picture", picture));
+    box.append(sentence, details);
+    this.view.add(box);
   }
 }

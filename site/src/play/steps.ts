@@ -1,23 +1,31 @@
 // The reduction to look at: one state at a time, from any place of the run.
 //
 // States come from the laboratory in windows, each by a run of its own, so the page holds little of
-// a long run. How long the run is a walk tells, up to a limit that the reader may put off.
-import type { Job } from "../machine/module";
-import { nextCall, steps, walk, whyZ, type Pending, type Step } from "../machine/laboratory";
+// a long run. How long the run is a walk tells, up to a limit that the reader may put off; it tells
+// as well what the program has written by which state.
+import { definitionOf, piecesOf } from "../language/program";
+import { fullStep, nextCall, type Step, steps, walk, whyZ } from "../machine/laboratory";
+import type { Job, Logged } from "../machine/module";
+import { type Given, jobOf } from "./given";
+import { Progress, Staleness } from "./progress";
+import { asRun } from "./runner";
+import { cutLine, filled, framesTaken, lastFired, piecesOfLine, withPictures, writtenBy } from "./steps_model";
+import type { Panel } from "./tabs";
 import { pictureOf, sharedParts, waitingIn } from "./tree";
-import { jobOf, type Given } from "./runner";
-import type { Tabs } from "./tabs";
 
 const windowSize = 250;
 const windowsKept = 8;
 /// The states that are counted before the reader is asked.
 const firstLimit = 1_000_000;
+/// Milliseconds between two states that are played.
+const pace = 350;
 
 const template = `
-<div class="steps">
+<div class="steps scrolled" tabindex="0" role="group" aria-label="Steps; the arrow keys move">
 <div class="panel-bar">
 <button type="button" data-do="first" aria-label="First state">«</button>
 <button type="button" data-do="back" aria-label="One step back">◀</button>
+<button type="button" data-do="play" aria-label="Play">Play</button>
 <button type="button" data-do="next" aria-label="One step forward">▶</button>
 <button type="button" data-do="last" aria-label="Last state">»</button>
 <input type="range" min="0" max="0" value="0" aria-label="Place in the run">
@@ -32,53 +40,33 @@ const template = `
 </form>
 <p class="said" role="status"></p>
 <p class="rule"></p>
-<pre class="state" tabindex="0" aria-label="The state: the context, a dot, the focus"></pre>
-<div class="picture" tabindex="0" aria-label="The focus as a tree"></div>
-<div class="waiting"><h3>What waits for it, the next one first</h3><ol></ol></div>
+<pre class="state" tabindex="0" role="region" aria-label="The state: the context, a dot, the focus"></pre>
+<div class="so-far" hidden><h2>Written so far</h2><pre tabindex="0" role="region" aria-label="Written so far"></pre></div>
+<div class="picture" tabindex="0" role="region" aria-label="The focus as a tree"></div>
+<div class="waiting"><h2>What waits for it, the next one first</h2><ol></ol></div>
 </div>`;
 
-const encoder = new TextEncoder();
-const decoder = new TextDecoder();
-
-/// Control characters as their pictures, so that a state stays on its line.
-const withPictures = (text: string) =>
-  text.replace(/[\0-\x1f]/g, (c) => String.fromCharCode(0x2400 + c.charCodeAt(0)));
-
-/// The line in three parts, the middle one being what the next step rewrites.
-function cutLine({ line, redex }: Step): string[] {
-  const bytes = encoder.encode(line);
-  const end = redex.start + redex.length;
-  return [bytes.subarray(0, redex.start), bytes.subarray(redex.start, end), bytes.subarray(end)]
-    .map((part) => withPictures(decoder.decode(part)));
+interface Settings {
+  given(): Given;
+  /// Marks a place in the program.
+  mark(place?: { from: number; to: number }): void;
 }
 
-/// How many of the frames that wait the next step takes: in the line, each of them ends with the
-/// parenthesis of the context that holds it.
-function framesTaken({ line, redex, rule }: Step): number {
-  if (rule === "pop") return 1;
-  let text = decoder.decode(encoder.encode(line).subarray(redex.start));
-  for (let before = ""; before !== text; ) [before, text] = [text, text.replace(/\[[^[\]]*\]/g, "")];
-  let taken = 0;
-  let open = 0;
-  for (const c of text.slice(0, Math.max(0, text.indexOf(" . ")))) {
-    if (c === "(") ++open;
-    else if (c === ")" && open > 0) --open;
-    else if (c === ")") ++taken;
-  }
-  return taken;
-}
-
-export function setUpSteps(panel: HTMLElement, tabs: Tabs, given: () => Given) {
+export function setUpSteps(panel: HTMLElement, settings: Settings): Panel {
   panel.innerHTML = template;
   const find = <E extends Element>(selector: string) => panel.querySelector<E>(selector)!;
   const slider = find<HTMLInputElement>("input[type=range]");
-  const said = find<HTMLElement>(".said");
   const place = find<HTMLElement>("output");
-  const stop = find<HTMLButtonElement>('[data-do="stop"]');
   const more = find<HTMLButtonElement>('[data-do="more"]');
+  const playButton = find<HTMLButtonElement>('[data-do="play"]');
+  const progress = new Progress(find(".said"), find('[data-do="stop"]'));
+  const stale = new Staleness(find(".steps"), "the reduction", () => void begin());
 
-  let job: Job | undefined;
+  let job: Promise<Job> = Promise.resolve(jobOf(settings.given()));
   let key = "";
+  /// The text that the steps are of, and the names that it defines.
+  let text = "";
+  let names = new Set<string>();
   /// Where the page is, and where the last click wants it to be.
   let at = 0;
   let wanted = 0;
@@ -86,44 +74,33 @@ export function setUpSteps(panel: HTMLElement, tabs: Tabs, given: () => Given) {
   let last = 0;
   let ended = false;
   let report = "";
+  let log: Logged[] = [];
   let windows = new Map<number, Promise<Step[]>>();
-  const pending = new Set<Pending<unknown>>();
+  let playing: ReturnType<typeof setInterval> | undefined;
 
-  const say = (text: string) => (said.textContent = text);
+  const isCurrent =
+    (asked = key) =>
+    () =>
+      asked === key;
 
-  async function waitFor<Answer>(made: Pending<Answer>): Promise<Answer | undefined> {
-    const asked = key;
-    pending.add(made);
-    stop.hidden = false;
-    try {
-      const answer = await made.answer;
-      return asked === key ? answer : undefined;
-    } catch (fault) {
-      const { message } = fault as Error;
-      if (asked === key) say(message === "stopped" ? "stopped" : `The laboratory gave up: ${message}`);
-      return undefined;
-    } finally {
-      pending.delete(made);
-      stop.hidden = pending.size === 0;
-    }
-  }
-
-  function stopAll() {
-    for (const each of [...pending]) each.stop();
-  }
-
+  /// Begins anew when the program is another one.
   function begin() {
-    const next = given();
+    const next = settings.given();
+    stale.show(false);
     if (JSON.stringify(next) === key) return;
-    job = jobOf(next);
     key = JSON.stringify(next);
-    stopAll();
+    text = next.text;
+    names = new Set(piecesOf(text).flatMap(({ name }) => name ?? []));
+    job = asRun(next).then(({ given }) => jobOf(given));
+    progress.stop();
+    pause();
     at = wanted = last = 0;
     ended = false;
     report = "";
+    log = [];
     windows = new Map();
     more.hidden = true;
-    say("");
+    progress.say("");
     for (const part of panel.querySelectorAll("output, .rule, .state, .picture, ol")) part.replaceChildren();
     void show(0).then(() => count(firstLimit));
   }
@@ -139,13 +116,12 @@ export function setUpSteps(panel: HTMLElement, tabs: Tabs, given: () => Given) {
   }
 
   async function fetchWindow(from: number): Promise<Step[]> {
-    say("running ...");
-    const answer = await waitFor(steps(job!, from, windowSize));
+    const answer = await progress.wait(steps(await job, from, windowSize), isCurrent());
     if (!answer) {
       windows.delete(from);
       return [];
     }
-    say(answer.started ? "" : "This program is at fault, and does not run.");
+    if (!answer.started) progress.say("This program is at fault, and does not run.");
     noteEnd(answer, answer.steps.at(-1)?.n ?? 0);
     return answer.steps;
   }
@@ -157,39 +133,54 @@ export function setUpSteps(panel: HTMLElement, tabs: Tabs, given: () => Given) {
     report = answer.report;
   }
 
-  /// Looks for the end of the run, up to a limit.
+  /// Looks for the end of the run, up to a limit, and for what is written on the way.
   async function count(limit: number) {
     more.hidden = true;
-    if (!ended) {
-      const answer = await waitFor(walk(job!, limit));
-      if (!answer) return;
-      noteEnd(answer, answer.last);
-      more.hidden = ended;
-    }
+    const answer = await progress.wait(walk(await job, limit, progress.at), isCurrent());
+    if (!answer) return;
+    noteEnd(answer, answer.last);
+    log = answer.output;
+    more.hidden = ended;
     showPlace();
+    showWritten();
   }
+
+  const number = (n: number) => n.toLocaleString("en");
 
   function showPlace() {
     slider.max = String(Math.max(last, at));
     slider.value = String(at);
-    const number = (n: number) => n.toLocaleString("en");
     place.textContent = `step ${number(at)} of ${ended ? "" : "over "}${number(Math.max(last, at))}`;
+  }
+
+  function showWritten() {
+    const written = writtenBy(log, at);
+    find<HTMLElement>(".so-far").hidden = log.length === 0;
+    find(".so-far pre").textContent = written.slice(-4000) || "nothing";
   }
 
   async function show(n: number) {
     wanted = Math.max(0, n);
     const [mine, asked] = [wanted, key];
     const from = mine - (mine % windowSize);
-    const step = (await windowFrom(from))[mine - from];
+    const list = await windowFrom(from);
+    const step = list[mine - from];
     if (mine !== wanted || asked !== key || !step) return;
     at = mine;
     draw(step);
     showPlace();
+    showWritten();
+    if (!panel.hidden) markSource(list.slice(0, mine - from + 1).reverse());
+  }
+
+  function markSource(before: Step[]) {
+    if (settings.given().text !== text) return;
+    const name = lastFired(before, names);
+    settings.mark((name !== undefined && definitionOf(text, name)) || piecesOf(text)[0]);
   }
 
   function draw(step: Step) {
-    const [before, redex, behind] = cutLine(step);
-    find(".state").replaceChildren(before, Object.assign(document.createElement("mark"), { textContent: redex }), behind);
+    drawState(step);
     const isEnd = step.rule === "end";
     const rule = step.name ? `${step.rule} ${withPictures(step.name)}` : step.rule;
     const within = step.run > 0 ? "In a run within the run. " : "";
@@ -201,38 +192,84 @@ export function setUpSteps(panel: HTMLElement, tabs: Tabs, given: () => Given) {
     const waiting = waitingIn(step.context, shared);
     find<HTMLElement>(".waiting").hidden = waiting.length === 0;
     find(".waiting ol").replaceChildren(
-      ...waiting.map((text, i) => {
-        const frame = document.createElement(i < taken ? "mark" : "span");
-        frame.textContent = withPictures(text);
+      ...waiting.map((frame, i) => {
+        const made = document.createElement(i < taken ? "mark" : "span");
+        made.textContent = withPictures(frame);
         const item = document.createElement("li");
-        item.append(frame);
+        item.append(made);
         return item;
       }),
     );
     panel.dataset.at = String(step.n);
   }
 
+  /// The state as a line. What is left out of it unfolds where it stands.
+  function drawState(step: Step) {
+    const mark = document.createElement("mark");
+    const [before, redex, behind] = cutLine(step);
+    let holes = 0;
+    const partsOf = (part: string) =>
+      piecesOfLine(part).map((piece) => {
+        if ("text" in piece) return piece.text;
+        const index = holes++;
+        const unfold = document.createElement("button");
+        unfold.type = "button";
+        unfold.className = "hole";
+        unfold.title = "Unfold";
+        unfold.textContent = piece.hole;
+        unfold.addEventListener("click", () => void unfoldHole(step, index, unfold));
+        return unfold;
+      });
+    const first = partsOf(before);
+    mark.append(...partsOf(redex));
+    find(".state").replaceChildren(...first, mark, ...partsOf(behind));
+  }
+
+  async function unfoldHole(step: Step, index: number, button: HTMLElement) {
+    const answer = await progress.wait(fullStep(await job, step.n), isCurrent());
+    const full = answer?.steps[0]?.line;
+    if (full === undefined) return;
+    const term = document.createElement("span");
+    term.className = "unfolded";
+    term.textContent = withPictures(filled(step.line, full)[index] ?? "");
+    button.replaceWith(term);
+  }
+
   async function goToCall(name: string) {
-    say("running ...");
-    const answer = await waitFor(nextCall(job!, name, at + 1));
+    const answer = await progress.wait(nextCall(await job, name, at + 1, progress.at), isCurrent());
     if (!answer) return;
     noteEnd(answer, answer.last);
     if (answer.call !== undefined) await show(answer.last);
-    say(answer.call ?? `${name} is not called behind this place.`);
+    progress.say(answer.call ?? `${name} is not called behind this place.`);
     showPlace();
   }
 
   async function goToZ() {
-    say("running ...");
-    const answer = await waitFor(whyZ(job!));
+    const answer = await progress.wait(whyZ(await job), isCurrent());
     if (!answer) return;
-    if (!answer.chain) return say("The program ends by itself, before it has a result.");
+    if (!answer.chain) return progress.say("The program ends by itself, before it has a result.");
     const [first, ...others] = answer.chain;
-    if (!first) return say("No step has made a Z that is in the result.");
+    if (!first) return progress.say("No step has made a Z that is in the result.");
     await show(first.n);
     const within = first.within.length ? `, within ${first.within[0]}` : "";
     const then = others.map(({ call }) => `, then ${call}`).join("");
-    say(withPictures(`Z is the answer of ${first.call}${within}${then}`));
+    progress.say(withPictures(`Z is the answer of ${first.call}${within}${then}`));
+  }
+
+  function pause() {
+    clearInterval(playing);
+    playing = undefined;
+    playButton.textContent = "Play";
+  }
+
+  function play() {
+    if (playing) return pause();
+    playButton.textContent = "Pause";
+    playing = setInterval(() => {
+      if (panel.hidden || (ended && at >= last)) pause();
+      // The next one waits for the one before.
+      else if (wanted === at) void show(at + 1);
+    }, pace);
   }
 
   const actions: Record<string, () => void> = {
@@ -240,16 +277,31 @@ export function setUpSteps(panel: HTMLElement, tabs: Tabs, given: () => Given) {
     back: () => void show(wanted - 1),
     next: () => void show(ended ? Math.min(last, wanted + 1) : wanted + 1),
     last: () => void show(last),
+    play,
     z: () => void goToZ(),
     more: () => void count(10 * last),
-    stop: stopAll,
+  };
+  const act = (action: string) => {
+    if (action !== "play") pause();
+    begin();
+    actions[action]?.();
   };
   for (const button of panel.querySelectorAll<HTMLButtonElement>("[data-do]")) {
-    button.addEventListener("click", () => {
-      begin();
-      actions[button.dataset.do!]();
-    });
+    button.addEventListener("click", () => act(button.dataset.do!));
   }
+  const keys: Record<string, string> = {
+    ArrowLeft: "back",
+    ArrowRight: "next",
+    Home: "first",
+    End: "last",
+    " ": "play",
+  };
+  find(".steps").addEventListener("keydown", (event) => {
+    const { key: pressed, target } = event as KeyboardEvent;
+    if (!keys[pressed] || (target as Element).closest("input, button")) return;
+    event.preventDefault();
+    act(keys[pressed]);
+  });
   find<HTMLFormElement>("form").addEventListener("submit", (event) => {
     event.preventDefault();
     begin();
@@ -258,10 +310,26 @@ export function setUpSteps(panel: HTMLElement, tabs: Tabs, given: () => Given) {
   });
   // A slider on its way shows what is at hand.
   slider.addEventListener("input", () => {
+    pause();
     const n = Number(slider.value);
     if (windows.has(n - (n % windowSize))) void show(n);
-    else place.textContent = `step ${n.toLocaleString("en")}`;
+    else place.textContent = `step ${number(n)}`;
   });
   slider.addEventListener("change", () => void show(Number(slider.value)));
-  tabs.onSelect("steps", begin);
+  return {
+    open: () => {
+      begin();
+      void show(wanted);
+    },
+    show: (n) => void show(n),
+    changed: () => {
+      pause();
+      settings.mark();
+      stale.show(key !== "" && JSON.stringify(settings.given()) !== key);
+    },
+    stop: () => {
+      pause();
+      progress.stop();
+    },
+  };
 }

@@ -6,6 +6,16 @@ export interface Tabs {
   onSelect(name: string, action: () => void): void;
 }
 
+/// What the page needs of a panel: to tell it that it is in front, or that the program has changed, and
+/// to stop what it does.
+export interface Panel {
+  open(): void;
+  changed(): void;
+  stop(): void;
+  /// Goes to a step.
+  show?(n: number): void;
+}
+
 export function setUpTabs(list: Element): Tabs {
   const tabs = [...list.querySelectorAll<HTMLButtonElement>('[role="tab"]')];
   const actions = new Map<string, () => void>();

@@ -89,16 +89,24 @@ function draw(term: Term, into: Element) {
   const y = term.depth * level + 18;
   for (const child of term.children) {
     const below = child.depth * level + 18;
-    into.append(element("path", {
-      class: "edge",
-      d: `M${term.x} ${y + 10} C${term.x} ${y + 24} ${child.x} ${below - 24} ${child.x} ${below - 11}`,
-    }));
+    into.append(
+      element("path", {
+        class: "edge",
+        d: `M${term.x} ${y + 10} C${term.x} ${y + 24} ${child.x} ${below - 24} ${child.x} ${below - 11}`,
+      }),
+    );
     draw(child, into);
   }
   const group = element("g", { class: term.reference ? "reference" : term.shared ? "shared" : "node" });
-  group.append(element("rect", {
-    x: term.x - term.width / 2, y: y - 11, width: term.width, height: 22, rx: 6,
-  }));
+  group.append(
+    element("rect", {
+      x: term.x - term.width / 2,
+      y: y - 11,
+      width: term.width,
+      height: 22,
+      rx: 6,
+    }),
+  );
   const mark = term.shared ? `#${term.shared}` : "";
   const label = term.reference ? mark : [term.label || "·", mark].filter(Boolean).join(" ");
   group.append(element("text", { x: term.x, y: y + 4.5, "text-anchor": "middle" }, label));
@@ -106,10 +114,12 @@ function draw(term: Term, into: Element) {
 }
 
 function size(term: Term): { width: number; depth: number } {
-  return term.children.map(size).reduce(
-    (sum, each) => ({ width: Math.max(sum.width, each.width), depth: Math.max(sum.depth, each.depth) }),
-    { width: term.x + term.width / 2, depth: term.depth },
-  );
+  return term.children
+    .map(size)
+    .reduce((sum, each) => ({ width: Math.max(sum.width, each.width), depth: Math.max(sum.depth, each.depth) }), {
+      width: term.x + term.width / 2,
+      depth: term.depth,
+    });
 }
 
 /// An expression as a tree; `marked` when the next step rewrites all of it.
@@ -118,8 +128,11 @@ export function pictureOf(tree: Tree, shared: Shared, marked: boolean): SVGEleme
   place(term, 2, 0);
   const { width, depth } = size(term);
   const svg = element("svg", {
-    class: marked ? "tree redex" : "tree", width: width + 4, height: depth * level + 34,
-    role: "img", "aria-label": "The focus as a tree",
+    class: marked ? "tree redex" : "tree",
+    width: width + 4,
+    height: depth * level + 34,
+    role: "img",
+    "aria-label": "The focus as a tree",
   }) as SVGElement;
   draw(term, svg);
   return svg;
