@@ -12,7 +12,7 @@ _marl_lab() {
     esac
     if [ -z "$words" ]; then
         if [ "$COMP_CWORD" = 1 ]; then
-            words="check format explain pack run test doc new serve repl steps profile --help --version"
+            words="check format explain pack run test doc new serve repl steps profile code --help --version"
         elif [ "$command" = explain ]; then
             words="json --help $(marl-lab explain 2>/dev/null | sed -n 's/^  \([a-z_]*\).*/\1/p')"
         elif [[ $word == -* ]]; then

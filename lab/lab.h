@@ -66,6 +66,22 @@ Formatted pack_source(std::string_view text);
 /// is nothing to do, or no layout.
 std::vector<Edit> format_range(std::string_view text, Range range);
 
+/// The code that the machine makes of a definition at its first call.
+struct CodeOf {
+    std::string name;   // "(entry)" is the entry expression
+    int registers = 0;  // of its frame
+    std::string text;  // a line an instruction; empty for a constant, which is reduced as it stands
+};
+
+struct Listed {
+    std::vector<CodeOf> definitions;
+    std::string report;  // what `marl` would show when the program is at fault
+};
+
+/// The code of the definitions that the program reaches, or of one that is named, which may be the
+/// prelude's. Runs nothing but the backquotes.
+Listed list_code(std::string_view text, std::string_view only);
+
 // The following run the program, with all of its effects, on `arguments`, as `marl` would but on
 // the plain machine, one rule a step. Long values are shortened; what is left out stands there as
 // <1234 nodes>.

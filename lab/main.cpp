@@ -215,6 +215,7 @@ void add_repl(CLI::App& lab) {
 void add_run_commands(CLI::App& lab) {
     add_steps(lab, status);
     add_profile(lab, status);
+    add_code(lab, status);
 }
 
 void add_pack_commands(CLI::App& lab) {

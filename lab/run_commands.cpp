@@ -122,6 +122,26 @@ struct ProfileCommand {
     }
 };
 
+struct CodeCommand {
+    std::string path;
+    std::string only;
+
+    int run(const std::string& text) const {
+        const Listed listed = list_code(text, only);
+        fputs(listed.report.c_str(), stderr);
+        if (!listed.report.empty()) return 1;
+        for (const CodeOf& one : listed.definitions) {
+            const std::string what = one.text.empty()
+                                         ? "a constant, reduced as it stands"
+                                         : std::to_string(one.registers) + " registers";
+            printf("%s: %s\n%s\n", one.name.c_str(), what.c_str(), one.text.c_str());
+        }
+        if (!listed.definitions.empty()) return 0;
+        printf("The program reaches no definition of %s.\n", only.c_str());
+        return 1;
+    }
+};
+
 constexpr const char* output_help = "Write there, and leave standard output to the program";
 
 }  // namespace
@@ -149,6 +169,18 @@ void add_steps(CLI::App& lab, int& status) {
     command->callback([steps, &status] {
         status = steps->program.read();
         if (status == 0) status = steps->run();
+    });
+}
+
+void add_code(CLI::App& lab, int& status) {
+    const auto code = std::make_shared<CodeCommand>();
+    CLI::App* command = lab.add_subcommand("code", "Show the code that the machine runs");
+    command->add_option("FILE", code->path, "The program; - is standard input")->required();
+    command->add_option("NAME", code->only,
+                        "A definition; without it all that the program reaches");
+    command->callback([code, &status] {
+        PackedFile packed = packed_file(code->path);
+        status = packed.text ? code->run(*packed.text) : packed.status;
     });
 }
 

@@ -1,4 +1,4 @@
-// The commands that run a program: steps and profile, on the command line.
+// The commands about a run, on the command line: steps, profile, and the code that runs.
 #pragma once
 
 #include <string>
@@ -16,5 +16,6 @@ void add_colour(CLI::App* command, std::string& when);
 /// program's own status, 1 when it is at fault, or 2 when it can't be read.
 void add_steps(CLI::App& lab, int& status);
 void add_profile(CLI::App& lab, int& status);
+void add_code(CLI::App& lab, int& status);
 
 }  // namespace marl::lab

@@ -106,17 +106,27 @@ class Walk {
         return row_of(in.op).shape == Shape::land ? &in : nullptr;
     }
 
+    /// How many registers the frame keeps while what an instruction calls is under way.
+    static int kept_by(const Instruction& in) {
+        if (in.op == Op::builtin_held) return in.d;
+        return in.op == Op::evaluate ? in.c : in.b;
+    }
+
     /// The frame waits for a value, with so much in its registers.
-    void wait_at(int place, const State& state) {
+    void wait_at(int place, const State& state, int kept) {
         const Instruction* land = landing(place);
         if (!land) return fail("no land where it waits");
         if (land->map->live != state.full) fail("another set is live than its map says");
         require((state.full & ~registers_below(land->b)) == 0, "keeps too few registers");
+        require(land->b == kept, "keeps other registers than its land says");
         go_on(place, {state.full, nowhere});
         if (land->op != Op::land_before_choice) return;
         const Choice& choice = code_.choices[static_cast<size_t>(land->map->choice)];
-        if (choice.after >= 0) wait_at(choice.after, {state.full & ~choice.ends, nowhere});
         require((choice.ends & ~state.full) == 0, "a choice ends an empty register");
+        if (choice.after < 0) return;
+        const Instruction* after = landing(choice.after);
+        const State rest{state.full & ~choice.ends, nowhere};
+        wait_at(choice.after, rest, after ? after->b : 0);
     }
 
     void end(const State& state) {
@@ -154,14 +164,16 @@ class Walk {
                 return go_on(place_ + in.fields.e, written);
             case Shape::test: go_on(place_ + 1, state); return go_on(place_ + in.d, state);
             case Shape::choose: return choose(in, state);
-            case Shape::call: return wait_at(place_ + 1, state);
-            case Shape::step: go_on(place_ + 1, written); return wait_at(place_ + in.d, state);
+            case Shape::call: return wait_at(place_ + 1, state, kept_by(in));
+            case Shape::step:
+                go_on(place_ + 1, written);
+                return wait_at(place_ + in.d, state, kept_by(in));
             case Shape::hold:
                 require(state.waiting == nowhere, "waits twice");
                 return go_on(place_ + 1, {state.full, place_ + in.d});
             case Shape::leave:
                 if (state.waiting == nowhere) return end(state);
-                return wait_at(state.waiting, {state.full, nowhere});
+                return wait_at(state.waiting, {state.full, nowhere}, kept_by(in));
             case Shape::last:
                 if (in.op == Op::call_last) {
                     for (int reg = 0; reg < in.c; ++reg) take(state, reg);

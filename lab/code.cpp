@@ -1,0 +1,64 @@
+// The code that the machine runs, without a run: the program is checked as for one, and each
+// definition gets its code as if it were called now. A constant of the program has no value then,
+// which its first use gives it, so code that uses it asks for it.
+#include <string>
+#include <utility>
+
+#include "front/check.h"
+#include "front/prelude.h"
+#include "lab/lab.h"
+#include "reduce/listing.h"
+#include "reduce/run_code.h"
+#include "reduce/tables.h"
+
+namespace marl::lab {
+
+namespace {
+
+void compile_all(Code& code) {
+    if (!code.made) compile(code);
+    for (const auto& part : code.parts) compile_all(*part);
+}
+
+CodeOf code_of_definition(const String& name) {
+    CodeOf told;
+    told.name = name.empty() ? "(entry)" : std::string(name.view());
+    Symbol& symbol = symbol_of(name.view());
+    if (symbol.parameters == 0) return told;
+    Code& code = code_of(symbol);
+    compile_all(code);
+    told.registers = code.frame;
+    told.text = listing(code);
+    return told;
+}
+
+Listed list_definitions(std::string_view text, std::string_view only) {
+    Listed listed;
+    Module module;
+    Report report = parse_program(String(text), module);
+    std::vector<String> names;
+    for (const auto& [name, definition] : module.definitions) names.push_back(name);
+    if (passed(report)) report = check_program(std::move(module));
+    if (!passed(report)) {
+        listed.report = report_picture(report).view();
+        return listed;
+    }
+    if (!only.empty()) names = {String(only)};
+    for (const String& name : names) {
+        const Symbol* symbol = find_symbol(name.view());
+        if (!symbol || symbol->builtin || !symbol->definition) continue;
+        listed.definitions.push_back(code_of_definition(name));
+    }
+    return listed;
+}
+
+}  // namespace
+
+Listed list_code(std::string_view text, std::string_view only) {
+    build_prelude();
+    Listed listed = list_definitions(text, only);
+    clear_definitions();
+    return listed;
+}
+
+}  // namespace marl::lab
