@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Runs the rows of tables through the real marl.
 
-    run_tables.py [--sanitized] MARL FILE...
+    run_tables.py [--sanitized] [--stack KB] MARL FILE...
 
 A table is text in blocks, with empty lines between them. Three blanks or more stand between the
 fields of a line, "-" is an empty field, and "¶" a newline. A line of a block is one of these:
@@ -94,15 +94,18 @@ def read_blocks(name, text):
 
 
 class Runner:
-    def __init__(self, marl, timeout, environment=ENVIRONMENT):
-        self.marl, self.timeout, self.environment = os.path.abspath(marl), timeout, environment
+    def __init__(self, marl, timeout, environment=ENVIRONMENT, stack=None):
+        self.command = [os.path.abspath(marl)]
+        if stack:
+            self.command = ["sh", "-c", f'ulimit -s {stack} && exec "$0" "$@"', *self.command]
+        self.timeout, self.environment = timeout, environment
 
     def run(self, program):
         with tempfile.TemporaryDirectory() as folder:
             path = pathlib.Path(folder, "row.marl")
             path.write_bytes(program.encode("utf-8", "surrogateescape"))
             try:
-                done = subprocess.run([self.marl, path], cwd=folder, env=self.environment,
+                done = subprocess.run([*self.command, path], cwd=folder, env=self.environment,
                                       stdin=subprocess.DEVNULL, capture_output=True, check=False,
                                       timeout=self.timeout)
             except subprocess.TimeoutExpired:
@@ -148,10 +151,12 @@ def difference(what, expected, actual):
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--sanitized", action="store_true", help="marl is built with sanitizers")
+    parser.add_argument("--stack", help="the size of marl's stack, in KB")
     parser.add_argument("marl")
     parser.add_argument("tables", nargs="+", type=pathlib.Path)
     options = parser.parse_args()
-    runner = Runner(options.marl, SANITIZED_TIMEOUT if options.sanitized else TIMEOUT)
+    runner = Runner(options.marl, SANITIZED_TIMEOUT if options.sanitized else TIMEOUT,
+                    stack=options.stack)
     blocks = [block for table in options.tables
               for block in read_blocks(table.name, table.read_text()) if block.rows]
     with multiprocessing.pool.ThreadPool(os.cpu_count()) as pool:
