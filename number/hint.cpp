@@ -16,19 +16,19 @@ namespace marl {
 
 namespace {
 
-/// An operand taken apart.
-struct Operand {
+/// An operand as sign and magnitude.
+struct Magnitude {
     bool is_list = true;
     bool negative = false;
     const Limbs* shared = nullptr;  // of a long Leaf, which lives on
     Limbs kept;
 
-    const Limbs& magnitude() const { return shared ? *shared : kept; }
-    bool is_zero() const { return magnitude().empty(); }
+    const Limbs& limbs() const { return shared ? *shared : kept; }
+    bool is_zero() const { return limbs().empty(); }
 };
 
-Operand operand(Node* x) {
-    Operand made;
+Magnitude magnitude_of(Node* x) {
+    Magnitude made;
     if (is_leaf_of(x, 'K')) return made;
     if (is_leaf(x)) {
         const Limbs& limbs = decimal_of_leaf(x, made.kept);
@@ -53,16 +53,16 @@ Value hint_of(bool negative, Limbs decimal) {
 }
 
 Value sum_or_difference(Node* x, Node* y, bool subtract) {
-    const Operand a = operand(x);
-    const Operand b = operand(y);
+    const Magnitude a = magnitude_of(x);
+    const Magnitude b = magnitude_of(y);
     if (!a.is_list || !b.is_list) return leaf_Z();
     if (a.negative == (b.negative != subtract)) {
-        return hint_of(a.negative, mag_add<Decimal>(a.magnitude(), b.magnitude()));
+        return hint_of(a.negative, mag_add<Decimal>(a.limbs(), b.limbs()));
     }
-    if (mag_compare(a.magnitude(), b.magnitude()) >= 0) {
-        return hint_of(a.negative, mag_sub<Decimal>(a.magnitude(), b.magnitude()));
+    if (mag_compare(a.limbs(), b.limbs()) >= 0) {
+        return hint_of(a.negative, mag_sub<Decimal>(a.limbs(), b.limbs()));
     }
-    return hint_of(!a.negative, mag_sub<Decimal>(b.magnitude(), a.magnitude()));
+    return hint_of(!a.negative, mag_sub<Decimal>(b.limbs(), a.limbs()));
 }
 
 Value short_product(int64_t a, int64_t b) {
@@ -90,12 +90,12 @@ Value hint_sub(Node* x, Node* y) {
 Value hint_mul(Node* x, Node* y) {
     int64_t short_a, short_b;
     if (both_short(x, y, short_a, short_b)) return short_product(short_a, short_b);
-    const Operand a = operand(x);
+    const Magnitude a = magnitude_of(x);
     if (!a.is_list) return leaf_Z();
-    if (x == y) return hint_of(false, mag_mul<Decimal>(a.magnitude(), a.magnitude()));
-    const Operand b = operand(y);
+    if (x == y) return hint_of(false, mag_mul<Decimal>(a.limbs(), a.limbs()));
+    const Magnitude b = magnitude_of(y);
     if (!b.is_list) return leaf_Z();
-    return hint_of(a.negative != b.negative, mag_mul<Decimal>(a.magnitude(), b.magnitude()));
+    return hint_of(a.negative != b.negative, mag_mul<Decimal>(a.limbs(), b.limbs()));
 }
 
 Value hint_div(Node* x, Node* y) {
@@ -103,11 +103,11 @@ Value hint_div(Node* x, Node* y) {
     if (both_short(x, y, short_a, short_b)) {
         return short_b == 0 ? leaf_Z() : short_leaf(short_div(short_a, short_b));
     }
-    const Operand a = operand(x);
-    const Operand b = operand(y);
+    const Magnitude a = magnitude_of(x);
+    const Magnitude b = magnitude_of(y);
     if (!a.is_list || !b.is_list || b.is_zero()) return leaf_Z();
     Limbs remainder;
-    Limbs quotient = mag_divide<Decimal>(a.magnitude(), b.magnitude(), remainder);
+    Limbs quotient = mag_divide<Decimal>(a.limbs(), b.limbs(), remainder);
     const bool negative = a.negative != b.negative;
     if (negative && !remainder.empty()) quotient = mag_add<Decimal>(quotient, {1});
     return hint_of(negative, std::move(quotient));
@@ -118,52 +118,52 @@ Value hint_mod(Node* x, Node* y) {
     if (both_short(x, y, short_a, short_b)) {
         return short_b == 0 ? leaf_Z() : short_leaf(short_mod(short_a, short_b));
     }
-    const Operand a = operand(x);
-    const Operand b = operand(y);
+    const Magnitude a = magnitude_of(x);
+    const Magnitude b = magnitude_of(y);
     if (!a.is_list || !b.is_list || b.is_zero()) return leaf_Z();
     Limbs remainder;
-    mag_divide<Decimal>(a.magnitude(), b.magnitude(), remainder);
+    mag_divide<Decimal>(a.limbs(), b.limbs(), remainder);
     if (a.negative != b.negative && !remainder.empty()) {
-        remainder = mag_sub<Decimal>(b.magnitude(), remainder);
+        remainder = mag_sub<Decimal>(b.limbs(), remainder);
     }
     return hint_of(false, std::move(remainder));
 }
 
 Value hint_pow(Node* x, Node* y) {
-    const Operand base = operand(x);
-    const Operand exponent = operand(y);
+    const Magnitude base = magnitude_of(x);
+    const Magnitude exponent = magnitude_of(y);
     if (!base.is_list || !exponent.is_list) return leaf_Z();
     if (exponent.negative) return leaf("0");
     if (exponent.is_zero()) return leaf("1");
-    const Limbs& n = exponent.magnitude();
+    const Limbs& n = exponent.limbs();
     const bool negative = base.negative && n[0] % 2 != 0;
     // 0 and 1 are their own powers, to any exponent.
-    if (base.is_zero() || base.magnitude() == Limbs{1}) return hint_of(negative, base.magnitude());
+    if (base.is_zero() || base.limbs() == Limbs{1}) return hint_of(negative, base.limbs());
     if (n.size() > 1) out_of_memory();
-    return hint_of(negative, mag_pow<Decimal>(base.magnitude(), n[0]));
+    return hint_of(negative, mag_pow<Decimal>(base.limbs(), n[0]));
 }
 
 Value hint_neg(Node* x) {
     int64_t n;
     if (short_hint(x, n)) return short_leaf(-n);
     if (is_leaf_of(x, 'K')) return Value::share(x);
-    const Operand a = operand(x);
-    return a.is_list ? hint_of(!a.negative, a.magnitude()) : leaf_Z();
+    const Magnitude a = magnitude_of(x);
+    return a.is_list ? hint_of(!a.negative, a.limbs()) : leaf_Z();
 }
 
 bool hint_sign(Node* x) {
     if (is_leaf(x)) return leaf_text(x)[0] != '0' || leaf_text(x)[1] == 0;
-    return !operand(x).negative;
+    return !magnitude_of(x).negative;
 }
 
 std::optional<int> hint_compare(Node* x, Node* y) {
     int64_t short_a, short_b;
     if (both_short(x, y, short_a, short_b)) return (short_a > short_b) - (short_a < short_b);
-    const Operand a = operand(x);
-    const Operand b = operand(y);
+    const Magnitude a = magnitude_of(x);
+    const Magnitude b = magnitude_of(y);
     if (!a.is_list || !b.is_list) return std::nullopt;
     if (a.negative != b.negative) return a.negative ? -1 : 1;
-    const int order = mag_compare(a.magnitude(), b.magnitude());
+    const int order = mag_compare(a.limbs(), b.limbs());
     return a.negative ? -order : order;
 }
 
