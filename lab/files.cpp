@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <iostream>
 
 namespace marl::lab {
 
@@ -95,13 +94,6 @@ std::string write_file(const std::string& path, std::string_view text) {
     std::string why = because(path, "written", errno);
     unlink(beside.c_str());
     return why;
-}
-
-std::string flush_output() {
-    errno = 0;
-    const bool streams = static_cast<bool>(std::cout.flush());
-    const bool files = std::fflush(stdout) == 0 && !std::ferror(stdout);
-    return streams && files ? std::string() : because("Standard output", "written", errno);
 }
 
 }  // namespace marl::lab

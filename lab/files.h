@@ -20,8 +20,4 @@ FileText read_file(const std::string& path);
 /// to. Gives a sentence when that fails; empty when all is well.
 std::string write_file(const std::string& path, std::string_view text);
 
-/// Writes out what the process has written to standard output. Gives a sentence when any of it is
-/// lost; empty when all is well.
-std::string flush_output();
-
 }  // namespace marl::lab

@@ -58,10 +58,6 @@ struct Formatted {
 /// carriage returns stand outside of texts.
 Formatted format_source(std::string_view text);
 
-/// The plain program that is run of a source: with what it uses, and with nothing that it doesn't
-/// reach. None has a source that is at fault.
-Formatted pack_source(std::string_view text);
-
 /// The edits that lay out the definitions which a range touches, and nothing else. None where there
 /// is nothing to do, or no layout.
 std::vector<Edit> format_range(std::string_view text, Range range);

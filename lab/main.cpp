@@ -9,6 +9,9 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -44,6 +47,15 @@ void complain(const std::string& why) {
     std::cout << std::flush;
     std::cerr << "marl-lab: " << why << '\n';
     end_with(trouble);
+}
+
+/// Writes out what the process has written to standard output; a complaint when any of it is lost.
+void flush_output() {
+    errno = 0;
+    const bool streams = static_cast<bool>(std::cout.flush());
+    const bool files = std::fflush(stdout) == 0 && !std::ferror(stdout);
+    if (streams && files) return;
+    complain(std::string("Standard output can't be written: ") + std::strerror(errno) + ".");
 }
 
 /// The text of a source; a complaint and nothing when it can't be read.
@@ -254,7 +266,7 @@ int run(int argument_count, char** arguments) {
     } catch (const CLI::ParseError& fault) {
         if (lab.exit(fault) != 0) end_with(trouble);
     }
-    if (const std::string why = flush_output(); !why.empty()) complain(why);
+    flush_output();
     return status;
 }
 

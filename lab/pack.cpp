@@ -222,13 +222,6 @@ Packed pack_to_run(const Files& files, const Bundle& bundle) {
     return packed;
 }
 
-Formatted pack_source(std::string_view text) {
-    const Files files = files_on_disk();
-    Packed packed = pack_to_run(files, read_bundle(files, "program", text));
-    if (has_faults(packed.messages)) return {std::nullopt, packed.messages.front()};
-    return {std::move(packed.text), {}};
-}
-
 Packed pack(const Files& files, const Bundle& bundle) {
     Packed packed = pack_to_run(files, bundle);
     if (has_faults(packed.messages)) return packed;

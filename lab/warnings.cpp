@@ -3,7 +3,8 @@
 
 #include <algorithm>
 #include <set>
-#include <sstream>
+
+#include "lab/notes.h"
 
 namespace marl::lab {
 
@@ -22,15 +23,14 @@ std::vector<Switch> switches_of(const Program& program) {
     for (const Piece& piece : program.pieces) {
         const std::string_view text = program.written(piece.range);
         if (piece.kind != PieceKind::note || !text.starts_with(opening)) continue;
-        std::istringstream words(
-            std::string(text.substr(opening.size(), text.size() - opening.size() - 1)));
         Switch one;
         std::set<std::string>* into = &one.names;
-        for (std::string word; words >> word;) {
-            if (word == "in") {
+        const Range body{piece.range.begin + opening.size(), piece.range.end - 1};
+        for (const Word& word : words_of(program, body)) {
+            if (word.text == "in") {
                 into = &one.definitions;
             } else {
-                into->insert(word);
+                into->insert(word.text);
             }
         }
         switches.push_back(std::move(one));

@@ -127,7 +127,6 @@ void answer_to(const Json& request) {
     answer = {{"started", true}, {"ended", true}, {"report", ""}};
     if (command == "check") answer = json_of("program", text, check_source(text));
     if (command == "format") answer = json_of(text, format_source(text));
-    if (command == "pack") answer = json_of(text, pack_source(text));
     if (command == "steps") steps(text, arguments, request);
     if (command == "walk") walk(text, arguments, request);
     if (command == "calls") calls(text, arguments, request);
