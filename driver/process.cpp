@@ -1,3 +1,6 @@
+// A descriptor that is closed would be given to the next file that is opened, and that would then
+// be standard output: so closed ones are opened on nothing first. Arguments are read by programs as
+// 64-bit words, whatever the width of a pointer.
 #include "driver/process.h"
 
 #include <fcntl.h>

@@ -1,3 +1,5 @@
+// A Fault becomes the Report that marl shows: its kind, its sentence, and the names that stand in
+// the picture's lines.
 #include "front/fault.h"
 
 #include <initializer_list>

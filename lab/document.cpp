@@ -1,3 +1,5 @@
+// A line is cut at fixed steps, and the units before each step are counted once, so that a place on
+// a line of any length is found by counting within one step.
 #include "lab/document.h"
 
 #include <algorithm>

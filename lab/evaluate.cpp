@@ -1,3 +1,4 @@
+// A child process evaluates and shows; its exit status and signal tell what has become of it.
 #include "lab/evaluate.h"
 
 #include <sys/wait.h>

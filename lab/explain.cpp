@@ -1,3 +1,5 @@
+// What is told of a word comes from the table of warnings, that of faults, the reference, or the
+// types of what --json gives.
 #include "lab/explain.h"
 
 #include <algorithm>

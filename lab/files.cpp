@@ -1,3 +1,5 @@
+// A file is replaced by one that is written beside it, flushed to the disk and renamed, with the
+// old one's mode: it holds the old text or the new one, and never a part.
 #include "lab/files.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// What several warnings ask about a piece: how it is written, and what kind of text it is.
 #include "lab/look.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Definitions keep the order in which they came; one that comes again takes its old place.
 #include "lab/notebook.h"
 
 #include <algorithm>

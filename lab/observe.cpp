@@ -1,3 +1,5 @@
+// The plain machine shows each state before the step from it. From two states that follow each
+// other a Watcher tells which calls have begun and which have got their answer.
 #include "lab/observe.h"
 
 #include <list>

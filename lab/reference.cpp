@@ -1,3 +1,4 @@
+// The JSON is read at the first question and stays for the life of the process.
 #include "lab/reference.h"
 
 #include <map>

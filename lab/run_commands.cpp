@@ -1,3 +1,4 @@
+// Each command is a structure of its options, with a `run` that gives the status for the process.
 #include "lab/run_commands.h"
 
 #include <CLI/CLI.hpp>

@@ -1,3 +1,5 @@
+// Each line goes where it was asked to go, on one line whatever bytes are in it, in colours where
+// somebody sees them.
 #include "lab/screen.h"
 
 #include <unistd.h>

@@ -1,3 +1,5 @@
+// A value is walked as far as there is room for it. What is beyond is counted up to a limit, and a
+// Leaf with the count takes its place.
 #include "lab/shown.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Code that goes takes its instructions off first, then releases the constants that they used, and
+// then does the same for its parts.
 #include "reduce/code.h"
 
 #include "reduce/closure.h"

@@ -1,3 +1,5 @@
+// A Rest is the compiler's own, on its stack: what is kept of it are pieces, which can be made of
+// the frame's registers later.
 #include "reduce/continuation.h"
 
 namespace marl {

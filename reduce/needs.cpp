@@ -1,3 +1,4 @@
+// The needs are flags, set by names and never taken back while a program is there.
 #include "reduce/needs.h"
 
 #include <algorithm>
