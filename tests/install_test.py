@@ -42,6 +42,14 @@ class Installation(unittest.TestCase):
         self.assertEqual(run(self.prefix / "bin/marl", example),
                          example.with_suffix(".out").read_bytes())
 
+    @unittest.skipUnless(shutil.which("dpkg-deb") and shutil.which("file"), "no dpkg-dev, or no file")
+    def test_the_debian_package_holds_what_is_installed(self):
+        run("cpack", "-G", "DEB", "-B", self.prefix, "--config", MARL.parent / "CPackConfig.cmake")
+        package, = self.prefix.glob("*.deb")
+        listed = run("dpkg-deb", "-c", package).decode()
+        self.assertEqual([name for name in EXPECTED if f" ./usr/{name}\n" not in listed], [])
+        self.assertIn("libc6", run("dpkg-deb", "-f", package, "Depends").decode())
+
     @unittest.skipUnless(shutil.which("groff"), "no groff")
     def test_the_man_page_formats_without_a_warning(self):
         for name, text in (("marl", "a\\done{puts(init[Hello, world!])}0"), ("marl-lab", "marl-lab")):
