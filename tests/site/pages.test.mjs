@@ -345,9 +345,9 @@ test("steps lead to the first Z, show shared parts, and last as long as the read
   assert.match(await page.$eval(".rule", (e) => e.textContent), /fire over/);
   await write(page, "a\\both(J(1,K)),both\\l\\J(l,l)");
   await page.click("#tab-steps");
-  await page.waitForFunction(() => /of [\d,]+$/.test(document.querySelector(".steps output").textContent));
+  await shows(page, ".steps output", /of [\d,]+$/);
   await does(page, "last");
-  await page.waitForFunction(() => /^The end/.test(document.querySelector(".rule").textContent));
+  await shows(page, ".rule", /^The end/);
   assert.deepEqual(await page.$$eval(".tree .shared, .tree .reference", (all) => all.map((e) => e.textContent)), [
     "J #1",
     "#1",
@@ -384,9 +384,9 @@ test("a profile is that of marl-lab, and steps and profile tell what a program d
   );
   assert.match(await page.$eval(".flame", (e) => e.textContent), /^\(entry\).*sum/);
   await page.click("#tab-steps");
-  await page.waitForFunction(() => /of [\d,]+$/.test(document.querySelector(".steps output").textContent));
+  await shows(page, ".steps output", /of [\d,]+$/);
   await does(page, "last");
-  await page.waitForFunction(() => document.querySelector(".rule").textContent === "Next: fire exit");
+  await shows(page, ".rule", /^Next: fire exit$/);
   await page.close();
 });
 
