@@ -57,6 +57,13 @@ async function tryOut({ guide, cheatsheet, examples }: Read, machine: Machine) {
   }
 }
 
+/// The library's texts by theme.
+function readLibrary(): Record<string, string> {
+  const folder = path.join(root, "lib");
+  const files = fs.readdirSync(folder).filter((name) => name.endsWith(".marl"));
+  return Object.fromEntries(files.sort().map((name) => [path.parse(name).name, source(`lib/${name}`)]));
+}
+
 async function writeAssets({ documents, reference, examples }: Read) {
   const shown = examples.map(({ name, text, arguments: words, input, files }) => ({
     name,
@@ -72,6 +79,7 @@ async function writeAssets({ documents, reference, examples }: Read) {
     wasm: writeAsset("marl.wasm", fs.readFileSync(path.join(build, "module/marl.wasm"))),
     worker: writeAsset("worker.js", await bundledWorker()),
     reference: writeAsset("reference.json", JSON.stringify(pageEntries(reference))),
+    library: writeAsset("library.json", JSON.stringify(readLibrary())),
     examples: writeAsset("examples.json", JSON.stringify(shown)),
     search: writeAsset("search.json", searchIndex({ reference, documents: sought, examples })),
   });

@@ -61,6 +61,34 @@ test("a Report's sentence comes first, and a fault is underlined with it", async
   await page.close();
 });
 
+test("a program builds on the library, which comes when one names it, and on files beside it", async () => {
+  const page = await open("index.html");
+  const fetched = [];
+  page.on("request", (request) => /library/.test(request.url()) && fetched.push(request.url()));
+  await write(page, "1+1");
+  await run(page);
+  assert.deepEqual(fetched, []);
+  const uses = ",[use: list ./tax.marl],taxed\\l\\fold(plus,0,map(with_tax,l))";
+  await page.evaluate(() => (document.querySelector("#given").open = true));
+  await page.click("#add-file");
+  await page.type(".file input", "tax.marl");
+  await page.type(".file textarea", "[Prices with the tax.],[use: base],with_tax\\n\\n*119/100");
+  await write(page, `a\\done{puts(init(lisp(taxed(range(100,101)))))}3${uses}`);
+  await run(page);
+  assert.equal(await output(page), "239\n");
+  assert.match(await status(page), /^exit status 3 /);
+  await write(page, `taxed(range(1,2))${uses}`);
+  await run(page);
+  assert.equal(await output(page), "3");
+  await write(page, `taxed(rnage(1,2))${uses}`);
+  await run(page);
+  assert.match(await page.$eval(".report .sentence", (e) => e.textContent), /^Line 1 .*rnage/);
+  assert.equal(fetched.length, 1);
+  await page.click("#tab-steps");
+  await shows(page, ".steps .said", /at fault/);
+  await page.close();
+});
+
 test("a link holds the program and all that it is given", async () => {
   const page = await open("index.html");
   await write(page, "a\\puts(refk a);0");
