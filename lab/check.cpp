@@ -27,10 +27,13 @@ Checked checked_of(std::vector<Message> messages) {
     return checked;
 }
 
-Checked check_source(std::string_view text) {
-    const Files files = files_on_disk();
-    const Bundle bundle = read_bundle(files, "program", text);
+Checked check_file(const Files& files, const std::string& path, std::string_view text) {
+    const Bundle bundle = read_bundle(files, path, text);
     return checked_of(check_bundle(files, bundle, Scope::program_and_tests).front());
+}
+
+Checked check_source(std::string_view text) {
+    return check_file(files_on_disk(), "program", text);
 }
 
 }  // namespace marl::lab

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "lab/uses.h"
@@ -19,6 +20,9 @@ std::vector<std::vector<Message>> check_bundle(const Files& files, const Bundle&
 
 /// The messages about one source in the form of `check_source`.
 Checked checked_of(std::vector<Message> messages);
+
+/// The same for the text of a file, which needn't be on disk, with what it uses.
+Checked check_file(const Files& files, const std::string& path, std::string_view text);
 
 bool has_faults(const std::vector<Message>& messages);
 bool has_faults(const std::vector<std::vector<Message>>& messages);

@@ -30,8 +30,7 @@ std::string operand(const Operand& from) {
 
 class Line {
   public:
-    Line(const Code& code, size_t place)
-        : code_(code), in_(code.instructions[place]), place_(place) {}
+    Line(const Code& code, size_t place) : in_(code.instructions[place]), place_(place) {}
 
     std::string text() {
         const InstructionRow& row = row_of(in_.op);
@@ -151,7 +150,6 @@ class Line {
         }
     }
 
-    const Code& code_;
     const Instruction& in_;
     const size_t place_;
     std::vector<std::string> words_;

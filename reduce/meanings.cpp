@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 
 #include "reduce/analysis.h"
 #include "reduce/tables.h"
@@ -66,7 +67,7 @@ bool says(Node* definition, const Meaning& meaning) {
 }
 
 bool stand(Relied by) {
-    return std::ranges::all_of(meanings, [&](const Meaning& meaning) {
+    return std::all_of(std::begin(meanings), std::end(meanings), [&](const Meaning& meaning) {
         if (meaning.by != by) return true;
         Node* definition = find_definition(meaning.name);
         return definition && says(definition, meaning);
@@ -88,7 +89,7 @@ bool keeps_meaning(std::string_view name, Node* definition) {
     // Analysis gives a backquote a rank of 1, whatever its definition says.
     if (name == "`")
         return form(definition) == Form::lambda && form(lambda_body(definition)) != Form::lambda;
-    return std::ranges::all_of(meanings, [&](const Meaning& meaning) {
+    return std::all_of(std::begin(meanings), std::end(meanings), [&](const Meaning& meaning) {
         return meaning.by != Relied::context || meaning.name != name || says(definition, meaning);
     });
 }

@@ -22,7 +22,7 @@ constexpr std::string_view names_that_ask[] = {"raws", "leak", "bond", "copy",
                                                "tern", "load", "road"};
 
 bool is_in(std::span<const std::string_view> names, std::string_view name) {
-    return std::ranges::find(names, name) != names.end();
+    return std::find(names.begin(), names.end(), name) != names.end();
 }
 
 /// Whether a variable of that name stands in two places of an expression, or in a lambda. The

@@ -126,8 +126,10 @@ Compiler::Part Compiler::new_part(const Term& term) {
         const bool is_built = (free_set(node) & bound) == 0 && node != term.expression &&
                               std::find(built.begin(), built.end(), node) != built.end();
         if (!is_leaf(node) && (reg >= 0 || is_built)) {
-            const auto is_node = [&](const Hoisted& hoisted) { return hoisted.node == node; };
-            if (std::ranges::any_of(part->hoisted, is_node)) continue;
+            const auto is_node = [sought = node](const Hoisted& hoisted) {
+                return hoisted.node == sought;
+            };
+            if (std::any_of(part->hoisted.begin(), part->hoisted.end(), is_node)) continue;
             const Term word = reg >= 0 ? Term{nullptr, -1, reg} : Term{node, term.scope};
             part->hoisted.push_back({node, capture(word)});
         } else if (is_leaf(node)) {

@@ -124,7 +124,7 @@ void clear_definitions() {
 
 bool has_code() {
     const auto owns_code = [](const auto& entry) { return entry.second->code != nullptr; };
-    return !lost_code.empty() || std::ranges::any_of(symbols(), owns_code);
+    return !lost_code.empty() || std::any_of(symbols().begin(), symbols().end(), owns_code);
 }
 
 void forget_code() {

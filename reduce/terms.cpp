@@ -145,7 +145,8 @@ bool Compiler::is_small(const Term& term) const {
 }
 
 bool Compiler::are_small(const Terms& terms) const {
-    return std::ranges::all_of(terms, [&](const Term& term) { return is_small(term); });
+    return std::all_of(terms.begin(), terms.end(),
+                       [&](const Term& term) { return is_small(term); });
 }
 
 /// A use of a register behind which `later` is still needed.

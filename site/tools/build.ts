@@ -12,6 +12,7 @@ import { cheatsheetText } from "./cheatsheet";
 import { checkExamples, checkExercises, checkSnippet } from "./checks";
 import { type Document, needsCommandLine, renderDocument, type Settings } from "./documents";
 import { type Example, readExamples } from "./gallery";
+import { readLibrary, type Theme } from "./library";
 import { writeAsset } from "./page";
 import * as pages from "./pages";
 import { build, root, site, source, www } from "./places";
@@ -27,11 +28,13 @@ interface Read {
   reference: Reference;
   cheatsheet: string;
   examples: Example[];
+  library: Theme[];
 }
 
 const snippets = path.join(root, "docs/snippets");
 
-function readAll({ highlightedHtml: highlight }: Machine): Read {
+function readAll(machine: Machine): Read {
+  const { highlightedHtml: highlight } = machine;
   const reference = readReference();
   const read = (name: string, more: Partial<Settings> = {}) => renderDocument(source(name), { highlight, ...more });
   const guide = read("docs/guide.md", { snippets });
@@ -44,7 +47,14 @@ function readAll({ highlightedHtml: highlight }: Machine): Read {
     ["browser.html", read("site/browser.md"), "What differs between a page and the command line."],
   ];
   const documents = about.map(([name, document, description]) => ({ name, document, description }));
-  return { guide, documents, reference, cheatsheet: cheatsheetText(reference), examples: readExamples() };
+  return {
+    guide,
+    documents,
+    reference,
+    cheatsheet: cheatsheetText(reference),
+    examples: readExamples(),
+    library: readLibrary(machine),
+  };
 }
 
 /// Tries out what the documents say, and runs the examples whose output no file holds.
@@ -57,7 +67,7 @@ async function tryOut({ guide, cheatsheet, examples }: Read, machine: Machine) {
   }
 }
 
-async function writeAssets({ documents, reference, examples }: Read) {
+async function writeAssets({ documents, reference, examples, library }: Read) {
   const shown = examples.map(({ name, text, arguments: words, input, files }) => ({
     name,
     text,
@@ -72,8 +82,12 @@ async function writeAssets({ documents, reference, examples }: Read) {
     wasm: writeAsset("marl.wasm", fs.readFileSync(path.join(build, "module/marl.wasm"))),
     worker: writeAsset("worker.js", await bundledWorker()),
     reference: writeAsset("reference.json", JSON.stringify(pageEntries(reference))),
+    library: writeAsset(
+      "library.json",
+      JSON.stringify(Object.fromEntries(library.map(({ name, text }) => [name, text]))),
+    ),
     examples: writeAsset("examples.json", JSON.stringify(shown)),
-    search: writeAsset("search.json", searchIndex({ reference, documents: sought, examples })),
+    search: writeAsset("search.json", searchIndex({ reference, documents: sought, examples, library })),
   });
 }
 
@@ -124,6 +138,7 @@ async function main() {
     else pages.writeDocument(page, assets);
   }
   pages.writeExamples(all.examples, assets, highlight);
+  pages.writeLibrary(all.library, assets, highlight);
   pages.writeInstall(assets, highlight);
   pages.writeCheatsheet(all.cheatsheet, assets, highlight);
   pages.writeTour(renderDocument(source("docs/guide.md"), { highlight, snippets, up: "../" }), assets);

@@ -4,7 +4,7 @@ import createMarl from "marl-module";
 import { type Factory, type FileContent, Machine } from "../src/machine/module";
 
 export { highlightedHtml } from "../src/language/grammar";
-export { checked } from "../src/language/program";
+export { checked, piecesOf } from "../src/language/program";
 
 process.setMaxListeners(0); // each instance listens for exceptions of its own
 const module = WebAssembly.compile(fs.readFileSync(new URL("marl.wasm", import.meta.url)));

@@ -14,6 +14,7 @@ const all = [
   "guide.html",
   "reference.html",
   "examples.html",
+  "library.html",
   "search.html",
   "install.html",
   "cheatsheet.html",

@@ -5,6 +5,7 @@ import type { Bundle } from "./bundle";
 import { fail } from "./checks";
 import { contentsHtml, type Document, needsCommandLine, renderDocument } from "./documents";
 import { type Example, galleryPage } from "./gallery";
+import { libraryPage, type Theme } from "./library";
 import { writePage } from "./page";
 import { source, template, www } from "./places";
 import { tourPages } from "./tour";
@@ -34,6 +35,12 @@ export function writeReference(page: DocumentPage, assets: Bundle) {
 export function writeExamples(examples: Example[], assets: Bundle, highlight: Highlight) {
   const document = galleryPage(examples, highlight);
   writeDocument({ name: "examples.html", document, description: "Programs that do something." }, assets);
+}
+
+export function writeLibrary(themes: Theme[], assets: Bundle, highlight: Highlight) {
+  const document = libraryPage(themes, highlight);
+  const description = "What programs can build on: lists, dictionaries, text, numbers, files and more.";
+  writeDocument({ name: "library.html", document, description }, assets);
 }
 
 /// The parts of the README that a page for installing is made of.

@@ -4,7 +4,8 @@ import path from "node:path";
 import MiniSearch from "minisearch";
 import { type Indexed, searchOptions } from "../src/search/options";
 import { type Document, escapeHtml, type Snippet } from "./documents";
-import { root, site } from "./places";
+import { idOf, type Theme } from "./library";
+import { site } from "./places";
 import { inline, linesHtml, type Reference } from "./reference";
 
 type Piece = Omit<Indexed, "id">;
@@ -68,34 +69,28 @@ function ofDocument(document: Document, href: string, synonyms: Map<string, stri
 }
 
 /// The definitions of the library, each with the note in front of it.
-function ofLibrary(): Piece[] {
-  const folder = path.join(root, "lib");
-  if (!fs.existsSync(folder)) return [];
-  return fs
-    .readdirSync(folder)
-    .filter((name) => name.endsWith(".marl"))
-    .flatMap((file) => {
-      const text = fs.readFileSync(path.join(folder, file), "utf8");
-      const notes = /,\s*\[((?:[^[\]]|\[[^[\]]*\])*)\]\s*,\s*([a-z_]{2,})\\/g;
-      return [...text.matchAll(notes)].map(([, note, name]) => ({
-        title: name,
-        also: "",
-        text: note,
-        where: `library, ${file}`,
-        href: "examples.html",
-        html: `<p>${escapeHtml(note.replace(/\s+/g, " ").slice(0, 200))}</p>`,
-      }));
-    });
+function ofLibrary(themes: Theme[]): Piece[] {
+  return themes.flatMap((theme) =>
+    theme.definitions.map((definition) => ({
+      title: definition.name,
+      also: "",
+      text: definition.note,
+      where: `library, ${theme.name}`,
+      href: `library.html#${idOf(theme, definition)}`,
+      html: `<p>${escapeHtml(definition.note.replace(/\s+/g, " ").slice(0, 200))}</p>`,
+    })),
+  );
 }
 
 interface Indexable {
   reference: Reference;
   documents: { document: Document; href: string }[];
   examples: (Snippet & { about: string })[];
+  library: Theme[];
 }
 
 /// The index as text, as the pages load it.
-export function searchIndex({ reference, documents, examples }: Indexable): string {
+export function searchIndex({ reference, documents, examples, library }: Indexable): string {
   const synonyms = readSynonyms();
   const pieces: Piece[] = [
     ...ofReference(reference, synonyms),
@@ -108,7 +103,7 @@ export function searchIndex({ reference, documents, examples }: Indexable): stri
       href: `examples.html#${name}`,
       html: `<p>${escapeHtml(about.replaceAll("`", ""))}</p>`,
     })),
-    ...ofLibrary(),
+    ...ofLibrary(library),
   ];
   const titles = new Set(pieces.map(({ title }) => title));
   for (const name of synonyms.keys()) {

@@ -3,14 +3,17 @@
 // A request is an object with "command", "text", and what else the command takes. The answer is
 // what lab/json.h makes of the command's, with what it tells as it comes gathered in it. A program
 // that is watched may end the process; then what was told so far is the answer, which so outlives
-// it.
+// it. What a program builds on comes with the request: "files" has texts by their paths, the
+// library's in the folder /library.
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "lab/check_bundle.h"
 #include "lab/json.h"
 #include "lab/lab.h"
 #include "lab/observe.h"
+#include "lab/pack.h"
 #include "lab/shown.h"
 #include "reduce/tables.h"
 
@@ -119,13 +122,30 @@ void calls(const std::string& text, const Arguments& arguments, const Json& requ
     answer.update(json_of(ending_of(run_watched(text, arguments, calls), calls)));
 }
 
+const std::string program_path = "/home/marl/program.marl";
+
+Files files_of(const Json& request) {
+    Files files{{}, "/library"};
+    for (const auto& [path, text] : request.value("files", Json::object()).items())
+        files.open[identity_of(path)] = text.get<std::string>();
+    return files;
+}
+
+/// "text" is one program made of the text and what it uses; empty when that is at fault.
+void pack(const std::string& text, const Json& request) {
+    const Files files = files_of(request);
+    answer = {{"text", pack_to_run(files, read_bundle(files, program_path, text)).text}};
+}
+
 void answer_to(const Json& request) {
     const auto command = request.value("command", std::string());
     const auto text = request.value("text", std::string());
     const auto arguments = request.value("arguments", Arguments());
     // What stands when the program ends the process.
     answer = {{"started", true}, {"ended", true}, {"report", ""}};
-    if (command == "check") answer = json_of("program", text, check_source(text));
+    if (command == "check")
+        answer = json_of("program", text, check_file(files_of(request), program_path, text));
+    if (command == "pack") pack(text, request);
     if (command == "format") answer = json_of(text, format_source(text));
     if (command == "steps") steps(text, arguments, request);
     if (command == "walk") walk(text, arguments, request);

@@ -92,7 +92,8 @@ export async function run(page) {
   await ended(page);
 }
 
-/// Waits until a page shows something.
+/// Waits until a page shows something, in a place that may yet have to come: a condition that throws is
+/// not asked again, and the wait for it never ends.
 export const shows = (page, selector, pattern) =>
   page.waitForFunction(
     (where, source) => new RegExp(source).test(document.querySelector(where)?.textContent ?? ""),

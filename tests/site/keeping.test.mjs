@@ -259,7 +259,7 @@ test("steps are walked by keys, tell what is written so far, mark the source and
   const page = await open("index.html");
   await write(page, "a\\done{puts(init[one])}rest(cray 200),rest\\x\\done{puts(init[two])}rank x");
   await page.click("#tab-steps");
-  await page.waitForFunction(() => /of \d+$/.test(document.querySelector(".steps output").textContent));
+  await shows(page, ".steps output", /of \d+$/);
   await page.focus(".steps");
   const at = (n) =>
     page.waitForFunction((wanted) => document.querySelector("#panel-steps").dataset.at === wanted, {}, String(n));
@@ -269,7 +269,7 @@ test("steps are walked by keys, tell what is written so far, mark the source and
   await at(0);
   assert.equal(await page.$eval(".so-far pre", (e) => e.textContent), "nothing");
   await page.keyboard.press("End");
-  await page.waitForFunction(() => /^The end/.test(document.querySelector(".rule").textContent));
+  await shows(page, ".rule", /^The end/);
   assert.equal(await page.$eval(".so-far pre", (e) => e.textContent), "one\ntwo\n");
   assert.match(await page.$eval(".cm-at-step", (e) => e.textContent), /^rest/);
   await page.keyboard.press("Home");

@@ -16,6 +16,7 @@ const pages = [
   "guide.html",
   "reference.html",
   "examples.html",
+  "library.html",
   "search.html?q=list",
   "install.html",
   "cheatsheet.html",

@@ -61,6 +61,34 @@ test("a Report's sentence comes first, and a fault is underlined with it", async
   await page.close();
 });
 
+test("a program builds on the library, which comes when one names it, and on files beside it", async () => {
+  const page = await open("index.html");
+  const fetched = [];
+  page.on("request", (request) => /library/.test(request.url()) && fetched.push(request.url()));
+  await write(page, "1+1");
+  await run(page);
+  assert.deepEqual(fetched, []);
+  const uses = ",[use: list ./tax.marl],taxed\\l\\fold(plus,0,map(with_tax,l))";
+  await page.evaluate(() => (document.querySelector("#given").open = true));
+  await page.click("#add-file");
+  await page.type(".file input", "tax.marl");
+  await page.type(".file textarea", "[Prices with the tax.],[use: base],with_tax\\n\\n*119/100");
+  await write(page, `a\\done{puts(init(lisp(taxed(range(100,101)))))}3${uses}`);
+  await run(page);
+  assert.equal(await output(page), "239\n");
+  assert.match(await status(page), /^exit status 3 /);
+  await write(page, `taxed(range(1,2))${uses}`);
+  await run(page);
+  assert.equal(await output(page), "3");
+  await write(page, `taxed(rnage(1,2))${uses}`);
+  await run(page);
+  assert.match(await page.$eval(".report .sentence", (e) => e.textContent), /^Line 1 .*rnage/);
+  assert.equal(fetched.length, 1);
+  await page.click("#tab-steps");
+  await shows(page, ".steps .said", /at fault/);
+  await page.close();
+});
+
 test("a link holds the program and all that it is given", async () => {
   const page = await open("index.html");
   await write(page, "a\\puts(refk a);0");
@@ -345,9 +373,9 @@ test("steps lead to the first Z, show shared parts, and last as long as the read
   assert.match(await page.$eval(".rule", (e) => e.textContent), /fire over/);
   await write(page, "a\\both(J(1,K)),both\\l\\J(l,l)");
   await page.click("#tab-steps");
-  await page.waitForFunction(() => /of [\d,]+$/.test(document.querySelector(".steps output").textContent));
+  await shows(page, ".steps output", /of [\d,]+$/);
   await does(page, "last");
-  await page.waitForFunction(() => /^The end/.test(document.querySelector(".rule").textContent));
+  await shows(page, ".rule", /^The end/);
   assert.deepEqual(await page.$$eval(".tree .shared, .tree .reference", (all) => all.map((e) => e.textContent)), [
     "J #1",
     "#1",
@@ -384,9 +412,9 @@ test("a profile is that of marl-lab, and steps and profile tell what a program d
   );
   assert.match(await page.$eval(".flame", (e) => e.textContent), /^\(entry\).*sum/);
   await page.click("#tab-steps");
-  await page.waitForFunction(() => /of [\d,]+$/.test(document.querySelector(".steps output").textContent));
+  await shows(page, ".steps output", /of [\d,]+$/);
   await does(page, "last");
-  await page.waitForFunction(() => document.querySelector(".rule").textContent === "Next: fire exit");
+  await shows(page, ".rule", /^Next: fire exit$/);
   await page.close();
 });
 

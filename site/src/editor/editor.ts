@@ -13,6 +13,8 @@ import {
 } from "@codemirror/view";
 import { styleNonce } from "../assets";
 import type { Message } from "../machine/laboratory";
+import type { Source } from "../machine/library";
+import type { Checking } from "./help";
 import { highlighting } from "./marl";
 
 export interface EditorSettings {
@@ -24,6 +26,8 @@ export interface EditorSettings {
   onStop(): void;
   /// Told of each change; `byReader` when it is no replacement of the page's own.
   onChange?(byReader: boolean): void;
+  /// The files that the program may build on.
+  beside?(): Source["files"];
   /// What the check says, behind each change of the text.
   onChecked?(messages: Message[]): void;
 }
@@ -122,19 +126,22 @@ export function makeEditor(settings: EditorSettings): EditorView {
       ],
     }),
   });
-  helpWhenAsked(view, (messages) => settings.onChecked?.(messages));
+  helpWhenAsked(view, {
+    beside: () => settings.beside?.() ?? [],
+    onChecked: (messages) => settings.onChecked?.(messages),
+  });
   return view;
 }
 
 /// Fetches what helps whoever writes, the check included, when somebody comes to write: a page whose
 /// program is only run does without.
-function helpWhenAsked(view: EditorView, onChecked: (messages: Message[]) => void) {
+function helpWhenAsked(view: EditorView, checking: Checking) {
   let asked = false;
   const ask = async () => {
     if (asked) return;
     asked = true;
     const { help } = await import("./help");
-    view.dispatch({ effects: StateEffect.appendConfig.of(Prec.high(help(onChecked))) });
+    view.dispatch({ effects: StateEffect.appendConfig.of(Prec.high(help(checking))) });
   };
   for (const event of ["focusin", "pointerenter"]) view.dom.addEventListener(event, () => void ask(), { once: true });
 }

@@ -13,6 +13,7 @@ import { type EditorView, hoverTooltip, keymap } from "@codemirror/view";
 import { page } from "../assets";
 import { tokenize } from "../language/grammar";
 import { check, type Message } from "../machine/laboratory";
+import type { Source } from "../machine/library";
 import { entryFor } from "../play/entries";
 import { completeNames } from "./complete";
 
@@ -44,10 +45,17 @@ function diagnosticsOf(doc: Text, messages: Message[]): Diagnostic[] {
 /// Programs above this length are not checked while they are typed.
 const longest = 1 << 18;
 
-function faults(onChecked: (messages: Message[]) => void) {
+/// What the check of a program takes from the page, and tells it.
+export interface Checking {
+  beside(): Source["files"];
+  onChecked(messages: Message[]): void;
+}
+
+function faults({ beside, onChecked }: Checking) {
   const lint = async ({ state: { doc } }: EditorView) => {
     // Without an answer from the laboratory there is nothing to say against a program.
-    const messages = doc.length > longest ? [] : await check(doc.toString()).catch(() => []);
+    const source = { text: doc.toString(), files: beside() };
+    const messages = doc.length > longest ? [] : await check(source).catch(() => []);
     onChecked(messages);
     return diagnosticsOf(doc, messages);
   };
@@ -98,14 +106,14 @@ const keys = keymap.of([
 ]);
 
 /// `onChecked` gets what the check says, behind each change.
-export function help(onChecked: (messages: Message[]) => void): Extension {
+export function help(checking: Checking): Extension {
   return [
     closeBrackets(),
     autocompletion({ override: [completeNames], icons: false }),
     keymap.of([{ key: "Tab", run: acceptCompletion }]),
     keymap.of([...closeBracketsKeymap, ...completionKeymap, ...lintKeymap]),
     keys,
-    faults(onChecked),
+    faults(checking),
     hover,
   ];
 }

@@ -2,6 +2,7 @@
 //
 // `check` and `format` answer at once, from a worker that stays. Steps and a profile run the
 // program, so each such request has a worker of its own, which `stop` ends.
+import { filesFor, type Source, usesFiles } from "./library";
 import type { Job } from "./module";
 import type { Step as AnyStep, CallLine, Checked, Ending, Formatted, Message, Profiled, Tree, Why } from "./results";
 import { type Answer, Laboratory } from "./session";
@@ -11,9 +12,21 @@ export type { CallLine, Message, ProfileRow, Tree } from "./results";
 const still = new Laboratory(10_000);
 
 /// What is wrong or doubtful in a program, without running it.
-export async function check(text: string): Promise<Message[]> {
-  const { answer } = await still.ask<Partial<Checked> | null>({ command: "check", text });
+export async function check(source: Source): Promise<Message[]> {
+  const { text } = source;
+  const files = await filesFor(source);
+  const { answer } = await still.ask<Partial<Checked> | null>({ command: "check", text, files });
   return answer?.messages ?? [];
+}
+
+/// The program with all that it builds on in it. One that builds on nothing, or is at fault, stays
+/// as it is.
+export async function pack(source: Source): Promise<string> {
+  const { text } = source;
+  if (!usesFiles(text)) return text;
+  const files = await filesFor(source);
+  const { answer } = await still.ask<{ text?: string }>({ command: "pack", text, files });
+  return answer.text || text;
 }
 
 /// The program in its canonical layout, or what keeps it from having one.

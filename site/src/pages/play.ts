@@ -161,6 +161,7 @@ const editor = makeEditor({
   onRun: () => run(),
   onStop: () => stop(),
   onChange: (byReader) => byReader && changed(),
+  beside: () => given().files,
   onChecked: showVerdict,
 });
 

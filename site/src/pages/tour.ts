@@ -83,7 +83,7 @@ function setUpChapter(workplace: HTMLElement) {
     };
     tell("running", "checking ...");
     const text = editor.state.doc.toString();
-    const fault = (await check(text).catch(() => [])).find(({ severity }) => severity === "fault");
+    const fault = (await check(givenText(text)).catch(() => [])).find(({ severity }) => severity === "fault");
     if (fault) return tell("failed", `Line ${fault.line}: ${fault.say}`);
     const decoder = new TextDecoder();
     let said = "";

@@ -2,7 +2,7 @@
 //
 // A program whose entry is an expression and no function is run so that it shows its value.
 import { showingValue, valueMark } from "../language/program";
-import { check, type Message } from "../machine/laboratory";
+import { check, type Message, pack } from "../machine/laboratory";
 import { type End, type Run, start } from "../machine/session";
 import { endedInReport, endingOf, pictureBegin, sentenceOf, sizeText } from "./ending";
 import { type Given, jobOf } from "./given";
@@ -29,17 +29,24 @@ function element<K extends keyof HTMLElementTagNameMap>(name: K, className: stri
 
 const isFault = ({ severity }: Message) => severity === "fault";
 
-/// The program as it is run: one that is an expression shows its value.
+/// The program that shows the value of its entry, where that is no function.
+async function valueProgram(given: Given): Promise<string | undefined> {
+  if (showingValue(given.text, true) === undefined) return undefined;
+  const messages = await check(given).catch(() => []);
+  if (messages.some(isFault)) return undefined;
+  return showingValue(
+    given.text,
+    messages.some(({ kind }) => kind === "entry"),
+  );
+}
+
+/// The program as it is run: one that is an expression shows its value, and what it builds on is in
+/// it. A library that can't be fetched leaves it to marl to tell which names are missing.
 export async function asRun(given: Given): Promise<{ given: Given; isValue: boolean }> {
-  if (showingValue(given.text, true) === undefined) return { given, isValue: false };
-  const messages = await check(given.text).catch(() => []);
-  const text = messages.some(isFault)
-    ? undefined
-    : showingValue(
-        given.text,
-        messages.some(({ kind }) => kind === "entry"),
-      );
-  return text === undefined ? { given, isValue: false } : { given: { ...given, text }, isValue: true };
+  const value = await valueProgram(given);
+  const whole = { ...given, text: value ?? given.text };
+  const text = await pack(whole).catch(() => whole.text);
+  return { given: { ...whole, text }, isValue: value !== undefined };
 }
 
 export class Runner {
@@ -109,17 +116,17 @@ export class Runner {
   }
 
   private async showEnd(given: Given, end: End) {
-    if (endedInReport(end)) await this.showReport(given.text);
+    if (endedInReport(end)) await this.showReport(given);
     const { tone, words } = endingOf(end, this.view.value());
     this.tell(tone, words);
   }
 
   /// What the check says about the program comes first, or the Report's own sentence; the picture is
   /// there to be unfolded.
-  private async showReport(text: string) {
+  private async showReport(given: Given) {
     const picture = this.view.cutErrors(pictureBegin);
     if (!picture) return;
-    const fault = (await check(text).catch(() => [])).find(isFault);
+    const fault = (await check(given).catch(() => [])).find(isFault);
     const box = element("div", "report");
     const sentence = element("p", "sentence", fault?.say ?? sentenceOf(picture));
     if (fault) {
