@@ -38,9 +38,13 @@ class Installation(unittest.TestCase):
         self.assertEqual(missing, [])
 
     def test_the_installed_marl_runs_an_installed_example(self):
-        example = self.prefix / DOCUMENTS / "examples/mergesort.marl"
-        self.assertEqual(run(self.prefix / "bin/marl", example),
-                         example.with_suffix(".out").read_bytes())
+        examples = self.prefix / DOCUMENTS / "examples"
+        self.assertEqual(run(self.prefix / "bin/marl", examples / "hello.marl"),
+                         (examples / "hello.out").read_bytes())
+        if (self.prefix / "bin/marl-lab").is_file():
+            for name in ("mergesort", "invoice/main"):
+                self.assertEqual(run(self.prefix / "bin/marl-lab", "run", examples / f"{name}.marl"),
+                                 (examples / f"{name}.out").read_bytes())
 
     @unittest.skipUnless(shutil.which("groff"), "no groff")
     def test_the_man_page_formats_without_a_warning(self):
