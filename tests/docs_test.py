@@ -5,7 +5,7 @@
 
 Each example of docs/reference.md gives the result behind its arrow, as `lisp` prints it. Each program
 in docs/guide.md, and what it prints, is a file in docs/snippets, whose programs run_programs.py runs;
-each file there is in the guide.
+each file there is in the guide. Its notes with tests are run by marl-lab.
 """
 import json
 import os
@@ -14,8 +14,10 @@ import re
 import socket
 import subprocess
 import sys
+import tempfile
 import unittest
 
+import plain
 import run_tables
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
@@ -24,6 +26,9 @@ GUIDE = (ROOT / "docs/guide.md").read_text()
 SNIPPETS = ROOT / "docs/snippets"
 SECONDS = 60  # for one program; sanitizers are slow
 # What an example allocates it may leave to the end of the process.
+MARL = pathlib.Path(sys.argv.pop(1)).resolve()
+LAB = plain.lab_of(MARL)
+TESTED = [path for path in SNIPPETS.glob("*.marl") if "[test: " in path.read_text()]
 ENVIRONMENT = {**os.environ, "LC_ALL": "C", "TZ": "UTC0", "ASAN_OPTIONS": "detect_leaks=0"}
 
 
@@ -55,11 +60,20 @@ class Documents(unittest.TestCase):
         for name, text in shown.items():
             self.assertEqual(text, files[name], name)
 
+    @unittest.skipUnless(LAB, "no marl-lab")
+    def test_the_tests_in_the_programs_of_the_guide_pass(self):
+        ran = subprocess.run([LAB, "test", *TESTED], capture_output=True, check=False, timeout=SECONDS)
+        self.assertEqual(ran.returncode, 0, ran.stdout.decode())
+
+    @unittest.skipUnless(LAB, "no marl-lab")
     def test_the_server_of_the_guide_answers_in_capitals(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        program = plain.plain(SNIPPETS / "23-server.marl", LAB, folder.name)
         with socket.socket() as probe:
             probe.bind(("127.0.0.1", 0))
             port = probe.getsockname()[1]
-        server = subprocess.Popen([MARL, SNIPPETS / "23-server.marl", str(port)], env=ENVIRONMENT,
+        server = subprocess.Popen([MARL, program, str(port)], env=ENVIRONMENT,
                                   stdout=subprocess.PIPE)
         try:
             self.assertEqual(server.stdout.readline(), b"ready\n")
@@ -75,5 +89,4 @@ class Documents(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    MARL = pathlib.Path(sys.argv.pop(1)).resolve()
     unittest.main()

@@ -133,7 +133,9 @@ class Grammar(unittest.TestCase):
             program = path.read_bytes().decode("latin-1")
             with self.subTest(path.name):
                 found, open_rules = scopes(program)
-                self.assertEqual((len(found), open_rules), (len(program), 0))
+                # Behind a note at the end a definition could still follow.
+                ends_in_note = program.rstrip().endswith("]") and "comment" in found[-2]
+                self.assertEqual((len(found), open_rules), (len(program), int(ends_in_note)))
                 for at, (character, scope, text) in enumerate(zip(program, found, in_text(program))):
                     where = f"{character!r} at {at}: {scope}"
                     operator = "entity.name.function.operator.marl"

@@ -38,9 +38,13 @@ class Installation(unittest.TestCase):
         self.assertEqual(missing, [])
 
     def test_the_installed_marl_runs_an_installed_example(self):
-        example = self.prefix / DOCUMENTS / "examples/mergesort.marl"
-        self.assertEqual(run(self.prefix / "bin/marl", example),
-                         example.with_suffix(".out").read_bytes())
+        examples = self.prefix / DOCUMENTS / "examples"
+        self.assertEqual(run(self.prefix / "bin/marl", examples / "hello.marl"),
+                         (examples / "hello.out").read_bytes())
+        if (self.prefix / "bin/marl-lab").is_file():
+            for name in ("mergesort", "invoice/main"):
+                self.assertEqual(run(self.prefix / "bin/marl-lab", "run", examples / f"{name}.marl"),
+                                 (examples / f"{name}.out").read_bytes())
 
     @unittest.skipUnless(shutil.which("dpkg-deb") and shutil.which("file"), "no dpkg-dev, or no file")
     def test_the_debian_package_holds_what_is_installed(self):

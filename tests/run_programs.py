@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Runs small programs through the real marl and compares what they do, byte for byte.
 
-    run_programs.py [--sanitized] [--only NAME] MARL FOLDER...
+    run_programs.py [--sanitized] [--only NAME] [--lab MARL_LAB] MARL FOLDER...
 
 A test is FOLDER/NAME.marl and the files beside it, each of them optional:
 
@@ -15,6 +15,9 @@ A test is FOLDER/NAME.marl and the files beside it, each of them optional:
     NAME.err     expected standard error; absent means empty
     NAME.status  expected exit status as a shell shows it, 128 + n for death by signal n;
                  absent means 0
+
+A program with a note [use: ...] is packed by MARL_LAB, that beside MARL when none is named, and left
+out where there is none; a file of definitions is no test.
 
 NAME.command in place of NAME.marl holds marl's whole command line, a JSON list of strings.
 
@@ -33,6 +36,8 @@ import sys
 import tempfile
 import time
 
+import plain
+
 TIMEOUT = 60  # seconds for one program; sanitizers make everything slower by far
 SANITIZED_TIMEOUT = 600
 ADDRESS_SPACE = 16 << 30  # a program that runs wild must not take the machine with it
@@ -47,6 +52,10 @@ class Test:
     def __init__(self, stem):
         self.stem = stem  # the path without its ending
         self.name = f"{stem.parent.name}/{stem.name}"
+        self.program = stem.with_name(stem.name + ".marl")
+
+    def has_uses(self):
+        return self.program.exists() and plain.has_uses(self.program)
 
     def read(self, ending, default=b""):
         path = self.stem.with_name(self.stem.name + ending)
@@ -55,11 +64,12 @@ class Test:
     def lines(self, ending):
         return self.read(ending).decode("utf-8", "surrogateescape").splitlines()
 
-    def command(self, marl):
+    def command(self, marl, lab, scratch):
+        """The command line, when the program, if it must be packed, has been so into the folder."""
         whole = self.read(".command")
         if whole:
             return [marl] + [os.fsencode(word) for word in json.loads(whole)]
-        return [marl, f"{self.stem}.marl"] + self.lines(".args")
+        return [marl, plain.plain(self.program, lab, scratch)] + self.lines(".args")
 
     def environment(self, sanitized):
         environment = {
@@ -84,7 +94,8 @@ class Test:
 
 
 def find_tests(folder):
-    stems = {path.with_suffix("") for path in folder.iterdir() if path.suffix in (".marl", ".command")}
+    stems = {path.with_suffix("") for path in folder.iterdir()
+             if path.suffix == ".command" or path.suffix == ".marl" and plain.is_program(path)}
     return [Test(stem) for stem in sorted(stems)]
 
 
@@ -119,7 +130,7 @@ def run(test, marl, options):
         deadline = time.monotonic() + timeout
         with out.open("wb") as out_file, err.open("wb") as err_file:
             process = subprocess.Popen(
-                test.command(marl), cwd=directory, env=test.environment(options.sanitized),
+                test.command(marl, options.lab, scratch), cwd=directory, env=test.environment(options.sanitized),
                 stdin=standard_input, stdout=out_file, stderr=err_file, start_new_session=True)
         os.close(standard_input)
         try:
@@ -176,9 +187,11 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--sanitized", action="store_true", help="marl is built with sanitizers")
     parser.add_argument("--only", help="run only the test of this name")
+    parser.add_argument("--lab", help="the marl-lab that packs programs")
     parser.add_argument("marl")
     parser.add_argument("folders", nargs="+", type=pathlib.Path)
     options = parser.parse_args()
+    options.lab = options.lab or plain.lab_of(options.marl)
 
     lower_limit(resource.RLIMIT_CORE, 0)
     if not options.sanitized:  # sanitizers reserve terabytes of addresses
@@ -187,7 +200,7 @@ def main():
     passed, failed = 0, 0
     for folder in options.folders:
         for test in find_tests(folder.resolve()):
-            if options.only and test.stem.name != options.only:
+            if options.only and test.stem.name != options.only or test.has_uses() and not options.lab:
                 continue
             faults = check(test, os.path.abspath(options.marl), options)
             if faults:
