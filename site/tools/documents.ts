@@ -138,17 +138,14 @@ export function givenAttribute({ arguments: words, input, files }: Snippet): str
   return Object.keys(given).length ? ` data-given="${escapeHtml(JSON.stringify(given))}"` : "";
 }
 
-const hasSockets = (text: string) => /\bsocket\b/.test(text);
-
-/// A page has no sockets, and it has no library.
 export function needsCommandLine(text: string): boolean {
-  return hasSockets(text) || /^\[use: /m.test(text);
+  return /\bsocket\b/.test(text);
 }
 
 /// A program with its buttons, and the place where its output will stand.
 export function programHtml(snippet: Snippet, highlight: (text: string) => string): string {
   const bar = needsCommandLine(snippet.text)
-    ? `<p class="bar"><span>needs a command line: a page has no ${hasSockets(snippet.text) ? "sockets" : "library"}</span></p>`
+    ? '<p class="bar"><span>needs a command line: a page has no sockets</span></p>'
     : '<div class="bar"><button type="button" class="run">Run</button><button type="button" class="change">Edit</button>' +
       '<span role="status" class="status"></span></div>';
   return (
