@@ -6,10 +6,8 @@
 #include <random>
 #include <string>
 
-#include "driver/report.h"
-#include "front/check.h"
+#include "driver/session.h"
 #include "front/grammar.h"
-#include "front/prelude.h"
 #include "front/stages.h"
 #include "number/hint.h"
 #include "reduce/analysis.h"
@@ -21,9 +19,14 @@
 namespace marl {
 namespace {
 
+void open_or_stop(Session& session, const String& source) {
+    MARL_REQUIRE(open_session(session, source));
+}
+
+/// Fills the tables with the prelude and the built-ins.
 void set_up_prelude() {
-    build_prelude();
-    define_builtins();
+    Session session;
+    open_or_stop(session, "0");
 }
 
 Value random_hint(int64_t digits) {
@@ -145,7 +148,8 @@ BENCHMARK(parse)->Arg(1)->Arg(100)->Arg(10'000);
 void start(benchmark::State& state) {
     const String text{std::string_view(source(1))};
     for (auto _ : state) {
-        MARL_REQUIRE(passed(set_up_program(text)));
+        Session session;
+        open_or_stop(session, text);
     }
 }
 BENCHMARK(start)->Unit(benchmark::kMicrosecond);
@@ -153,7 +157,8 @@ BENCHMARK(start)->Unit(benchmark::kMicrosecond);
 /// One item is one call of fib.
 void run_fib(benchmark::State& state) {
     const char* program = "a\\fib 20,fib\\n\\(n<2)n(fib(n-1)+fib(n-2))";
-    MARL_REQUIRE(passed(set_up_program(program)));
+    Session session;
+    open_or_stop(session, program);
     const Value entry = Value::share(find_definition(""));
     for (auto _ : state) {
         const Value result = reduce(pair(entry, leaf("0")));

@@ -53,6 +53,10 @@ void silence_alarm() {
 
 void install_interrupt_handler() { set_handler(SIGINT, on_interrupt); }
 
+void heed_interrupt() {
+    if (interrupted) run_interrupt();
+}
+
 void run_interrupt() {
     shut_runs = 1;
     interrupted = 0;

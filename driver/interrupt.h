@@ -11,4 +11,7 @@ namespace marl {
 /// it.
 void install_interrupt_handler();
 
+/// Runs `shut` for an interrupt that came while no loop was there to see it.
+void heed_interrupt();
+
 }  // namespace marl

@@ -21,6 +21,7 @@ void reserve_standard_descriptors() {
 int64_t argument_address(char** arguments) {
     if constexpr (sizeof(char*) == sizeof(uint64_t)) return reinterpret_cast<int64_t>(arguments);
     static std::vector<uint64_t> wide;
+    wide.clear();
     while (*arguments) wide.push_back(reinterpret_cast<uintptr_t>(*arguments++));
     wide.push_back(0);
     return reinterpret_cast<int64_t>(wide.data());

@@ -12,7 +12,7 @@ namespace marl {
 void reserve_standard_descriptors();
 
 /// The address of an argument array as programs read it, 64 bits an entry. Where pointers are
-/// narrower that is a copy, for the life of the process.
+/// narrower that is a copy, good until the next call.
 int64_t argument_address(char** arguments);
 
 }  // namespace marl

@@ -142,6 +142,11 @@ String report_picture(const Report& report) {
     return rope_flatten(rope);
 }
 
+void show_report(const Report& report) {
+    put_text(stream_err, "\x1B[m");
+    put_string(stream_err, report_picture(report));
+}
+
 String report_text(const Report& report) {
     Rope rope;
     rope_append(rope, "['");

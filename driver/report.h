@@ -27,6 +27,8 @@ String picture_head(std::string_view word);
 
 /// What the user sees of a Report that stopped the run. Empty fields take no line.
 String report_picture(const Report& report);
+/// The same on standard error, in the terminal's own colours.
+void show_report(const Report& report);
 
 /// A Report as one balanced bracket text, and back. The text that is parsed must be one that
 /// `report_text` made.

@@ -1,20 +1,14 @@
-// A run has four stages: prelude, parse, check and reduction, shutdown. Each of the first three
-// ends it with its Report. The result stays held while the definitions are taken down, and is read
-// for the status only then, as its end belongs to the run.
+// A run is one session, with the interrupt heeded wherever it may have come unseen. A fault ends it
+// with its Report, and then the process with all that it has.
 #include "driver/run.h"
 
 #include <utility>
 
 #include "driver/interrupt.h"
 #include "driver/report.h"
-#include "driver/shutdown.h"
-#include "front/check.h"
-#include "front/prelude.h"
+#include "driver/session.h"
 #include "library/leaked.h"
-#include "number/convert.h"
-#include "reduce/machine.h"
 #include "reduce/needs.h"
-#include "reduce/tables.h"
 #include "text/stream.h"
 #include "value/allocate.h"
 
@@ -23,14 +17,8 @@ namespace marl {
 namespace {
 
 uint32_t fail(const Report& report) {
-    put_text(stream_err, "\x1B[m");
-    put_string(stream_err, report_picture(report));
+    show_report(report);
     return failed_status;
-}
-
-/// Runs `shut` for an interrupt that came while no loop was there to see it.
-void heed_interrupt() {
-    if (interrupted) run_interrupt();
 }
 
 /// Builds that count nodes tell of those which nothing has released, but for what a program has
@@ -47,22 +35,18 @@ void report_live_nodes() {
 }  // namespace
 
 uint32_t run_source(String source, int64_t arguments) {
-    build_prelude();
-    Module module;
-    const Report parsed = parse_program(std::move(source), module);
-    if (!passed(parsed)) return fail(parsed);
+    Session session;
+    if (!load_session(session, std::move(source))) return fail(session.report);
 
     install_interrupt_handler();
-    const Report outcome = run_program(std::move(module), arguments);
+    if (check_session(session) && run_session(session, arguments)) require_integer(session);
     heed_interrupt();
-    if (!passed(outcome)) return fail(outcome);
+    if (!passed(session.report)) return fail(session.report);
 
-    Value result = Value::share(find_definition(""));
+    const uint32_t status = status_of_session(session);
     // Without `todo` nothing acts as it dies, and the process may end with all that it has.
-    if (needs_plain_machine || MARL_COUNT_NODES) shutdown();
+    if (needs_plain_machine || MARL_COUNT_NODES) end_session(session);
     heed_interrupt();
-    const auto status = static_cast<uint32_t>(to_i64(result));
-    result = Value();
     report_live_nodes();
     return status;
 }

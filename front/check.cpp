@@ -12,13 +12,9 @@
 
 #include "front/intern.h"
 #include "front/prelude.h"
-#include "number/convert.h"
-#include "number/kind.h"
 #include "reduce/analysis.h"
 #include "reduce/closure.h"
-#include "reduce/machine.h"
 #include "reduce/tables.h"
-#include "text/rope.h"
 #include "value/todo.h"
 
 namespace marl {
@@ -99,24 +95,6 @@ constexpr Stage check_stages[] = {
     analyse_definitions,
 };
 
-Report cycle_report(std::string_view name) {
-    Report report;
-    report.kind = "cycle";
-    report.say = joined({"Cycle detected on function ", name, "."});
-    report.vip = clip_text(name, true);
-    return report;
-}
-
-Report range_report(Node* result) {
-    const String shown = print_value(result);
-    Report report;
-    report.kind = "range";
-    report.say =
-        joined({"The program must return an integer. Instead we encountered:\n", shown.view()});
-    report.tip = clip_text(shown.view(), true);
-    return report;
-}
-
 }  // namespace
 
 Report parse_program(String source, Module& module) {
@@ -131,32 +109,6 @@ Report check_program(Module&& parsed) {
     const TodoArming unarmed(false);
     Module module = std::move(parsed);
     return run_stages(module, check_stages);
-}
-
-Report set_up_program(String source) {
-    build_prelude();
-    Module module;
-    Report report = parse_program(std::move(source), module);
-    return passed(report) ? check_program(std::move(module)) : report;
-}
-
-Value run_entry(int64_t arguments) {
-    todo_armed = true;
-    return reduce_call(symbol_of(""), from_i64(arguments));
-}
-
-Report report_on(Node* result) {
-    if (is_leaf_of(result, ')')) return cycle_report(leaf_bytes(result).substr(1));
-    if (!is_leaf(result) && is_leaf_of(left(result), ']')) return report_parse(text(right(result)));
-    return kind_of(result) == 'i' ? Report() : range_report(result);
-}
-
-Report run_program(Module&& parsed, int64_t arguments) {
-    if (Report report = check_program(std::move(parsed)); !passed(report)) return report;
-    Value result = run_entry(arguments);
-    if (Report report = report_on(result); !passed(report)) return report;
-    set_definition("", std::move(result));
-    return {};
 }
 
 }  // namespace marl

@@ -2,10 +2,9 @@
 // definition gets its code as if it were called now. A constant of the program has no value then,
 // which its first use gives it, so code that uses it asks for it.
 #include <string>
-#include <utility>
+#include <vector>
 
-#include "front/check.h"
-#include "front/prelude.h"
+#include "driver/session.h"
 #include "lab/lab.h"
 #include "reduce/listing.h"
 #include "reduce/run_code.h"
@@ -32,32 +31,31 @@ CodeOf code_of_definition(const String& name) {
     return told;
 }
 
-Listed list_definitions(std::string_view text, std::string_view only) {
-    Listed listed;
-    Module module;
-    Report report = parse_program(String(text), module);
+/// The names that a program itself defines, in key order.
+std::vector<String> defined_names(const Module& module) {
     std::vector<String> names;
     for (const auto& [name, definition] : module.definitions) names.push_back(name);
-    if (passed(report)) report = check_program(std::move(module));
-    if (!passed(report)) {
-        listed.report = report_picture(report).view();
-        return listed;
-    }
-    if (!only.empty()) names = {String(only)};
-    for (const String& name : names) {
-        const Symbol* symbol = find_symbol(name.view());
-        if (!symbol || symbol->builtin || !symbol->definition) continue;
-        listed.definitions.push_back(code_of_definition(name));
-    }
-    return listed;
+    return names;
 }
 
 }  // namespace
 
 Listed list_code(std::string_view text, std::string_view only) {
-    build_prelude();
-    Listed listed = list_definitions(text, only);
-    clear_definitions();
+    Listed listed;
+    Session session;
+    load_session(session, String(text));
+    std::vector<String> names = defined_names(session.module);
+    if (!only.empty()) names = {String(only)};
+    if (!check_session(session)) {
+        listed.report = report_picture(session.report).view();
+        names.clear();
+    }
+    for (const String& name : names) {
+        const Symbol* symbol = find_symbol(name.view());
+        if (!symbol || symbol->builtin || !symbol->definition) continue;
+        listed.definitions.push_back(code_of_definition(name));
+    }
+    end_session(session);
     return listed;
 }
 

@@ -13,15 +13,10 @@
 #include <ctime>
 #include <iostream>
 
-#include "driver/report.h"
-#include "driver/shutdown.h"
-#include "front/check.h"
+#include "driver/session.h"
 #include "lab/lab.h"
 #include "lab/result_text.h"
 #include "lab/screen.h"
-#include "reduce/machine.h"
-#include "reduce/tables.h"
-#include "value/todo.h"
 
 namespace marl::lab {
 
@@ -39,22 +34,19 @@ namespace {
     std::signal(SIGINT, SIG_DFL);
     std::setlocale(LC_ALL, "C");  // as in a process of marl
     if (show == Show::steps) show_steps_here(source);
-    const Report report = set_up_program(String(source));
-    if (!passed(report)) {
-        std::cout << result_text(report) << std::endl;
+    Session session;
+    if (!open_session(session, String(source))) {
+        std::cout << result_text(session.report) << std::endl;
         std::exit(1);
     }
     const std::clock_t begin = std::clock();
-    todo_armed = true;
-    {
-        const Value result = reduce(Value::share(find_definition("")));
-        std::fflush(stdout);
-        std::cout << result_text(result) << '\n';
-    }
+    evaluate_session(session);
+    std::fflush(stdout);
+    std::cout << result_text(session.result) << '\n';
     const double seconds = static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
     if (show == Show::value_and_time) std::cout << seconds << " s\n";
     std::cout << std::flush;
-    shutdown();
+    end_session(session);
     std::exit(0);
 }
 

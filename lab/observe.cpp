@@ -6,12 +6,8 @@
 #include <utility>
 
 #include "driver/interrupt.h"
-#include "driver/shutdown.h"
-#include "front/check.h"
-#include "front/prelude.h"
-#include "number/convert.h"
+#include "driver/session.h"
 #include "reduce/analysis.h"
-#include "value/todo.h"
 
 namespace marl::lab {
 
@@ -173,23 +169,16 @@ Ending ending_of(const Outcome& outcome, const Watcher& watcher) {
 
 Outcome run_watched(std::string_view text, const std::vector<std::string>& arguments,
                     Watcher& watcher) {
-    build_prelude();
+    Session session;
+    if (load_session(session, String(text))) install_interrupt_handler();
     original_prelude() = prelude_definitions;
-    Module module;
-    Outcome outcome{parse_program(String(text), module)};
-    if (passed(outcome.report)) {
-        const Observing observing(watcher);
-        install_interrupt_handler();
-        outcome.report = run_program(std::move(module), argument_array(arguments));
-        if (passed(outcome.report)) {
-            outcome.status = static_cast<uint32_t>(to_i64(find_definition("")));
-            shutdown();
-        }
-    }
-    // A run that has failed leaves its todo Values alone.
-    const TodoArming armed(false);
+    const Observing observing(watcher);
+    const bool returns = check_session(session) &&
+                         run_session(session, argument_array(arguments)) &&
+                         require_integer(session);
+    Outcome outcome{session.report, returns ? status_of_session(session) : 0};
+    end_session(session);
     original_prelude().clear();
-    clear_definitions();
     return outcome;
 }
 

@@ -6,6 +6,7 @@
 MARL stands in the build folder that is installed.
 """
 import gzip
+import os
 import pathlib
 import shutil
 import subprocess
@@ -17,6 +18,12 @@ DOCUMENTS = "share/doc/marl"
 EXPECTED = ["bin/marl", "share/man/man1/marl.1.gz", f"{DOCUMENTS}/README.md", f"{DOCUMENTS}/copyright",
             f"{DOCUMENTS}/docs/guide.md", f"{DOCUMENTS}/docs/snippets/01-hello.marl",
             "share/marl/editors/vim/syntax/marl.vim", "share/marl/editors/vscode/package.json"]
+EXAMPLE = f"{DOCUMENTS}/examples/embed"
+# What the example is asked, one session each, and what it says.
+SESSIONS = [("2^100", "1267650600228229401496703205376"), ("K 1 2,K\\x\\y\\y", "2"), ("K 1 2", "1"),
+            ("done{puts(init[hello])}0", "hello\n0"), ("(1", "match: Dangling left-parenthesis at [____b]."),
+            ("one,one\\one", "cycle: Cycle detected on function one."),
+            ("x{held}1,held\\todo(x\\puts(init[bye]))0", "1\nbye")]
 EXPECTED_WITH_LAB = ["libexec/marl/marl-lab-run", "share/marl/base.marl"]
 
 
@@ -53,6 +60,25 @@ class Installation(unittest.TestCase):
         listed = run("dpkg-deb", "-c", package).decode()
         self.assertEqual([name for name in EXPECTED if f" ./usr/{name}\n" not in listed], [])
         self.assertIn("libc6", run("dpkg-deb", "-f", package, "Depends").decode())
+
+    def check_example(self, binary):
+        ran = subprocess.run([binary, *(expression for expression, said in SESSIONS)], capture_output=True, text=True)
+        self.assertEqual((ran.stdout, ran.stderr), ("".join(said + "\n" for expression, said in SESSIONS), ""))
+        self.assertEqual(ran.returncode, 2)
+
+    def test_a_program_in_c_finds_the_library_with_cmake(self):
+        build = self.prefix / "example"
+        run("cmake", "-S", self.prefix / EXAMPLE, "-B", build, f"-DCMAKE_PREFIX_PATH={self.prefix}")
+        run("cmake", "--build", build)
+        self.check_example(build / "embed")
+
+    @unittest.skipUnless(shutil.which("pkg-config"), "no pkg-config")
+    def test_a_program_in_c_finds_the_library_with_pkg_config(self):
+        library, = self.prefix.glob("lib*/**/pkgconfig")
+        flags = subprocess.run(["pkg-config", "--cflags", "--libs", "marl"], capture_output=True, check=True, text=True,
+                               env=dict(os.environ, PKG_CONFIG_PATH=str(library))).stdout.split()
+        run("cc", self.prefix / EXAMPLE / "embed.c", "-o", self.prefix / "embed", *flags)
+        self.check_example(self.prefix / "embed")
 
     @unittest.skipUnless(shutil.which("groff"), "no groff")
     def test_the_man_page_formats_without_a_warning(self):

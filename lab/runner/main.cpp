@@ -17,21 +17,15 @@
 #include <new>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "driver/interrupt.h"
 #include "driver/process.h"
 #include "driver/report.h"
-#include "driver/shutdown.h"
-#include "front/check.h"
-#include "front/prelude.h"
+#include "driver/session.h"
 #include "lab/result_text.h"
-#include "number/convert.h"
-#include "reduce/machine.h"
-#include "reduce/tables.h"
+#include "number/kind.h"
 #include "text/fatal.h"
 #include "text/stream.h"
-#include "value/todo.h"
 
 namespace marl::lab {
 
@@ -50,13 +44,11 @@ std::string read_descriptor(int descriptor) {
     return text;
 }
 
-Report prepare(const std::string& text) {
-    build_prelude();
-    Module module;
-    Report parsed = parse_program(String(text), module);
-    if (!passed(parsed)) return parsed;
+/// Opens a session that an interrupt ends in good order; false behind a fault.
+bool open(Session& session, const std::string& text) {
+    if (!load_session(session, String(text))) return false;
     install_interrupt_handler();
-    return check_program(std::move(module));
+    return check_session(session);
 }
 
 /// Writes a line behind what the program has written through C.
@@ -67,39 +59,34 @@ void print_line(const std::string& line) {
 }
 
 int fail(const Report& report) {
-    put_text(stream_err, "\x1B[m");
-    put_string(stream_err, report_picture(report));
+    show_report(report);
     return 1;
 }
 
-/// Runs `shut` for an interrupt that came while no loop was there to see it.
-void heed_interrupt() {
-    if (interrupted) run_interrupt();
-}
-
 int run(const std::string& text, int64_t arguments) {
-    if (const Report report = prepare(text); !passed(report)) return fail(report);
-    Value result = run_entry(arguments);
+    Session session;
+    if (open(session, text)) {
+        run_session(session, arguments);
+        heed_interrupt();
+    }
+    if (!passed(session.report)) return fail(session.report);
+    const bool is_integer = kind_of(session.result) == 'i';
+    if (!is_integer) print_line(result_text(session.result));
+    const int status = is_integer ? static_cast<int>(status_of_session(session)) : 0;
+    end_session(session);
     heed_interrupt();
-    const Report outcome = report_on(result);
-    const bool is_shown = outcome.kind == "range";
-    if (!passed(outcome) && !is_shown) return fail(outcome);
-    if (is_shown) print_line(result_text(result));
-    shutdown();
-    heed_interrupt();
-    return is_shown ? 0 : static_cast<int>(to_i64(result));
+    return status;
 }
 
 int show_value(const std::string& text) {
-    if (const Report report = prepare(text); !passed(report)) {
-        print_line(result_text(report));
+    Session session;
+    if (!open(session, text)) {
+        print_line(result_text(session.report));
         return 1;
     }
-    todo_armed = true;
-    Value result = reduce(Value::share(find_definition("")));
-    print_line(result_text(result));
-    result = Value();
-    shutdown();
+    evaluate_session(session);
+    print_line(result_text(session.result));
+    end_session(session);
     return 0;
 }
 

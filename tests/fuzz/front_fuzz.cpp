@@ -3,16 +3,14 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "front/check.h"
-#include "front/intern.h"
+#include "driver/session.h"
 #include "reduce/machine.h"
-#include "reduce/tables.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using namespace marl;
     steps_left = step_limit;
-    set_up_program(String(std::string_view(reinterpret_cast<const char*>(data), size)));
-    clear_intern_set();
-    clear_definitions();
+    Session session;
+    open_session(session, String(std::string_view(reinterpret_cast<const char*>(data), size)));
+    end_session(session);
     return 0;
 }

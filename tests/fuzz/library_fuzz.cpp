@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "front/check.h"
+#include "driver/session.h"
 #include "front/intern.h"
 #include "library/families.h"
 #include "number/convert.h"
@@ -212,7 +212,8 @@ std::vector<std::string> pictures(const std::vector<Value>& pool) {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    if (!passed(set_up_program("a\\0"))) abort();
+    static Session session;
+    if (!open_session(session, "a\\0")) abort();
     // What the built-ins read and write is nothing.
     const int nothing = open("/dev/null", O_RDWR);
     dup2(nothing, 0);

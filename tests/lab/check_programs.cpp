@@ -14,13 +14,11 @@
 #include <vector>
 
 #include "driver/report.h"
-#include "front/check.h"
-#include "front/intern.h"
+#include "driver/session.h"
 #include "lab/lab.h"
 #include "lab/message.h"
 #include "lab/program.h"
 #include "random/batch.h"
-#include "reduce/tables.h"
 
 namespace {
 
@@ -81,9 +79,10 @@ struct Mutation {
 
 /// The Report of marl's check.
 Report checked(const std::string& source) {
-    Report report = set_up_program(String(std::string_view(source)));
-    clear_intern_set();
-    clear_definitions();
+    Session session;
+    open_session(session, String(std::string_view(source)));
+    Report report = session.report;
+    end_session(session);
     return report;
 }
 

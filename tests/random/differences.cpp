@@ -6,10 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "driver/report.h"
+#include "driver/session.h"
 #include "driver/shutdown.h"
-#include "front/check.h"
-#include "front/prelude.h"
 #include "random/rules.h"
 #include "reduce/machine.h"
 #include "reduce/needs.h"
@@ -37,20 +35,19 @@ std::string printed_since() {
     return shown;
 }
 
-/// Fills the tables with a program and checks it.
-Report set_up(const std::string& source, bool plain) {
+/// Opens the session of a program, for the plain machine or for whichever the program asks for.
+bool open(Session& session, const std::string& source, bool plain) {
     allow_steps();
-    build_prelude();
-    Module module;
-    Report report = parse_program(String(std::string_view(source)), module);
+    if (!load_session(session, String(std::string_view(source)))) return false;
     needs_plain_machine |= plain;
-    return passed(report) ? check_program(std::move(module)) : report;
+    return check_session(session);
 }
 
 /// What the entry expression prints and comes to.
 std::string printed_result() {
     std::string result;
     {
+        const TodoArming armed(true);
         const Value value = reduce(pair(Value::share(find_definition("")), leaf("0")));
         result = print_value(value).view();
     }
@@ -59,9 +56,12 @@ std::string printed_result() {
 
 /// All that a program does; empty when it takes too many steps.
 std::string behaviour(const std::string& source, bool plain) {
-    const Report report = set_up(source, plain);
-    std::string shown = passed(report) ? printed_result() : std::string(report.say.view()) + "\n";
+    Session session;
+    std::string shown = open(session, source, plain)
+                            ? printed_result()
+                            : std::string(session.report.say.view()) + "\n";
     shutdown();
+    end_session(session);
     shown += printed_since();
     return ran_out_of_steps() ? "" : shown;
 }
@@ -77,15 +77,15 @@ std::string machines_difference(const std::string& source) {
 }
 
 std::string rules_difference(const std::string& source) {
-    if (!passed(set_up(source, false))) return "";
+    Session session;
+    if (!open(session, source, false)) return "";
     const bool names_todo = needs_plain_machine;
     const std::string result = result_by_the_rules();
     const std::string rules = printed_since() + "= " + result + "\n";
     if (result.empty() || ran_out_of_steps()) return "";
     for (const bool plain : {true, false}) {
         if (names_todo && !plain) break;
-        set_up(source, plain);
-        const TodoArming armed(true);
+        open(session, source, plain);
         const std::string shown = printed_result();
         if (ran_out_of_steps() || shown == rules) continue;
         return "rules:\n" + rules + (plain ? "plain:\n" : "fast:\n") + shown;

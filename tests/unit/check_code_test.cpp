@@ -8,8 +8,7 @@
 #include <regex>
 #include <set>
 
-#include "driver/shutdown.h"
-#include "front/check.h"
+#include "driver/session.h"
 #include "reduce/run_code.h"
 #include "reduce/tables.h"
 
@@ -73,12 +72,13 @@ class Breaking {
 };
 
 TEST(CheckCode, finds_each_kind_of_fault) {
-    ASSERT_EQ(set_up_program(String(std::string_view(program))).kind, "check");
+    Session session;
+    ASSERT_TRUE(open_session(session, program));
     Breaking breaking;
     for (const char* name : {"sum", "map", "pick", "many", "eval"}) {
         breaking.all_of(code_of(symbol_of(name)));
     }
-    shutdown();
+    end_session(session);
     const std::set<std::string> expected{"",
                                          "no enter",
                                          "is empty",

@@ -15,13 +15,16 @@
 
 namespace marl {
 
+/// Fills the tables with the prelude and the built-ins alone.
+inline void set_up_tables() {
+    build_prelude();
+    define_builtins();
+}
+
 /// The Value that an expression reduces to.
 inline Value evaluated(std::string_view expression) {
     // Another test of the process may have left a program without built-ins.
-    if (!find_definition("plus")) {
-        build_prelude();
-        define_builtins();
-    }
+    if (!find_definition("plus")) set_up_tables();
     return reduce(parse_expression(normalise(expression).view()));
 }
 

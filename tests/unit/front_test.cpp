@@ -3,12 +3,12 @@
 
 #include <string>
 
-#include "front/check.h"
+#include "driver/session.h"
+#include "evaluate.h"
 #include "front/definitions.h"
 #include "front/grammar.h"
 #include "front/intern.h"
 #include "front/names.h"
-#include "front/prelude.h"
 #include "front/records.h"
 #include "front/scan.h"
 #include "reduce/tables.h"
@@ -20,8 +20,7 @@ class Front : public testing::Test {
   protected:
     void TearDown() override {
         clear_intern_set();
-        build_prelude();
-        define_builtins();
+        set_up_tables();
     }
 };
 
@@ -69,7 +68,9 @@ TEST_F(Front, words_single_marks_and_bracketed_operators_can_be_defined) {
 TEST_F(Front, a_fault_of_the_text_leaves_the_prelude_alone) {
     for (const auto& [source, kind] : Rows{
              {"a\\(1,ff\\1", "match"}, {"a\\1,K\\1,b\\1", "lower"}, {"a\\K,K\\missing", "alive"}}) {
-        EXPECT_EQ(set_up_program(String(source)).kind.view(), kind);
+        Session session;
+        EXPECT_FALSE(open_session(session, String(source)));
+        EXPECT_EQ(session.report.kind.view(), kind);
         EXPECT_EQ(print_value(find_definition("K")).view(), "(\\a (\\b a))");
     }
     EXPECT_EQ(defined_symbols().size(), 52u);
@@ -107,7 +108,8 @@ TEST_F(Front, depth_costs_no_stack_in_any_stage) {
     }
     for (const std::string& source :
          {lambdas + "`bbb)", lets + "`ccc", calls + "1" + std::string(depth, ')')}) {
-        EXPECT_EQ(set_up_program(String(std::string_view(source))).kind, "check");
+        Session session;
+        EXPECT_TRUE(open_session(session, String(std::string_view(source))));
     }
 }
 

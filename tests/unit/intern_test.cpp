@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "evaluate.h"
 #include "front/grammar.h"
-#include "front/prelude.h"
 #include "reduce/analysis.h"
 #include "reduce/tables.h"
 
@@ -19,8 +19,7 @@ class Intern : public testing::Test {
     void SetUp() override { build_prelude(); }
     void TearDown() override {
         clear_intern_set();
-        build_prelude();
-        define_builtins();
+        set_up_tables();
     }
 };
 

@@ -5,8 +5,7 @@
 
 #include <string>
 
-#include "driver/shutdown.h"
-#include "front/check.h"
+#include "driver/session.h"
 #include "reduce/needs.h"
 #include "reduce/tables.h"
 
@@ -16,11 +15,12 @@ namespace {
 /// The printed result of an entry expression, which is applied to nothing.
 std::string result_of(const std::string& program, bool literally) {
     // A lambda keeps the check from looking for more, and its body is what we reduce.
-    EXPECT_EQ(set_up_program(String(std::string_view(program))).kind, "check") << program;
+    Session session;
+    EXPECT_TRUE(open_session(session, String(std::string_view(program)))) << program;
     needs_plain_machine = literally;
-    const Value result = reduce(Value::share(find_definition("")));
-    needs_plain_machine = false;
-    const String printed = print_value(result);
+    evaluate_session(session);
+    const String printed = print_value(session.result);
+    end_session(session);
     return std::string(printed.view());
 }
 
