@@ -6,6 +6,8 @@
 
 #include "lab/notes.h"
 
+#include "lab/notes.h"
+
 namespace marl::lab {
 
 namespace {
@@ -38,6 +40,26 @@ std::vector<Switch> switches_of(const Program& program) {
     return switches;
 }
 
+/// Whether all calls of the program's definitions are in sight: no file, test or text has others.
+bool has_all_calls(const Program& program, const Reach& reach, bool has_faults) {
+    if (has_faults || !program.has_entry || reach.loads) return false;
+    const std::vector<ToolNote> notes = tool_notes(program);
+    return std::all_of(notes.begin(), notes.end(), [&](const ToolNote& note) {
+        return note.word == "lab" ||
+               (note.word == "use" && program.written(note.body).find('/') == std::string::npos);
+    });
+}
+
+Sorts sorts_of(const Look& look) {
+    std::vector<const Piece*> pieces;
+    for (const Piece* piece : look.sound) {
+        const auto index = static_cast<size_t>(piece - look.program.pieces.data());
+        if (look.program.counts(index)) pieces.push_back(piece);
+    }
+    return infer_sorts(look.program, pieces,
+                       has_all_calls(look.program, look.reach, look.has_faults));
+}
+
 std::set<size_t> faulty_pieces(const Program& program, const std::vector<Message>& faults) {
     std::set<size_t> pieces;
     for (const Message& fault : faults) {
@@ -51,7 +73,9 @@ std::set<size_t> faulty_pieces(const Program& program, const std::vector<Message
 const std::vector<Warning>& warning_table() {
     static const auto* all = [] {
         auto* rows = new std::vector<Warning>;
-        for (const auto& family : {expression_warnings(), name_warnings(), piece_warnings()}) {
+        for (const auto& family :
+             {call_warnings(), expression_warnings(), flow_warnings(), name_warnings(),
+              piece_warnings(), text_warnings(), value_warnings()}) {
             rows->insert(rows->end(), family.begin(), family.end());
         }
         std::sort(rows->begin(), rows->end(),
@@ -65,7 +89,7 @@ std::vector<Message> find_warnings(const Program& program, const Reach& reach,
                                    const std::vector<Message>& faults) {
     std::vector<Message> messages;
     const std::set<size_t> faulty = faulty_pieces(program, faults);
-    Look look{program, reach, !faulty.empty(), {}, {}, {}, messages};
+    Look look{program, reach, !faulty.empty(), {}, {}, {}, {}, messages};
     for (size_t i = 0; i < program.pieces.size(); ++i) {
         const Piece& piece = program.pieces[i];
         if (piece.damaged) continue;
@@ -74,6 +98,7 @@ std::vector<Message> find_warnings(const Program& program, const Reach& reach,
         look.sound.push_back(&piece);
         for_each_node(piece.expression, [&](Node* node) { look.nodes.push_back(node); });
     }
+    look.sorts = sorts_of(look);
     for (const Warning& warning : warning_table()) {
         look.name = warning.name;
         if (warning.look) warning.look(look);
