@@ -52,13 +52,14 @@ struct Inference {
     }
 
     Sort of_name(Node* leaf) {
-        const std::string key(definition_key(leaf_bytes(leaf)).view());
+        const std::string key(leaf_bytes(leaf));
         const auto bound = locals.find(key);
         if (bound != locals.end() && !bound->second.empty()) {
             sorts.bound.insert(leaf);
             return bound->second.back();
         }
         if (const Piece* own = definition_of(program, key)) {
+            if (!sorts.results.contains(key)) return sort::any;
             users[key].insert(piece);
             if (own->parameters.empty()) return sorts.results[key];
             hand_on(*own);
@@ -83,7 +84,7 @@ struct Inference {
         const std::string_view text = leaf_bytes(leaf);
         if (is_digits(leaf)) return text.starts_with("00") ? sort::numb : sort::number;
         if (first_byte(leaf) == '[') return sort::zits;
-        return is_definable(text) ? of_name(leaf) : sort::any;
+        return of_name(leaf);
     }
 
     // Applications.
@@ -169,15 +170,15 @@ struct Inference {
 
     Sort of_call(const Spine& spine, const std::vector<Sort>& arguments) {
         Node* head = spine.head;
-        const bool is_name =
-            is_leaf(head) && first_byte(head) != '[' && is_definable(leaf_bytes(head));
+        const bool is_name = is_leaf(head) && first_byte(head) != '[' && !is_digits(head);
         if (!is_name) return applied(of(head), arguments);
-        const std::string key(definition_key(leaf_bytes(head)).view());
+        const std::string key(leaf_bytes(head));
         if (is_bound(key)) {
             sorts.bound.insert(head);
             return applied(locals[key].back(), arguments);
         }
         if (const Piece* own = definition_of(program, key)) {
+            if (!sorts.results.contains(key)) return sort::any;
             users[key].insert(piece);
             return of_own_call(*own, arguments);
         }
@@ -280,7 +281,9 @@ struct Inference {
             known |= result;
             for (const Piece* user : users[piece->key]) wait_for(user);
         }
-        if (too_deep) sorts.nodes.clear();
+        if (!too_deep) return;
+        sorts.nodes.clear();
+        sorts.results.clear();
     }
 };
 
@@ -327,12 +330,7 @@ Spine spine_of(const Program& program, Node* node) {
 
 Sorts infer_sorts(const Program& program, const std::vector<const Piece*>& pieces, bool all_calls) {
     Inference inference{program, all_calls};
-    // What isn't walked can answer anything.
-    for (const auto& [key, piece] : program.definitions) {
-        const bool is_walked =
-            std::find(pieces.begin(), pieces.end(), &program.pieces[piece]) != pieces.end();
-        inference.sorts.results[key] = is_walked ? sort::none : sort::any;
-    }
+    for (const Piece* piece : pieces) inference.sorts.results[piece->key] = sort::none;
     inference.run(pieces);
     return std::move(inference.sorts);
 }

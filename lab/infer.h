@@ -35,7 +35,8 @@ int arity_of(const Program& program, std::string_view name);
 
 struct Sorts {
     std::unordered_map<const Node*, Sort> nodes;
-    std::map<std::string, Sort, std::less<>> results;  // of definitions, all arguments given
+    // Of definitions, all arguments given; what isn't there can answer anything.
+    std::map<std::string, Sort, std::less<>> results;
     std::unordered_set<const Node*> bound;             // the names that are local ones
 
     Sort of(const Node* node) const {

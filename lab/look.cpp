@@ -37,7 +37,10 @@ Call call_of(const Look& look, Node* node) {
     }
     std::reverse(call.arguments.begin(), call.arguments.end());
     const bool is_name = first_byte(call.name) != '[' && !look.sorts.bound.contains(call.name);
-    if (is_name) call.arity = arity_of(look.program, leaf_bytes(call.name));
+    const std::string_view name = leaf_bytes(call.name);
+    const bool is_own = look.program.definitions.contains(name);
+    const bool is_known = !is_own || look.sorts.results.contains(name);
+    if (is_name && is_known) call.arity = arity_of(look.program, name);
     return call;
 }
 

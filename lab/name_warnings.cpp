@@ -53,7 +53,8 @@ void look_for_repeated_parameter(const Look& look) {
         std::set<std::string_view> before;
         for (const size_t i : leading_parameters(look.program, *piece)) {
             const Name& name = look.program.names[i];
-            if (before.insert(name.key).second) continue;
+            // A definition that swallows the next one has no such parameter.
+            if (before.insert(name.key).second || look.has_faults) continue;
             look.warn(name.range, "Two parameters of " + ticked(shown_name(*piece)) +
                                       " are called " + ticked(name.key) +
                                       "; the body sees the last one.");

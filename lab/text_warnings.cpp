@@ -60,18 +60,13 @@ void look_for_dropped_piece(const Look& look) {
     }
 }
 
-/// Where a fault names one already, or in a note, it is left at that.
 void look_for_carriage_return(const Look& look) {
-    if (look.has_faults) return;
     const std::string& text = look.program.text;
-    for (size_t i = text.find('\r'); i != text.npos; i = text.find('\r', i + 1)) {
-        const auto piece = look.program.piece_at(i);
-        if (!piece) continue;
-        look.warn({i, i + 1},
-                  "A carriage return stands here. It is no white space, but a name, and in a text "
-                  "a byte of it; end the lines with a newline alone.");
-        return;
-    }
+    const size_t at = text.find('\r');
+    if (at == text.npos) return;
+    look.warn({at, at + 1},
+              "A carriage return stands here. It is no white space, but a name, and in a text a "
+              "byte of it; end the lines with a newline alone.");
 }
 
 constexpr std::array rows{

@@ -150,29 +150,6 @@ void look_for_compared_truth(const Look& look) {
     }
 }
 
-// Conditions.
-
-void look_for_one_branch(const Look& look) {
-    const auto warn_of = [&](Node* node) {
-        if (is_surely(look.sorts.of(node), sort::half)) warn_of_half(look, node);
-    };
-    for (Node* node : look.nodes) {
-        Infix infix{};
-        if (is_operation(look, node, "+-*/%^=#<>", infix)) {
-            warn_of(infix.a);
-            warn_of(infix.b);
-        } else if (form(node) == Form::let) {
-            if (is_surely(look.sorts.of(let_value(node)), sort::half) && !is_used(node)) {
-                warn_of(let_value(node));
-            }
-        } else if (const Call call = call_of(look, node);
-                   call.arity > 0 && builtin_arity(leaf_bytes(call.name)) &&
-                   call.arguments.size() == static_cast<size_t>(call.arity)) {
-            for (Node* argument : call.arguments) warn_of(argument);
-        }
-    }
-}
-
 // The end.
 
 /// What stands last in an expression that goes step by step.
@@ -188,19 +165,54 @@ Node* last_step(const Look& look, Node* node) {
     }
 }
 
-void look_for_no_status(const Look& look) {
-    if (look.sound.empty() || look.sound.front()->kind != PieceKind::entry) return;
+/// What the entry ends with, when it is a function of one parameter; null for others.
+Node* end_of_program(const Look& look) {
+    if (look.sound.empty() || look.sound.front()->kind != PieceKind::entry) return nullptr;
     const Piece& entry = *look.sound.front();
-    if (form(entry.expression) != Form::lambda || entry.parameters.size() > 1) return;
-    Node* body = lambda_body(entry.expression);
+    const bool is_function = form(entry.expression) == Form::lambda && entry.parameters.size() == 1;
+    return is_function ? last_step(look, lambda_body(entry.expression)) : nullptr;
+}
+
+/// What the program can give back.
+Sort sort_of_program(const Look& look) {
     const auto found = look.sorts.results.find("");
-    const Sort sort = found == look.sorts.results.end() ? sort::any : found->second;
-    if (!is_surely(sort, sort::any & ~sort::hint)) return;
-    Node* last = last_step(look, body);
-    if (is_surely(sort, sort::half)) return warn_of_half(look, last);
+    return found == look.sorts.results.end() ? sort::any : found->second;
+}
+
+void look_for_no_status(const Look& look) {
+    const Sort sort = sort_of_program(look);
+    Node* last = end_of_program(look);
+    // What an applied result opens is told at its `;`, what lacks a branch at the condition.
+    constexpr Sort told = sort::cells | sort::half;
+    if (!last || !is_surely(sort, sort::any & ~sort::hint & ~told)) return;
     look.warn(place_of(look, last),
               "The program ends with " + sort_name(sort) +
                   ", and has to end with an integer, which is its exit status: `...;0`.");
+}
+
+// Conditions.
+
+void look_for_one_branch(const Look& look) {
+    const auto warn_of = [&](Node* node) {
+        if (is_surely(look.sorts.of(node), sort::half)) warn_of_half(look, node);
+    };
+    Node* last = end_of_program(look);
+    if (last && is_surely(sort_of_program(look), sort::half)) warn_of_half(look, last);
+    for (Node* node : look.nodes) {
+        Infix infix{};
+        if (is_operation(look, node, "+-*/%^=#<>", infix)) {
+            warn_of(infix.a);
+            warn_of(infix.b);
+        } else if (form(node) == Form::let) {
+            if (is_surely(look.sorts.of(let_value(node)), sort::half) && !is_used(node)) {
+                warn_of(let_value(node));
+            }
+        } else if (const Call call = call_of(look, node);
+                   call.arity > 0 && builtin_arity(leaf_bytes(call.name)) &&
+                   call.arguments.size() == static_cast<size_t>(call.arity)) {
+            for (Node* argument : call.arguments) warn_of(argument);
+        }
+    }
 }
 
 constexpr std::array rows{

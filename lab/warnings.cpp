@@ -4,8 +4,7 @@
 #include <algorithm>
 #include <set>
 
-#include "lab/notes.h"
-
+#include "lab/near.h"
 #include "lab/notes.h"
 
 namespace marl::lab {
@@ -20,24 +19,38 @@ struct Switch {
 };
 
 std::vector<Switch> switches_of(const Program& program) {
-    constexpr std::string_view opening = "[lab: off ";
     std::vector<Switch> switches;
-    for (const Piece& piece : program.pieces) {
-        const std::string_view text = program.written(piece.range);
-        if (piece.kind != PieceKind::note || !text.starts_with(opening)) continue;
+    for (const ToolNote& note : tool_notes(program)) {
+        if (note.word != "lab") continue;
         Switch one;
-        std::set<std::string>* into = &one.names;
-        const Range body{piece.range.begin + opening.size(), piece.range.end - 1};
-        for (const Word& word : words_of(program, body)) {
+        bool in_definitions = false;
+        for (const Word& word : words_of(program, note.body)) {
             if (word.text == "in") {
-                into = &one.definitions;
+                in_definitions = true;
+            } else if (in_definitions) {
+                one.definitions.insert(word.text);
             } else {
-                into->insert(word.text);
+                one.names.insert(word.text);
             }
         }
         switches.push_back(std::move(one));
     }
     return switches;
+}
+
+bool is_warning(std::string_view name) {
+    const auto& table = warning_table();
+    return std::any_of(table.begin(), table.end(),
+                       [&](const Warning& warning) { return warning.name == name; });
+}
+
+std::string no_warning_sentence(const std::string& name) {
+    std::vector<std::string> names;
+    for (const Warning& warning : warning_table()) names.emplace_back(warning.name);
+    const std::vector<std::string> near = near_names(name, names);
+    std::string say = "There is no warning " + ticked(name);
+    return near.empty() ? say + "; `marl-lab explain` lists them."
+                        : say + "; is it " + ticked(near.front()) + "?";
 }
 
 /// Whether all calls of the program's definitions are in sight: no file, test or text has others.
@@ -104,6 +117,25 @@ std::vector<Message> find_warnings(const Program& program, const Reach& reach,
         if (warning.look) warning.look(look);
     }
     return messages;
+}
+
+std::vector<Message> find_switch_faults(const Program& program) {
+    std::vector<Message> faults;
+    for (const ToolNote& note : tool_notes(program)) {
+        if (note.word != "lab") continue;
+        const std::vector<Word> words = words_of(program, note.body);
+        if (words.empty() || words[0].text != "off") {
+            faults.push_back({note.body, Severity::fault, "note",
+                              "A note `lab` switches warnings off: `[lab: off NAME...]`."});
+            continue;
+        }
+        for (size_t i = 1; i < words.size() && words[i].text != "in"; ++i) {
+            if (is_warning(words[i].text)) continue;
+            faults.push_back({words[i].range, Severity::fault, "note",
+                              no_warning_sentence(words[i].text)});
+        }
+    }
+    return faults;
 }
 
 void drop_switched_off(const Program& program, std::vector<Message>& messages) {
