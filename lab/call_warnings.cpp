@@ -51,10 +51,10 @@ void look_for_too_many(const Look& look) {
 
 void warn_of_partial(const Look& look, Node* node) {
     const Call call = call_of(look, node);
-    look.warn(place_of(look, node),
-              ticked(leaf_bytes(call.name)) + " takes " + arguments_text(call.arity) +
-                  " and gets " + std::to_string(call.arguments.size()) +
-                  " here: this is a function that waits for the rest.");
+    look.warn(place_of(look, node), ticked(leaf_bytes(call.name)) + " takes " +
+                                        arguments_text(call.arity) + " and gets " +
+                                        std::to_string(call.arguments.size()) +
+                                        " here: this is a function that waits for the rest.");
 }
 
 bool wants_data(std::string_view builtin, char letter) {
@@ -109,8 +109,8 @@ std::string wanted(Sort set, char letter) {
 
 /// Whether bytes go out as they are: to a person, or as the name of a file.
 bool shows_bytes(std::string_view builtin) {
-    constexpr std::array<std::string_view, 8> names{"fopen",  "getenv", "opendir", "perror",
-                                                    "puts",   "remove", "rename",  "system"};
+    constexpr std::array<std::string_view, 8> names{"fopen", "getenv", "opendir", "perror",
+                                                    "puts",  "remove", "rename",  "system"};
     return std::find(names.begin(), names.end(), builtin) != names.end();
 }
 
@@ -121,8 +121,8 @@ std::string argument_sentence(const Look& look, std::string_view builtin, size_t
     const std::string name = ticked(builtin);
     const Sort set = accepted(builtin, i, letter);
     if (sort != sort::none && is_surely(sort, sort::any & ~set)) {
-        std::string say = name + " wants " + wanted(set, letter) + " and gets " +
-                          sort_name(sort) + " here: the answer is `Z`.";
+        std::string say = name + " wants " + wanted(set, letter) + " and gets " + sort_name(sort) +
+                          " here: the answer is `Z`.";
         const bool is_text = (sort & (sort::zits | sort::post)) != 0;
         if (letter == 'R' && is_surely(sort, sort::hint | sort::numb)) {
             say += " `real` makes one of a number.";
@@ -136,7 +136,9 @@ std::string argument_sentence(const Look& look, std::string_view builtin, size_t
                shown(look, argument) + ")` gives its bytes.";
     }
     if (is_surely(sort, sort::number) && !is_leaf_text(argument, "0")) {
-        return name + " takes this number for an address. `init([]+" + shown(look, argument) +
+        const std::string number = shown(look, argument);
+        const std::string operand = is_leaf(argument) ? number : "(" + number + ")";
+        return name + " takes this number for an address. `init([]+" + operand +
                ")` gives the bytes of its digits.";
     }
     return {};
@@ -151,8 +153,7 @@ void look_for_wrong_argument(const Look& look) {
         for (size_t i = 0; i < call.arguments.size(); ++i) {
             Node* argument = call.arguments[i];
             if (is_partial(look, argument)) continue;
-            std::string say =
-                argument_sentence(look, name, i, builtin->arguments[i], argument);
+            std::string say = argument_sentence(look, name, i, builtin->arguments[i], argument);
             if (!say.empty()) look.warn(place_of(look, argument), std::move(say));
         }
     }

@@ -218,8 +218,8 @@ struct Finding {
     void tell_local(const Fault& found, const Piece& piece) {
         const std::string name = ticked(found.name.view());
         const bool is_written = program.origins.contains(found.node);
-        const Range range = is_written ? program.range_of(found.node)
-                                       : pair_outside(piece, found.name.view());
+        const Range range =
+            is_written ? program.range_of(found.node) : pair_outside(piece, found.name.view());
         fault(range, "local",
               (is_written ? "" : "A pair before wings is taken apart by " + name + ". ") + name +
                   " is also a local name of " + ticked(shown_name(piece)) +
@@ -233,8 +233,9 @@ struct Finding {
             return fault(program.outer_range_of(binder_key(binder)), "funky",
                          key_sentence(program, binder));
         }
-        fault(*name, "funky",
-              "A comma is missing before the definition of " + ticked(program.written(*name)) + ".");
+        fault(
+            *name, "funky",
+            "A comma is missing before the definition of " + ticked(program.written(*name)) + ".");
     }
 
     /// Whose names are not to be missed behind.

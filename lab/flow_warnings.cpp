@@ -168,10 +168,9 @@ void look_for_stale_address(const Look& look) {
         if (call.arity < 2 || !points_inside(leaf_bytes(call.name))) continue;
         if (call.arguments.size() != static_cast<size_t>(call.arity)) continue;
         Node* bytes = call.arguments[0];
-        const bool is_gone = is_leaf(bytes)
-                                 ? !has_leaf(let_body(node), leaf_bytes(bytes)) &&
-                                       holds_alone(look, bytes)
-                                 : makes_bytes(look, bytes);
+        const bool is_gone = is_leaf(bytes) ? !has_leaf(let_body(node), leaf_bytes(bytes)) &&
+                                                  holds_alone(look, bytes)
+                                            : makes_bytes(look, bytes);
         if (!is_gone || !is_followed(look, let_body(node), leaf_bytes(let_key(node)))) continue;
         look.warn(place_of(look, let_value(node)),
                   ticked(leaf_bytes(let_key(node))) + " is an address in the bytes of " +

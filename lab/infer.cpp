@@ -216,8 +216,8 @@ struct Inference {
         for (Node* argument : spine.arguments) arguments.push_back(of(argument));
         const Sort found = of_spine(spine, arguments);
         Infix step{};
-        if (is_infix(node, ";", step) && arguments.size() > 1 &&
-            form(spine.head) != Form::lambda && is_complete(spine)) {
+        if (is_infix(node, ";", step) && arguments.size() > 1 && form(spine.head) != Form::lambda &&
+            is_complete(spine)) {
             arguments.pop_back();
             sorts.nodes[step.a] = of_spine(spine, arguments);
         }

@@ -37,7 +37,7 @@ struct Sorts {
     std::unordered_map<const Node*, Sort> nodes;
     // Of definitions, all arguments given; what isn't there can answer anything.
     std::map<std::string, Sort, std::less<>> results;
-    std::unordered_set<const Node*> bound;             // the names that are local ones
+    std::unordered_set<const Node*> bound;  // the names that are local ones
 
     Sort of(const Node* node) const {
         const auto found = nodes.find(node);

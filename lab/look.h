@@ -24,7 +24,7 @@ struct Look {
     std::vector<const Piece*> pieces;  // all that are not damaged
     std::vector<const Piece*> sound;   // of those, the entry and definitions without a fault
     std::vector<Node*> nodes;          // of the sound ones' expressions, parents before children
-    Sorts sorts;               // of the nodes
+    Sorts sorts;                       // of the nodes
     std::vector<Message>& messages;
     std::string_view name = {};  // of the warning that is looked for
 

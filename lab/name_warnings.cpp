@@ -49,12 +49,11 @@ std::vector<size_t> leading_parameters(const Program& program, const Piece& piec
 }
 
 void look_for_repeated_parameter(const Look& look) {
-    for (const Piece* piece : look.pieces) {
+    for (const Piece* piece : look.sound) {
         std::set<std::string_view> before;
         for (const size_t i : leading_parameters(look.program, *piece)) {
             const Name& name = look.program.names[i];
-            // A definition that swallows the next one has no such parameter.
-            if (before.insert(name.key).second || look.has_faults) continue;
+            if (before.insert(name.key).second) continue;
             look.warn(name.range, "Two parameters of " + ticked(shown_name(*piece)) +
                                       " are called " + ticked(name.key) +
                                       "; the body sees the last one.");
@@ -71,7 +70,7 @@ bool may_ignore_parameters(const Piece& piece) {
 }
 
 void look_for_unused_parameter(const Look& look) {
-    for (const Piece* piece : look.pieces) {
+    for (const Piece* piece : look.sound) {
         if (may_ignore_parameters(*piece)) continue;
         std::unordered_set<size_t> used;
         for (const Name& name : look.program.names_of(*piece)) {

@@ -42,8 +42,7 @@ struct Needs {
     Sort result_of(std::string_view name) const {
         const auto own = look.sorts.results.find(name);
         if (own != look.sorts.results.end()) return own->second;
-        const Signature* builtin =
-            means_given(look.program, name) ? signature_of(name) : nullptr;
+        const Signature* builtin = means_given(look.program, name) ? signature_of(name) : nullptr;
         return builtin ? builtin->result : sort::any;
     }
 

@@ -83,7 +83,8 @@ Sort result_of(std::string_view name, const std::string& result, int arity) {
     for (const auto& [row, one] : results) {
         if (row == name) return one;
     }
-    if (name == "zits" || result.starts_with("the new `zits`") || result.starts_with("the `zits`")) {
+    if (name == "zits" || result.starts_with("the new `zits`") ||
+        result.starts_with("the `zits`")) {
         return sort::zits;
     }
     if (result.starts_with("the new `post`") || result.starts_with("the `post`")) return sort::post;

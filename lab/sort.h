@@ -10,16 +10,16 @@ using Sort = uint32_t;
 
 namespace sort {
 
-constexpr Sort number = 1;     // a `hint` that is no address
-constexpr Sort address = 2;    // a `hint` that may be one
+constexpr Sort number = 1;   // a `hint` that is no address
+constexpr Sort address = 2;  // a `hint` that may be one
 constexpr Sort numb = 4;
 constexpr Sort real = 8;
 constexpr Sort zits = 16;
 constexpr Sort post = 32;
 constexpr Sort cray = 64;
-constexpr Sort truth = 128;    // K or H, which takes two branches
-constexpr Sort half = 256;     // the same with one branch
-constexpr Sort unit = 512;     // I
+constexpr Sort truth = 128;      // K or H, which takes two branches
+constexpr Sort half = 256;       // the same with one branch
+constexpr Sort unit = 512;       // I
 constexpr Sort function = 1024;  // a call that waits for more
 constexpr Sort cells = 2048;     // a pair, a list: bits in cells are a number, too
 constexpr Sort failure = 4096;

@@ -34,9 +34,8 @@ bool ignores(const Look& look, const Call& call, size_t argument) {
 bool is_used(Node* let) {
     std::set<std::string_view> names;
     for (Node* name : bound_names(let)) names.insert(leaf_bytes(name));
-    return any_node(let_body(let), [&](Node* node) {
-        return is_leaf(node) && names.contains(leaf_bytes(node));
-    });
+    return any_node(let_body(let),
+                    [&](Node* node) { return is_leaf(node) && names.contains(leaf_bytes(node)); });
 }
 
 /// The expressions whose value is dropped: it is enough that they are evaluated.
@@ -91,10 +90,18 @@ void warn_of_half(const Look& look, Node* node) {
               "one of them it is a function that waits for the other.");
 }
 
+/// Whether an operation is applied by a blank behind it, which is told already.
+bool is_told_of_blank(const Look& look, Node* operation) {
+    const size_t end = look.program.outer_range_of(operation).end;
+    return std::any_of(look.messages.begin(), look.messages.end(), [&](const Message& message) {
+        return message.kind == "loose_blank" && message.range.begin == end;
+    });
+}
+
 void look_for_void_operand(const Look& look) {
     for (Node* node : look.nodes) {
         Infix infix{};
-        if (!is_operation(look, node, arithmetic, infix)) continue;
+        if (!is_operation(look, node, arithmetic, infix) || is_told_of_blank(look, node)) continue;
         const Sort a = look.sorts.of(infix.a);
         for (Node* operand : {infix.a, infix.b}) {
             const Sort sort = look.sorts.of(operand);
@@ -109,9 +116,7 @@ void look_for_void_operand(const Look& look) {
 }
 
 /// The data that is one kind to a comparison.
-Sort kinds_of(Sort one) {
-    return (one & sort::hint) != 0 ? one | sort::hint : one;
-}
+Sort kinds_of(Sort one) { return (one & sort::hint) != 0 ? one | sort::hint : one; }
 
 void look_for_compared_kinds(const Look& look) {
     for (Node* node : look.nodes) {
@@ -132,8 +137,9 @@ void look_for_compared_truth(const Look& look) {
         Infix outer{};
         Infix inner{};
         if (!is_operation(look, node, comparisons, outer)) continue;
-        const bool is_chain = is_infix(outer.b, comparisons, inner) &&
-                              look.program.range_of(outer.b) == look.program.outer_range_of(outer.b);
+        const bool is_chain =
+            is_infix(outer.b, comparisons, inner) &&
+            look.program.range_of(outer.b) == look.program.outer_range_of(outer.b);
         for (Node* operand : {outer.a, outer.b}) {
             const bool is_literal = is_leaf_text(operand, "K") || is_leaf_text(operand, "H");
             if (is_literal || !is_surely(look.sorts.of(operand), sort::truth)) continue;

@@ -131,8 +131,8 @@ std::vector<Message> find_switch_faults(const Program& program) {
         }
         for (size_t i = 1; i < words.size() && words[i].text != "in"; ++i) {
             if (is_warning(words[i].text)) continue;
-            faults.push_back({words[i].range, Severity::fault, "note",
-                              no_warning_sentence(words[i].text)});
+            faults.push_back(
+                {words[i].range, Severity::fault, "note", no_warning_sentence(words[i].text)});
         }
     }
     return faults;
