@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <array>
 #include <map>
-#include <sstream>
 #include <utility>
 
 #include "lab/reference.h"
@@ -17,10 +16,11 @@ namespace marl::lab {
 namespace {
 
 /// What is told of a built-in behind a label; empty when nothing is.
-std::string told(const std::string& entry, std::string_view label) {
-    std::istringstream lines(entry);
-    for (std::string line; std::getline(lines, line);) {
-        if (line.starts_with(label)) return line.substr(label.size());
+std::string told(std::string_view entry, std::string_view label) {
+    while (!entry.empty()) {
+        const std::string_view line = entry.substr(0, entry.find('\n'));
+        if (line.starts_with(label)) return std::string(line.substr(label.size()));
+        entry.remove_prefix(std::min(line.size() + 1, entry.size()));
     }
     return {};
 }
@@ -33,11 +33,12 @@ char class_of(std::string_view argument) {
     return is_letter && classes.find(argument[0]) != classes.npos ? argument[0] : 'x';
 }
 
-std::string classes_of(const std::string& arguments, int arity) {
+std::string classes_of(std::string_view arguments, int arity) {
     std::string classes;
-    std::istringstream rest(arguments);
-    for (std::string one; std::getline(rest, one, ',');) {
-        classes += class_of(std::string_view(one).substr(one.starts_with(' ') ? 1 : 0));
+    while (!arguments.empty()) {
+        const std::string_view one = arguments.substr(0, arguments.find(','));
+        classes += class_of(one.substr(one.starts_with(' ') ? 1 : 0));
+        arguments.remove_prefix(std::min(one.size() + 1, arguments.size()));
     }
     classes.resize(static_cast<size_t>(arity), 'x');
     return classes;
