@@ -145,8 +145,17 @@ std::vector<Message> find_far_redefinitions(const Bundle& bundle, const Reached&
     return messages;
 }
 
-/// What a fault may be the reason of is left out.
+bool tells_of_carriage_return(const Message& message) {
+    return message.kind != "carriage_return" &&
+           message.say.find("carriage return") != std::string::npos;
+}
+
+/// What a fault may be the reason of is left out, and what another message tells as well.
 void drop_consequences(const Program& program, std::vector<Message>& messages) {
+    if (std::any_of(messages.begin(), messages.end(), tells_of_carriage_return)) {
+        std::erase_if(messages,
+                      [](const Message& message) { return message.kind == "carriage_return"; });
+    }
     drop_swallowed(program, messages);
     const bool faulty = has_faults(messages);
     std::erase_if(messages,
@@ -170,6 +179,7 @@ std::vector<Message> check_source_of(const Files& files, const Bundle& bundle,
     tell_themes(files, source, messages);
     tell_missing_entry(source.program, messages);
     append(messages, find_use_messages(bundle, index));
+    append(messages, find_switch_faults(source.program));
     for (const Place& place : reaches.run_and_shut.places) {
         if (place.source == index) reach.alive.insert(source.program.pieces[place.piece].key);
     }
@@ -180,6 +190,7 @@ std::vector<Message> check_source_of(const Files& files, const Bundle& bundle,
     append(messages, find_far_redefinitions(bundle, reaches.run_and_shut, index));
     drop_consequences(source.program, messages);
     drop_switched_off(source.program, messages);
+    for (Message& message : messages) message.say = one_line(message.say);
     std::stable_sort(messages.begin(), messages.end(), [](const Message& a, const Message& b) {
         return a.range.begin < b.range.begin;
     });

@@ -105,11 +105,19 @@ bool is_void(Node* node) {
     return (head == "J" || head == "V") && arguments == 2;
 }
 
+/// The same, or by what is known of it.
+bool is_surely_void(const Look& look, Node* node) {
+    constexpr Sort other = sort::unit | sort::function;
+    return is_void(node) || (is_surely(look.sorts.of(node), other) && !is_partial(look, node));
+}
+
 void look_for_compared_list(const Look& look) {
     for (Node* node : look.nodes) {
         Infix infix{};
         if (!is_infix(node, comparisons, infix)) continue;
-        Node* odd = is_void(infix.a) ? infix.a : is_void(infix.b) ? infix.b : nullptr;
+        Node* odd = is_surely_void(look, infix.a)   ? infix.a
+                    : is_surely_void(look, infix.b) ? infix.b
+                                                    : nullptr;
         if (!odd) continue;
         std::string say = ticked(infix.operation) + " compares data, and " +
                           ticked(brief(look, odd)) + " is none: mostly the answer is `Z`.";

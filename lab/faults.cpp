@@ -4,12 +4,14 @@
 #include "lab/faults.h"
 
 #include <algorithm>
-#include <array>
+#include <set>
 
-#include "front/definitions.h"
+#include "front/patterns.h"
 #include "front/scan.h"
 #include "front/scopes.h"
+#include "lab/keys.h"
 #include "lab/near.h"
+#include "lab/odd_bytes.h"
 #include "lab/operands.h"
 #include "lab/walk.h"
 #include "reduce/analysis.h"
@@ -19,100 +21,19 @@ namespace marl::lab {
 
 namespace {
 
-bool is_upper(char c) { return c >= 'A' && c <= 'Z'; }
-bool is_digit(char c) { return c >= '0' && c <= '9'; }
 bool is_word(char c) { return is_word_byte(static_cast<uint8_t>(c)); }
-
-/// The letters, capitals and digits around a place that stand together.
-std::string_view run_around(std::string_view text, Range range) {
-    const auto belongs = [](char c) { return is_word(c) || is_upper(c) || is_digit(c); };
-    while (range.begin > 0 && belongs(text[range.begin - 1])) --range.begin;
-    while (range.end < text.size() && belongs(text[range.end])) ++range.end;
-    return text.substr(range.begin, range.end - range.begin);
-}
-
-/// Why letters that stand together are more than one name; empty when they are one.
-std::string split_sentence(std::string_view run) {
-    if (std::any_of(run.begin(), run.end(), is_upper)) {
-        return ticked(run) + " is no name: each capital letter is one of its own.";
-    }
-    if (std::any_of(run.begin(), run.end(), is_digit)) {
-        return ticked(run) + " is no name: a name has no digits.";
-    }
-    return {};
-}
-
-// Bytes that don't look like names.
-
-std::string hexadecimal(uint8_t byte) {
-    constexpr std::string_view digits = "0123456789ABCDEF";
-    return {digits[byte >> 4], digits[byte & 0xF]};
-}
-
-bool is_odd_byte(std::string_view key) {
-    if (key.size() != 1) return false;
-    const auto byte = static_cast<uint8_t>(key[0]);
-    return byte < 32 || byte >= 127;
-}
-
-std::string odd_byte_sentence(uint8_t byte) {
-    switch (byte) {
-        case '\t': return "A tab is no white space here, but a name, which nothing defines.";
-        case '\r':
-            return "A carriage return is no white space here, but a name, which nothing defines; "
-                   "end the lines with a newline alone.";
-        case '\n': return "A byte of value 0 stands here.";
-        default: break;
-    }
-    if (byte >= 128) {
-        return "A character that is not ASCII stands here; each byte of it is a name, which "
-               "nothing defines. In text it may stand: `[...]`.";
-    }
-    return "The invisible byte " + hexadecimal(byte) + " is a name, which nothing defines.";
-}
 
 struct Finding {
     const Program& program;
     std::vector<Message> messages = {};
     std::map<std::pair<size_t, std::string_view>, const Name*> binders = {};  // by piece and key
     std::map<std::pair<size_t, std::string>, std::string> sentences = {};     // likewise
+    std::set<std::string, std::less<>> behind_missing_commas = {};
 
     const Piece& piece_of(const Name& name) const { return program.pieces[name.piece]; }
 
     void fault(Range range, const char* kind, std::string say) {
         messages.push_back({range, Severity::fault, kind, std::move(say)});
-    }
-
-    // Keys.
-
-    std::string key_sentence(Node* key) const {
-        const Range range = program.range_of(key);
-        if (is_leaf_text(key, "}")) {
-            return "Nothing stands before the backslash or wings here; a name must.";
-        }
-        const std::string_view written = program.written(range);
-        std::string split = split_sentence(written);
-        if (std::all_of(written.begin(), written.end(), is_digit)) {
-            return ticked(written) + " is a number; only a name can stand here.";
-        }
-        if (run_around(program.text, range) == written && !split.empty()) return split;
-        if (is_row_of_names(key)) {
-            std::string shown(written);
-            std::replace(shown.begin(), shown.end(), ' ', '\\');
-            return "Each parameter has a backslash of its own: `" + shown + "\\`.";
-        }
-        return "Only a name can stand here, and before wings a pair of two names.";
-    }
-
-    /// Whether a key is names behind each other, with blanks between them.
-    bool is_row_of_names(Node* key) const {
-        Infix infix{};
-        if (is_infix(key, "+-*/%^=<>#&|?:.@'", infix)) return false;
-        bool names = true;
-        for_each_node(key, [&](Node* node) {
-            if (is_leaf(node) && !is_definable(leaf_bytes(node))) names = false;
-        });
-        return names;
     }
 
     // Undefined names.
@@ -153,13 +74,36 @@ struct Finding {
         return begins && behind < text.size() && text[behind] == '=';
     }
 
+    bool is_quoted(const Name& name) const {
+        if (name.range.begin == 0) return false;
+        const size_t before = name.range.begin - 1;
+        if (program.text[before] == '"') return true;
+        const Range range = character_at(program.text, before);
+        const LookAlike* one = look_alike(program.written(range));
+        return one && one->say.starts_with("text stands in brackets");
+    }
+
+    /// A parameter of the name's key that looks like a definition without a comma before it.
+    const Name* swallowed_definition(const std::string& key) const {
+        for (const Name& name : program.names) {
+            if (name.key == key && begins_definition(program, name)) return &name;
+        }
+        return nullptr;
+    }
+
     std::string undefined_sentence(const Name& name) const {
         const std::string shown = ticked(name.key);
-        if (name.range.begin > 0 && program.text[name.range.begin - 1] == '"') {
+        if (is_quoted(name)) {
             return shown + " is not defined. Text stands in brackets, not in quotes: `[text]`.";
         }
         std::string split = split_sentence(run_around(program.text, name.range));
         if (!split.empty()) return shown + " is not defined. " + split;
+        if (const Name* definition = swallowed_definition(name.key)) {
+            const Lines lines(program.text);
+            const size_t line = lines.line_of(definition->range.begin);
+            return shown + " is not defined: a comma is missing before its definition in line " +
+                   std::to_string(line + 1) + ".";
+        }
         if (const Name* binder = binder_elsewhere(name)) {
             return shown + " is not defined here: this is outside of the " +
                    (binder->role == Role::parameter ? "function" : "expression") +
@@ -193,6 +137,7 @@ struct Finding {
 
     /// Whether the source holds the beginning of a definition of the name that a bracket swallowed.
     bool may_be_swallowed(const std::string& key) const {
+        if (behind_missing_commas.contains(key)) return true;
         if (program.bracket_faults.empty()) return false;
         return program.text.find(key + "\\") != std::string::npos ||
                program.text.find(key + "()\\") != std::string::npos;
@@ -218,43 +163,88 @@ struct Finding {
         }
     }
 
-    // Odd bytes come in crowds, so each value is told once a piece.
+    // Odd bytes come in crowds, so each is told once a piece, and what nobody can tell more of than
+    // that it isn't ASCII, all together.
 
     struct Crowd {
         Fault::Kind kind;
         Name first;
-        size_t count;
+        std::set<size_t> places;
     };
-    std::map<std::pair<size_t, int>, Crowd> crowds = {};
+    std::map<std::pair<size_t, std::string>, Crowd> crowds = {};
 
-    void add_odd_byte(Fault::Kind kind, const Name& name) {
-        const int byte = static_cast<uint8_t>(name.key[0]);
-        Crowd& crowd = crowds.try_emplace({name.piece, std::min(byte, 128)}, Crowd{kind, name, 0})
-                           .first->second;
+    void add_odd_byte(Fault::Kind kind, Name name) {
+        name.range = character_at(program.text, name.range.begin);
+        const std::string_view character = program.written(name.range);
+        const bool is_foreign = !look_alike(character) && static_cast<uint8_t>(character[0]) >= 128;
+        const std::string key(is_foreign ? std::string_view() : character);
+        Crowd& crowd = crowds.try_emplace({name.piece, key}, Crowd{kind, name, {}}).first->second;
         if (name.range.begin < crowd.first.range.begin) crowd.first = name;
-        ++crowd.count;
+        crowd.places.insert(name.range.begin);
     }
 
     void tell_odd_bytes() {
         for (const auto& [key, crowd] : crowds) {
-            std::string say = odd_byte_sentence(static_cast<uint8_t>(crowd.first.key[0]));
-            if (crowd.count > 1) say += " (" + std::to_string(crowd.count) + " such bytes.)";
+            const std::string_view character = program.written(crowd.first.range);
+            std::string say = odd_character_sentence(character);
+            const size_t count = crowd.places.size();
+            const char* what = character.size() > 1 ? " such characters.)" : " such bytes.)";
+            if (count > 1) say += " (" + std::to_string(count) + what;
             undefined(crowd.kind, crowd.first, std::move(say));
         }
+    }
+
+    /// The wings of a pair outside of the scope of a name that takes them apart.
+    Range pair_outside(const Piece& piece, std::string_view name) const {
+        std::vector<Range> scopes;
+        for (const Name& binder : program.names_of(piece)) {
+            if (binder.role != Role::use && binder.key == name) scopes.push_back(binder.scope);
+        }
+        Range found = piece.kind == PieceKind::entry ? piece.range : piece.name;
+        walk(piece.expression, [&](Node* node) {
+            if (!has_pair_pattern(node)) return Go::in;
+            const Range key = program.outer_range_of(let_key(node));
+            const bool is_inside = std::any_of(scopes.begin(), scopes.end(), [&](Range scope) {
+                return scope.begin <= key.begin && key.end <= scope.end;
+            });
+            if (is_inside) return Go::in;
+            found = key;
+            return Go::out;
+        });
+        return found;
     }
 
     /// The name that takes pair patterns apart stands nowhere in the source.
     void tell_local(const Fault& found, const Piece& piece) {
         const std::string name = ticked(found.name.view());
         const bool is_written = program.origins.contains(found.node);
-        const Range range = is_written                       ? program.range_of(found.node)
-                            : piece.kind == PieceKind::entry ? piece.range
-                                                             : piece.name;
+        const Range range =
+            is_written ? program.range_of(found.node) : pair_outside(piece, found.name.view());
         fault(range, "local",
               (is_written ? "" : "A pair before wings is taken apart by " + name + ". ") + name +
                   " is also a local name of " + ticked(shown_name(piece)) +
                   ", and so it means that one here, too, where it has no value. Give the local "
                   "name another name.");
+    }
+
+    void tell_funky(Node* binder) {
+        const auto name = name_behind_missing_comma(program, binder);
+        if (!name) {
+            return fault(program.outer_range_of(binder_key(binder)), "funky",
+                         key_sentence(program, binder));
+        }
+        fault(
+            *name, "funky",
+            "A comma is missing before the definition of " + ticked(program.written(*name)) + ".");
+    }
+
+    /// Whose names are not to be missed behind.
+    void collect_missing_commas(const std::vector<Fault>& faults) {
+        for (const Fault& found : faults) {
+            if (found.kind != Fault::funky || !program.origins.contains(found.node)) continue;
+            const auto name = name_behind_missing_comma(program, found.node);
+            if (name) behind_missing_commas.emplace(program.written(*name));
+        }
     }
 
     void tell(const Fault& found, size_t index) {
@@ -270,10 +260,7 @@ struct Finding {
         }
         if (piece.damaged) return;
         if (found.kind == Fault::local) return tell_local(found, piece);
-        if (found.kind == Fault::funky) {
-            Node* key = binder_key(found.node);
-            return fault(program.outer_range_of(key), "funky", key_sentence(key));
-        }
+        if (found.kind == Fault::funky) return tell_funky(found.node);
         if (!found.node) return;  // an entry that nobody runs
         const Range range = program.range_of(found.node);
         if (found.kind == Fault::place) {
@@ -304,6 +291,7 @@ struct Finding {
         messages = program.bracket_faults;
         messages.insert(messages.end(), program.comma_faults.begin(), program.comma_faults.end());
         collect_binders();
+        collect_missing_commas(faults);
         for (const Fault& found : faults) {
             if (const auto piece = index_of(found)) tell(found, *piece);
         }

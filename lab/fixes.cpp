@@ -9,6 +9,7 @@
 #include "front/scan.h"
 #include "lab/check_bundle.h"
 #include "lab/near.h"
+#include "lab/odd_bytes.h"
 #include "lab/walk.h"
 #include "reduce/analysis.h"
 
@@ -49,6 +50,18 @@ Fix newlines_alone(const Program& program) {
         fix.edits.push_back({{i, i + 1}, ends_line ? "" : "\n"});
     }
     return fix;
+}
+
+/// Within texts they may be meant.
+std::vector<Fix> fixes_of_look_alike(const Program& program, const LookAlike& look) {
+    if (look.written.empty()) return {};
+    Fix fix{"Write " + ticked(look.written) + " for " + ticked(look.character), {}};
+    for_each_outside_text(program, look.character[0], [&](size_t i) {
+        const Range range{i, i + look.character.size()};
+        if (program.written(range) != look.character) return;
+        fix.edits.push_back({range, std::string(look.written)});
+    });
+    return {fix};
 }
 
 // Operators.
@@ -138,28 +151,21 @@ std::vector<Fix> fixes_of_undefined(const Program& program, const Message& messa
         const auto fix = fix_of_operand(program, program.pieces[*piece], at);
         return fix ? std::vector{*fix} : std::vector<Fix>();
     }
+    const LookAlike* look = look_alike(program.written(message.range));
+    if (look) return fixes_of_look_alike(program, *look);
     if (program.text[at] == '\t') return {blanks_for_tabs(program)};
     if (program.text[at] == '\r') return {newlines_alone(program)};
     return fixes_of_name(program, message.range);
 }
 
-/// Where a line ends in what is no name but ends in one, that is mostly a definition's, and the
-/// comma before it is missing.
-std::vector<Fix> fixes_of_key(const Program& program, Range key) {
-    const std::string_view text = program.written(key);
-    size_t name = text.find_last_of('\n');
-    if (name == text.npos) return {};
-    size_t comma = name;
-    while (name < text.size() && is_white(text[name])) ++name;
-    while (comma > 0 && is_white(text[comma - 1])) --comma;
-    std::string_view word = text.substr(name);
-    if (word.ends_with("()")) word.remove_suffix(2);
-    const bool is_definable = word.size() > 1 && std::all_of(word.begin(), word.end(), [](char c) {
-                                  return is_word_byte(static_cast<uint8_t>(c));
-                              });
-    if (!is_definable || comma == 0) return {};
-    const size_t at = key.begin + comma;
-    return {{"Put a comma before " + ticked(word), {{{at, at}, ","}}}};
+/// The name of a definition behind a missing comma is all that the message is about; any other key
+/// begins where an expression does.
+std::vector<Fix> fix_of_missing_comma(const Program& program, const Message& message) {
+    if (!message.say.starts_with("A comma is missing")) return {};
+    size_t at = message.range.begin;
+    while (at > 0 && is_white(program.text[at - 1])) --at;
+    const std::string word = ticked(program.written(message.range));
+    return {{"Put a comma before " + word, {{{at, at}, ","}}}};
 }
 
 }  // namespace
@@ -171,7 +177,8 @@ std::vector<Fix> fixes_of(const Program& program, const Message& message) {
     if (message.kind == "alive" || message.kind == "doomed") {
         return fixes_of_undefined(program, message);
     }
-    if (message.kind == "funky") return fixes_of_key(program, message.range);
+    if (message.kind == "funky") return fix_of_missing_comma(program, message);
+    if (message.kind == "carriage_return") return {newlines_alone(program)};
     if (message.kind == "not_equal") return {{"Write `#` for `!=`", {{message.range, "#"}}}};
     return {};
 }

@@ -48,6 +48,18 @@ Shown shown_line(std::string_view line, size_t column) {
 
 std::string ticked(std::string_view text) { return "`" + std::string(text) + "`"; }
 
+std::string one_line(std::string_view say) {
+    std::string line;
+    for (size_t i = 0; i < say.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(say[i]);
+        const bool is_break = byte == '\n' || byte == '\r' || byte == '\t';
+        if (is_break && !line.empty() && line.back() != ' ') line += ' ';
+        if (!is_break) line += byte < 32 || byte == 127 ? '?' : say[i];
+        while (is_break && i + 1 < say.size() && say[i + 1] == ' ') ++i;
+    }
+    return line;
+}
+
 Lines::Lines(std::string_view text) : text_(text), begins_{0} {
     for (size_t i = 0; i < text.size(); ++i) {
         if (text[i] == '\n') begins_.push_back(i + 1);
@@ -73,6 +85,8 @@ Placed::Placed(const Message& its_message, const Lines& lines) : message(its_mes
     end_column = message.range.end - lines.begin_of(last) + 1;
     Shown shown = shown_line(lines.text_of(first), column - 1);
     source = std::move(shown.text);
+    if (source.ends_with('\r')) source.pop_back();
+    std::replace(source.begin(), source.end(), '\r', ' ');
     source_column = shown.column + 1;
 }
 

@@ -12,6 +12,10 @@ namespace marl::lab {
 
 /// A piece of a program in a sentence: `text`.
 std::string ticked(std::string_view text);
+/// A sentence as it can stand on one line: white space of any kind as one blank, other bytes that
+/// don't show as question marks.
+std::string one_line(std::string_view say);
+
 inline std::string ticked(char c) { return ticked(std::string_view(&c, 1)); }
 
 /// A source, and where its lines begin.

@@ -49,7 +49,7 @@ std::vector<size_t> leading_parameters(const Program& program, const Piece& piec
 }
 
 void look_for_repeated_parameter(const Look& look) {
-    for (const Piece* piece : look.pieces) {
+    for (const Piece* piece : look.sound) {
         std::set<std::string_view> before;
         for (const size_t i : leading_parameters(look.program, *piece)) {
             const Name& name = look.program.names[i];
@@ -70,7 +70,7 @@ bool may_ignore_parameters(const Piece& piece) {
 }
 
 void look_for_unused_parameter(const Look& look) {
-    for (const Piece* piece : look.pieces) {
+    for (const Piece* piece : look.sound) {
         if (may_ignore_parameters(*piece)) continue;
         std::unordered_set<size_t> used;
         for (const Name& name : look.program.names_of(*piece)) {

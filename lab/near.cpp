@@ -33,7 +33,8 @@ size_t distance(std::string_view a, std::string_view b) {
 
 std::vector<std::string> near_names(std::string_view name, const std::vector<std::string>& among) {
     constexpr size_t most = 3;
-    const size_t limit = name.size() < 4 ? 1 : 2;
+    constexpr size_t short_word = 5;
+    const size_t limit = name.size() > short_word ? 2 : 1;
     std::vector<std::pair<size_t, std::string>> found;
     for (const std::string& candidate : among) {
         const size_t shorter = std::min(name.size(), candidate.size());

@@ -4,6 +4,7 @@
 
 #include "front/scan.h"
 #include "lab/look.h"
+#include "lab/odd_bytes.h"
 #include "reduce/analysis.h"
 
 namespace marl::lab {
@@ -56,6 +57,8 @@ bool is_head(Node* node) {
 std::string skipped_name_sentence(const std::string& name) {
     std::string say =
         ticked(name) + " can't be the name of a definition, so this piece is skipped. ";
+    const std::string hidden = hidden_byte_sentence(name);
+    if (!hidden.empty()) return say + hidden.substr(1);
     if (name.find('=') != name.npos) return say + "A definition is `name\\body`, without an `=`.";
     if (name.find_first_of(" \n") != name.npos) {
         return say + "Each parameter has a backslash of its own.";

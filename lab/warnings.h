@@ -17,6 +17,9 @@ const std::vector<Warning>& warning_table();
 std::vector<Message> find_warnings(const Program& program, const Reach& reach,
                                    const std::vector<Message>& faults);
 
+/// Notes that switch off what is no warning.
+std::vector<Message> find_switch_faults(const Program& program);
+
 /// Takes out what the source's notes switch off.
 void drop_switched_off(const Program& program, std::vector<Message>& messages);
 

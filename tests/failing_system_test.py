@@ -13,6 +13,8 @@ import sys
 import tempfile
 import unittest
 
+import plain
+
 PROGRAM = r"""a\
   show(2^300%7); show(sort(J(3,J(1,J(2,K)))));
   show(load[twice 21,twice\n\n*2]); p{hold[gone]}
@@ -48,15 +50,17 @@ class FailingSystem(unittest.TestCase):
             self.assertGreater(at, 100)
 
     def test_types_are_asked_for_where_a_directory_tells_none(self):
-        with tempfile.TemporaryDirectory() as folder:
+        with tempfile.TemporaryDirectory() as folder, tempfile.TemporaryDirectory() as packed:
             pathlib.Path(folder, "inner").mkdir()
             pathlib.Path(folder, "file").touch()
             pathlib.Path(folder, "link").symlink_to("file")
             os.mkfifo(pathlib.Path(folder, "pipe"))
-            shown = subprocess.run([FAILING, LISTING, folder], capture_output=True, check=False)
+            program = plain.plain(LISTING, plain.lab_of(MARL), packed)
+            shown = subprocess.run([FAILING, program, folder], capture_output=True, check=False)
             self.assertEqual(shown.stdout, b"file\ninner/\nlink@\npipe\n")
 
 
 if __name__ == "__main__":
-    FAILING = pathlib.Path(sys.argv.pop(1)).resolve().parent / "tests/marl_failing"
+    MARL = pathlib.Path(sys.argv.pop(1)).resolve()
+    FAILING = MARL.parent / "tests/marl_failing"
     unittest.main()
