@@ -3,7 +3,7 @@
 
     code_test.py MARL_LAB MARL
 
-code.txt is what the command prints of code.marl, behind the entry. A change of the compiler changes
+code.txt is what the command prints of code.program, behind the entry. A change of the compiler changes
 it: look at what has become of the code, and write the file anew with `--write` in front.
 """
 import pathlib
@@ -22,7 +22,7 @@ def code_of(source, *names):
 
 
 def golden():
-    return code_of((HERE / "code.marl").read_text()).stdout.partition("\n\n")[2]
+    return code_of((HERE / "code.program").read_text()).stdout.partition("\n\n")[2]
 
 
 class Code(unittest.TestCase):

@@ -20,7 +20,7 @@ MAIN = r"""a\say(total(J(1,J(2,K))));0,
 
 total\l\sum(map(with_tax,l)),
 
-say\x\puts x"""
+say\x\y{puts x}I"""
 TAX = r"""[Taxes.],
 
 [A price with the tax.],
