@@ -32,8 +32,6 @@ Checked check_file(const Files& files, const std::string& path, std::string_view
     return checked_of(check_bundle(files, bundle, Scope::program_and_tests).front());
 }
 
-Checked check_source(std::string_view text) {
-    return check_file(files_on_disk(), "program", text);
-}
+Checked check_source(std::string_view text) { return check_file(files_on_disk(), "program", text); }
 
 }  // namespace marl::lab
