@@ -1,6 +1,9 @@
 // The files that scripts ask for, under the names that the build gave them: a hash stands in each, so
 // that no file of another version is taken for it. All scripts of pages stand in one folder with them.
-declare const ASSETS: Record<"wasm" | "worker" | "reference" | "library" | "examples" | "search", string>;
+declare const ASSETS: Record<
+  "marl" | "marlWorker" | "laboratory" | "laboratoryWorker" | "reference" | "library" | "examples" | "search",
+  string
+>;
 
 export function asset(name: keyof typeof ASSETS): URL {
   return new URL(`../${ASSETS[name]}`, import.meta.url);

@@ -79,8 +79,10 @@ async function writeAssets({ documents, reference, examples, library }: Read) {
   const others = documents.filter(({ name }) => name !== "reference.html");
   const sought = others.map(({ name, document }) => ({ document, href: name }));
   return bundleScripts({
-    wasm: writeAsset("marl.wasm", fs.readFileSync(path.join(build, "module/marl.wasm"))),
-    worker: writeAsset("worker.js", await bundledWorker()),
+    marl: writeAsset("marl.wasm", fs.readFileSync(path.join(build, "module/marl.wasm"))),
+    marlWorker: writeAsset("worker.js", await bundledWorker("marl")),
+    laboratory: writeAsset("laboratory.wasm", fs.readFileSync(path.join(build, "module/laboratory.wasm"))),
+    laboratoryWorker: writeAsset("laboratory.js", await bundledWorker("laboratory")),
     reference: writeAsset("reference.json", JSON.stringify(pageEntries(reference))),
     library: writeAsset(
       "library.json",

@@ -9,7 +9,8 @@ import { build, site, www } from "./places";
 
 type Machine = typeof import("./machine");
 
-const alias = { "marl-module": path.join(build, "module/marl.js") };
+type Part = "marl" | "laboratory";
+const glue = (part: Part) => path.join(build, `module/${part}.js`);
 const common = {
   bundle: true,
   minify: true,
@@ -25,6 +26,7 @@ export async function bundleForNode(): Promise<Machine> {
     "import { fileURLToPath as nodeUrl } from 'node:url'; const require = createRequire(import.meta.url);" +
     "const __filename = nodeUrl(import.meta.url); const __dirname = nodePath.dirname(__filename);";
   const define = { ASSETS: "{}", STYLE_NONCE: JSON.stringify("none") };
+  const alias = { "marl-module": glue("marl"), "laboratory-module": glue("laboratory") };
   const forNode = { ...common, platform: "node", format: "esm", alias, define, banner: { js: banner } } as const;
   for (const [entry, out] of [
     ["command", "marl.mjs"],
@@ -33,7 +35,9 @@ export async function bundleForNode(): Promise<Machine> {
   ]) {
     await esbuild.build({ ...forNode, entryPoints: [`tools/${entry}.ts`], outfile: path.join(build, out) });
   }
-  fs.copyFileSync(path.join(build, "module/marl.wasm"), path.join(build, "marl.wasm"));
+  for (const part of ["marl.wasm", "laboratory.wasm"]) {
+    fs.copyFileSync(path.join(build, "module", part), path.join(build, part));
+  }
   fs.writeFileSync(path.join(build, "marl"), `#!/bin/sh\nexec node "$(dirname "$0")/marl.mjs" "$@"\n`);
   fs.chmodSync(path.join(build, "marl"), 0o755);
   return import(pathToFileURL(path.join(build, "machine.mjs")).href);
@@ -90,7 +94,7 @@ export async function bundleScripts(files: Record<string, string>): Promise<Bund
 const withoutNode: esbuild.Plugin = {
   name: "without-node",
   setup({ onLoad }) {
-    onLoad({ filter: /module\/marl\.js$/ }, ({ path: file }) => {
+    onLoad({ filter: /module\/\w+\.js$/ }, ({ path: file }) => {
       const text = fs.readFileSync(file, "utf8");
       const known = text.replace(/var ENVIRONMENT_IS_NODE\s*=[^;]*;/, "").replaceAll("ENVIRONMENT_IS_NODE", "false");
       if (known === text) throw new Error("the module does not tell where it is at node");
@@ -99,10 +103,10 @@ const withoutNode: esbuild.Plugin = {
   },
 };
 
-export const bundledWorker = () =>
+export const bundledWorker = (part: Part) =>
   bundled("src/machine/worker.ts", {
     format: "iife",
-    alias,
+    alias: { "marl-module": glue(part) },
     external: ["fs", "path", "child_process", "crypto"],
     plugins: [withoutNode],
   });

@@ -1,5 +1,6 @@
 // What the build and the tests need of the site's own code, bundled for node.
 import fs from "node:fs";
+import createLaboratory from "laboratory-module";
 import createMarl from "marl-module";
 import { type Factory, type FileContent, Machine } from "../src/machine/module";
 
@@ -7,7 +8,9 @@ export { highlightedHtml } from "../src/language/grammar";
 export { checked, piecesOf } from "../src/language/program";
 
 process.setMaxListeners(0); // each instance listens for exceptions of its own
-const module = WebAssembly.compile(fs.readFileSync(new URL("marl.wasm", import.meta.url)));
+const compile = (name: string) => WebAssembly.compile(fs.readFileSync(new URL(name, import.meta.url)));
+const module = compile("marl.wasm");
+const laboratory = compile("laboratory.wasm");
 const encoder = new TextEncoder();
 
 interface Program {
@@ -41,6 +44,6 @@ export async function runProgram({ text, arguments: words = [], input = "", file
 }
 
 export async function askLaboratory(request: object): Promise<unknown> {
-  const machine = await Machine.make(createMarl as Factory, await module);
+  const machine = await Machine.make(createLaboratory as Factory, await laboratory);
   return machine.ask(request).answer;
 }

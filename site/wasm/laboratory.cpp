@@ -126,7 +126,8 @@ const std::string program_path = "/home/marl/program.marl";
 
 Files files_of(const Json& request) {
     Files files{{}, "/library"};
-    for (const auto& [path, text] : request.value("files", Json::object()).items())
+    const Json given = request.value("files", Json::object());
+    for (const auto& [path, text] : given.items())
         files.open[identity_of(path)] = text.get<std::string>();
     return files;
 }

@@ -79,7 +79,7 @@ test("a program builds on the library, which comes when one names it, and on fil
   assert.match(await status(page), /^exit status 3 /);
   await write(page, `taxed(range(1,2))${uses}`);
   await run(page);
-  assert.equal(await output(page), "3");
+  assert.equal((await output(page)).trim(), "3");
   await write(page, `taxed(rnage(1,2))${uses}`);
   await run(page);
   assert.match(await page.$eval(".report .sentence", (e) => e.textContent), /^Line 1 .*rnage/);

@@ -1,4 +1,4 @@
-// One instance of marl's WebAssembly module, for one run or one row of laboratory requests.
+// One instance of a WebAssembly module: marl's for one run, or the laboratory's for a row of requests.
 //
 // The module is emscripten's: a function that makes an instance with a file system in memory. Here
 // its standard streams are replaced by plain byte functions, and its ways to end become one

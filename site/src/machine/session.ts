@@ -1,7 +1,8 @@
 // Runs and laboratory requests, from the page's side.
 //
 // Each run has a worker of its own, which is ended with it. The next one is made ready while the
-// page has nothing to do, so that a run starts at once. The module is fetched and compiled once.
+// page has nothing to do, so that a run starts at once. The laboratory is a module of its own, which is
+// fetched at the first request. Each module is fetched and compiled once.
 import { asset } from "../assets";
 import type { Job, Logged, Outcome } from "./module";
 import type { FromWorker, ToWorker } from "./protocol";
@@ -9,24 +10,26 @@ import type { FromWorker, ToWorker } from "./protocol";
 /// The bytes of output that a page takes from one run.
 const outputLimit = 1 << 24;
 
-let compiled: Promise<WebAssembly.Module> | undefined;
-function compiledModule(): Promise<WebAssembly.Module> {
-  compiled ??= fetch(asset("wasm"))
+type Part = "marl" | "laboratory";
+
+const compiled: Partial<Record<Part, Promise<WebAssembly.Module>>> = {};
+function compiledModule(part: Part): Promise<WebAssembly.Module> {
+  compiled[part] ??= fetch(asset(part))
     .then(async (response) => {
-      if (!response.ok) throw new Error(`marl.wasm: ${response.status}`);
+      if (!response.ok) throw new Error(`${part}.wasm: ${response.status}`);
       return WebAssembly.compile(await response.arrayBuffer());
     })
     .catch((fault) => {
-      compiled = undefined; // the next run asks again
+      compiled[part] = undefined; // the next run asks again
       throw fault;
     });
-  return compiled;
+  return compiled[part];
 }
 
-function makeWorker(): Worker {
-  const worker = new Worker(asset("worker"));
+function makeWorker(part: Part): Worker {
+  const worker = new Worker(asset(`${part}Worker`));
   // Who has work for the worker hears of a module that does not come.
-  compiledModule().then(
+  compiledModule(part).then(
     (module) => send(worker, { kind: "load", module }),
     () => {},
   );
@@ -41,7 +44,7 @@ let spare: Worker | undefined;
 
 /// Makes a worker ready for the next run.
 export function warmUp() {
-  spare ??= makeWorker();
+  spare ??= makeWorker("marl");
 }
 
 export interface End {
@@ -89,7 +92,7 @@ export function start(job: Job, listener: Listener): Run {
     if (data.kind === "end") finish(data);
   };
   worker.onerror = (event) => fail(event.message);
-  compiledModule().then(
+  compiledModule("marl").then(
     () => send(worker, { kind: "run", job, outputLimit }),
     (error) => fail(String(error)),
   );
@@ -134,7 +137,7 @@ export class Laboratory {
     return new Promise((resolve, reject) => {
       const timer = setTimeout(() => this.close("no answer in time"), this.patience);
       this.waiting.set(id, { resolve, reject, onProgress, timer });
-      compiledModule().then(
+      compiledModule("laboratory").then(
         () => send(worker, { kind: "ask", id, request, job }),
         (error) => this.close(String(error)),
       );
@@ -152,7 +155,7 @@ export class Laboratory {
   }
 
   private open(): Worker {
-    const worker = makeWorker();
+    const worker = makeWorker("laboratory");
     worker.onmessage = ({ data }: MessageEvent<FromWorker>) => {
       if (data.kind !== "answer" && data.kind !== "failed" && data.kind !== "progress") return;
       const request = this.waiting.get(data.id);

@@ -73,6 +73,7 @@ export function setUpSteps(panel: HTMLElement, settings: Settings): Panel {
   /// The number of the last state that is known of, and whether it is the run's.
   let last = 0;
   let ended = false;
+  let isAtFault = false;
   let report = "";
   let log: Logged[] = [];
   let windows = new Map<number, Promise<Step[]>>();
@@ -96,13 +97,16 @@ export function setUpSteps(panel: HTMLElement, settings: Settings): Panel {
     pause();
     at = wanted = last = 0;
     ended = false;
+    isAtFault = false;
     report = "";
     log = [];
     windows = new Map();
     more.hidden = true;
     progress.say("");
     for (const part of panel.querySelectorAll("output, .rule, .state, .picture, ol")) part.replaceChildren();
-    void show(0).then(() => count(firstLimit));
+    void show(0).then(() => {
+      if (!isAtFault) void count(firstLimit);
+    });
   }
 
   function windowFrom(from: number): Promise<Step[]> {
@@ -121,7 +125,8 @@ export function setUpSteps(panel: HTMLElement, settings: Settings): Panel {
       windows.delete(from);
       return [];
     }
-    if (!answer.started) progress.say("This program is at fault, and does not run.");
+    isAtFault = !answer.started;
+    if (isAtFault) progress.say("This program is at fault, and does not run.");
     noteEnd(answer, answer.steps.at(-1)?.n ?? 0);
     return answer.steps;
   }
