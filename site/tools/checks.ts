@@ -1,6 +1,9 @@
 // What the documents say of programs, tried out by the build: it fails where something is not so.
+import fs from "node:fs";
+import path from "node:path";
 import { examplesOf } from "./cheatsheet";
-import { type Document, needsCommandLine, type Snippet } from "./documents";
+import { type Document, isProgram, needsCommandLine, type Snippet } from "./documents";
+import { root, source } from "./places";
 import { checkHelpers } from "./tour";
 
 type Machine = typeof import("./machine");
@@ -12,12 +15,24 @@ export function fail(text: string): never {
   process.exit(1);
 }
 
+/// One program made of a text and what it uses, as a page makes it.
+async function packed({ text, files = [] }: Snippet, { askLaboratory }: Machine): Promise<string> {
+  if (!text.includes("[use:")) return text;
+  const themes = fs.readdirSync(path.join(root, "lib")).filter((name) => name.endsWith(".marl"));
+  const given = Object.fromEntries([
+    ...themes.map((name) => [`/library/${name}`, source(`lib/${name}`)]),
+    ...files.map(({ name, text: content }) => [`/home/marl/${name}`, content]),
+  ]);
+  const answer = (await askLaboratory({ command: "pack", text, files: given })) as { text: string };
+  return answer.text;
+}
+
 /// Runs a program of the guide as a reader would, and compares with what the guide shows; what it
 /// does not show, with the file beside the program. One that needs what a page does not have is left
 /// out: it is the only kind that may differ.
-export async function checkSnippet(snippet: Snippet, shown: Record<string, string>, { runProgram }: Machine) {
-  if (needsCommandLine(snippet.text)) return;
-  const { out, err, outcome } = await runProgram(snippet);
+export async function checkSnippet(snippet: Snippet, shown: Record<string, string>, machine: Machine) {
+  if (needsCommandLine(snippet.text) || !isProgram(snippet.text)) return;
+  const { out, err, outcome } = await machine.runProgram({ ...snippet, text: await packed(snippet, machine) });
   const expected = JSON.stringify([
     shown[`${snippet.name}.out`] ?? snippet.out,
     shown[`${snippet.name}.err`] ?? withoutColours(snippet.err),

@@ -110,6 +110,21 @@ function dropOwnContents(tokens: Token[]): Token[] {
   return kept;
 }
 
+/// The files beside a program that it says it uses, and those that these use.
+function usedFiles(folder: string, text: string, files: Snippet["files"] = []): Snippet["files"] {
+  const words = [...text.matchAll(/\[use: ([^\]]*)\]/g)].flatMap(([, listed]) => (listed ?? "").split(/\s+/));
+  for (const name of words.filter((word) => word.startsWith("./")).map((word) => word.slice(2))) {
+    if (files.some((file) => file.name === name)) continue;
+    const file = { name, text: fs.readFileSync(path.join(folder, name), "utf8") };
+    files.push(file);
+    usedFiles(folder, file.text, files);
+  }
+  return files;
+}
+
+/// Not a file of definitions, which begins with a note: only programs run.
+export const isProgram = (text: string) => !/^\s*[[,]/.test(text);
+
 /// A program in a folder, with what it is given, from the files beside it.
 export function snippetAt(folder: string, name: string): Snippet {
   const read = (ending: string) => {
@@ -121,7 +136,7 @@ export function snippetAt(folder: string, name: string): Snippet {
     text: read(".marl"),
     arguments: read(".args").split("\n").filter(Boolean),
     input: read(".in"),
-    files: [],
+    files: usedFiles(path.dirname(path.join(folder, name)), read(".marl")),
     out: read(".out"),
     err: read(".err"),
     status: Number(read(".status") || 0),
@@ -144,10 +159,14 @@ export function needsCommandLine(text: string): boolean {
 
 /// A program with its buttons, and the place where its output will stand.
 export function programHtml(snippet: Snippet, highlight: (text: string) => string): string {
-  const bar = needsCommandLine(snippet.text)
-    ? '<p class="bar"><span>needs a command line: a page has no sockets</span></p>'
-    : '<div class="bar"><button type="button" class="run">Run</button><button type="button" class="change">Edit</button>' +
-      '<span role="status" class="status"></span></div>';
+  const why = isProgram(snippet.text)
+    ? "needs a command line: a page has no sockets"
+    : "definitions for other programs";
+  const bar =
+    needsCommandLine(snippet.text) || !isProgram(snippet.text)
+      ? `<p class="bar"><span>${why}</span></p>`
+      : '<div class="bar"><button type="button" class="run">Run</button><button type="button" class="change">Edit</button>' +
+        '<span role="status" class="status"></span></div>';
   return (
     `<div class="program" data-name="${snippet.name}"${givenAttribute(snippet)}>` +
     `<pre class="code"><code>${highlight(snippet.text)}</code></pre>${bar}</div>\n`
