@@ -42,8 +42,6 @@ void drop_unsettled_parts(Module& module) {
     for (const Value& expression : module.interned) drop_unsettled(expression);
 }
 
-// `load` shares equal parts before it evaluates, `road` behind it. Dropping comes last in both: it
-// analyses the names in the text, whose ranks stand only when all backquotes are evaluated.
 /// The runs that are under way go on in the plain machine when the text brings in `todo`.
 void prepare_for_todo(Module& module) {
     const bool was_plain = needs_plain_machine;
@@ -51,6 +49,8 @@ void prepare_for_todo(Module& module) {
     if (needs_plain_machine && !was_plain) hand_over();
 }
 
+// `load` shares equal parts before it evaluates, `road` behind it. Dropping comes last in both: it
+// analyses the names in the text, whose ranks stand only when all backquotes are evaluated.
 constexpr Stage load_stages[] = {
     check_text,
     cut_text,

@@ -16,7 +16,7 @@ enum class Shape : uint8_t {
     jump,    // d instructions further
     branch,  // at the next one, d further, or e further with a result in a
     test,    // at the next one, or d further
-    choose,  // as choices[d] says
+    choose,  // as its Choice says
     call,    // at the `land` behind it, when the value of what is called has come
     step,   // at the next one with the value in a, or, when it comes later, at the `land` d further
     hold,   // at the next one; a `land` d further waits from here on
@@ -41,7 +41,7 @@ enum class Role : uint8_t {
     X(enter,               next,   none,  none, none, "the frame begins: room for it, and a look at what interrupts") \
     X(move,                next,   write, take, none, "a = b")                                     \
     X(share,               next,   write, keep, none, "a = b, one more reference")                 \
-    X(constant,            next,   write, none, none, "a = constants[d]")                          \
+    X(constant,            next,   write, none, none, "a = the constant")                          \
     X(number,              next,   write, none, none, "a = the number n")                          \
     X(drop,                next,   none,  none, none, "release the registers of the set")          \
     X(drop_one,            next,   none,  take, none, "release b")                                 \
@@ -66,9 +66,9 @@ enum class Role : uint8_t {
     X(differ_number,       branch, write, use,  none, "b # n likewise")                            \
     X(choose_one,          choose, write, use,  none, "look at b before one operand")              \
     X(choose_two,          choose, write, use,  none, "look at b before two operands")             \
-    X(pairs,               next,   write, none, none, "a = constants[d] on the operands, a partial application") \
-    X(closure,             next,   write, none, none, "a = parts[d] over the operands")            \
-    X(construct,           next,   write, none, none, "a = what parts[d] makes of the operands, or its closure when one has work") \
+    X(pairs,               next,   write, none, none, "a = the constant on the operands, a partial application") \
+    X(closure,             next,   write, none, none, "a = the closure of a part over the operands")            \
+    X(construct,           next,   write, none, none, "a = what a part makes of the operands, or its closure when one has work") \
     X(builtin,             step,   write, row,  none, "a = a built-in on the row")                     \
     X(builtin_nested,      step,   write, row,  none, "a = a built-in that runs programs, on the row") \
     X(builtin_last,        last,   none,  row,  none, "a built-in on the row, whose value is the frame's") \
@@ -86,7 +86,7 @@ enum class Role : uint8_t {
     X(push_argument,       next,   none,  none, none, "hold the operand back")                     \
     X(return_value,        last,   none,  take, none, "the frame's value is b")                    \
     X(return_number,       last,   none,  none, none, "the frame's value is the number n")         \
-    X(return_constant,     last,   none,  none, none, "the frame's value is constants[d]")         \
+    X(return_constant,     last,   none,  none, none, "the frame's value is the constant")         \
     X(return_work,         last,   none,  take, none, "the frame's value is that of b, which may have work") \
     X(go,                  leave,  none,  none, none, "the operand becomes the focus")             \
     X(land,                land,   write, none, none, "the value has come: a = it, of a frame whose first b registers were kept") \
