@@ -101,6 +101,7 @@ class Compiler {
     bool is_settled_register(int reg) const { return reg >= 0 && (unsettled_ & set_of(reg)) == 0; }
     static Node* resolve(Node* name);
     std::optional<Operand> fixed(const Term& term);
+    std::optional<Operand> unreduced(const Term& term);
     bool is_simple(const Term& term);
     bool is_work(const Term& term);
     bool is_small(const Term& term) const;

@@ -186,7 +186,7 @@ void Compiler::build(const Term& term, int reg, RegisterSet live) {
 /// A term as it is, its work waiting in a closure.
 Operand Compiler::as_it_is(const Term& term, RegisterSet later) {
     if (const int reg = register_of(term); reg >= 0) return use(reg, later);
-    if (const auto known = fixed(term)) return *known;
+    if (const auto known = unreduced(term)) return *known;
     const uint8_t made = new_register();
     if (repeats_operands && is_construction(term.expression)) {
         build(term, made, later);
@@ -203,7 +203,7 @@ Piece Compiler::piece_of(const Term& term) {
         piece.reg = static_cast<uint8_t>(reg);
         return piece;
     }
-    if (const auto known = fixed(term)) {
+    if (const auto known = unreduced(term)) {
         piece.kind = Piece::Kind::constant;
         piece.word = known->word;
         return piece;

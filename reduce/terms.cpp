@@ -119,6 +119,15 @@ std::optional<Operand> Compiler::fixed(const Term& term) {
     return constant(value);
 }
 
+/// The constant that is a term as it stands: a name is not what it stands for, since whoever gets
+/// it with its work can show it.
+std::optional<Operand> Compiler::unreduced(const Term& term) {
+    Node* e = term.expression;
+    if (term.reg >= 0 || !is_closed(e)) return {};
+    if (!is_leaf(e) && (!settled(e) || form(e) == Form::lambda)) return {};
+    return constant(e);
+}
+
 /// Whether the value of a term is at hand.
 bool Compiler::is_simple(const Term& term) {
     return is_settled_register(register_of(term)) || fixed(term).has_value();
