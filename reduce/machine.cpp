@@ -172,9 +172,12 @@ Value finish_run(Word focus) {
             break;
         }
         if (needs_plain_machine) {
-            // A text has brought in `todo`: what waited has been taken over.
-            MARL_REQUIRE(machine.stack.top[-1].kind() == Op::plain);
-            Value context = Value::adopt(node_of((--machine.stack.top)->word));
+            // A text has brought in `todo`: what waited has been taken over, unless the text was
+            // refused, which is an abort.
+            const bool waits = machine.stack.top[-1].kind() == Op::plain;
+            MARL_REQUIRE(waits || machine.stack.top[-1].kind() == Op::base);
+            Value context = waits ? Value::adopt(node_of((--machine.stack.top)->word))
+                                  : empty_context();
             focus = word_of(plain_reduce(context, Value::adopt(force(focus))).take());
             break;
         }
