@@ -11,6 +11,7 @@
 #include "front/stages.h"
 #include "number/hint.h"
 #include "reduce/analysis.h"
+#include "reduce/definitions.h"
 #include "reduce/machine.h"
 #include "reduce/substitute.h"
 #include "reduce/tables.h"

@@ -10,6 +10,7 @@
 #include <cstdlib>
 
 #include "driver/report.h"
+#include "reduce/interrupts.h"
 #include "reduce/machine.h"
 #include "reduce/tables.h"
 #include "text/stream.h"

@@ -2,7 +2,7 @@
 //
 // The handler only sets a flag, and the machine's loop looks at the flag between two steps, where
 // heap and tables are whole. Then the program's definition `shut` gets its chance to clean up, and
-// the process ends with status 1 (`run_interrupt` of reduce/machine.h).
+// the process ends with status 1 (`run_interrupt` of reduce/interrupts.h).
 #pragma once
 
 namespace marl {

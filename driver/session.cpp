@@ -12,6 +12,7 @@
 #include "library/convention.h"
 #include "number/convert.h"
 #include "number/kind.h"
+#include "reduce/definitions.h"
 #include "reduce/machine.h"
 #include "reduce/tables.h"
 #include "text/rope.h"

@@ -12,6 +12,7 @@
 #include "number/convert.h"
 #include "number/cray.h"
 #include "reduce/analysis.h"
+#include "reduce/definitions.h"
 #include "reduce/machine.h"
 #include "reduce/needs.h"
 #include "reduce/tables.h"

@@ -14,6 +14,7 @@
 #include "front/prelude.h"
 #include "reduce/analysis.h"
 #include "reduce/closure.h"
+#include "reduce/definitions.h"
 #include "reduce/tables.h"
 #include "value/todo.h"
 

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "front/stages.h"
+#include "reduce/definitions.h"
 #include "reduce/tables.h"
 
 namespace marl {

@@ -16,6 +16,7 @@
 #include "front/places.h"
 #include "front/records.h"
 #include "reduce/analysis.h"
+#include "reduce/definitions.h"
 #include "reduce/needs.h"
 #include "reduce/tables.h"
 #include "value/walk.h"

@@ -15,7 +15,7 @@ namespace marl::lab {
 namespace {
 
 void compile_all(Code& code) {
-    if (!code.made) compile(code);
+    if (!code.made) prepare(code);
     for (const auto& part : code.parts) compile_all(*part);
 }
 

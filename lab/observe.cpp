@@ -8,6 +8,8 @@
 #include "driver/interrupt.h"
 #include "driver/session.h"
 #include "reduce/analysis.h"
+#include "reduce/definitions.h"
+#include "reduce/heads.h"
 
 namespace marl::lab {
 

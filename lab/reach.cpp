@@ -9,6 +9,7 @@
 #include "front/patterns.h"
 #include "front/prelude.h"
 #include "front/scopes.h"
+#include "reduce/definitions.h"
 #include "reduce/tables.h"
 #include "value/rebuild.h"
 

@@ -11,7 +11,7 @@
 
 #include "library/convention.h"
 #include "library/families.h"
-#include "reduce/machine.h"
+#include "reduce/interrupts.h"
 #include "value/todo.h"
 
 namespace marl {

@@ -7,9 +7,11 @@
 #include <cstring>
 
 #include "reduce/analysis.h"
+#include "reduce/arguments.h"
 #include "reduce/closure.h"
-#include "reduce/fire.h"
+#include "reduce/heads.h"
 #include "reduce/interpreter.h"
+#include "reduce/interrupts.h"
 #include "reduce/meanings.h"
 #include "reduce/needs.h"
 #include "reduce/operators.h"
@@ -23,14 +25,14 @@ Code& code_of(Symbol& symbol) {
         MARL_REQUIRE(is_closed(symbol.definition));  // a failed load may have left a letter unbound
         symbol.code = make_code(symbol.definition, !is_lazy_name(symbol.name.view()));
     }
-    if (!symbol.code->made) compile(*symbol.code);
+    if (!symbol.code->made) prepare(*symbol.code);
     return *symbol.code;
 }
 
 namespace {
 
 const Instruction* start_of(Code& code) {
-    if (!code.made) compile(code);
+    if (!code.made) prepare(code);
     return code.start();
 }
 
@@ -81,9 +83,8 @@ Called open_function(Word function, Word* row, int count) {
     }
     if (!is_node(function)) return {};
     Node* node = node_of(function);
-    Node* head = node;
-    int inner = 0;
-    for (; !is_leaf(head) && !is_zits_analysed(head); ++inner) head = as_pair(head)->left;
+    int inner;
+    Node* head = head_of(node, inner);
     if (inner == 2 && is_leaf_of(head, '\\')) {
         Closure* body = body_closure(node);
         if (!body || body->code->parameters != count) return {};

@@ -128,13 +128,6 @@ struct Piece {
     std::vector<uint8_t> registers{};  // and what its arguments are
 };
 
-/// A part of a body that is built where its closure is made, and captured: all calls of the lambda
-/// see the one that substitution would have put there. Borrowed from `whole`.
-struct Hoisted {
-    Node* node;
-    uint8_t reg;
-};
-
 constexpr int most_parameters = 10;
 
 struct Code {
@@ -195,9 +188,6 @@ std::unique_ptr<Remainder> make_remainder(const Code& lambda);
 
 /// Takes the row of lambdas at the top of a part as its parameters. The captures are known.
 void take_parameters(Code& part);
-
-/// Drops the instructions and what they hold. What closures need of it stays.
-void retire(Code& code);
 
 /// Compiles the body, once.
 void compile(Code& code);

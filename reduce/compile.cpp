@@ -16,10 +16,10 @@
 #include "reduce/check_code.h"
 #include "reduce/compiler.h"
 #include "reduce/continuation.h"
+#include "reduce/heads.h"
 #include "reduce/meanings.h"
 #include "reduce/needs.h"
 #include "reduce/operators.h"
-#include "reduce/run_code.h"
 
 namespace marl {
 
@@ -345,7 +345,6 @@ void compile(Code& code) {
         if (row.shape == Shape::choose) {
             instruction.choice = &code.choices[static_cast<size_t>(instruction.d)];
         }
-        link(instruction);
     }
 #if MARL_CHECK_CODE
     check_code(code);

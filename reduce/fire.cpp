@@ -6,10 +6,11 @@
 #include <array>
 #include <string>
 
+#include "reduce/arguments.h"
 #include "reduce/build.h"
 #include "reduce/closure.h"
 #include "reduce/data_head.h"
-#include "reduce/machine.h"
+#include "reduce/heads.h"
 #include "reduce/needs.h"
 #include "reduce/run_code.h"
 #include "reduce/stack.h"
@@ -17,34 +18,8 @@
 
 namespace marl {
 
-bool is_abort(Node* r) {
-    if (is_leaf(r)) return false;
-    const uint8_t kind = first_byte(left(r));
-    return kind == ')' || kind == ']';
-}
-
-void take_inner_arguments(Node* function, int inner, Word* arguments) {
-    while (inner > 0) {
-        PairNode* node = as_pair(function);
-        if (count_of(node) == 1) {
-            arguments[--inner] = node->right;
-            function = node->left;
-            free_node(node, sizeof(PairNode));
-            continue;
-        }
-        Node* shared_part = function;
-        for (; inner > 0; function = as_pair(function)->left) {
-            arguments[--inner] = shared_word(as_pair(function)->right);
-        }
-        release(shared_part);
-        return;
-    }
-    release(function);
-}
-
 namespace {
 
-constexpr int most_arguments = most_parameters + 1;
 using Arguments = std::array<Word, most_arguments>;
 
 enum class Head : uint8_t { name, data, binder, marker, failure };
@@ -149,15 +124,6 @@ Word fire_symbol(Symbol& symbol, Node* function, int inner, int held) {
 }
 
 }  // namespace
-
-Value call_builtin(const Builtin& row, Word* arguments) {
-    Value slots[most_arguments];
-    for (int i = 0; i < row.arity; ++i) slots[i] = Value::adopt(force(arguments[i]));
-    Value result = row.function(slots);
-    for (int i = 0; i < row.arity; ++i) slots[i] = Value();
-    analyse(result);
-    return result;
-}
 
 Word fire(Node* function, Node* head, int inner, int held) {
     const Head kind = head_kind(head);

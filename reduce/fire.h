@@ -29,11 +29,6 @@ Word fire_closure(Closure* closure);
 /// Takes up the work of a closure without parameters, which is consumed.
 Word fire_work(Closure* closure);
 
-/// Takes the arguments that `function` has already, `inner` of them, out of it, and drops the rest
-/// of it. A Pair that nobody else holds gives its references up, so that an argument held by it
-/// alone stays so.
-void take_inner_arguments(Node* function, int inner, Word* arguments);
-
 /// Fires a name that takes no arguments: a built-in of arity 0 or a constant definition. Consumes
 /// the Leaf; may push an update.
 Word fire_name(Node* name);
@@ -44,8 +39,5 @@ Node* bind_let(Node* body, char letter, Word value);
 /// Stores a reduced constant: step of an `update` entry or marker. Consumes the value and gives
 /// what was stored, the next focus.
 Word store_constant(Symbol& symbol, Word value);
-
-/// Calls a built-in on as many arguments as its row says. Consumes them; the result is analysed.
-Value call_builtin(const Builtin& row, Word* arguments);
 
 }  // namespace marl

@@ -13,6 +13,7 @@
 #include "reduce/build.h"
 #include "reduce/closure.h"
 #include "reduce/continuation.h"
+#include "reduce/definitions.h"
 #include "reduce/needs.h"
 #include "reduce/plain.h"
 #include "reduce/run_code.h"

@@ -18,7 +18,7 @@
 #include <cstring>
 
 #include "reduce/code.h"
-#include "reduce/machine.h"
+#include "reduce/interrupts.h"
 #include "reduce/stack.h"
 #include "value/short_hint.h"
 

@@ -13,8 +13,10 @@
 
 #include "reduce/build.h"
 #include "reduce/closure.h"
+#include "reduce/definitions.h"
 #include "reduce/fire.h"
-#include "reduce/meanings.h"
+#include "reduce/heads.h"
+#include "reduce/interrupts.h"
 #include "reduce/needs.h"
 #include "reduce/nesting.h"
 #include "reduce/observer.h"
@@ -26,12 +28,6 @@
 #include "value/todo.h"
 
 namespace marl {
-
-volatile sig_atomic_t interrupted = 0;
-
-#ifdef MARL_STEP_LIMIT
-int64_t steps_left = step_limit;
-#endif
 
 namespace {
 
@@ -123,13 +119,12 @@ Word apply_lambda(Node* lambda) {
 Word apply_to_held(Word word) {
     if (is_closure(word)) return apply_closure(closure_of(word));
     Node* function = force(word);
-    Node* head = function;
-    int inner = 0;
-    for (; !is_leaf(head) && !is_zits_analysed(head); ++inner) head = as_pair(head)->left;
+    int inner;
+    Node* head = head_of(function, inner);
     if (inner == 2 && is_leaf_of(head, '\\')) return apply_lambda(function);
     const int wanted = rank_analysed(function);
     const Held held = held_arguments(wanted);
-    if (held.count == wanted && (held.unsettled == 0 || is_lazy_head(head))) {
+    if (held.count == wanted && (held.unsettled == 0 || lazy_head(head))) {
         return fire(function, head, inner, held.count);
     }
     if (held.unsettled) return begin_argument(word_of(function), held.unsettled);
@@ -176,8 +171,8 @@ Value finish_run(Word focus) {
             // refused, which is an abort.
             const bool waits = machine.stack.top[-1].kind() == Op::plain;
             MARL_REQUIRE(waits || machine.stack.top[-1].kind() == Op::base);
-            Value context = waits ? Value::adopt(node_of((--machine.stack.top)->word))
-                                  : empty_context();
+            Value context =
+                waits ? Value::adopt(node_of((--machine.stack.top)->word)) : empty_context();
             focus = word_of(plain_reduce(context, Value::adopt(force(focus))).take());
             break;
         }

@@ -1,6 +1,6 @@
-// Lazy heads stand in one table by their first byte. What the machine means by a combinator stands
-// in another one, with who relies on it; whether a definition still says so is a question to the
-// definition, the names of its parameters aside. Definitions are not yet analysed when it is asked.
+// What the machine means by a combinator stands in one table, with who relies on it; whether a
+// definition still says so is a question to the definition, the names of its parameters aside.
+// Definitions are not yet analysed when it is asked.
 #include "reduce/meanings.h"
 
 #include <algorithm>
@@ -13,12 +13,6 @@
 namespace marl {
 
 namespace {
-
-constexpr auto lazy_heads = [] {
-    std::array<bool, 256> table{};
-    for (char c : std::string_view("&|ABCDEFHIJKLNQRTUVXZ")) table[static_cast<uint8_t>(c)] = true;
-    return table;
-}();
 
 /// Who relies on a meaning, and what becomes of a program that gives the name another one.
 enum class Relied : uint8_t {
@@ -75,12 +69,6 @@ bool stand(Relied by) {
 }
 
 }  // namespace
-
-bool is_lazy_head(const Node* head) { return lazy_heads[first_byte(head)]; }
-
-bool is_lazy_name(std::string_view name) {
-    return !name.empty() && lazy_heads[static_cast<uint8_t>(name[0])];
-}
 
 bool truth_is_plain() { return stand(Relied::truth); }
 bool pairs_are_plain() { return stand(Relied::pairs); }

@@ -1,4 +1,4 @@
-// Combinators that the machine takes for what the prelude says, and what is lazy.
+// Combinators that the machine takes for what the prelude says.
 #pragma once
 
 #include <string_view>
@@ -6,12 +6,6 @@
 #include "value/node.h"
 
 namespace marl {
-
-/// Whether a head is lazy: an application of it fires without a look at its arguments. A zits Pair
-/// is strict.
-bool is_lazy_head(const Node* head);
-/// The same for the head with that text.
-bool is_lazy_name(std::string_view name);
 
 /// Whether `K`, `H` and `I` are defined as the prelude has them, so that a truth value picks one of
 /// two operands, and `I` before an operand is the operand.

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "reduce/analysis.h"
+#include "reduce/heads.h"
 #include "reduce/meanings.h"
 
 namespace marl {

@@ -9,6 +9,7 @@
 
 #include "reduce/analysis.h"
 #include "reduce/compiler.h"
+#include "reduce/heads.h"
 #include "reduce/needs.h"
 
 namespace marl {
@@ -32,11 +33,6 @@ void push_parts(std::vector<Place>& rest, Node* node, uint32_t bound) {
         rest.push_back({right(node), bound});
         rest.push_back({left(node), bound});
     }
-}
-
-Node* head_of(Node* application) {
-    while (!is_leaf(application) && !is_zits(application)) application = left(application);
-    return application;
 }
 
 }  // namespace

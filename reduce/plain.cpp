@@ -16,7 +16,8 @@
 
 #include "reduce/build.h"
 #include "reduce/data_head.h"
-#include "reduce/machine.h"
+#include "reduce/heads.h"
+#include "reduce/interrupts.h"
 #include "reduce/observer.h"
 #include "reduce/tables.h"
 
@@ -63,42 +64,6 @@ Value applied(Value f, Value x) {
 }
 
 Value marked(char mark, std::string_view name) { return leaf(std::string(1, mark).append(name)); }
-
-// Heads.
-
-bool is_lazy(Node* head) {
-    constexpr std::string_view lazy = "&|ABCDEFHIJKLNQRTUVXZ";
-    return is_leaf(head) && lazy.find(*leaf_text(head)) != std::string_view::npos;
-}
-
-Node* head_of(Node* expression) {
-    while (!is_leaf(expression) && !is_zits(expression)) expression = left(expression);
-    return expression;
-}
-
-// The most arguments that anything takes before it fires.
-constexpr int most_arguments = 26;
-
-/// A head and its arguments, first to last, all borrowed.
-struct Application {
-    Node* head;
-    int count = 0;
-    std::array<Node*, most_arguments> arguments;
-};
-
-Application take_apart(Node* focus) {
-    Application application;
-    Node* backward[most_arguments];
-    int count = 0;
-    for (; !is_leaf(focus) && !is_zits(focus); focus = left(focus)) {
-        MARL_REQUIRE(count < most_arguments);
-        backward[count++] = right(focus);
-    }
-    application.head = focus;
-    application.count = count;
-    for (int i = 0; i < count; ++i) application.arguments[i] = backward[count - 1 - i];
-    return application;
-}
 
 // Substitution.
 
@@ -184,12 +149,6 @@ void abort_with(Value& context, Value& focus, Value result) {
     focus = std::move(result);
 }
 
-bool is_aborting(Node* result) {
-    if (is_leaf(result)) return false;
-    const uint8_t kind = first_byte(left(result));
-    return kind == ')' || kind == ']';
-}
-
 // Built-ins.
 
 constexpr int most_builtin_arguments = 7;
@@ -230,7 +189,7 @@ void fire_builtin(const Builtin& row, Value& context, Value& focus) {
     take_slots(slots, focus, row.arity);
     Value result = row.function(slots.arguments.data());
     analyse(result);
-    if (is_aborting(result)) context = empty_context();
+    if (is_abort(result)) context = empty_context();
     focus = std::move(result);
     drop_slots(slots, row.arity);
 }
@@ -422,7 +381,7 @@ Rule rule_of(Node* context, Node* focus) {
     if (settled(focus)) return Rule::pop;
     const int rank = rank_of(focus);
     if (rank < 0) return Rule::hold_back;
-    const bool lazy = is_lazy(head_of(focus));
+    const bool lazy = lazy_head(head_of(focus));
     if (rank > 0) {
         if (lazy && are_held_back(context, rank)) return Rule::fire_held;
         return settled(left(focus)) ? Rule::reduce_argument : Rule::hold_back;

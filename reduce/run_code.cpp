@@ -69,8 +69,13 @@ static const bool entries_are_made = [] {
     return true;
 }();
 
+void prepare(Code& code) {
+    compile(code);
+    for (Instruction& instruction : code.instructions) link(instruction);
+}
+
 Word run_code(Code& code) {
-    if (!code.made) compile(code);
+    if (!code.made) prepare(code);
     run_loop(machine.registers.top, code.start(), 0, machine.stack.top);
     return machine.focus;
 }

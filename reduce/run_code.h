@@ -25,4 +25,7 @@ Code& code_of(Symbol& symbol);
 /// Gives an instruction what runs it.
 void link(Instruction& instruction);
 
+/// Compiles a Code, and gives each instruction what runs it.
+void prepare(Code& code);
+
 }  // namespace marl

@@ -4,6 +4,7 @@
 #include "reduce/analysis.h"
 #include "reduce/build.h"
 #include "reduce/closure.h"
+#include "reduce/heads.h"
 #include "reduce/interpreter.h"
 #include "reduce/meanings.h"
 #include "reduce/needs.h"
@@ -73,8 +74,7 @@ bool takes_strictly(Word function, int count) {
         if (body && form(head) == Form::lambda) return body->code->parameters >= count;
     }
     if (rank_analysed(head) < count) return false;
-    while (!is_leaf(head) && !is_zits_analysed(head)) head = as_pair(head)->left;
-    return !is_lazy_head(head);
+    return !lazy_head(head_of(head));
 }
 
 void get_operands(const Instruction* at, const Word* frame, Word* to) {

@@ -3,16 +3,9 @@
 // happens a few times in a run, and never in a call.
 #include "reduce/tables.h"
 
-#include <algorithm>
-
-#include "reduce/analysis.h"
-#include "reduce/code.h"
-#include "reduce/needs.h"
-#include "reduce/operators.h"
+#include <map>
 
 namespace marl {
-
-std::map<String, Value> prelude_definitions;
 
 namespace {
 
@@ -26,19 +19,7 @@ SymbolMap& symbols() {
 // Names of one byte, which most Leaves hold, are found without a search.
 Symbol* one_byte_symbols[256];
 
-/// The lambdas at the top of a definition, 11 for that many or more.
-int count_parameters(Node* definition) {
-    int count = 0;
-    for (Node* x = definition; count < rank_variable && form(x) == Form::lambda; ++count) {
-        x = lambda_body(x);
-    }
-    return count;
-}
-
 }  // namespace
-
-Symbol::Symbol() = default;
-Symbol::~Symbol() = default;
 
 Symbol* find_symbol(std::string_view name) {
     if (name.size() == 1) return one_byte_symbols[static_cast<uint8_t>(name[0])];
@@ -71,38 +52,15 @@ Node* find_definition(std::string_view name) {
     return symbol ? symbol->definition.get() : nullptr;
 }
 
-namespace {
-
-// Code that definitions have lost, which closures may still be of.
-std::vector<std::unique_ptr<Code>> lost_code;
-
-void lose_code(Symbol& symbol) {
-    if (symbol.code) lost_code.push_back(std::move(symbol.code));
-}
-
-}  // namespace
-
-void set_definition(Symbol& symbol, Value expression) {
-    symbol.parameters = count_parameters(expression);
-    lose_code(symbol);
-    note_definition(symbol.name.view(), expression);
-    symbol.definition = std::move(expression);  // last: what ends here may run a todo action
-}
-
-void set_definition(std::string_view name, Value expression) {
-    set_definition(symbol_of(name), std::move(expression));
-}
-
-void erase_definition(Symbol& symbol) {
-    lose_code(symbol);
-    symbol.definition = Value();
-}
-
 Symbol* next_defined_symbol(const Symbol* after) {
     const auto& map = symbols();
     auto next = after ? map.upper_bound(after->name.view()) : map.begin();
     while (next != map.end() && !next->second->definition) ++next;
     return next == map.end() ? nullptr : next->second.get();
+}
+
+void for_each_symbol(const std::function<void(Symbol&)>& see) {
+    for (const auto& [name, symbol] : symbols()) see(*symbol);
 }
 
 std::vector<Symbol*> defined_symbols() {
@@ -111,37 +69,6 @@ std::vector<Symbol*> defined_symbols() {
         if (symbol->definition) defined.push_back(symbol.get());
     }
     return defined;
-}
-
-void clear_definitions() {
-    for (const auto& [name, symbol] : symbols()) {
-        erase_definition(*symbol);
-        symbol->unmemoised = false;
-    }
-    forget_code();
-    clear_needs();
-}
-
-bool has_code() {
-    const auto owns_code = [](const auto& entry) { return entry.second->code != nullptr; };
-    return !lost_code.empty() || std::any_of(symbols().begin(), symbols().end(), owns_code);
-}
-
-void forget_code() {
-    for (const auto& [name, symbol] : symbols()) symbol->code.reset();
-    lost_code.clear();
-}
-
-void retire_code() {
-    for (const auto& [name, symbol] : symbols()) {
-        lose_code(*symbol);
-    }
-    for (const auto& code : lost_code) retire(*code);
-}
-
-void bind_builtins() {
-    for (const Builtin& row : builtin_table()) symbol_of(row.name).builtin = &row;
-    bind_operators();
 }
 
 }  // namespace marl

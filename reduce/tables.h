@@ -8,7 +8,6 @@
 #pragma once
 
 #include <functional>
-#include <map>
 #include <memory>
 #include <span>
 #include <string_view>
@@ -42,7 +41,7 @@ struct Code;  // reduce/code.h
 
 struct Symbol {
     Symbol();
-    ~Symbol();
+    ~Symbol();  // reduce/definitions.cpp, where the code is known
 
     String name;
     const Builtin* builtin = nullptr;
@@ -67,35 +66,13 @@ inline Symbol& symbol_of_leaf(Node* name_leaf) {
 
 /// The definition of a name, borrowed; null when it has none.
 Node* find_definition(std::string_view name);
-/// Sets the definition of a name. The old one is released.
-void set_definition(Symbol& symbol, Value expression);
-void set_definition(std::string_view name, Value expression);
-/// Takes the definition of a name away.
-void erase_definition(Symbol& symbol);
-
+/// Calls a function with each Symbol that there is.
+void for_each_symbol(const std::function<void(Symbol&)>& see);
 /// The symbols that have a definition, in key order, as they stand now.
 std::vector<Symbol*> defined_symbols();
 /// The first symbol behind `after` that has a definition, null when there is none; the first of all
 /// for null. For a walk that meets what is defined ahead of it meanwhile.
 Symbol* next_defined_symbol(const Symbol* after);
-/// Forgets every definition and every unmemoised mark. Nothing but the names stays.
-void clear_definitions();
-
-/// Whether any code has been made.
-bool has_code();
-/// Frees all code. Nothing may be left that is a closure, or waits in a frame.
-void forget_code();
-/// Takes all code out of use and drops what it holds. No frame may wait any more; closures may be
-/// left, and can still become nodes.
-void retire_code();
-
 /// The built-in table: all rows, in key order (library/registry.cpp).
 std::span<const Builtin> builtin_table();
-/// Binds the rows of the built-in table to their symbols; done again, it changes nothing.
-void bind_builtins();
-
-/// A copy of the definitions as the prelude left them, until the program check has restored from it
-/// what it needs.
-extern std::map<String, Value> prelude_definitions;
-
 }  // namespace marl

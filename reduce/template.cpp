@@ -7,7 +7,6 @@
 #include <algorithm>
 
 #include "reduce/build.h"
-#include "reduce/code.h"
 #include "reduce/needs.h"
 
 namespace marl {

@@ -19,7 +19,12 @@
 
 namespace marl {
 
-struct Hoisted;
+/// A part of a body that is built where its closure is made, and captured: all calls of the lambda
+/// see the one that substitution would have put there. Borrowed from `whole`.
+struct Hoisted {
+    Node* node;
+    uint8_t reg;
+};
 
 struct Template {
     int arity = 0;

@@ -3,7 +3,8 @@
 
 Every quoted include names a file from the repository's root, no file reaches itself through its
 includes, and a folder includes only itself and the folders below it. The one header that may be
-included from below is driver/report.h.
+included from below is driver/report.h. Nor does a unit reach itself, a header with the sources that
+define what it declares: who uses whom runs one way.
 """
 import pathlib
 import re
@@ -12,6 +13,13 @@ import sys
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 FOLDERS = ["text", "value", "reduce", "number", "front", "library", "driver", "lab"]
 UPWARD = {"driver/report.h": {"number", "front", "library"}}
+# Files that are one unit, beside a header and the source of its name.
+UNITS = {
+    "reduce/compiler": "compile compile_calls compile_choices emit terms parts continuation",
+    "reduce/run_code": "interpreter calls slow held",
+    "number/convert": "digits",
+    "value/value": "resize",
+}
 INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
 
 
@@ -26,6 +34,19 @@ def read_graph():
 
 def folder_of(name):
     return name.split("/")[0]
+
+
+def unit_graph(graph):
+    unit_of = {f"{unit.split('/')[0]}/{file}": unit
+               for unit, files in UNITS.items() for file in files.split()}
+    units = {}
+    for name, includes in graph.items():
+        stem = name.rsplit(".", 1)[0]
+        unit = unit_of.get(stem, stem)
+        targets = (target.rsplit(".", 1)[0] for target in includes)
+        targets = {unit_of.get(target, target) for target in targets}
+        units.setdefault(unit, set()).update(targets - {unit})
+    return units
 
 
 def wrong_edges(graph):
@@ -63,8 +84,9 @@ def find_cycle(graph):
 def main():
     graph = read_graph()
     faults = list(wrong_edges(graph))
-    if cycle := find_cycle(graph):
-        faults.append("cycle: " + " -> ".join(cycle))
+    for name, edges in ("files", graph), ("units", unit_graph(graph)):
+        if cycle := find_cycle(edges):
+            faults.append(f"cycle of {name}: " + " -> ".join(cycle))
     for fault in faults:
         print(fault)
     print(f"{len(graph)} files, {sum(map(len, graph.values()))} includes, {len(faults)} faults")

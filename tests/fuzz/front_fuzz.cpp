@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "driver/session.h"
-#include "reduce/machine.h"
+#include "reduce/interrupts.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using namespace marl;

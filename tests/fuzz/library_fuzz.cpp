@@ -21,7 +21,8 @@
 #include "number/cray.h"
 #include "number/post.h"
 #include "number/zits.h"
-#include "reduce/machine.h"
+#include "reduce/heads.h"
+#include "reduce/interrupts.h"
 #include "tests/fuzz/limits.h"
 
 extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1"; }

@@ -9,6 +9,7 @@
 #include "driver/session.h"
 #include "driver/shutdown.h"
 #include "random/rules.h"
+#include "reduce/interrupts.h"
 #include "reduce/machine.h"
 #include "reduce/needs.h"
 #include "reduce/tables.h"

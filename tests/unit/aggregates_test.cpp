@@ -10,6 +10,7 @@
 #include "number/cray.h"
 #include "number/post.h"
 #include "number/real.h"
+#include "reduce/definitions.h"
 #include "reduce/tables.h"
 
 namespace marl {

@@ -11,6 +11,7 @@
 #include "front/names.h"
 #include "front/records.h"
 #include "front/scan.h"
+#include "reduce/definitions.h"
 #include "reduce/tables.h"
 
 namespace marl {

@@ -1,6 +1,6 @@
 // Code that goes takes its instructions off first, then releases the constants that they used, and
 // then does the same for its parts.
-#include "reduce/code.h"
+#include "reduce/retire.h"
 
 #include "reduce/closure.h"
 #include "reduce/continuation.h"

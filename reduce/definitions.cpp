@@ -1,0 +1,83 @@
+// A definition that loses its code gives it up only when no frame and no closure can be of it any
+// more, which is when the program is forgotten or the plain machine takes over.
+#include "reduce/definitions.h"
+
+#include "reduce/analysis.h"
+#include "reduce/needs.h"
+#include "reduce/operators.h"
+#include "reduce/retire.h"
+
+namespace marl {
+
+std::map<String, Value> prelude_definitions;
+
+Symbol::Symbol() = default;
+Symbol::~Symbol() = default;
+
+namespace {
+
+/// The lambdas at the top of a definition, 11 for that many or more.
+int count_parameters(Node* definition) {
+    int count = 0;
+    for (Node* x = definition; count < rank_variable && form(x) == Form::lambda; ++count) {
+        x = lambda_body(x);
+    }
+    return count;
+}
+
+// Code that definitions have lost, which closures may still be of.
+std::vector<std::unique_ptr<Code>> lost_code;
+
+void lose_code(Symbol& symbol) {
+    if (symbol.code) lost_code.push_back(std::move(symbol.code));
+}
+
+}  // namespace
+
+void set_definition(Symbol& symbol, Value expression) {
+    symbol.parameters = count_parameters(expression);
+    lose_code(symbol);
+    note_definition(symbol.name.view(), expression);
+    symbol.definition = std::move(expression);  // last: what ends here may run a todo action
+}
+
+void set_definition(std::string_view name, Value expression) {
+    set_definition(symbol_of(name), std::move(expression));
+}
+
+void erase_definition(Symbol& symbol) {
+    lose_code(symbol);
+    symbol.definition = Value();
+}
+
+void clear_definitions() {
+    for_each_symbol([](Symbol& symbol) {
+        erase_definition(symbol);
+        symbol.unmemoised = false;
+    });
+    forget_code();
+    clear_needs();
+}
+
+bool has_code() {
+    bool found = !lost_code.empty();
+    for_each_symbol([&](Symbol& symbol) { found = found || symbol.code != nullptr; });
+    return found;
+}
+
+void forget_code() {
+    for_each_symbol([](Symbol& symbol) { symbol.code.reset(); });
+    lost_code.clear();
+}
+
+void retire_code() {
+    for_each_symbol(lose_code);
+    for (const auto& code : lost_code) retire(*code);
+}
+
+void bind_builtins() {
+    for (const Builtin& row : builtin_table()) symbol_of(row.name).builtin = &row;
+    bind_operators();
+}
+
+}  // namespace marl

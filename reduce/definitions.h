@@ -1,0 +1,34 @@
+// Changes to the tables of the program: definitions come and go, and take their code with them.
+#pragma once
+
+#include <map>
+
+#include "reduce/tables.h"
+
+namespace marl {
+
+/// Sets the definition of a name. The old one is released.
+void set_definition(Symbol& symbol, Value expression);
+void set_definition(std::string_view name, Value expression);
+/// Takes the definition of a name away.
+void erase_definition(Symbol& symbol);
+
+/// Forgets every definition and every unmemoised mark. Nothing but the names stays.
+void clear_definitions();
+
+/// Whether any code has been made.
+bool has_code();
+/// Frees all code. Nothing may be left that is a closure, or waits in a frame.
+void forget_code();
+/// Takes all code out of use and drops what it holds. No frame may wait any more; closures may be
+/// left, and can still become nodes.
+void retire_code();
+
+/// Binds the rows of the built-in table to their symbols; done again, it changes nothing.
+void bind_builtins();
+
+/// A copy of the definitions as the prelude left them, until the program check has restored from it
+/// what it needs.
+extern std::map<String, Value> prelude_definitions;
+
+}  // namespace marl

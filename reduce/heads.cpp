@@ -1,0 +1,41 @@
+// Lazy heads stand in one table by their first byte.
+#include "reduce/heads.h"
+
+#include "text/fatal.h"
+
+namespace marl {
+
+namespace {
+
+constexpr auto lazy_heads = [] {
+    std::array<bool, 256> table{};
+    for (char c : std::string_view("&|ABCDEFHIJKLNQRTUVXZ")) table[static_cast<uint8_t>(c)] = true;
+    return table;
+}();
+
+}  // namespace
+
+bool lazy_head(const Node* head) { return is_leaf(head) && lazy_heads[first_byte(head)]; }
+
+bool is_lazy_name(std::string_view name) {
+    return !name.empty() && lazy_heads[static_cast<uint8_t>(name[0])];
+}
+
+bool is_abort(Node* r) {
+    if (is_leaf(r)) return false;
+    const uint8_t kind = first_byte(left(r));
+    return kind == ')' || kind == ']';
+}
+
+Application take_apart(Node* expression) {
+    analyse(expression);
+    Application application;
+    application.head = head_of(expression, application.count);
+    MARL_REQUIRE(application.count <= most_arguments);
+    for (int i = application.count; i-- > 0; expression = left(expression)) {
+        application.arguments[static_cast<size_t>(i)] = right(expression);
+    }
+    return application;
+}
+
+}  // namespace marl

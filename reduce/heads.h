@@ -1,0 +1,47 @@
+// What the head of an application says, for whoever reduces one: both machines take an expression
+// apart here, ask here whether its head is lazy, and whether what it gives is an abort. Everything
+// is borrowed, and nothing moves.
+#pragma once
+
+#include <array>
+#include <string_view>
+
+#include "reduce/analysis.h"
+
+namespace marl {
+
+/// Whether a head is lazy: an application of it fires without a look at its arguments. A zits Pair
+/// is strict.
+bool lazy_head(const Node* head);
+/// The same for the head with that text.
+bool is_lazy_name(std::string_view name);
+
+/// Whether r is an abort: a Pair whose left child is a Leaf with first byte ")" or "]".
+bool is_abort(Node* r);
+
+/// The head of an analysed expression: a Leaf, or a zits Pair. `count` becomes how many arguments
+/// it has.
+inline Node* head_of(Node* expression, int& count) {
+    count = 0;
+    for (; !is_leaf(expression) && !is_zits_analysed(expression); ++count) {
+        expression = as_pair(expression)->left;
+    }
+    return expression;
+}
+inline Node* head_of(Node* expression) {
+    int count;
+    return head_of(expression, count);
+}
+
+/// The most arguments that anything has when it fires.
+constexpr int most_arguments = 11;
+
+/// A head and its arguments, first to last.
+struct Application {
+    Node* head;
+    int count = 0;
+    std::array<Node*, most_arguments> arguments;
+};
+Application take_apart(Node* expression);
+
+}  // namespace marl

@@ -1,0 +1,12 @@
+// The end of code: when its definition gets another one, when a text brings in `todo`, and when the
+// program is forgotten.
+#pragma once
+
+#include "reduce/code.h"
+
+namespace marl {
+
+/// Drops the instructions and what they hold. What closures need of it stays.
+void retire(Code& code);
+
+}  // namespace marl
