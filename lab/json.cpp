@@ -140,6 +140,10 @@ const Field<Step> step_fields[] = {
      [](const Step& x) -> Json {
          return {{"start", x.redex.begin}, {"length", x.redex.end - x.redex.begin}};
      }},
+    {"framesTaken", "number", "how many frames on top of the context are in that part",
+     [](const Step& x) -> Json { return x.frames_taken; }},
+    {"leftOut?", "string[]", "of a line in full: what a shortened one leaves out",
+     [](const Step& x) -> Json { return x.left_out.empty() ? left_out : Json(x.left_out); }},
     {"context?", "Tree", "when trees are asked for",
      [](const Step& x) -> Json { return x.context ? json_of(*x.context) : left_out; }},
     {"focus?", "Tree", "when trees are asked for",

@@ -114,8 +114,10 @@ struct Step {
     const char* rule = "";  // "fire", "hold back", "reduce argument", "reduce value", "pop", "end"
     std::string name;       // with "fire", what fires
     std::string line;       // the context, " . ", the focus
-    Range redex;            // the part of the line that is rewritten
-    std::optional<Tree> context;  // when trees are asked for
+    Range redex;            // the part of the line that is rewritten,
+    int frames_taken = 0;   // and the frames on top of the context that are in it
+    std::vector<std::string> left_out;  // of a line in full: what a shortened one leaves out
+    std::optional<Tree> context;        // when trees are asked for
     std::optional<Tree> focus;
 };
 

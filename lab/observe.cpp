@@ -22,16 +22,16 @@ std::map<String, Value>& original_prelude() {
 }
 
 void take_apart(State& state) {
-    Node* node = state.focus;
-    for (; !is_leaf(node) && !is_zits(node); node = left(node)) {
-        state.arguments.insert(state.arguments.begin(), right(node));
-    }
-    state.head = node;
+    const Application application = marl::take_apart(state.focus);
+    Node* node = state.head = application.head;
+    state.arguments.assign(application.arguments.begin(),
+                           application.arguments.begin() + application.count);
+    Node* context = state.context;
     if (state.rule == Rule::fire_held) {
-        Node* context = state.context;
         for (int lacking = rank_of(state.focus); lacking > 0; --lacking) {
-            state.arguments.push_back(right(right(context)));
-            context = right(left(context));
+            const Frame frame = top_frame(context);
+            state.arguments.push_back(right(frame.function));
+            context = frame.below;
         }
     }
     if (!is_leaf(node) || !is_name_byte(first_byte(node))) return;

@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "reduce/plain.h"
+
 namespace marl::lab {
 
 namespace {
@@ -46,12 +48,17 @@ std::string counted(int64_t count, std::string_view what) {
     return text.append(count == 1 ? ">" : "s>");
 }
 
-Value left_out(Node* expression) {
+Value mark_for(Node* expression, LeftOut* left_out) {
+    if (left_out) left_out->push_back(printed(expression));
     return leaf(counted(size_of(expression, most_counted), "node"));
 }
 
+void leave_out(LeftOut* left_out, std::string_view text) {
+    if (left_out) left_out->emplace_back(text);
+}
+
 /// The beginning of a text in brackets, its brackets closed again.
-std::string bracket_text(std::string_view text) {
+std::string bracket_text(std::string_view text, LeftOut* left_out) {
     std::string shown;
     int depth = 0;
     for (const char c : text.substr(0, most_text)) {
@@ -59,33 +66,40 @@ std::string bracket_text(std::string_view text) {
         if (c == '[') ++depth;
         if (c == ']') --depth;
     }
+    const auto closers = static_cast<size_t>(std::max(depth, 0));
+    leave_out(left_out, text.substr(most_text, text.size() - most_text - closers));
     shown += "..<" + std::to_string(text.size()) + " bytes>";
-    return shown.append(static_cast<size_t>(std::max(depth, 0)), ']');
+    return shown.append(closers, ']');
 }
 
-Value shortened_leaf(Node* node, const Room& room) {
+Value shortened_leaf(Node* node, const Room& room, LeftOut* left_out) {
+    constexpr size_t shown_bytes = 12;
     const std::string_view text = leaf_bytes(node);
     if (is_cray(node)) {
         if (size_of(node, room.nodes) <= room.nodes) return Value::share(node);
+        if (left_out) left_out->push_back(printed(node));
         return leaf("cray<" + std::to_string(span_of(node)) + " elements>");
     }
     const bool fits = static_cast<int64_t>(text.size()) <= most_text;
     if (fits || room.nodes == unlimited.nodes || is_leaf_of(node, ' ')) return Value::share(node);
-    if (is_leaf_of(node, '[')) return leaf(bracket_text(text));
+    if (is_leaf_of(node, '[')) return leaf(bracket_text(text, left_out));
     if (is_leaf_of(node, '(')) {
+        if (left_out) left_out->push_back(printed(node));
         return leaf("cape<" + std::to_string(post_extent(node).length) + " bytes>");
     }
     const char* unit = is_digit_byte(first_byte(node)) ? " digits>" : " bytes>";
-    return leaf(std::string(text.substr(0, 12)) + "..<" + std::to_string(text.size()) + unit);
+    leave_out(left_out, text.substr(shown_bytes));
+    return leaf(std::string(text.substr(0, shown_bytes)) + "..<" + std::to_string(text.size()) +
+                unit);
 }
 
 }  // namespace
 
-Value shortened(Node* expression, const Room& room) {
+Value shortened(Node* expression, const Room& room, LeftOut* left_out) {
     // No deeper than there is room: each level takes a node of it.
-    if (is_leaf(expression)) return shortened_leaf(expression, room);
+    if (is_leaf(expression)) return shortened_leaf(expression, room, left_out);
     if (room.nodes == unlimited.nodes) return Value::share(expression);
-    if (room.nodes < 6) return left_out(expression);
+    if (room.nodes < 6) return mark_for(expression, left_out);
     const int64_t rest = room.nodes - 1;
     const int64_t half = rest / 2;
     const int64_t of_left = size_of(left(expression), rest);
@@ -93,25 +107,26 @@ Value shortened(Node* expression, const Room& room) {
     // Who needs less than half leaves its rest to the other.
     const int64_t for_left = of_right < half ? rest - of_right : half;
     const int64_t for_right = of_left < half ? rest - of_left : half;
-    Value a = shortened(left(expression), {for_left, room.frames});
-    Value b = shortened(right(expression), {for_right, room.frames});
+    Value a = shortened(left(expression), {for_left, room.frames}, left_out);
+    Value b = shortened(right(expression), {for_right, room.frames}, left_out);
     if (a.get() == left(expression) && b.get() == right(expression)) {
         return Value::share(expression);
     }
     return pair(std::move(a), std::move(b));
 }
 
-Value shortened_context(Node* context, int64_t frames, const Room& room) {
+Value shortened_context(Node* context, int64_t frames, const Room& room, LeftOut* left_out) {
     if (room.frames == unlimited.frames) return Value::share(context);
     std::vector<Node*> kept;
     for (; !is_leaf(context) && static_cast<int64_t>(kept.size()) < room.frames; --frames) {
         kept.push_back(context);
-        context = right(left(context));
+        context = top_frame(context).below;
     }
+    if (left_out && !is_leaf(context)) left_out->push_back(printed(context));
     Value result = is_leaf(context) ? Value::share(context) : leaf(counted(frames, "frame"));
     for (auto frame = kept.rbegin(); frame != kept.rend(); ++frame) {
         Value b = Value::share(left(left(*frame)));
-        Value f = shortened(right(*frame), {room.nodes / 2, room.frames});
+        Value f = shortened(right(*frame), {room.nodes / 2, room.frames}, left_out);
         result = pair(pair(std::move(b), std::move(result)), std::move(f));
     }
     return result;

@@ -22,10 +22,15 @@ struct Room {
 };
 constexpr Room unlimited{INT64_MAX, INT64_MAX};
 
-/// The expression with all that doesn't fit replaced by Leaves that tell its size.
-Value shortened(Node* expression, const Room& room);
+/// What a shortened form leaves out, as texts in the order of the marks with their sizes.
+using LeftOut = std::vector<std::string>;
+
+/// The expression with all that doesn't fit replaced by Leaves that tell its size. What that is
+/// goes to `left_out`, if that is given.
+Value shortened(Node* expression, const Room& room, LeftOut* left_out = nullptr);
 /// The same of a context of so many frames. Those on top are kept; each has half the room.
-Value shortened_context(Node* context, int64_t frames, const Room& room);
+Value shortened_context(Node* context, int64_t frames, const Room& room,
+                        LeftOut* left_out = nullptr);
 
 /// The printed form of what `shortened` gives.
 std::string shown(Node* expression, const Room& room = {});

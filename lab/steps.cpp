@@ -13,31 +13,12 @@ namespace {
 
 std::string printed(Node* node) { return std::string(print_value(node).view()); }
 
-size_t printed_length(Node* node) { return static_cast<size_t>(print_value(node).length()); }
-
-/// Where, in the printed form of a context, the function of a frame begins; `depth` counts from 1,
-/// the frame on top. What A B prints as follows from the lengths of A and B: AB, (A B), or A with B
-/// before its last parenthesis.
-size_t place_of_frame(Node* context, int depth) {
-    Node* below = right(left(context));
-    const size_t whole = printed_length(context);
-    const size_t a = printed_length(left(context));
-    const size_t f = printed_length(right(context));
-    const bool joined = whole == a + f;
-    const bool wrapped = whole == a + f + 3;
-    if (depth == 1) return joined ? a : wrapped ? a + 2 : a;
-    const size_t before_below = a == 1 + printed_length(below) ? 1 : 3;
-    return (wrapped ? 1 : 0) + before_below + place_of_frame(below, depth - 1);
-}
-
-/// How many frames the next step takes.
-int frames_taken(const State& state) {
-    if (state.last) return 0;
-    if (state.rule == Rule::pop) return 1;
-    if (state.rule != Rule::fire_held) return 0;
-    int count = static_cast<int>(state.arguments.size());
-    for (Node* node = state.focus; node != state.head; node = left(node)) --count;
-    return count;
+/// A context, and where the function of a frame begins in it; `depth` counts from 1, the frame on
+/// top.
+std::string printed_with_place(Node* context, int depth, size_t& place) {
+    Node* frame = context;
+    for (; depth > 1; --depth) frame = top_frame(frame).below;
+    return std::string(print_value(context, frame, place).view());
 }
 
 const char* word_of(const State& state) {
@@ -71,14 +52,23 @@ std::string name_of_head(const State& state) {
 Step step_of(const State& state, const Room& room, bool with_trees) {
     const Value context = shortened_context(state.context, state.frames, room);
     const Value focus = shortened(state.focus, room);
-    const std::string context_text = printed(context);
-    const std::string line = context_text + " . " + printed(focus);
+    const int taken = state.last ? 0 : frames_taken(state.rule, state.focus);
     const int shown_frames = static_cast<int>(std::min<int64_t>(state.frames, room.frames));
-    const int taken = std::min(frames_taken(state), shown_frames);
+    size_t place = 0;
+    const int marked = std::min(taken, shown_frames);
+    const std::string context_text =
+        marked > 0 ? printed_with_place(context, marked, place) : printed(context);
+    const std::string line = context_text + " . " + printed(focus);
     size_t begin = context_text.size() + 3;
     if (state.last) begin = line.size();
-    if (taken > 0) begin = place_of_frame(context, taken);
-    Step step{state.number, state.nesting, word_of(state), {}, line, {begin, line.size()}, {}, {}};
+    if (marked > 0) begin = place;
+    Step step;
+    step.number = state.number;
+    step.nesting = state.nesting;
+    step.rule = word_of(state);
+    step.line = line;
+    step.redex = {begin, line.size()};
+    step.frames_taken = taken;
     if (state.head) step.name = name_of_head(state);
     if (with_trees) {
         Trees trees;
@@ -86,6 +76,14 @@ Step step_of(const State& state, const Room& room, bool with_trees) {
         step.focus = trees.tree_of(focus);
     }
     return step;
+}
+
+/// What the shortened line of a state leaves out.
+LeftOut left_out_of(const State& state) {
+    LeftOut left_out;
+    shortened_context(state.context, state.frames, {}, &left_out);
+    shortened(state.focus, {}, &left_out);
+    return left_out;
 }
 
 using TellStep = std::function<void(const Step&)>;
@@ -100,7 +98,9 @@ class States : public Watcher {
     bool at(State& state, Value&) override {
         if (state.number < options_.from) return true;
         if (options_.count >= 0 && told_++ >= options_.count) return false;
-        tell_(step_of(state, options_.full ? unlimited : Room{}, options_.trees));
+        Step step = step_of(state, options_.full ? unlimited : Room{}, options_.trees);
+        if (options_.full) step.left_out = left_out_of(state);
+        tell_(step);
         if (state.symbol && state.symbol->name == String(options_.until)) return false;
         return options_.count < 0 || told_ < options_.count;
     }

@@ -301,19 +301,6 @@ void fire(Value& context, Value& focus) {
 
 // Frames.
 
-/// A frame of a context, taken apart, all borrowed.
-struct Frame {
-    Node* below;
-    Node* function;
-};
-
-/// The frame on top; null children where there is none.
-Frame top_frame(Node* context) {
-    if (is_leaf(context) || is_leaf(left(context))) return {nullptr, nullptr};
-    if (!is_leaf_of(left(left(context)), 'B')) return {nullptr, nullptr};
-    return {right(left(context)), right(context)};
-}
-
 bool is_argument_frame(const Frame& frame) {
     return frame.function && !is_leaf(frame.function) && is_leaf_of(left(frame.function), 'T');
 }
@@ -363,6 +350,12 @@ void fire_with_held_back(Value& context, Value& focus) {
 
 }  // namespace
 
+Frame top_frame(Node* context) {
+    if (is_leaf(context) || is_leaf(left(context))) return {nullptr, nullptr};
+    if (!is_leaf_of(left(left(context)), 'B')) return {nullptr, nullptr};
+    return {right(left(context)), right(context)};
+}
+
 Value empty_context() { return leaf("I"); }
 
 Value function_frame(Value context, Value function) {
@@ -389,6 +382,14 @@ Rule rule_of(Node* context, Node* focus) {
     if (lazy || !pending(focus)) return Rule::fire;
     if (form(focus) == Form::let) return Rule::wait_for_value;
     return pending(left(focus)) ? Rule::hold_back : Rule::reduce_argument;
+}
+
+int frames_taken(Rule rule, Node* focus) {
+    switch (rule) {
+        case Rule::pop: return 1;
+        case Rule::fire_held: return rank_of(focus);
+        default: return 0;
+    }
 }
 
 void plain_step(Value& context, Value& focus) {

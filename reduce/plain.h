@@ -25,6 +25,14 @@ Value function_frame(Value context, Value function);
 /// The same in which `argument` is held back.
 Value argument_frame(Value context, Value argument);
 
+/// A frame of a context: the context below it, and the function that waits. Borrowed.
+struct Frame {
+    Node* below;
+    Node* function;
+};
+/// The frame on top; nulls where nothing waits.
+Frame top_frame(Node* context);
+
 /// Whether a state is a run's last one: no work in the focus, and nothing that waits for it.
 bool is_last_state(Node* context, Node* focus);
 
@@ -38,6 +46,8 @@ enum class Rule : uint8_t {
     wait_for_value,   // a let waits for its value
 };
 Rule rule_of(Node* context, Node* focus);
+/// How many frames that step takes off the context.
+int frames_taken(Rule rule, Node* focus);
 
 /// One step. Both slots hold the next state afterwards. The state must be closed, not the last one
 /// and its context of the forms above; anything else is a fatal stop.

@@ -206,7 +206,11 @@ struct Written {
 /// Fills a text from its end.
 class Writer {
   public:
-    Writer(char* end, std::vector<Layout> layouts) : at_(end), layouts_(std::move(layouts)) {}
+    Writer(char* end, std::vector<Layout> layouts, const Node* pair = nullptr)
+        : at_(end), layouts_(std::move(layouts)), pair_(pair) {}
+
+    /// Where the right child of the pair begins.
+    const char* place() const { return place_; }
 
     void write(Node* node) {
         std::string made;
@@ -246,6 +250,7 @@ class Writer {
     Node* next(bool& extended) {
         Written& top = open_.back();
         --top.rest;
+        if (top.node == pair_) place_ = at_;
         if (is_leaf(top.node)) {
             put(") ");
             return cray_slot(top.node, top.rest);
@@ -272,15 +277,25 @@ class Writer {
     char* at_;
     std::vector<Layout> layouts_;
     std::vector<Written> open_;
+    const Node* pair_;
+    const char* place_ = nullptr;
 };
 
 }  // namespace
 
-String print_value(Node* node) {
+String print_value(Node* node, const Node* pair, size_t& place) {
     Plan plan = make_plan(node);
     String text = String::with_size(plan.length);
-    Writer(text.mutable_data() + plan.length, std::move(plan.layouts)).write(node);
+    char* const begin = text.mutable_data();
+    Writer writer(begin + plan.length, std::move(plan.layouts), pair);
+    writer.write(node);
+    if (writer.place()) place = static_cast<size_t>(writer.place() - begin);
     return text;
+}
+
+String print_value(Node* node) {
+    size_t nowhere = 0;
+    return print_value(node, nullptr, nowhere);
 }
 
 }  // namespace marl

@@ -124,5 +124,7 @@ String base64_name(int64_t n);
 
 /// The text that a person would have written for a Value. Looks at the structure only.
 String print_value(Node* node);
+/// The same. `place` becomes where in it the right child of `pair` begins, which is in it once.
+String print_value(Node* node, const Node* pair, size_t& place);
 
 }  // namespace marl

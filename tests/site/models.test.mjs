@@ -188,8 +188,6 @@ test("a state's line is cut by bytes, and what is left out unfolds in its place"
     { hole: "<over 9 bytes>" },
     { text: ")" },
   ]);
-  assert.deepEqual(models.filled("(f <12 nodes> <3 nodes>)", "(f (J1 (J2 K)) (V 1 2))"), ["(J1 (J2 K))", "(V 1 2)"]);
-  assert.equal(models.framesTaken({ rule: "fire", line: "(BI (f [)])) . x", redex: { start: 4, length: 9 } }), 1);
   const log = [
     { state: 3, text: "a" },
     { state: 7, text: "b" },

@@ -56,6 +56,10 @@ export interface Step {
   line: string;
   /// the bytes of `line` that are rewritten
   redex: { start: number; length: number };
+  /// how many frames on top of the context are in that part
+  framesTaken: number;
+  /// of a line in full: what a shortened one leaves out
+  leftOut?: string[];
   /// when trees are asked for
   context?: Tree;
   /// when trees are asked for

@@ -9,7 +9,7 @@ import type { Job, Logged } from "../machine/module";
 import { type Given, jobOf } from "./given";
 import { Progress, Staleness } from "./progress";
 import { asRun } from "./runner";
-import { cutLine, filled, framesTaken, lastFired, piecesOfLine, withPictures, writtenBy } from "./steps_model";
+import { cutLine, lastFired, piecesOfLine, withPictures, writtenBy } from "./steps_model";
 import type { Panel } from "./tabs";
 import { pictureOf, sharedParts, waitingIn } from "./tree";
 
@@ -193,7 +193,7 @@ export function setUpSteps(panel: HTMLElement, settings: Settings): Panel {
     find(".rule").textContent = within + (isEnd ? ending : `Next: ${rule}`);
     const shared = sharedParts([step.context, step.focus]);
     find(".picture").replaceChildren(pictureOf(step.focus, shared, !isEnd));
-    const taken = framesTaken(step);
+    const taken = step.framesTaken;
     const waiting = waitingIn(step.context, shared);
     find<HTMLElement>(".waiting").hidden = waiting.length === 0;
     find(".waiting ol").replaceChildren(
@@ -232,11 +232,11 @@ export function setUpSteps(panel: HTMLElement, settings: Settings): Panel {
 
   async function unfoldHole(step: Step, index: number, button: HTMLElement) {
     const answer = await progress.wait(fullStep(await job, step.n), isCurrent());
-    const full = answer?.steps[0]?.line;
-    if (full === undefined) return;
+    const left = answer?.steps[0]?.leftOut?.[index];
+    if (left === undefined) return;
     const term = document.createElement("span");
     term.className = "unfolded";
-    term.textContent = withPictures(filled(step.line, full)[index] ?? "");
+    term.textContent = withPictures(left);
     button.replaceWith(term);
   }
 
