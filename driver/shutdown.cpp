@@ -88,7 +88,7 @@ class Disarming {
             Value result = pop_result();
             if (result.get() == cray_slot(node, i)) continue;
             if (made.get() == node) made = cray_slice(node, 0, cray_length(node));
-            cray_store(made, i, std::move(result));
+            release_word(cray_store(made, i, word_of(result.take())));
         }
         finish(node, std::move(made));
     }

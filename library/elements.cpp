@@ -100,7 +100,7 @@ Value cork_cray(Value& slot, int64_t i, Value v) {
     if (at < 0 || at >= n) return leaf_Z();
     Value made = is_held_elsewhere(slot) ? cray_slice(slot, 0, n) : std::move(slot);
     // The old element goes when the new one is in place: its end may run a todo action.
-    const Value old = cray_store(made, at, std::move(v));
+    if (const Word old = cray_store(made, at, slot_word(std::move(v)))) release_word(old);
     return made;
 }
 
@@ -197,12 +197,17 @@ bool byte_at(std::string_view bytes, int64_t i, int64_t& n) {
     return true;
 }
 
-/// A short number in a cray. Nobody must be able to see that it is no longer the node there.
-bool number_at(Node* cray, int64_t i, int64_t& n) {
+/// An element of a cray that is there. Consumes the cray.
+bool give_element(Node* cray, int64_t i, Word& result) {
     const int64_t at = from_end(i, cray_length(cray));
-    if (keeps_identity || at < 0 || at >= cray_length(cray)) return false;
-    const Node* element = cray_slot(cray, at);
-    return element && short_hint(element, n);
+    if (at < 0 || at >= cray_length(cray)) return false;
+    const Word element = cray_word(cray, at);
+    if (element == 0) return false;
+    int64_t n;
+    const bool is_number = is_node(element) && short_hint(node_of(element), n) && fits_short(n);
+    result = is_number ? word_of_short(n) : shared_word(element);
+    release(cray);
+    return true;
 }
 
 /// Writes bytes to an address that the program answers for.
@@ -252,16 +257,16 @@ bool look_on_words(Word* arguments, Word& result) {
     switch (kind_of(x)) {
         case 'a': return byte_at(post_payload(x), i, n) && give_short(n, x, result);
         case 'u': return byte_at(zits_body(x), i, n) && give_short(n, x, result);
-        case 'c': return number_at(x, i, n) && give_short(n, x, result);
+        case 'c': return give_element(x, i, result);
         default: return false;
     }
 }
 
 bool cork_on_words(Word* arguments, Word& result) {
     Node* x = leaf_argument(arguments[0]);
-    if (!x || count_of(x) != 1 || !is_short(arguments[1]) || !is_short(arguments[2])) return false;
+    if (!x || count_of(x) != 1 || !is_short(arguments[1])) return false;
     const char kind = kind_of(x);
-    if (kind != 'a' && kind != 'c') return false;
+    if (kind != 'c' && (kind != 'a' || !is_short(arguments[2]))) return false;
     const int64_t n = kind == 'a' ? post_length(x) : cray_length(x);
     const int64_t at = from_end(short_of(arguments[1]), n);
     if (at < 0 || at >= n) return false;
@@ -269,7 +274,10 @@ bool cork_on_words(Word* arguments, Word& result) {
     if (kind == 'a') {
         post_data(x)[at] = static_cast<char>(short_of(arguments[2]));
     } else {
-        cray_store(x, at, Value::adopt(force(arguments[2])));
+        const Word word = arguments[2];
+        const bool empties = is_node(word) && is_leaf_of(node_of(word), 'U');
+        if (empties) release_word(word);
+        if (const Word old = cray_store(x, at, empties ? 0 : word)) release_word(old);
     }
     return true;
 }

@@ -277,7 +277,7 @@ constexpr Operator mult_rules = {
     repeat_cray,
     repeat_text};
 
-Value append_element(Node* x, Node* y) { return cray_append(x, Value::share(y)); }
+Value append_element(Node* x, Node* y) { return cray_append(Value::share(x), Value::share(y)); }
 Value prepend_element(Node* x, Node* y) { return cray_prepend(Value::share(y), x); }
 
 constexpr Operator over_rules = {
@@ -357,6 +357,15 @@ Value append_text(Value x, Node* y) {
     return longer;
 }
 
+/// For an operator that puts an element behind a cray, which may be nobody else's.
+Value append_or_rule(const Operator& op, Value* arguments) {
+    Value& x = arguments[0];
+    if (is_leaf_of(x, '\n') && op.rules[kind_index(x)][kind_index(arguments[1])] == 'c') {
+        return cray_append(std::move(x), std::move(arguments[1]));
+    }
+    return by_rule(op, x, arguments[1]);
+}
+
 Value plus(Value* arguments) {
     int64_t x, y;
     if (short_hint(arguments[0], x) && short_hint(arguments[1], y)) return short_leaf(x + y);
@@ -401,7 +410,7 @@ Value over(Value* arguments) {
     if (short_hint(arguments[0], x) && short_hint(arguments[1], y) && y != 0) {
         return short_leaf(short_div(x, y));
     }
-    return by_rule(over_rules, arguments[0], arguments[1]);
+    return append_or_rule(over_rules, arguments);
 }
 
 Value cent(Value* arguments) {
@@ -412,7 +421,7 @@ Value cent(Value* arguments) {
     return by_rule(cent_rules, arguments[0], arguments[1]);
 }
 
-Value powa(Value* arguments) { return by_rule(powa_rules, arguments[0], arguments[1]); }
+Value powa(Value* arguments) { return append_or_rule(powa_rules, arguments); }
 
 Value wave(Value* arguments) {
     Node* x = arguments[0];

@@ -101,10 +101,11 @@ struct Elements {
     /// own that read as Z, for which `empty` stands.
     bool take(Node* empty, Node*& a, Node*& b) {
         while (next < length) {
-            a = cray_slot(x, next);
-            b = cray_slot(y, next);
-            ++next;
-            if (a == b && a) continue;
+            const int64_t i = next++;
+            const Word both = cray_word(x, i);
+            if (both != 0 && both == cray_word(y, i)) continue;
+            a = cray_slot(x, i);
+            b = cray_slot(y, i);
             if (!a) a = empty;
             if (!b) b = empty;
             return true;

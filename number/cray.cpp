@@ -8,6 +8,9 @@
 
 #include "number/convert.h"
 #include "text/rope.h"
+#include "value/identity.h"
+#include "value/resize.h"
+#include "value/short_hint.h"
 
 namespace marl {
 
@@ -19,7 +22,7 @@ void copy_slots(Node* to, int64_t at, Node* from, int64_t first, int64_t last) {
     memcpy(leaf_text(to) + 1 + at * cray_slot_size, leaf_text(from) + 1 + first * cray_slot_size,
            static_cast<size_t>((last - first) * cray_slot_size));
     for (int64_t i = first; i < last; ++i) {
-        if (Node* element = cray_slot(from, i)) retain(element);
+        if (const Word word = cray_word(from, i)) retain_word(word);
     }
 }
 
@@ -38,10 +41,17 @@ Value cray_at(Node* cray, int64_t i) {
     return element ? Value::share(element) : leaf_Z();
 }
 
-Value cray_store(Node* cray, int64_t i, Value v) {
+Word slot_word(Value v) {
+    int64_t n;
+    if (is_leaf_of(v, 'U')) return 0;
+    const bool is_number = !keeps_identity && count_of(v) == 1 && short_hint(v, n) && fits_short(n);
+    return is_number ? word_of_short(n) : word_of(v.take());
+}
+
+Word cray_store(Node* cray, int64_t i, Word word) {
     MARL_REQUIRE(i >= 0 && i < cray_length(cray));
-    Value old = Value::adopt(cray_slot(cray, i));
-    set_cray_slot(cray, i, is_leaf_of(v, 'U') ? nullptr : v.take());
+    const Word old = cray_word(cray, i);
+    set_cray_word(cray, i, word);
     return old;
 }
 
@@ -76,12 +86,17 @@ Value cray_repeat(Node* cray, int64_t n) {
     return made;
 }
 
-Value cray_append(Node* cray, Value v) {
+Value cray_append(Value cray, Value v) {
     const int64_t n = cray_length(cray);
     if (n + 1 >= cray_limit) return leaf_Z();
-    Value made = cray_with_size(n + 1);
-    copy_slots(made, 0, cray, 0, n);
-    cray_store(made, n, std::move(v));
+    Value made;
+    if (count_of(cray) == 1 && !keeps_identity) {
+        made = grown_cray(std::move(cray), n + 1);
+    } else {
+        made = cray_with_size(n + 1);
+        copy_slots(made, 0, cray, 0, n);
+    }
+    cray_store(made, n, slot_word(std::move(v)));
     return made;
 }
 
@@ -90,7 +105,7 @@ Value cray_prepend(Value v, Node* cray) {
     if (n + 1 >= cray_limit) return leaf_Z();
     Value made = cray_with_size(n + 1);
     copy_slots(made, 1, cray, 0, n);
-    cray_store(made, 0, std::move(v));
+    cray_store(made, 0, slot_word(std::move(v)));
     return made;
 }
 

@@ -2,11 +2,13 @@
 //
 // A cray is a Leaf of `span` slots, each with a reference to an element or null. Null stands for
 // the element `U`: whoever stores a Leaf with first byte "U" stores null, and a null slot reads as
-// a new Leaf Z. All operations here look at their cray and give a new node; none changes one.
+// a new Leaf Z. The operations here look at their cray and give a new node, but for `cray_store` and
+// `cray_append`.
 #pragma once
 
 #include "text/string.h"
 #include "value/value.h"
+#include "value/word.h"
 
 namespace marl {
 
@@ -14,9 +16,11 @@ namespace marl {
 int64_t cray_length(Node* cray);
 /// Element i, 0 <= i < length; a new Leaf Z for an empty slot.
 Value cray_at(Node* cray, int64_t i);
-/// Puts v into the slot, null for a `U`, and gives back the reference that the slot held before
-/// (null for an empty slot). The node must not be visible to another holder.
-Value cray_store(Node* cray, int64_t i, Value v);
+/// What stands in a slot for v: null for a `U`, and no node for a number that nobody else holds.
+Word slot_word(Value v);
+/// Puts it into the slot, and gives back what the slot held before, owned. The node must not be
+/// visible to another holder.
+Word cray_store(Node* cray, int64_t i, Word word);
 
 /// The slots from `first` up to but not including `last`; both are in bounds.
 Value cray_slice(Node* cray, int64_t first, int64_t last);
@@ -27,8 +31,9 @@ Value cray_concat(Node* x, Node* y);
 Value cray_cut(Node* cray, int64_t n);
 /// The slots n times. `Z` for a negative n and when they don't fit one cray.
 Value cray_repeat(Node* cray, int64_t n);
-/// The slots with v behind them, or in front. `Z` when the cray is full.
-Value cray_append(Node* cray, Value v);
+/// The slots with v behind them, or in front. `Z` when the cray is full. A cray that nobody else
+/// holds gets v in its place.
+Value cray_append(Value cray, Value v);
 Value cray_prepend(Value v, Node* cray);
 
 /// The list of the elements, J e0 (J e1 (... K)).

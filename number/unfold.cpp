@@ -28,7 +28,7 @@ Value test_slot(Node* cray, Node* index) {
     int64_t i = to_i64(index);
     if (i < 0) i += n;
     if (i < 0 || i >= n) return leaf_Z();
-    return truth(cray_slot(cray, i) != nullptr);
+    return truth(cray_word(cray, i) != 0);
 }
 
 Value unfold_cray(Node* cray, Node* argument) {

@@ -8,6 +8,7 @@
 #include "value/identity.h"
 #include "value/short_hint.h"
 #include "value/value.h"
+#include "value/word.h"
 
 namespace marl {
 
@@ -20,20 +21,29 @@ int compare_bytes(const char* x, const char* y, size_t size) {
     return order == 0 ? 0 : order < 0 ? 1 : -1;
 }
 
+/// The short number in a slot, or in the node there.
+bool number_in(Word slot, int64_t& n) {
+    if (is_short(slot)) {
+        n = short_of(slot);
+        return true;
+    }
+    return slot != 0 && is_node(slot) && short_hint(node_of(slot), n);
+}
+
 /// Whether two slots of arrays hold what counts as one node.
-bool hold_one_node(const Node* x, const Node* y) {
+bool hold_one_node(Word x, Word y) {
     int64_t a, b;
     if (x == y) return true;
-    return !keeps_identity && x && y && short_hint(x, a) && short_hint(y, b) && a == b;
+    return !keeps_identity && number_in(x, a) && number_in(y, b) && a == b;
 }
 
 /// The order of two arrays: that of the addresses in their slots, and then of their lengths.
 int compare_arrays(Node* x, Node* y) {
     const int64_t common = std::min(span_of(x), span_of(y));
     for (int64_t i = 0; i < common; ++i) {
+        if (hold_one_node(cray_word(x, i), cray_word(y, i))) continue;
         Node* const a = cray_slot(x, i);
         Node* const b = cray_slot(y, i);
-        if (hold_one_node(a, b)) continue;
         return compare_bytes(reinterpret_cast<const char*>(&a), reinterpret_cast<const char*>(&b),
                              sizeof a);
     }

@@ -8,6 +8,7 @@
 
 #include "value/allocate.h"
 #include "value/long_number.h"
+#include "value/resize.h"
 #include "value/todo.h"
 #include "value/value.h"
 #include "value/word.h"
@@ -58,14 +59,14 @@ Word next_dying_element(Unfinished& unfinished) {
     const uint64_t progress = cray_progress(cray);
     const uint64_t n = progress >> 32;
     for (uint64_t i = progress & 0xFFFFFFFF; i < n; ++i) {
-        Node* element = cray_slot(cray, static_cast<int64_t>(i));
-        if (element && drops_to_zero(word_of(element))) {
+        const Word element = cray_word(cray, static_cast<int64_t>(i));
+        if (element != 0 && drops_to_zero(element)) {
             set_cray_progress(cray, (n << 32) | (i + 1));
-            return word_of(element);
+            return element;
         }
     }
     unfinished.pop();
-    free_node(cray, sizeof(Node) + 1 + static_cast<size_t>(n * cray_slot_size));
+    free_node(cray, cray_block_size(static_cast<int64_t>(n)));
     return nothing;
 }
 
@@ -115,7 +116,7 @@ Word next_dying(Unfinished& unfinished) {
 /// Begins the end of a cray that has elements; gives the first one that dies, or nothing.
 Word begin_cray(Node* cray, Unfinished& unfinished) {
     const uint64_t n = span_of(cray);
-    const Word element = word_of(cray_slot(cray, 0));
+    const Word element = cray_word(cray, 0);
     unfinished.push(cray, leaf_bit);
     set_cray_progress(cray, (n << 32) | 1);
     return element != 0 && drops_to_zero(element) ? element : nothing;

@@ -42,6 +42,21 @@ size_t text_block_size(size_t size) {
     return (size + step - 1) / step * step;
 }
 
+size_t cray_block_size(int64_t n) {
+    return text_block_size(sizeof(Node) + 1 + static_cast<size_t>(n * cray_slot_size));
+}
+
+Value grown_cray(Value cray, int64_t n) {
+    const int64_t old = span_of(cray);
+    MARL_REQUIRE(count_of(cray) == 1 && n > old && n < cray_limit);
+    auto* node = static_cast<Node*>(
+        moved_block(cray.take(), cray_block_size(old), cray_block_size(n)));
+    set_span(node, n);
+    memset(leaf_text(node) + 1 + old * cray_slot_size, 0,
+           static_cast<size_t>((n - old) * cray_slot_size));
+    return Value::adopt(node);
+}
+
 Value resized_leaf(Value leaf, int64_t old, int64_t n) {
     MARL_REQUIRE(count_of(leaf) == 1 && n > 0);
     const uint8_t kind = first_byte(leaf);

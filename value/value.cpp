@@ -82,7 +82,7 @@ Value leaf(std::string_view bytes) {
 Value cray_with_size(int64_t n) {
     MARL_REQUIRE(n >= 0 && n < cray_limit);
     const size_t slots = static_cast<size_t>(n * cray_slot_size);
-    auto* node = static_cast<Node*>(allocate_node(sizeof(Node) + 1 + slots));
+    auto* node = static_cast<Node*>(allocate_node(cray_block_size(n)));
     node->header = leaf_bit | (static_cast<uint64_t>(n) << span_shift) | 1;
     char* bytes = leaf_text(node);
     bytes[0] = '\n';
@@ -134,22 +134,22 @@ std::string_view leaf_bytes(Node* node) {
     return {leaf_text(node), static_cast<size_t>(n)};
 }
 
-uint64_t cray_word(Node* cray, int64_t i) {
-    uint64_t word;
+Word cray_word(Node* cray, int64_t i) {
+    Word word;
     memcpy(&word, leaf_text(cray) + 1 + i * cray_slot_size, sizeof word);
     return word;
 }
 
-void set_cray_word(Node* cray, int64_t i, uint64_t word) {
+void set_cray_word(Node* cray, int64_t i, Word word) {
     memcpy(leaf_text(cray) + 1 + i * cray_slot_size, &word, sizeof word);
 }
 
 Node* cray_slot(Node* cray, int64_t i) {
-    return reinterpret_cast<Node*>(static_cast<uintptr_t>(cray_word(cray, i)));
-}
-
-void set_cray_slot(Node* cray, int64_t i, Node* element) {
-    set_cray_word(cray, i, reinterpret_cast<uintptr_t>(element));
+    const Word word = cray_word(cray, i);
+    if (is_node(word)) return node_of(word);
+    Node* const made = force(word);
+    set_cray_word(cray, i, word_of(made));
+    return made;
 }
 
 String base64_name(int64_t n) {

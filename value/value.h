@@ -96,13 +96,13 @@ inline bool is_leaf_text(Node* node, std::string_view bytes) {
     return is_leaf(node) && leaf_bytes(node) == bytes;
 }
 
-/// The slots of a cray, unaligned and of 64 bits: read and write them through these. A null is an
-/// empty slot.
+/// The slots of a cray, unaligned and of 64 bits: read and write them through these. Each holds a
+/// Word; 0 is an empty slot.
 constexpr int64_t cray_slot_size = 8;
+Word cray_word(Node* cray, int64_t i);
+void set_cray_word(Node* cray, int64_t i, Word word);
+/// The node in a slot, made there when the slot holds none; null in an empty one. Borrowed.
 Node* cray_slot(Node* cray, int64_t i);
-void set_cray_slot(Node* cray, int64_t i, Node* element);
-uint64_t cray_word(Node* cray, int64_t i);
-void set_cray_word(Node* cray, int64_t i, uint64_t word);
 
 /// For a post Leaf: where its payload begins in the Leaf's text, and how many bytes it has.
 struct PostExtent {
