@@ -199,8 +199,9 @@ bool byte_at(std::string_view bytes, int64_t i, int64_t& n) {
 
 /// An element of a cray that is there. Consumes the cray.
 bool give_element(Node* cray, int64_t i, Word& result) {
-    const int64_t at = from_end(i, cray_length(cray));
-    if (at < 0 || at >= cray_length(cray)) return false;
+    const int64_t n_slots = span_of(cray);
+    const int64_t at = from_end(i, n_slots);
+    if (at < 0 || at >= n_slots) return false;
     const Word element = cray_word(cray, at);
     if (element == 0) return false;
     int64_t n;
@@ -208,6 +209,17 @@ bool give_element(Node* cray, int64_t i, Word& result) {
     result = is_number ? word_of_short(n) : shared_word(element);
     release(cray);
     return true;
+}
+
+/// Puts a Word into a slot. Consumes it.
+void put_element(Node* cray, int64_t at, Word word) {
+    if (is_node(word) && is_leaf_of(node_of(word), 'U')) {
+        release_word(word);
+        word = 0;
+    }
+    const Word old = cray_word(cray, at);
+    set_cray_word(cray, at, word);
+    if (old != 0) release_word(old);
 }
 
 /// Writes bytes to an address that the program answers for.
@@ -253,11 +265,11 @@ bool look_on_words(Word* arguments, Word& result) {
     Node* x = leaf_argument(arguments[0]);
     if (!x || !is_short(arguments[1])) return false;
     const int64_t i = short_of(arguments[1]);
+    if (first_byte(x) == '\n') return give_element(x, i, result);
     int64_t n;
     switch (kind_of(x)) {
         case 'a': return byte_at(post_payload(x), i, n) && give_short(n, x, result);
         case 'u': return byte_at(zits_body(x), i, n) && give_short(n, x, result);
-        case 'c': return give_element(x, i, result);
         default: return false;
     }
 }
@@ -265,19 +277,16 @@ bool look_on_words(Word* arguments, Word& result) {
 bool cork_on_words(Word* arguments, Word& result) {
     Node* x = leaf_argument(arguments[0]);
     if (!x || count_of(x) != 1 || !is_short(arguments[1])) return false;
-    const char kind = kind_of(x);
-    if (kind != 'c' && (kind != 'a' || !is_short(arguments[2]))) return false;
-    const int64_t n = kind == 'a' ? post_length(x) : cray_length(x);
+    const bool is_cray = first_byte(x) == '\n';
+    if (!is_cray && (kind_of(x) != 'a' || !is_short(arguments[2]))) return false;
+    const int64_t n = is_cray ? span_of(x) : post_length(x);
     const int64_t at = from_end(short_of(arguments[1]), n);
     if (at < 0 || at >= n) return false;
     result = arguments[0];
-    if (kind == 'a') {
-        post_data(x)[at] = static_cast<char>(short_of(arguments[2]));
+    if (is_cray) {
+        put_element(x, at, arguments[2]);
     } else {
-        const Word word = arguments[2];
-        const bool empties = is_node(word) && is_leaf_of(node_of(word), 'U');
-        if (empties) release_word(word);
-        if (const Word old = cray_store(x, at, empties ? 0 : word)) release_word(old);
+        post_data(x)[at] = static_cast<char>(short_of(arguments[2]));
     }
     return true;
 }

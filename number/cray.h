@@ -2,8 +2,8 @@
 //
 // A cray is a Leaf of `span` slots, each with a reference to an element or null. Null stands for
 // the element `U`: whoever stores a Leaf with first byte "U" stores null, and a null slot reads as
-// a new Leaf Z. The operations here look at their cray and give a new node, but for `cray_store` and
-// `cray_append`.
+// a new Leaf Z. The operations here look at their cray and give a new node, but for `cray_store`
+// and `cray_append`.
 #pragma once
 
 #include "text/string.h"

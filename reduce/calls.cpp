@@ -36,15 +36,23 @@ const Instruction* start_of(Code& code) {
     return code.start();
 }
 
+/// Calls a built-in that takes Words as they are, and does, on words in place.
+bool call_on_words(const Builtin& row, Word* arguments, Word& result) {
+    return row.on_words && !keeps_identity && row.on_words(arguments, result);
+}
+
 /// Calls a built-in on words in place; gives an owned Word. What an interrupt asks for comes first,
 /// and again behind a call that it has cut short.
-Word call_row(const Builtin& row, Word* arguments) {
+Word call_on_nodes(const Builtin& row, Word* arguments) {
     if (interrupted) run_interrupt();
-    Word word;
-    if (row.on_words && !keeps_identity && row.on_words(arguments, word)) return word;
     Value result = call_builtin(row, arguments);
     if (interrupted) run_interrupt();
     return word_of_result(result.take());
+}
+
+Word call_row(const Builtin& row, Word* arguments) {
+    Word result;
+    return call_on_words(row, arguments, result) ? result : call_on_nodes(row, arguments);
 }
 
 /// The same for one that is only known now, which may be an operator.
@@ -126,16 +134,24 @@ void slow_enter(MARL_STATE) {
 }
 
 void slow_builtin(MARL_STATE) {
-    m->stack.top = top;
-    m->registers.top = frame + at->b;
-    const Word result = call_row(*at->builtin, frame + at->b);
-    top = m->stack.top;
-    frame = m->registers.top - at->b;
+    // By way of the machine: a local whose address is known leaves no jump at the end.
+    Word result;
+    if (call_on_words(*at->builtin, frame + at->b, m->focus)) {
+        result = m->focus;
+    } else {
+        m->stack.top = top;
+        m->registers.top = frame + at->b;
+        result = call_on_nodes(*at->builtin, frame + at->b);
+        top = m->stack.top;
+        frame = m->registers.top - at->b;
+    }
     if (is_done(result)) {
         frame[at->a] = result;
         MARL_NEXT;
     }
-    *m->stack.top++ = {at + at->d, 0};
+    *top++ = {at + at->d, 0};
+    m->stack.top = top;
+    m->registers.top = frame + at->b;
     m->focus = focus_of(result);
     MARL_LEAVE;
 }

@@ -49,8 +49,8 @@ size_t cray_block_size(int64_t n) {
 Value grown_cray(Value cray, int64_t n) {
     const int64_t old = span_of(cray);
     MARL_REQUIRE(count_of(cray) == 1 && n > old && n < cray_limit);
-    auto* node = static_cast<Node*>(
-        moved_block(cray.take(), cray_block_size(old), cray_block_size(n)));
+    auto* node =
+        static_cast<Node*>(moved_block(cray.take(), cray_block_size(old), cray_block_size(n)));
     set_span(node, n);
     memset(leaf_text(node) + 1 + old * cray_slot_size, 0,
            static_cast<size_t>((n - old) * cray_slot_size));

@@ -134,16 +134,6 @@ std::string_view leaf_bytes(Node* node) {
     return {leaf_text(node), static_cast<size_t>(n)};
 }
 
-Word cray_word(Node* cray, int64_t i) {
-    Word word;
-    memcpy(&word, leaf_text(cray) + 1 + i * cray_slot_size, sizeof word);
-    return word;
-}
-
-void set_cray_word(Node* cray, int64_t i, Word word) {
-    memcpy(leaf_text(cray) + 1 + i * cray_slot_size, &word, sizeof word);
-}
-
 Node* cray_slot(Node* cray, int64_t i) {
     const Word word = cray_word(cray, i);
     if (is_node(word)) return node_of(word);

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -99,8 +100,14 @@ inline bool is_leaf_text(Node* node, std::string_view bytes) {
 /// The slots of a cray, unaligned and of 64 bits: read and write them through these. Each holds a
 /// Word; 0 is an empty slot.
 constexpr int64_t cray_slot_size = 8;
-Word cray_word(Node* cray, int64_t i);
-void set_cray_word(Node* cray, int64_t i, Word word);
+inline Word cray_word(Node* cray, int64_t i) {
+    Word word;
+    memcpy(&word, leaf_text(cray) + 1 + i * cray_slot_size, sizeof word);
+    return word;
+}
+inline void set_cray_word(Node* cray, int64_t i, Word word) {
+    memcpy(leaf_text(cray) + 1 + i * cray_slot_size, &word, sizeof word);
+}
 /// The node in a slot, made there when the slot holds none; null in an empty one. Borrowed.
 Node* cray_slot(Node* cray, int64_t i);
 

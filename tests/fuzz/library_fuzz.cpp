@@ -138,7 +138,8 @@ class Source {
         Value made = cray_with_size(n);
         for (int i = 0; i < n; ++i) {
             Value element = expression(depth + 1);
-            if (is_closed(element) && settled(element)) cray_store(made, i, slot_word(std::move(element)));
+            if (is_closed(element) && settled(element))
+                cray_store(made, i, slot_word(std::move(element)));
         }
         return made;
     }
