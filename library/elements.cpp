@@ -15,6 +15,7 @@
 #include "number/zits.h"
 #include "reduce/needs.h"
 #include "text/bit_cast.h"
+#include "value/real_word.h"
 #include "value/short_hint.h"
 
 namespace marl {
@@ -204,9 +205,9 @@ bool give_element(Node* cray, int64_t i, Word& result) {
     if (at < 0 || at >= n_slots) return false;
     const Word element = cray_word(cray, at);
     if (element == 0) return false;
-    int64_t n;
-    const bool is_number = is_node(element) && short_hint(node_of(element), n) && fits_short(n);
-    result = is_number ? word_of_short(n) : shared_word(element);
+    if (!is_node(element) || !as_plain_word(node_of(element), result)) {
+        result = shared_word(element);
+    }
     release(cray);
     return true;
 }

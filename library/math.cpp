@@ -4,6 +4,7 @@
 
 #include "library/convention.h"
 #include "library/families.h"
+#include "value/real_word.h"
 
 namespace marl {
 
@@ -14,8 +15,18 @@ using OfReal = double (*)(double);
 using OfReals = double (*)(double, double);
 
 template <OfReal function>
+bool on_real(Word* arguments, Word& result) {
+    if (!is_real(arguments[0])) return false;
+    const ErrnoScope scope;
+    result = word_of_real(function(real_of(arguments[0])));
+    return true;
+}
+
+template <OfReal function>
 consteval Builtin of_real(const char* name) {
-    return wrap<D(R), function>(name, 1);
+    Builtin row = wrap<D(R), function>(name, 1);
+    row.on_words = on_real<function>;
+    return row;
 }
 
 template <OfReals function>

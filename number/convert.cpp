@@ -10,6 +10,7 @@
 #include "number/kind.h"
 #include "number/words.h"
 #include "reduce/tables.h"
+#include "value/real_word.h"
 #include "value/short_hint.h"
 
 namespace marl {
@@ -92,11 +93,7 @@ double to_double(Node* x) {
 Value from_i64(int64_t n) { return short_leaf(n); }
 Value from_u64(uint64_t n) { return short_leaf(false, n); }
 
-Value from_double(double x) {
-    Value made = leaf_with_size(' ', 1 + int64_t{sizeof x});
-    memcpy(leaf_text(made) + 1, &x, sizeof x);
-    return made;
-}
+Value from_double(double x) { return Value::adopt(real_leaf(x)); }
 
 Value leaf_K() {
     static Symbol& symbol = symbol_of("K");

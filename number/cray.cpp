@@ -9,8 +9,8 @@
 #include "number/convert.h"
 #include "text/rope.h"
 #include "value/identity.h"
+#include "value/real_word.h"
 #include "value/resize.h"
-#include "value/short_hint.h"
 
 namespace marl {
 
@@ -42,10 +42,10 @@ Value cray_at(Node* cray, int64_t i) {
 }
 
 Word slot_word(Value v) {
-    int64_t n;
+    Word word;
     if (is_leaf_of(v, 'U')) return 0;
-    const bool is_number = !keeps_identity && count_of(v) == 1 && short_hint(v, n) && fits_short(n);
-    return is_number ? word_of_short(n) : word_of(v.take());
+    const bool is_plain = !keeps_identity && count_of(v) == 1 && as_plain_word(v, word);
+    return is_plain ? word : word_of(v.take());
 }
 
 Word cray_store(Node* cray, int64_t i, Word word) {

@@ -14,6 +14,7 @@
 
 #include "reduce/build.h"
 #include "reduce/needs.h"
+#include "value/real_word.h"
 #include "value/short_hint.h"
 #include "value/value.h"
 
@@ -193,8 +194,8 @@ Word apply_partly(Closure* closure, Word argument) {
 }
 
 Node* make_node(Word& place) {
-    if (is_short(place)) {
-        place = word_of(short_leaf(short_of(place)).take());
+    if (!is_closure(place)) {
+        place = word_of(node_in_place_of(place));
         return node_of(place);
     }
     Closure* closure = closure_of(place);
@@ -208,6 +209,7 @@ Node* make_node(Word& place) {
 
 Node* node_in_place_of(Word word) {
     if (is_short(word)) return short_leaf(short_of(word)).take();
+    if (is_real(word)) return real_leaf(real_of(word));
     Node* node = shared(node_of_closure(closure_of(word)));
     release_word(word);
     return node;

@@ -6,10 +6,10 @@
 
 namespace marl {
 
-/// Whether nothing is left to do in a Word: a node that is settled, a number, or a lambda.
+/// Whether nothing is left to do in a Word: a node that is settled, a number, a real, or a lambda.
 inline bool is_settled(Word word) {
     if (is_node(word)) return settled(node_of(word));
-    return is_short(word) || kind_of(closure_of(word)) != ClosureKind::work;
+    return !is_closure(word) || kind_of(closure_of(word)) != ClosureKind::work;
 }
 
 /// The closure of a part, its Words not set but where it captures none.

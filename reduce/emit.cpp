@@ -8,6 +8,7 @@
 #include "reduce/compiler.h"
 #include "reduce/continuation.h"
 #include "reduce/needs.h"
+#include "value/real_word.h"
 #include "value/short_hint.h"
 
 namespace marl {
@@ -39,9 +40,8 @@ void Compiler::drop(RegisterSet set) {
 
 /// A constant of the code. A number needs no node, unless the program can ask which node it is.
 Operand Compiler::constant(Node* node) {
-    Word word = word_of(node);
-    int64_t n;
-    if (!keeps_identity && short_hint(node, n)) word = word_of_short(n);
+    Word word;
+    if (keeps_identity || !as_plain_word(node, word)) word = word_of(node);
     auto& constants = code_.constants;
     if (std::find(constants.begin(), constants.end(), word) == constants.end()) {
         constants.push_back(shared_word(word));
@@ -105,7 +105,7 @@ void Compiler::give(const Operand& operand, Target target) {
         }
         return;
     }
-    const bool is_number = is_short(operand.word);
+    const bool is_number = !is_counted(operand.word);
     const Op to_register = is_number ? Op::number : Op::constant;
     const Op to_waiting = is_number ? Op::return_number : Op::return_constant;
     emit(target.last ? to_waiting : to_register, target.last ? 0 : target.reg).word = operand.word;

@@ -68,6 +68,15 @@ namespace marl {
 void slow_enter(MARL_STATE);
 void slow_drop(MARL_STATE);
 void slow_compute(MARL_STATE);
+void slow_add(MARL_STATE);
+void slow_subtract(MARL_STATE);
+void slow_multiply(MARL_STATE);
+void slow_divide(MARL_STATE);
+void slow_modulo(MARL_STATE);
+void slow_less(MARL_STATE);
+void slow_not_less(MARL_STATE);
+void slow_same(MARL_STATE);
+void slow_differ(MARL_STATE);
 void slow_branch(MARL_STATE);
 void slow_choose(MARL_STATE);
 void slow_builtin(MARL_STATE);
@@ -158,24 +167,24 @@ MARL_INSTRUCTION(drop_one) {
 }
 MARL_INSTRUCTION(jump) { MARL_GO_TO(at + at->d); }
 
-#define MARL_ARITHMETIC(name, fast)                                         \
-    MARL_INSTRUCTION(name) {                                                \
-        const Word x = frame[at->b];                                        \
-        const Word y = frame[at->c];                                        \
-        int64_t result;                                                     \
-        if (__builtin_expect((x & y & 1) == 0, 0)) MARL_SLOW(slow_compute); \
-        if (__builtin_expect(!(fast), 0)) MARL_SLOW(slow_compute);          \
-        frame[at->a] = static_cast<uint64_t>(result) | 1;                   \
-        MARL_NEXT;                                                          \
-    }                                                                       \
-    MARL_INSTRUCTION(name##_number) {                                       \
-        const Word x = frame[at->b];                                        \
-        const Word y = at->word;                                            \
-        int64_t result;                                                     \
-        if (__builtin_expect((x & 1) == 0, 0)) MARL_SLOW(slow_compute);     \
-        if (__builtin_expect(!(fast), 0)) MARL_SLOW(slow_compute);          \
-        frame[at->a] = static_cast<uint64_t>(result) | 1;                   \
-        MARL_NEXT;                                                          \
+#define MARL_ARITHMETIC(name, fast)                                        \
+    MARL_INSTRUCTION(name) {                                               \
+        const Word x = frame[at->b];                                       \
+        const Word y = frame[at->c];                                       \
+        int64_t result;                                                    \
+        if (__builtin_expect((x & y & 1) == 0, 0)) MARL_SLOW(slow_##name); \
+        if (__builtin_expect(!(fast), 0)) MARL_SLOW(slow_compute);         \
+        frame[at->a] = static_cast<uint64_t>(result) | 1;                  \
+        MARL_NEXT;                                                         \
+    }                                                                      \
+    MARL_INSTRUCTION(name##_number) {                                      \
+        const Word x = frame[at->b];                                       \
+        const Word y = at->word;                                           \
+        int64_t result;                                                    \
+        if (__builtin_expect((x & 1) == 0, 0)) MARL_SLOW(slow_compute);    \
+        if (__builtin_expect(!(fast), 0)) MARL_SLOW(slow_compute);         \
+        frame[at->a] = static_cast<uint64_t>(result) | 1;                  \
+        MARL_NEXT;                                                         \
     }
 MARL_ARITHMETIC(add, !__builtin_add_overflow(twice(x), twice(y), &result))
 MARL_ARITHMETIC(subtract, !__builtin_sub_overflow(twice(x), twice(y), &result))
@@ -188,7 +197,7 @@ MARL_ARITHMETIC(modulo, modulo_short(x, y, result))
     MARL_INSTRUCTION(name) {                                                 \
         const Word x = frame[at->b];                                         \
         const Word y = frame[at->c];                                         \
-        if (__builtin_expect((x & y & 1) == 0, 0)) MARL_SLOW(slow_branch);   \
+        if (__builtin_expect((x & y & 1) == 0, 0)) MARL_SLOW(slow_##name);   \
         if (static_cast<int64_t>(x) sign static_cast<int64_t>(y)) MARL_NEXT; \
         MARL_GO_TO(at + at->d);                                              \
     }                                                                        \

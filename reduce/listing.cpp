@@ -7,6 +7,7 @@
 
 #include "reduce/analysis.h"
 #include "reduce/tables.h"
+#include "value/real_word.h"
 
 namespace marl {
 
@@ -16,6 +17,10 @@ std::string reg(int number) { return "r" + std::to_string(number); }
 
 std::string constant(Word word) {
     if (is_short(word)) return std::to_string(short_of(word));
+    if (is_real(word)) {
+        const Value leaf = Value::adopt(real_leaf(real_of(word)));
+        return std::string(print_value(leaf).view());
+    }
     return std::string(print_value(node_of(word)).view());
 }
 

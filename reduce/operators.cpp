@@ -9,6 +9,7 @@
 #include "reduce/analysis.h"
 #include "reduce/needs.h"
 #include "reduce/tables.h"
+#include "value/real_word.h"
 #include "value/short_hint.h"
 
 namespace marl {
@@ -62,12 +63,23 @@ bool compare_short(Op op, int64_t x, int64_t y) {
     }
 }
 
-bool is_real(Word word) { return is_node(word) && is_leaf_of(node_of(word), ' '); }
+/// The double of a real, or of a number of up to 18 digits beside one.
+bool double_of(Word word, double& x) {
+    int64_t n;
+    if (is_real(word)) {
+        x = real_of(word);
+    } else if (is_node(word) && is_real_leaf(node_of(word))) {
+        x = real_in_leaf(node_of(word));
+    } else if (number_of(word, n)) {
+        x = static_cast<double>(n);
+    } else {
+        return false;
+    }
+    return true;
+}
 
-double real_of(Word word) {
-    double d;
-    memcpy(&d, leaf_text(node_of(word)) + 1, sizeof d);
-    return d;
+bool is_any_real(Word word) {
+    return is_real(word) || (is_node(word) && is_real_leaf(node_of(word)));
 }
 
 double operate_real(Op op, double x, double y) {
@@ -89,21 +101,6 @@ bool compare_real(Op op, double x, double y) {
     }
 }
 
-/// The real in the place of x, or of y, when nobody else holds that; else in a new Leaf.
-Word make_real(double d, Word x, Word y) {
-    if (count_of(node_of(x)) != 1) std::swap(x, y);
-    Node* place = node_of(x);
-    if (count_of(place) != 1) {
-        release(place);
-        place = leaf_with_size(' ', 1 + sizeof d).take();
-        leaf_text(place)[1 + sizeof d] = 0;
-        analyse(place);
-    }
-    memcpy(leaf_text(place) + 1, &d, sizeof d);
-    release_word(y);
-    return word_of(place);
-}
-
 Node* call(const Builtin& builtin, Word x, Word y) {
     Value arguments[2] = {Value::adopt(force(x)), Value::adopt(force(y))};
     Value result = builtin.function(arguments);
@@ -122,11 +119,11 @@ void bind_operators() {
 }
 
 Word word_of_result(Node* node) {
-    int64_t n;
+    Word word;
     if (keeps_identity) return word_of(node);
-    if (count_of(node) != 1 || !short_hint(node, n)) return word_of(node);
+    if (count_of(node) != 1 || !as_plain_word(node, word)) return word_of(node);
     release(node);
-    return word_of_short(n);
+    return word;
 }
 
 Word operate_slowly(Op op, Word x, Word y) {
@@ -136,8 +133,11 @@ Word operate_slowly(Op op, Word x, Word y) {
         release_word(y);
         return keeps_identity ? word_of(short_leaf(result).take()) : word_of_short(result);
     }
-    if (is_real(x) && is_real(y)) {
-        return make_real(operate_real(op, real_of(x), real_of(y)), x, y);
+    double d, e;
+    if ((is_any_real(x) || is_any_real(y)) && double_of(x, d) && double_of(y, e)) {
+        release_word(x);
+        release_word(y);
+        return word_of_real(operate_real(op, d, e));
     }
     return word_of_result(call(builtin_of(op), x, y));
 }
@@ -149,9 +149,12 @@ Truth compare_slowly(Op op, Word x, Word y, Word& result) {
         release_word(y);
         return compare_short(op, a, b) ? Truth::yes : Truth::no;
     }
-    // One real is the same as itself, whatever it is.
-    if (is_real(x) && is_real(y) && x != y) {
-        const bool yes = compare_real(op, real_of(x), real_of(y));
+    // One node is the same as itself, whatever it is.
+    double d, e;
+    if (is_any_real(x) && is_any_real(y) && (x != y || is_real(x))) {
+        double_of(x, d);
+        double_of(y, e);
+        const bool yes = compare_real(op, d, e);
         release_word(x);
         release_word(y);
         return yes ? Truth::yes : Truth::no;

@@ -11,6 +11,7 @@
 #include "reduce/operators.h"
 #include "reduce/run_code.h"
 #include "reduce/tables.h"
+#include "value/real_word.h"
 
 namespace marl {
 
@@ -82,8 +83,8 @@ void get_operands(const Instruction* at, const Word* frame, Word* to) {
 }
 
 Word constant_of(Node* definition) {
-    int64_t n;
-    if (!keeps_identity && short_hint(definition, n)) return word_of_short(n);
+    Word word;
+    if (!keeps_identity && as_plain_word(definition, word)) return word;
     return word_of(shared(definition));
 }
 
@@ -117,6 +118,44 @@ void slow_branch(MARL_STATE) {
     }
     MARL_GO_TO(at + at->fields.e);
 }
+
+// Two reals that are Words, and whose result is one.
+
+#define MARL_ON_REALS(name, result)               \
+    void slow_##name(MARL_STATE) {                \
+        const Word x = frame[at->b];              \
+        const Word y = frame[at->c];              \
+        if (is_real(x) && is_real(y)) {           \
+            const Word word = real_word(result);  \
+            if (__builtin_expect(word != 0, 1)) { \
+                frame[at->a] = word;              \
+                MARL_NEXT;                        \
+            }                                     \
+        }                                         \
+        MARL_SLOW(slow_compute);                  \
+    }
+MARL_ON_REALS(add, real_of(x) + real_of(y))
+MARL_ON_REALS(subtract, real_of(x) - real_of(y))
+MARL_ON_REALS(multiply, real_of(x) * real_of(y))
+MARL_ON_REALS(divide, real_of(x) / real_of(y))
+#undef MARL_ON_REALS
+void slow_modulo(MARL_STATE) { MARL_SLOW(slow_compute); }
+
+#define MARL_BETWEEN_REALS(name, sign)                 \
+    void slow_##name(MARL_STATE) {                     \
+        const Word x = frame[at->b];                   \
+        const Word y = frame[at->c];                   \
+        if (is_real(x) && is_real(y)) {                \
+            if (real_of(x) sign real_of(y)) MARL_NEXT; \
+            MARL_GO_TO(at + at->d);                    \
+        }                                              \
+        MARL_SLOW(slow_branch);                        \
+    }
+MARL_BETWEEN_REALS(less, <)
+MARL_BETWEEN_REALS(not_less, >=)
+MARL_BETWEEN_REALS(same, ==)
+MARL_BETWEEN_REALS(differ, !=)
+#undef MARL_BETWEEN_REALS
 
 void slow_choose(MARL_STATE) {
     const Choice& choice = *at->choice;
@@ -181,7 +220,7 @@ void slow_name(MARL_STATE) {
     const Word word = constant_of(definition);
     (at + at->d)->map->code->constants.push_back(word);
     auto& self = const_cast<Instruction&>(*at);
-    self.op = is_short(word) ? Op::number : Op::constant;
+    self.op = !is_counted(word) ? Op::number : Op::constant;
     self.word = word;
     link(self);
     MARL_GO_TO(at);

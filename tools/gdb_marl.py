@@ -79,6 +79,10 @@ def expression(word):
         elif item & 1:
             number = (item ^ 1 << 63) - (1 << 63) >> 1
             text += str(number) if number >= 0 else f"0{-number}"
+        elif item & 2:
+            bits = item >> 2 and (item >> 2) + (1023 - 256 << 53)
+            bits = bits >> 1 | (bits & 1) << 63
+            text += f"real[{struct.unpack('<d', struct.pack('<Q', bits))[0]:e}]"
         elif item & CLOSURE:
             rest += parts_of_closure(item & ~CLOSURE)[::-1]
         elif header_of(item) >> 63:

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "value/identity.h"
-#include "value/short_hint.h"
+#include "value/real_word.h"
 #include "value/value.h"
 #include "value/word.h"
 
@@ -21,20 +21,15 @@ int compare_bytes(const char* x, const char* y, size_t size) {
     return order == 0 ? 0 : order < 0 ? 1 : -1;
 }
 
-/// The short number in a slot, or in the node there.
-bool number_in(Word slot, int64_t& n) {
-    if (is_short(slot)) {
-        n = short_of(slot);
-        return true;
-    }
-    return slot != 0 && is_node(slot) && short_hint(node_of(slot), n);
+/// A slot's Word, where that can be, without the node.
+Word plain_word_in(Word slot) {
+    Word word;
+    return slot != 0 && is_node(slot) && as_plain_word(node_of(slot), word) ? word : slot;
 }
 
 /// Whether two slots of arrays hold what counts as one node.
 bool hold_one_node(Word x, Word y) {
-    int64_t a, b;
-    if (x == y) return true;
-    return !keeps_identity && number_in(x, a) && number_in(y, b) && a == b;
+    return x == y || (!keeps_identity && plain_word_in(x) == plain_word_in(y));
 }
 
 /// The order of two arrays: that of the addresses in their slots, and then of their lengths.

@@ -2,9 +2,10 @@
 //
 //   ....000   a node
 //   ......1   a short integer, in the upper 63 bits: what a digit Leaf says, without the Leaf
+//   .....10   a real, in the upper 62 bits (value/real_word.h)
 //   ....100   a closure: a part of a body and what its variables stand for
 //
-// A node is made of the other two when somebody could see the difference: when a built-in takes
+// A node is made of the others when somebody could see the difference: when a built-in takes
 // it, when it is printed, compared, or asked for its identity. The right child of a Pair may be any
 // Word; `right` makes the node in its place, so that all who ask find the same one.
 #pragma once
@@ -17,9 +18,11 @@
 namespace marl {
 
 constexpr Word closure_tag = 4;
+constexpr Word real_tag = 2;
 
 inline bool is_node(Word word) { return (word & 7) == 0; }
 inline bool is_short(Word word) { return (word & 1) != 0; }
+inline bool is_real(Word word) { return (word & 3) == real_tag; }
 inline bool is_closure(Word word) { return (word & 7) == closure_tag; }
 
 inline Node* node_of(Word word) { return reinterpret_cast<Node*>(word); }

@@ -2,9 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <limits>
+#include <random>
 #include <string>
 
+#include "text/bit_cast.h"
+#include "value/real_word.h"
 #include "value/short_hint.h"
 
 namespace marl {
@@ -97,4 +101,28 @@ TEST(Integers, short_ones_are_digit_leaves_of_hints) {
 }
 
 }  // namespace
+TEST(Convert, a_real_is_a_word_from_2_to_the_minus_256_to_2_to_the_256) {
+    std::mt19937_64 random(3);
+    int words = 0;
+    for (int i = 0; i < 100000; ++i) {
+        // Exponents on both sides of the bounds, and any.
+        const uint64_t exponent =
+            i % 2 ? random() % 2048 : 1023 + (i % 4 - 1) * 256 + random() % 5 - 2;
+        const auto x =
+            bit_cast<double>(random() >> 63 << 63 | exponent << 52 | random() >> (i % 53 + 11));
+        const double size = std::fabs(x);
+        const Word word = real_word(x);
+        const bool has_word =
+            bit_cast<uint64_t>(x) == 0 || (size >= 0x1p-256 && size < 0x1p256 && x != 0x1p-256);
+        ASSERT_EQ(word != 0, has_word) << x;
+        if (word == 0) continue;
+        ++words;
+        ASSERT_TRUE(is_real(word) && !is_counted(word));
+        ASSERT_EQ(bit_cast<uint64_t>(real_of(word)), bit_cast<uint64_t>(x));
+    }
+    EXPECT_GT(words, 20000);
+    EXPECT_EQ(real_of(real_word(0.0)), 0.0);
+    EXPECT_EQ(real_word(-0.0), 0U);
+}
+
 }  // namespace marl
