@@ -215,8 +215,33 @@ Node* node_in_place_of(Word word) {
     return node;
 }
 
+namespace {
+
+constexpr size_t most_nodes = 5000;  // of an expression that is gone through
+
+}  // namespace
+
+void take_numbers_from_nodes(Node* data, std::vector<Word>& held) {
+    std::unordered_set<Node*> seen;
+    std::vector<Node*> rest{data};
+    while (!rest.empty() && seen.size() < most_nodes) {
+        Node* node = rest.back();
+        rest.pop_back();
+        if (is_leaf(node) || is_zits(node) || form(node) == Form::lambda) continue;
+        if (!seen.insert(node).second) continue;
+        rest.push_back(left(node));
+        Word& child = as_pair(node)->right;
+        if (!is_node(child)) continue;
+        Word word;
+        if (as_plain_word(node_of(child), word)) {
+            held.push_back(std::exchange(child, word));
+        } else {
+            rest.push_back(node_of(child));
+        }
+    }
+}
+
 void give_code_to_lambdas(Node* expression, std::vector<std::unique_ptr<Code>>& owner) {
-    constexpr size_t most_nodes = 5000;
     std::unordered_set<Node*> seen;
     std::vector<Node*> rest{expression};
     while (!rest.empty() && seen.size() < most_nodes) {

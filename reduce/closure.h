@@ -36,6 +36,10 @@ inline Closure* body_closure(Node* lambda) {
 /// itself when it is one. The Codes are added to `owner`, and the expression must outlive them.
 void give_code_to_lambdas(Node* expression, std::vector<std::unique_ptr<Code>>& owner);
 
+/// Makes Words of the numbers that stand as right children in data, as far as it is not too large.
+/// Their nodes go to `held`: somebody may be looking at one. Not for a program that keeps identity.
+void take_numbers_from_nodes(Node* data, std::vector<Word>& held);
+
 /// Takes the code away again from the lambda that a part is. What asks for its body finds a node.
 void take_code_away(Code& part);
 

@@ -45,7 +45,10 @@ Operand Compiler::constant(Node* node) {
     auto& constants = code_.constants;
     if (std::find(constants.begin(), constants.end(), word) == constants.end()) {
         constants.push_back(shared_word(word));
-        if (!keeps_identity && is_node(word)) give_code_to_lambdas(node, code_.parts);
+        if (!keeps_identity && is_node(word)) {
+            give_code_to_lambdas(node, code_.parts);
+            take_numbers_from_nodes(node, constants);
+        }
     }
     return {From::constant, 0, word};
 }

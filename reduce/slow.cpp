@@ -218,7 +218,9 @@ void slow_name(MARL_STATE) {
     }
     // It stays what it is, and the code holds it from here on.
     const Word word = constant_of(definition);
-    (at + at->d)->map->code->constants.push_back(word);
+    std::vector<Word>& held = (at + at->d)->map->code->constants;
+    held.push_back(word);
+    if (!keeps_identity && is_node(word)) take_numbers_from_nodes(node_of(word), held);
     auto& self = const_cast<Instruction&>(*at);
     self.op = !is_counted(word) ? Op::number : Op::constant;
     self.word = word;
