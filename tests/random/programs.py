@@ -96,8 +96,8 @@ slot\x\p{calloc(99,8)}seq(V(copy(x,p),leak(x)),(refk(p)=0)(Z)(bond(refk(p))))
 twins\x\p{calloc(99,8)}seq(copy(x,p),refk(p)=refk(p+8))
 own\x\leak(x)=leak(x)
 kept\x\p{calloc(9,8)}seq(refo(p,leak(x)),bond(refk(p)))
-digits\x\post(leak(x)+8,rank(x))
-inside\x\p{calloc(99,8)}seq(copy(x,p),post(refk(p)+8,rank(look(x,0))))
+digits\x\p{post(leak(x)+8,rank(x))}K(p)(x)
+inside\x\p{calloc(99,8)}q{seq(copy(x,p),post(refk(p)+8,rank(look(x,0))))}K(q)(x)
 maker\load([x\to]+[do(pr,x+0)])
 """.split("\n")[1:-1]
 
