@@ -226,6 +226,7 @@ void publish(Module& module) {
 }
 
 void evaluate_backquotes(Module& module) {
+    DefinitionsChange change;
     for (auto& [name, slot] : module.definitions) {
         Node* expression = current(name, slot);
         // What is loaded becomes a copy of what was interned in any case.
@@ -234,6 +235,7 @@ void evaluate_backquotes(Module& module) {
         // be copied out.
         const Shared shared = expression == slot.get() ? Shared::copied : Shared::kept;
         store(name, slot, unquote(name, expression, shared));
+        change.changed();
     }
 }
 

@@ -9,6 +9,7 @@
 #include "reduce/analysis.h"
 #include "reduce/arguments.h"
 #include "reduce/closure.h"
+#include "reduce/definitions.h"
 #include "reduce/heads.h"
 #include "reduce/interpreter.h"
 #include "reduce/interrupts.h"
@@ -186,8 +187,14 @@ void slow_builtin_held(MARL_STATE) {
     MARL_LEAVE;
 }
 
-/// The target of a call is known from the first time on: nothing defines a name anew by then.
+/// The target of a call is known from the first time on: nothing defines a name anew, but while the
+/// definitions of a text are completed.
 void slow_call(MARL_STATE) {
+    if (definitions_change) {
+        if (at->op == Op::call) *top++ = {at + 1, 0};
+        if (at->op != Op::call_last) frame += at->b;
+        MARL_GO_TO(code_of(*at->symbol).start());
+    }
     auto& self = const_cast<Instruction&>(*at);
     self.target = code_of(*at->symbol).start();
     self.d = 1;

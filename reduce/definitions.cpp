@@ -10,6 +10,7 @@
 namespace marl {
 
 std::map<String, Value> prelude_definitions;
+bool definitions_change = false;
 
 Symbol::Symbol() = default;
 Symbol::~Symbol() = default;
@@ -57,6 +58,25 @@ void clear_definitions() {
     });
     forget_code();
     clear_needs();
+}
+
+DefinitionsChange::DefinitionsChange()
+    : lost_before_(lost_code.size()), changed_before_(std::exchange(definitions_change, true)) {
+    for_each_symbol([&](const Symbol& symbol) {
+        if (symbol.code) coded_before_.push_back(&symbol);
+    });
+}
+
+DefinitionsChange::~DefinitionsChange() { definitions_change = changed_before_; }
+
+void DefinitionsChange::changed() {
+    auto before = coded_before_.begin();
+    for_each_symbol([&](const Symbol& symbol) {
+        const bool is_older = before != coded_before_.end() && *before == &symbol;
+        if (is_older) ++before;
+        if (symbol.code && !is_older) make_anew(*symbol.code);
+    });
+    for (size_t i = lost_before_; i < lost_code.size(); ++i) make_anew(*lost_code[i]);
 }
 
 bool has_code() {

@@ -16,6 +16,25 @@ void erase_definition(Symbol& symbol);
 /// Forgets every definition and every unmemoised mark. Nothing but the names stays.
 void clear_definitions();
 
+/// While the backquotes of a text are evaluated, its definitions change once more, and what code
+/// takes for settled is not. Code that is made meanwhile is made anew behind each change; code that
+/// was there before, and may wait, looks names up at each use (`definitions_change`).
+class DefinitionsChange {
+  public:
+    DefinitionsChange();
+    DefinitionsChange(const DefinitionsChange&) = delete;
+    DefinitionsChange& operator=(const DefinitionsChange&) = delete;
+    ~DefinitionsChange();
+    /// A definition has changed, and no code waits that has been made since the begin.
+    void changed();
+
+  private:
+    std::vector<const Symbol*> coded_before_;
+    size_t lost_before_;
+    bool changed_before_;
+};
+extern bool definitions_change;
+
 /// Whether any code has been made.
 bool has_code();
 /// Frees all code. Nothing may be left that is a closure, or waits in a frame.

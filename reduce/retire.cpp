@@ -14,11 +14,30 @@ Code::~Code() {
     if (fixed) release_word(word_of(fixed));
 }
 
-void retire(Code& code) {
-    if (code.parameters > 0) take_code_away(code);
+namespace {
+
+void drop_instructions(Code& code) {
     code.instructions.clear();
     for (const Word constant : std::exchange(code.constants, {})) release_word(constant);
+}
+
+}  // namespace
+
+void retire(Code& code) {
+    if (code.parameters > 0) take_code_away(code);
+    drop_instructions(code);
     for (const auto& part : code.parts) retire(*part);
+}
+
+void make_anew(Code& code) {
+    drop_instructions(code);
+    code.operands.clear();
+    code.choices.clear();
+    code.pieces.clear();
+    code.maps.clear();
+    code.made = false;
+    for (const auto& part : code.parts) make_anew(*part);
+    if (code.remainder) make_anew(code.remainder->frame);
 }
 
 }  // namespace marl

@@ -4,6 +4,7 @@
 #include "reduce/analysis.h"
 #include "reduce/build.h"
 #include "reduce/closure.h"
+#include "reduce/definitions.h"
 #include "reduce/heads.h"
 #include "reduce/interpreter.h"
 #include "reduce/meanings.h"
@@ -216,8 +217,12 @@ void slow_name(MARL_STATE) {
         m->focus = get(*at->operands, frame);
         MARL_LEAVE;
     }
-    // It stays what it is, and the code holds it from here on.
     const Word word = constant_of(definition);
+    if (definitions_change) {
+        frame[at->a] = word;
+        MARL_NEXT;
+    }
+    // It stays what it is, and the code holds it from here on.
     std::vector<Word>& held = (at + at->d)->map->code->constants;
     held.push_back(word);
     if (!keeps_identity && is_node(word)) take_numbers_from_nodes(node_of(word), held);

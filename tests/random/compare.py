@@ -67,9 +67,7 @@ class Marl:
         """What is wrong with a program: in a word or two, and in full. Nothing when nothing is, when
         it takes too long, or when what it does depends on addresses and differs from run to run."""
         rules, rules_memory = self.run(program + EXACT, 2)
-        # What `bond` gives may have variables in it, and stop the run by the program's own doing.
-        is_own_doing = "bond(" in program and "ASSERTION FAILED" in rules[0]
-        if rules[1] == -signal.SIGXCPU or is_own_doing:
+        if rules[1] == -signal.SIGXCPU or self.stops_by_itself(program, rules):
             return None
         fault = self.look(program, rules, rules_memory, expected)
         for _ in range(4):
@@ -77,6 +75,12 @@ class Marl:
                 return None
             fault = self.look(program, rules, rules_memory, expected)
         return fault
+
+    def stops_by_itself(self, program, rules):
+        """Whether a stop is the program's own doing: what `bond` gives has variables in it, or what
+        a backquote gives makes a definition one of more parameters than others have seen."""
+        return "ASSERTION FAILED" in rules[0] and ("bond(" in program or
+                                                   "ASSERTION FAILED" in self.run(program, 6)[0][0])
 
     def look(self, program, rules, rules_memory, expected):
         code, code_memory = self.run(program, 6)
