@@ -38,10 +38,10 @@ std::optional<size_t> subject_of(const Program& program, const TestNote& test) {
 // Texts.
 
 std::string indented(std::string_view text, std::string_view by) {
-    std::string shown(by);
-    for (const char c : text) {
-        shown += c;
-        if (c == '\n') shown += by;
+    std::string shown;
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '\n' && (i == 0 || text[i - 1] == '\n')) shown += by;
+        shown += text[i];
     }
     return shown;
 }
