@@ -12,7 +12,7 @@ import { cheatsheetText } from "./cheatsheet";
 import { checkExamples, checkExercises, checkSnippet } from "./checks";
 import { type Document, needsCommandLine, renderDocument, type Settings } from "./documents";
 import { type Example, readExamples } from "./gallery";
-import { readLibrary, type Theme } from "./library";
+import { libraryEntries, readLibrary, type Theme } from "./library";
 import { writeAsset } from "./page";
 import * as pages from "./pages";
 import { build, root, site, source, www } from "./places";
@@ -83,7 +83,7 @@ async function writeAssets({ documents, reference, examples, library }: Read) {
     marlWorker: writeAsset("worker.js", await bundledWorker("marl")),
     laboratory: writeAsset("laboratory.wasm", fs.readFileSync(path.join(build, "module/laboratory.wasm"))),
     laboratoryWorker: writeAsset("laboratory.js", await bundledWorker("laboratory")),
-    reference: writeAsset("reference.json", JSON.stringify(pageEntries(reference))),
+    entries: writeAsset("entries.json", JSON.stringify([...pageEntries(reference), ...libraryEntries(library)])),
     library: writeAsset(
       "library.json",
       JSON.stringify(Object.fromEntries(library.map(({ name, text }) => [name, text]))),

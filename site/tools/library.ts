@@ -69,6 +69,23 @@ function definitionHtml(theme: Theme, definition: Definition, highlight: (text: 
   return `<h3 id="${idOf(theme, definition)}"><code>${escapeHtml(signature)}</code></h3>\n${paragraphs(note)}${shown}`;
 }
 
+/// For hovers and completion, in the form of those of the reference.
+export function libraryEntries(themes: Theme[]) {
+  return themes.flatMap((theme) =>
+    theme.definitions.map((definition) => ({
+      name: definition.name,
+      kind: "library",
+      section: theme.name,
+      page: "library.html",
+      id: idOf(theme, definition),
+      named: true,
+      html:
+        `<strong><code>${escapeHtml(definition.signature)}</code></strong> <span>library, ${theme.name}</span>\n` +
+        `${paragraphs(definition.note)}${definition.tests.map((test) => `<p><code>${escapeHtml(test)}</code></p>\n`).join("")}`,
+    })),
+  );
+}
+
 /// The library as a page: a section for each theme, with all that it offers.
 export function libraryPage(
   themes: Theme[],

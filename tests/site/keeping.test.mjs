@@ -233,6 +233,22 @@ test("Tab gives blanks, a new line is indented by the grammar, names are complet
   await slow(100);
   await press(page, "Enter");
   assert.equal(await program(page), "a\\strlen");
+  // A name of the library brings its use, which goes into the one that is there.
+  const complete = async (typed, entry) => {
+    await page.keyboard.type(typed);
+    await page.waitForFunction(
+      (start) => document.querySelector(".cm-completionInfo .hover-entry")?.textContent.startsWith(start),
+      {},
+      entry,
+    );
+    await slow(100);
+    await press(page, "Enter");
+  };
+  await write(page, "a\\");
+  await complete("text_uppe", "text_upper\\t\\ library, text");
+  await page.keyboard.type(" ");
+  await complete("revers", "reverse\\l\\ library, list");
+  assert.equal(await program(page), "a\\text_upper reverse,\n\n[use: text list]");
   await page.close();
 });
 
@@ -321,5 +337,11 @@ test("an exercise of the tour is checked by its program, and progress is kept", 
   assert.match(await program(page), /^a\\0,larger/);
   await page.click("#reset");
   assert.match(await program(page), /^a\\show\(larger/);
+  // One that builds on the library.
+  await page.goto(`${site.address}tour/the-library.html#exercise-odd_squares`);
+  await page.waitForSelector("body[data-ready]");
+  await write(page, "a\\0,[use: list],odd_squares\\n\\sum(map(x\\x*x,filter(x\\x%2=1,range(1,n))))");
+  await page.click("#check");
+  await shows(page, "#check-said", /^Right\.$/);
   await page.close();
 });
