@@ -33,7 +33,7 @@ interface Read {
 
 const snippets = path.join(root, "docs/snippets");
 
-function readAll(machine: Machine): Read {
+async function readAll(machine: Machine): Promise<Read> {
   const { highlightedHtml: highlight } = machine;
   const reference = readReference();
   const read = (name: string, more: Partial<Settings> = {}) => renderDocument(source(name), { highlight, ...more });
@@ -53,7 +53,7 @@ function readAll(machine: Machine): Read {
     reference,
     cheatsheet: cheatsheetText(reference),
     examples: readExamples(),
-    library: readLibrary(machine),
+    library: await readLibrary(machine),
   };
 }
 
@@ -132,7 +132,7 @@ async function main() {
   }
   const machine = await bundleForNode();
   const highlight = machine.highlightedHtml;
-  const all = readAll(machine);
+  const all = await readAll(machine);
   await tryOut(all, machine);
   const assets = await writeAssets(all);
   for (const page of all.documents) {
