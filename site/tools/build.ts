@@ -42,7 +42,7 @@ async function readAll(machine: Machine): Promise<Read> {
   const about: [string, Document, string][] = [
     ["guide.html", guide, "The language in an hour, from the first program to a server."],
     ["reference.html", read("docs/reference.md", { ids }), "Every operator, every built-in, every Report."],
-    ["mistakes.html", read("docs/mistakes.md"), "Forty programs as a beginner would write them, and what is wrong."],
+    ["mistakes.html", read("docs/mistakes.md"), "Programs as a beginner would write them, and what is wrong."],
     ["design.html", read("docs/design.md"), "How the machine is built, why, and what must stay true."],
     ["browser.html", read("site/browser.md"), "What differs between a page and the command line."],
   ];

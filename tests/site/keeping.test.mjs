@@ -247,6 +247,11 @@ test("Tab gives blanks, a new line is indented by the grammar, names are complet
   await page.keyboard.type(" ");
   await complete("revers", "reverse\\l\\ library, list");
   assert.equal(await program(page), "a\\text_upper reverse,\n\n[use: text list]");
+  await write(page, "a\\show(1);0");
+  await shows(page, "#verdict", /^Line 1: `show` is not defined. `\[use: base\]` gives one/);
+  await page.hover(".cm-lintRange-error");
+  await (await page.waitForSelector(".cm-diagnosticAction")).click();
+  assert.equal(await program(page), "a\\show(1);0,\n\n[use: base]");
   await page.close();
 });
 

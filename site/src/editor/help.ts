@@ -12,7 +12,7 @@ import type { Extension, Text } from "@codemirror/state";
 import { type EditorView, hoverTooltip, keymap } from "@codemirror/view";
 import { page } from "../assets";
 import { tokenize } from "../language/grammar";
-import { definitionOf } from "../language/program";
+import { definitionOf, useOf } from "../language/program";
 import { check, type Message } from "../machine/laboratory";
 import type { Source } from "../machine/library";
 import { entryFor } from "../play/entries";
@@ -39,8 +39,29 @@ function diagnosticsOf(doc: Text, messages: Message[]): Diagnostic[] {
       severity: message.severity === "warning" ? "warning" : "error",
       message: message.say,
       source: message.kind,
+      actions: themeIn(message).map((theme) => ({
+        name: `Add [use: ${theme}]`,
+        apply(view) {
+          const use = useOf(view.state.doc.toString(), theme);
+          if (use) view.dispatch({ changes: use, userEvent: "input" });
+        },
+      })),
     };
   });
+}
+
+/// The theme that has what a message says is missing, if there is just one.
+const themeIn = ({ say }: Message) =>
+  [...say.matchAll(/`\[use: (\w+)\]` gives one/g)].slice(0, 1).map(([, theme]) => theme);
+
+/// The same message, with the theme of the library that has what isn't defined: a program that uses
+/// nothing is checked without the library.
+async function withTheme(message: Message): Promise<Message> {
+  const name = /^`(\w+)` is not defined\.$/.exec(message.say)?.[1];
+  const entry = name && (await entryFor(name));
+  return entry && entry.kind === "library"
+    ? { ...message, say: `${message.say} \`[use: ${entry.section}]\` gives one.` }
+    : message;
 }
 
 /// Programs above this length are not checked while they are typed.
@@ -56,7 +77,8 @@ function faults({ beside, onChecked }: Checking) {
   const lint = async ({ state: { doc } }: EditorView) => {
     // Without an answer from the laboratory there is nothing to say against a program.
     const source = { text: doc.toString(), files: beside() };
-    const messages = doc.length > longest ? [] : await check(source).catch(() => []);
+    const found = doc.length > longest ? [] : await check(source).catch(() => []);
+    const messages = await Promise.all(found.map(withTheme));
     onChecked(messages);
     return diagnosticsOf(doc, messages);
   };
