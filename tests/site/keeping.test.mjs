@@ -228,6 +228,11 @@ test("Tab gives blanks, a new line is indented by the grammar, names are complet
   await page.keyboard.type("strle");
   await page.waitForSelector(".cm-completionInfo .hover-entry");
   assert.match(await page.$eval(".cm-completionInfo", (e) => e.textContent), /^strlen built-in, Strings/);
+  const isOnTop = (e) => {
+    const { left, right, top, bottom } = e.getBoundingClientRect();
+    return e.contains(document.elementFromPoint((left + right) / 2, (top + bottom) / 2));
+  };
+  assert.ok(await page.$eval(".cm-completionInfo", isOnTop));
   await slow(100);
   await press(page, "Enter");
   assert.equal(await program(page), "a\\strlen");
