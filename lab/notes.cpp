@@ -42,7 +42,8 @@ Message fault(Range range, std::string say) {
     return {range, Severity::fault, "note", std::move(say)};
 }
 
-/// Whether a text that ends a piece says what a note of that word would, so that it is meant as one.
+/// Whether a text that ends a piece says what a note of that word would, so that it is meant as
+/// one.
 bool speaks_as_note(std::string_view word, std::string_view text) {
     const std::string_view inside = text.substr(word.size() + 2, text.size() - word.size() - 3);
     if (word == "test") return inside.find("->") != inside.npos;
