@@ -38,10 +38,10 @@ std::optional<size_t> subject_of(const Program& program, const TestNote& test) {
 // Texts.
 
 std::string indented(std::string_view text, std::string_view by) {
-    std::string shown(by);
-    for (const char c : text) {
-        shown += c;
-        if (c == '\n') shown += by;
+    std::string shown;
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '\n' && (i == 0 || text[i - 1] == '\n')) shown += by;
+        shown += text[i];
     }
     return shown;
 }
@@ -80,14 +80,9 @@ std::string prose_in_html(std::string_view text) {
     return shown + (in_code ? "</code>" : "") + (is_strong ? "</strong>" : "");
 }
 
-/// An arrow, and the result in one line, or beside and below it.
-std::string example_text(const Example& example) {
-    return example.expression + " -> " + example.result;
-}
-
 std::string examples_text(const Entry& entry) {
     std::string text;
-    for (const Example& example : entry.examples) text += example_text(example) + "\n";
+    for (const Example& example : entry.examples) text += shown_example(example) + "\n";
     return text;
 }
 
@@ -112,7 +107,7 @@ std::string entry_in_text(const Entry& entry) {
     std::string shown = entry.signature + "\n";
     if (!entry.note.empty()) shown += indented(entry.note, "    ") + "\n";
     for (const Example& example : entry.examples) {
-        shown += indented(example_text(example), "    ") + "\n";
+        shown += indented(shown_example(example), "    ") + "\n";
     }
     return shown;
 }
@@ -168,6 +163,10 @@ Page page_of(std::string_view title, const Program& program) {
         page.entries.push_back(std::move(entry));
     }
     return page;
+}
+
+std::string shown_example(const Example& example) {
+    return example.expression + " -> " + example.result;
 }
 
 std::string shown_entry(const Entry& entry, PageForm form) {

@@ -32,6 +32,9 @@ struct Page {
     std::vector<Entry> entries;
 };
 
+/// An arrow, and the result in one line, or beside and below it.
+std::string shown_example(const Example& example);
+
 enum class PageForm { text, markdown, html };
 
 /// A definition's name and parameters as they are written in front of its body.

@@ -57,22 +57,28 @@ std::string with_name(std::string_view text, const std::string& name) {
 
 std::vector<std::string> lay_out_project(const std::string& folder, std::string& why) {
     std::error_code error;
+    const fs::path path(folder);
+    const fs::path last = path.has_filename() ? path.filename() : path.parent_path().filename();
+    const std::string name = last.string();
+    if (name.empty()) {
+        why = "A folder needs a name.";
+        return {};
+    }
     if (fs::exists(folder, error)) {
         why = folder + " is there already.";
         return {};
     }
     fs::create_directories(folder, error);
     std::vector<std::string> made;
-    const std::string name = fs::path(folder).filename().string();
     for (const auto& [file, text] : files) {
-        const std::string path = (fs::path(folder) / file).string();
-        std::ofstream out(path, std::ios::binary);
+        const std::string made_file = (path / file).string();
+        std::ofstream out(made_file, std::ios::binary);
         out << with_name(text, name);
         if (!out.flush()) {
-            why = path + " can't be written.";
+            why = made_file + " can't be written.";
             return {};
         }
-        made.push_back(path);
+        made.push_back(made_file);
     }
     return made;
 }

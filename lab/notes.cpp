@@ -42,14 +42,29 @@ Message fault(Range range, std::string say) {
     return {range, Severity::fault, "note", std::move(say)};
 }
 
-/// A note for tools that a missing comma made a part of a definition, where it begins a line.
+/// Whether a text that ends a piece says what a note of that word would, so that it is meant as
+/// one.
+bool speaks_as_note(std::string_view word, std::string_view text) {
+    const std::string_view inside = text.substr(word.size() + 2, text.size() - word.size() - 3);
+    if (word == "test") return inside.find("->") != inside.npos;
+    if (word == "lab") return inside.starts_with(" off ");
+    return word == "use" && std::all_of(inside.begin(), inside.end(), [](char c) {
+               return is_white(c) || c == '/' || c == '.' || is_word_byte(static_cast<uint8_t>(c));
+           });
+}
+
+/// A note for tools that a missing comma made a part of the piece in front of it: it begins a line,
+/// or stands behind white space at the end of the piece, and says what such a note says.
 void find_swallowed(const Program& program, const Piece& piece, std::vector<Message>& faults) {
     for_each_node(piece.value, [&](Node* node) {
         if (!is_leaf_of(node, '[')) return;
         const Range range = program.range_of(node);
-        const auto word = word_of_note(program.written(range));
-        const bool begins_line = range.begin > 0 && program.text[range.begin - 1] == '\n';
-        if (!word || !is_known(*word) || !begins_line) return;
+        const std::string_view text = program.written(range);
+        const auto word = word_of_note(text);
+        const char before = range.begin > 0 ? program.text[range.begin - 1] : '\0';
+        if (!word || !is_known(*word) || !is_white(before)) return;
+        const bool ends_piece = range.end == piece.range.end;
+        if (before != '\n' && !(ends_piece && speaks_as_note(*word, text))) return;
         faults.push_back(fault(range, "A comma is missing in front of this note: it is a part of " +
                                           ticked(shown_name(piece)) + " now."));
     });

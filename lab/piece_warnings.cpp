@@ -60,6 +60,7 @@ std::string skipped_name_sentence(const std::string& name) {
     const std::string hidden = hidden_byte_sentence(name);
     if (!hidden.empty()) return say + hidden.substr(1);
     if (name.find('=') != name.npos) return say + "A definition is `name\\body`, without an `=`.";
+    if (name.starts_with('[')) return say + "Behind a note stands a comma.";
     if (name.find_first_of(" \n") != name.npos) {
         return say + "Each parameter has a backslash of its own.";
     }

@@ -202,6 +202,11 @@ struct Testing {
 int run_tests(const TestOptions& options, std::ostream& out) {
     Testing testing{options, out};
     for (const std::string& path : options.paths) testing.test_path(path);
+    if (testing.passed + testing.failed == 0 && !testing.unreadable) {
+        out << "marl-lab: There are no tests: no notes `[test: expression -> text]`, and no "
+               "program "
+               "with its output beside it.\n";
+    }
     out << testing.passed << " passed, " << testing.failed << " failed\n";
     if (testing.unreadable) return wrong_use;
     return testing.failed > 0 || testing.passed == 0 ? 1 : 0;

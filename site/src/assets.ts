@@ -1,7 +1,7 @@
 // The files that scripts ask for, under the names that the build gave them: a hash stands in each, so
 // that no file of another version is taken for it. All scripts of pages stand in one folder with them.
 declare const ASSETS: Record<
-  "marl" | "marlWorker" | "laboratory" | "laboratoryWorker" | "reference" | "library" | "examples" | "search",
+  "marl" | "marlWorker" | "laboratory" | "laboratoryWorker" | "entries" | "library" | "examples" | "search",
   string
 >;
 

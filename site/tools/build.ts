@@ -12,7 +12,7 @@ import { cheatsheetText } from "./cheatsheet";
 import { checkExamples, checkExercises, checkSnippet } from "./checks";
 import { type Document, needsCommandLine, renderDocument, type Settings } from "./documents";
 import { type Example, readExamples } from "./gallery";
-import { readLibrary, type Theme } from "./library";
+import { libraryEntries, readLibrary, type Theme } from "./library";
 import { writeAsset } from "./page";
 import * as pages from "./pages";
 import { build, root, site, source, www } from "./places";
@@ -33,7 +33,7 @@ interface Read {
 
 const snippets = path.join(root, "docs/snippets");
 
-function readAll(machine: Machine): Read {
+async function readAll(machine: Machine): Promise<Read> {
   const { highlightedHtml: highlight } = machine;
   const reference = readReference();
   const read = (name: string, more: Partial<Settings> = {}) => renderDocument(source(name), { highlight, ...more });
@@ -42,7 +42,7 @@ function readAll(machine: Machine): Read {
   const about: [string, Document, string][] = [
     ["guide.html", guide, "The language in an hour, from the first program to a server."],
     ["reference.html", read("docs/reference.md", { ids }), "Every operator, every built-in, every Report."],
-    ["mistakes.html", read("docs/mistakes.md"), "Forty programs as a beginner would write them, and what is wrong."],
+    ["mistakes.html", read("docs/mistakes.md"), "Programs as a beginner would write them, and what is wrong."],
     ["design.html", read("docs/design.md"), "How the machine is built, why, and what must stay true."],
     ["browser.html", read("site/browser.md"), "What differs between a page and the command line."],
   ];
@@ -53,7 +53,7 @@ function readAll(machine: Machine): Read {
     reference,
     cheatsheet: cheatsheetText(reference),
     examples: readExamples(),
-    library: readLibrary(machine),
+    library: await readLibrary(machine),
   };
 }
 
@@ -83,7 +83,7 @@ async function writeAssets({ documents, reference, examples, library }: Read) {
     marlWorker: writeAsset("worker.js", await bundledWorker("marl")),
     laboratory: writeAsset("laboratory.wasm", fs.readFileSync(path.join(build, "module/laboratory.wasm"))),
     laboratoryWorker: writeAsset("laboratory.js", await bundledWorker("laboratory")),
-    reference: writeAsset("reference.json", JSON.stringify(pageEntries(reference))),
+    entries: writeAsset("entries.json", JSON.stringify([...pageEntries(reference), ...libraryEntries(library)])),
     library: writeAsset(
       "library.json",
       JSON.stringify(Object.fromEntries(library.map(({ name, text }) => [name, text]))),
@@ -132,7 +132,7 @@ async function main() {
   }
   const machine = await bundleForNode();
   const highlight = machine.highlightedHtml;
-  const all = readAll(machine);
+  const all = await readAll(machine);
   await tryOut(all, machine);
   const assets = await writeAssets(all);
   for (const page of all.documents) {

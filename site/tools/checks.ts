@@ -16,7 +16,10 @@ export function fail(text: string): never {
 }
 
 /// One program made of a text and what it uses, as a page makes it.
-async function packed({ text, files = [] }: Snippet, { askLaboratory }: Machine): Promise<string> {
+async function packed(
+  { text, files = [] }: Pick<Snippet, "text"> & Partial<Pick<Snippet, "files">>,
+  { askLaboratory }: Machine,
+): Promise<string> {
   if (!text.includes("[use:")) return text;
   const themes = fs.readdirSync(path.join(root, "lib")).filter((name) => name.endsWith(".marl"));
   const given = Object.fromEntries([
@@ -44,11 +47,12 @@ export async function checkSnippet(snippet: Snippet, shown: Record<string, strin
 }
 
 /// An exercise's check takes its answer, and does not take what the learner begins with.
-export async function checkExercises(guide: Document, { runProgram, checked }: Machine) {
+export async function checkExercises(guide: Document, machine: Machine) {
   const helpers = checkHelpers();
   for (const { name, start, check, answer } of guide.sections.flatMap((section) => section.exercises)) {
     const run = async (text: string) => {
-      const { out, err, outcome } = await runProgram({ text: checked(text, check, helpers) });
+      const whole = await packed({ text: machine.checked(text, check, helpers) }, machine);
+      const { out, err, outcome } = await machine.runProgram({ text: whole });
       return { right: outcome.ended === "exit" && outcome.status === 0, said: out + err };
     };
     const solved = await run(answer);

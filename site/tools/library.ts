@@ -23,36 +23,16 @@ export interface Theme {
   definitions: Definition[];
 }
 
-/// A note's text without its brackets; nothing for another piece.
-const noteIn = (piece: string) => /^\[([\s\S]*)\]$/.exec(piece)?.[1];
-
-function readTheme(name: string, { piecesOf }: Machine): Theme {
+/// What `marl-lab doc` tells of a theme; what has no note is for nobody else.
+async function readTheme(name: string, { askLaboratory }: Machine): Promise<Theme> {
   const text = source(`lib/${name}.marl`);
-  const theme: Theme = { name, text, about: "", definitions: [] };
-  let notes: string[] = [];
-  for (const { from, to, name: defined } of piecesOf(text)) {
-    const piece = text.slice(from, to).trim();
-    const note = defined === undefined ? noteIn(piece) : undefined;
-    if (note !== undefined) notes.push(note);
-    if (from === 0) {
-      theme.about = note ?? "";
-      notes = [];
-    }
-    if (defined === undefined) continue;
-    const tests = notes.flatMap((each) => /^test:\s*([\s\S]*)/.exec(each)?.[1] ?? []);
-    const about = notes.filter((each) => !/^\w+:/.test(each)).join("\n\n");
-    if (about && !defined.startsWith("_")) {
-      const signature = /^\w+(\(\))?(\\[a-z_]+)*/.exec(piece)?.[0] ?? defined;
-      theme.definitions.push({ name: defined, signature, note: about, tests });
-    }
-    notes = [];
-  }
-  return theme;
+  const told = (await askLaboratory({ command: "doc", text })) as { about: string; entries: Definition[] };
+  return { name, text, about: told.about, definitions: told.entries.filter(({ note }) => note) };
 }
 
-export function readLibrary(machine: Machine): Theme[] {
+export function readLibrary(machine: Machine): Promise<Theme[]> {
   const files = fs.readdirSync(path.join(root, "lib")).filter((name) => name.endsWith(".marl"));
-  return files.sort().map((name) => readTheme(path.parse(name).name, machine));
+  return Promise.all(files.sort().map((name) => readTheme(path.parse(name).name, machine)));
 }
 
 export const idOf = (theme: Theme, { name }: Definition) => `${theme.name}-${name}`;
@@ -67,6 +47,23 @@ function definitionHtml(theme: Theme, definition: Definition, highlight: (text: 
   const { signature, note, tests } = definition;
   const shown = tests.length ? `<pre class="code"><code>${tests.map(highlight).join("\n")}</code></pre>\n` : "";
   return `<h3 id="${idOf(theme, definition)}"><code>${escapeHtml(signature)}</code></h3>\n${paragraphs(note)}${shown}`;
+}
+
+/// For hovers and completion, in the form of those of the reference.
+export function libraryEntries(themes: Theme[]) {
+  return themes.flatMap((theme) =>
+    theme.definitions.map((definition) => ({
+      name: definition.name,
+      kind: "library",
+      section: theme.name,
+      page: "library.html",
+      id: idOf(theme, definition),
+      named: true,
+      html:
+        `<strong><code>${escapeHtml(definition.signature)}</code></strong> <span>library, ${theme.name}</span>\n` +
+        `${paragraphs(definition.note)}${definition.tests.map((test) => `<p><code>${escapeHtml(test)}</code></p>\n`).join("")}`,
+    })),
+  );
 }
 
 /// The library as a page: a section for each theme, with all that it offers.

@@ -1,5 +1,5 @@
 // What the unit tests of the pages' models need, bundled for node.
-export { checked, definitionOf, indentBehind, piecesOf, showingValue } from "../src/language/program";
+export { checked, definitionOf, indentBehind, piecesOf, showingValue, useOf } from "../src/language/program";
 export { callTree } from "../src/play/calls";
 export { endingOf } from "../src/play/ending";
 export { OutputModel } from "../src/play/output";

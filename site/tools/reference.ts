@@ -42,6 +42,7 @@ export function pageEntries({ entries }: Reference) {
     name,
     kind,
     section,
+    page: "reference.html",
     id,
     named: named.has(kind),
     html: `<strong><code>${escapeHtml(name)}</code></strong> <span>${kind}, ${escapeHtml(section)}</span>${linesHtml(lines)}`,

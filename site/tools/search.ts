@@ -68,18 +68,22 @@ function ofDocument(document: Document, href: string, synonyms: Map<string, stri
   });
 }
 
-/// The definitions of the library, each with the note in front of it.
+/// The themes of the library and their definitions, each with the note in front of it.
 function ofLibrary(themes: Theme[]): Piece[] {
-  return themes.flatMap((theme) =>
-    theme.definitions.map((definition) => ({
-      title: definition.name,
-      also: "",
-      text: definition.note,
-      where: `library, ${theme.name}`,
-      href: `library.html#${idOf(theme, definition)}`,
-      html: `<p>${escapeHtml(definition.note.replace(/\s+/g, " ").slice(0, 200))}</p>`,
-    })),
-  );
+  const piece = (title: string, text: string, where: string, id: string): Piece => ({
+    title,
+    also: "",
+    text,
+    where,
+    href: `library.html#${id}`,
+    html: `<p>${escapeHtml(text.replace(/\s+/g, " ").slice(0, 200))}</p>`,
+  });
+  return themes.flatMap((theme) => [
+    piece(theme.name, theme.about, "library", theme.name),
+    ...theme.definitions.map((definition) =>
+      piece(definition.name, definition.note, `library, ${theme.name}`, idOf(theme, definition)),
+    ),
+  ]);
 }
 
 interface Indexable {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "lab/check_bundle.h"
+#include "lab/doc.h"
 #include "lab/json.h"
 #include "lab/lab.h"
 #include "lab/observe.h"
@@ -138,6 +139,20 @@ void pack(const std::string& text, const Json& request) {
     answer = {{"text", pack_to_run(files, read_bundle(files, program_path, text)).text}};
 }
 
+/// "about" is the note of the file, and "entries" are its definitions with their notes and tests.
+void doc(const std::string& text) {
+    const Page page = page_of({}, read_program(text));
+    answer = {{"about", page.about}, {"entries", Json::array()}};
+    for (const Entry& entry : page.entries) {
+        Json tests = Json::array();
+        for (const Example& example : entry.examples) tests.push_back(shown_example(example));
+        answer["entries"].push_back({{"name", entry.name},
+                                     {"signature", entry.signature},
+                                     {"note", entry.note},
+                                     {"tests", tests}});
+    }
+}
+
 void answer_to(const Json& request) {
     const auto command = request.value("command", std::string());
     const auto text = request.value("text", std::string());
@@ -147,6 +162,7 @@ void answer_to(const Json& request) {
     if (command == "check")
         answer = json_of("program", text, check_file(files_of(request), program_path, text));
     if (command == "pack") pack(text, request);
+    if (command == "doc") doc(text);
     if (command == "format") answer = json_of(text, format_source(text));
     if (command == "steps") steps(text, arguments, request);
     if (command == "walk") walk(text, arguments, request);

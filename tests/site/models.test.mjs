@@ -177,6 +177,21 @@ test("a line is indented by the brackets that are open, and begins anew behind a
     assert.equal(indentBehind(before, line), expected, before);
 });
 
+test("a name of the library brings the use of its theme, once", () => {
+  const used = (text, theme) => {
+    const use = models.useOf(text, theme);
+    return use ? text.slice(0, use.from) + use.insert + text.slice(use.from) : text;
+  };
+  for (const [text, expected] of [
+    ["map\n", "map,\n\n[use: list]\n"],
+    ["a\\[[]],ff\\map", "a\\[[]],\n\n[use: list],ff\\map"],
+    ["map,[use: base ./f.marl ],ff\\1", "map,[use: base ./f.marl list ],ff\\1"],
+    ["[use: base],ff\\map", "[use: base list],ff\\map"],
+    ["map,[use: base],[use: list]", "map,[use: base],[use: list]"],
+  ])
+    assert.equal(used(text, "list"), expected);
+});
+
 test("a state's line is cut by bytes, and what is left out unfolds in its place", () => {
   const line = "(BI «ä») . (f 1)";
   const start = bytes("(BI «ä») . ").length;

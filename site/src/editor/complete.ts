@@ -1,14 +1,37 @@
-// Completion: what the reference knows, what the program defines, and the names of the definition
-// that is being written.
-import type { Completion, CompletionContext, CompletionResult } from "@codemirror/autocomplete";
-import { piecesOf, tokensOf } from "../language/program";
+// Completion: what the reference and the library know, what the program defines, and the names of the
+// definition that is being written. A name of the library brings the use of its theme with it.
+import {
+  type Completion,
+  type CompletionContext,
+  type CompletionResult,
+  pickedCompletion,
+} from "@codemirror/autocomplete";
+import type { EditorView } from "@codemirror/view";
+import { piecesOf, tokensOf, useOf } from "../language/program";
 import { allEntries, type Entry } from "../play/entries";
 
-function ofReference(entry: Entry): Completion {
+/// Writes the name, and where it is missing the use of its theme.
+function insertWithUse(view: EditorView, completion: Completion, theme: string, from: number, to: number) {
+  const use = useOf(view.state.doc.toString(), theme);
+  const name = { from, to, insert: completion.label };
+  const before = use && use.from < from ? use.insert.length : 0;
+  view.dispatch({
+    changes: use ? [name, use] : name,
+    selection: { anchor: from + completion.label.length + before },
+    annotations: pickedCompletion.of(completion),
+    userEvent: "input.complete",
+  });
+}
+
+function ofEntry(entry: Entry): Completion {
+  const isOfLibrary = entry.kind === "library";
   return {
     label: entry.name,
     type: entry.kind,
-    detail: entry.section,
+    detail: isOfLibrary ? `${entry.section}, library` : entry.section,
+    ...(isOfLibrary && {
+      apply: (view, completion, from, to) => insertWithUse(view, completion, entry.section, from, to),
+    }),
     info() {
       const dom = document.createElement("div");
       dom.className = "hover-entry";
@@ -33,7 +56,20 @@ function ofProgram(text: string, position: number, typed: string): Completion[] 
   return [...found].map(([label, detail]) => ({ label, detail, type: "variable", boost: 10 }));
 }
 
+/// In a note `[use: ...]` the themes of the library.
+async function completeThemes(context: CompletionContext): Promise<CompletionResult> {
+  const typed = context.matchBefore(/[a-z]*/)?.text ?? "";
+  const ofLibrary = (await allEntries()).filter(({ kind }) => kind === "library");
+  const themes = [...new Set(ofLibrary.map(({ section }) => section))];
+  return {
+    from: context.pos - typed.length,
+    options: themes.map((label) => ({ label, type: "library", detail: "theme of the library" })),
+    validFor: /^[a-z]*$/,
+  };
+}
+
 export async function completeNames(context: CompletionContext): Promise<CompletionResult | null> {
+  if (context.matchBefore(/\[use:[^\]]*/)) return completeThemes(context);
   const word = context.matchBefore(/[a-z_]+|[A-Z]/);
   if (!word && !context.explicit) return null;
   const typed = word?.text ?? "";
@@ -42,7 +78,7 @@ export async function completeNames(context: CompletionContext): Promise<Complet
   const options = ofProgram(text, context.pos, typed);
   const own = new Set(options.map(({ label }) => label));
   for (const entry of await allEntries()) {
-    if (entry.named && /^\w/.test(entry.name) && !own.has(entry.name)) options.push(ofReference(entry));
+    if (entry.named && /^\w/.test(entry.name) && !own.has(entry.name)) options.push(ofEntry(entry));
   }
   return { from: context.pos - typed.length, options, validFor: /^[a-z_]*$/ };
 }

@@ -1,5 +1,5 @@
 // What helps whoever writes a program: completion, brackets that close, the sentences of the check under
-// the faults, and the reference's entry for the name under the pointer or, with F1, the cursor.
+// the faults, and the entry of the reference or the library for the name under the pointer or, with F1, the cursor.
 import {
   acceptCompletion,
   autocompletion,
@@ -12,6 +12,7 @@ import type { Extension, Text } from "@codemirror/state";
 import { type EditorView, hoverTooltip, keymap } from "@codemirror/view";
 import { page } from "../assets";
 import { tokenize } from "../language/grammar";
+import { definitionOf, useOf } from "../language/program";
 import { check, type Message } from "../machine/laboratory";
 import type { Source } from "../machine/library";
 import { entryFor } from "../play/entries";
@@ -38,8 +39,29 @@ function diagnosticsOf(doc: Text, messages: Message[]): Diagnostic[] {
       severity: message.severity === "warning" ? "warning" : "error",
       message: message.say,
       source: message.kind,
+      actions: themeIn(message).map((theme) => ({
+        name: `Add [use: ${theme}]`,
+        apply(view) {
+          const use = useOf(view.state.doc.toString(), theme);
+          if (use) view.dispatch({ changes: use, userEvent: "input" });
+        },
+      })),
     };
   });
+}
+
+/// The theme that has what a message says is missing, if there is just one.
+const themeIn = ({ say }: Message) =>
+  [...say.matchAll(/`\[use: (\w+)\]` gives one/g)].slice(0, 1).map(([, theme]) => theme);
+
+/// The same message, with the theme of the library that has what isn't defined: a program that uses
+/// nothing is checked without the library.
+async function withTheme(message: Message): Promise<Message> {
+  const name = /^`(\w+)` is not defined\.$/.exec(message.say)?.[1];
+  const entry = name && (await entryFor(name));
+  return entry && entry.kind === "library"
+    ? { ...message, say: `${message.say} \`[use: ${entry.section}]\` gives one.` }
+    : message;
 }
 
 /// Programs above this length are not checked while they are typed.
@@ -55,19 +77,21 @@ function faults({ beside, onChecked }: Checking) {
   const lint = async ({ state: { doc } }: EditorView) => {
     // Without an answer from the laboratory there is nothing to say against a program.
     const source = { text: doc.toString(), files: beside() };
-    const messages = doc.length > longest ? [] : await check(source).catch(() => []);
+    const found = doc.length > longest ? [] : await check(source).catch(() => []);
+    const messages = await Promise.all(found.map(withTheme));
     onChecked(messages);
     return diagnosticsOf(doc, messages);
   };
   return linter(lint, { delay: 300 });
 }
 
-/// The reference's entry for the token at a place of the text.
+/// The entry for the token at a place of the text. What the program defines itself has none.
 async function entryAt(doc: Text, position: number) {
   const line = doc.lineAt(position);
   const at = position - line.from;
   const token = tokenize(line.text, []).tokens.find(({ start, end }) => start <= at && at < end);
   const entry = token && (await entryFor(line.text.slice(token.start, token.end)));
+  if (entry?.kind === "library" && definitionOf(doc.toString(), entry.name)) return undefined;
   return entry && { entry, pos: line.from + token.start, end: line.from + token.end };
 }
 
@@ -88,11 +112,11 @@ const hover = hoverTooltip(async ({ state }, position) => {
   };
 });
 
-/// What a hover tells, for the keyboard: the reference at the name under the cursor, or before it.
+/// What a hover tells, for the keyboard: the page that tells of the name under the cursor, or before it.
 async function lookUp({ state: { doc, selection } }: EditorView) {
   const { head } = selection.main;
   const found = (await entryAt(doc, head)) ?? (await entryAt(doc, Math.max(0, head - 1)));
-  open(page(`reference.html${found ? `#${found.entry.id}` : ""}`));
+  open(page(found ? `${found.entry.page}#${found.entry.id}` : "reference.html"));
 }
 
 const keys = keymap.of([

@@ -46,6 +46,22 @@ export function definitionOf(text: string, name: string): Piece | undefined {
   };
 }
 
+/// What to insert, and where, so that the program says that it uses a theme of the library; nothing
+/// when it does already. It goes into the last note of that kind, or behind the entry.
+export function useOf(text: string, theme: string): { from: number; insert: string } | undefined {
+  const pieces = piecesOf(text);
+  let last: number | undefined;
+  for (const { from, to } of pieces) {
+    const note = /^\s*\[use:([^\]]*)\]\s*$/.exec(text.slice(from, to));
+    if (!note) continue;
+    if (note[1].split(/\s+/).includes(theme)) return undefined;
+    last = from + text.slice(from, to).search(/\s*\]\s*$/);
+  }
+  if (last !== undefined) return { from: last, insert: ` ${theme}` };
+  const entry = text.slice(0, pieces[0].to).trimEnd();
+  return { from: entry.length, insert: `,\n\n[use: ${theme}]` };
+}
+
 /// Stands in front of a value that a run shows.
 export const valueMark = "\u0002";
 

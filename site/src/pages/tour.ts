@@ -5,7 +5,7 @@
 // reader's entry, gives 0 when all is right, and says else what is not.
 import { makeEditor, replaceText } from "../editor/editor";
 import { checked } from "../language/program";
-import { check } from "../machine/laboratory";
+import { check, pack } from "../machine/laboratory";
 import { type Run, start, warmUp } from "../machine/session";
 import { type Given, givenText, jobOf } from "../play/given";
 import { setUpKeys } from "../play/keys";
@@ -85,9 +85,11 @@ function setUpChapter(workplace: HTMLElement) {
     const text = editor.state.doc.toString();
     const fault = (await check(givenText(text)).catch(() => [])).find(({ severity }) => severity === "fault");
     if (fault) return tell("failed", `Line ${fault.line}: ${fault.say}`);
+    const whole = givenText(checked(text, exercise.check, helpers));
+    const packed = await pack(whole).catch(() => whole.text);
     const decoder = new TextDecoder();
     let said = "";
-    const mine = start(jobOf(givenText(checked(text, exercise.check, helpers))), {
+    const mine = start(jobOf(givenText(packed)), {
       output: (_, bytes) => {
         said += decoder.decode(bytes, { stream: true });
       },
