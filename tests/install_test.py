@@ -88,6 +88,7 @@ class Installation(unittest.TestCase):
                                    capture_output=True, check=True)
             self.assertEqual(shown.stderr, b"")
             self.assertIn(text, shown.stdout.decode())
+            self.assertRegex(shown.stdout.decode(), r"\nmarl \d+\.\d+\.\d+ ")
 
 
 if __name__ == "__main__":
