@@ -22,6 +22,26 @@ Report report(const char* kind, std::initializer_list<std::string_view> say, Str
     return {joined(say), kind, std::move(vip), std::move(tip), {}};
 }
 
+/// The Report of what is wrong with the brackets or commas of a text.
+Report report_of_text(const Fault& fault) {
+    const std::string_view name = fault.name.view();
+    const String at = base64_name(fault.position);
+    if (fault.kind == Fault::comma) {
+        return report("comma", {"Comma at [", at.view(), "] is not part of a valid call list."},
+                      at);
+    }
+    if (fault.kind == Fault::misfit) {
+        const String closing = base64_name(fault.closing);
+        return report("match",
+                      {"'", name.substr(0, 1), "' at [", at.view(), "] doesn't fit '",
+                       name.substr(1), "' at [", closing.view(), "]."},
+                      at, closing);
+    }
+    const char* side = fault.kind == Fault::dangling_left ? "left-" : "right-";
+    return report("match", {"Dangling ", side, bracket_name(name[0]), " at [", at.view(), "]."},
+                  at);
+}
+
 }  // namespace
 
 Report report_of(const Fault& fault, bool is_loaded) {
@@ -31,21 +51,9 @@ Report report_of(const Fault& fault, bool is_loaded) {
     const String at = base64_name(fault.position);
     switch (fault.kind) {
         case Fault::dangling_right:
-        case Fault::dangling_left: {
-            const char* side = fault.kind == Fault::dangling_left ? "left-" : "right-";
-            return report("match",
-                          {"Dangling ", side, bracket_name(name[0]), " at [", at.view(), "]."}, at);
-        }
-        case Fault::misfit: {
-            const String closing = base64_name(fault.closing);
-            return report("match",
-                          {"'", name.substr(0, 1), "' at [", at.view(), "] doesn't fit '",
-                           name.substr(1), "' at [", closing.view(), "]."},
-                          at, closing);
-        }
-        case Fault::comma:
-            return report("comma", {"Comma at [", at.view(), "] is not part of a valid call list."},
-                          at);
+        case Fault::dangling_left:
+        case Fault::misfit:
+        case Fault::comma: return report_of_text(fault);
         case Fault::lower:
             return report("lower",
                           {"Single lowercase letters (", definition,

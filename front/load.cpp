@@ -89,12 +89,12 @@ constexpr Stage road_stages[] = {
     drop_unsettled_parts,
 };
 
-struct Outcome {
+struct Loaded {
     Report report;
     Value entry;  // null on a fault
 };
 
-Outcome compile(const String& text, std::span<const Stage> stages) {
+Loaded compile(const String& text, std::span<const Stage> stages) {
     const TodoArming unarmed(false);
     Module module;
     module.text = text;
@@ -123,16 +123,16 @@ std::optional<String> source_text(Node* x) {
 Value load_text(Node* x) {
     const std::optional<String> text = source_text(x);
     if (!text) return leaf_Z();
-    const Outcome outcome = compile(*text, load_stages);
-    return passed(outcome.report) ? reduce(outcome.entry) : leaf_Z();
+    const Loaded loaded = compile(*text, load_stages);
+    return passed(loaded.report) ? reduce(loaded.entry) : leaf_Z();
 }
 
 Value road_text(Node* x) {
     const std::optional<String> text = source_text(x);
     if (!text) return leaf_Z();
-    Outcome outcome = compile(*text, road_stages);
-    Report& report = outcome.report;
-    if (passed(report)) return reduce(outcome.entry);
+    Loaded loaded = compile(*text, road_stages);
+    Report& report = loaded.report;
+    if (passed(report)) return reduce(loaded.entry);
     const bool is_match = report.kind == "match";
     report.way = is_match ? "yes" : clip_text(normalise(text->view()).view(), true);
     return report_value(report);

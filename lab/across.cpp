@@ -51,7 +51,7 @@ struct Finding {
         }
         for (const ToolNote& note : tool_notes(program)) {
             if (note.word != "keep") continue;
-            for (const Word& word : words_of(program, note.body)) {
+            for (const NoteWord& word : note_words(program, note.body)) {
                 if (is_meant(word.text)) places.push_back(word.range);
             }
         }

@@ -112,8 +112,8 @@ std::vector<Message> find_note_faults(const Program& program) {
     return faults;
 }
 
-std::vector<Word> words_of(const Program& program, Range range) {
-    std::vector<Word> words;
+std::vector<NoteWord> note_words(const Program& program, Range range) {
+    std::vector<NoteWord> words;
     for (size_t i = range.begin; i < range.end; ++i) {
         if (is_white(program.text[i])) continue;
         size_t end = i;

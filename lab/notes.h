@@ -27,13 +27,13 @@ bool is_tool_note(const Program& program, const Piece& piece);
 /// What is wrong with the notes themselves, whatever they say.
 std::vector<Message> find_note_faults(const Program& program);
 
-struct Word {
+struct NoteWord {
     std::string text;
     Range range;
 };
 
 /// The words in a part of a source: what blanks and newlines stand between.
-std::vector<Word> words_of(const Program& program, Range range);
+std::vector<NoteWord> note_words(const Program& program, Range range);
 
 /// What the author says about a definition: the note in front of it, without its brackets. Notes
 /// for tools may stand between; the first piece of a file of definitions is about the file.

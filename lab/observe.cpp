@@ -157,7 +157,7 @@ std::string call_text(const State& state, const Room& room) {
     std::string call = shown(state.head, room);
     for (Node* argument : state.arguments) {
         const std::string text = shown(argument, room);
-        const bool stands_alone = is_leaf(argument) || is_zits(argument) || text.front() == '(';
+        const bool stands_alone = is_atom(argument) || text.front() == '(';
         call += stands_alone ? ' ' + text : " (" + text + ')';
     }
     return call;

@@ -18,7 +18,7 @@ namespace marl::lab {
 namespace {
 
 /// A word made of what a file is called, for new names.
-std::string word_of(const SourceFile& source) {
+std::string word_for(const SourceFile& source) {
     std::string word = std::filesystem::path(source.origin).stem().string();
     std::erase_if(word, [](char c) { return !is_word_byte(static_cast<uint8_t>(c)); });
     return word.empty() ? "file" : word;
@@ -102,7 +102,7 @@ struct Packing {
     std::string new_name(const Place& place) {
         // What is for its file alone begins with _ and goes on doing so.
         const std::string& key = piece_of(place).key;
-        const std::string word = word_of(bundle.sources[place.source]);
+        const std::string word = word_for(bundle.sources[place.source]);
         std::string name = key[0] == '_' ? "_" + word + key : word + "_" + key;
         while (is_given(name) || !taken.insert(name).second) name += '_';
         return name;

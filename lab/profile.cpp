@@ -1,6 +1,6 @@
 // What a run costs, by the names that it calls.
 //
-// The calls that are going on stand on a stack, each with its Row and its place in the tree of
+// The calls that are going on stand on a stack, each with its Cost and its place in the tree of
 // stacks. What passes between two states belongs to the call on top. A name stands once on each way
 // through the tree, however deep it recurses.
 #include <algorithm>
@@ -21,7 +21,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Seconds = std::chrono::duration<double>;
 
-struct Row {
+struct Cost {
     int64_t calls = 0;
     int64_t steps = 0;
     int64_t nodes = 0;
@@ -32,11 +32,11 @@ struct Row {
 };
 
 /// A node of the tree of stacks.
-struct Stack {
+struct CallStack {
     const Symbol* symbol;  // null at the root
-    Stack* below;
+    CallStack* below;
     int64_t steps = 0;
-    std::map<const Symbol*, std::unique_ptr<Stack>> above;
+    std::map<const Symbol*, std::unique_ptr<CallStack>> above;
 };
 
 std::string name_of(const Symbol* symbol) {
@@ -55,9 +55,9 @@ class Profile : public Watcher {
     /// The counts, beside how the run went.
     Profiled result(Ending ending) {
         // A program that ended the process has not left its calls.
-        for (auto& [symbol, row] : rows_) {
-            if (row.active > 0) row.whole += passed_ - row.entered;
-            row.active = 0;
+        for (auto& [symbol, cost] : costs_) {
+            if (cost.active > 0) cost.whole += passed_ - cost.entered;
+            cost.active = 0;
         }
         std::vector<std::string> lines;
         fold(root_, {}, lines);
@@ -69,8 +69,8 @@ class Profile : public Watcher {
 
   private:
     struct Active {
-        Row* row;
-        Stack* stack;
+        Cost* cost;
+        CallStack* stack;
     };
 
     bool at(State& state, Value&) override {
@@ -79,7 +79,7 @@ class Profile : public Watcher {
         leave_calls(state);
         if (!state.last) {
             enter_call(state);
-            ++active_.back().row->steps;
+            ++active_.back().cost->steps;
             ++active_.back().stack->steps;
         }
         before_ = Clock::now();
@@ -96,17 +96,17 @@ class Profile : public Watcher {
     /// What has passed since the last state is the topmost call's.
     void charge() {
         const Clock::duration spent = Clock::now() - before_;
-        Row& row = *active_.back().row;
-        row.self += spent;
-        row.nodes += made_nodes - nodes_before_;
+        Cost& cost = *active_.back().cost;
+        cost.self += spent;
+        cost.nodes += made_nodes - nodes_before_;
         passed_ += spent;
     }
 
-    void enter(const Symbol* symbol, Stack* stack) {
-        Row& row = rows_[symbol];
-        ++row.calls;
-        if (row.active++ == 0) row.entered = passed_;
-        active_.push_back({&row, stack});
+    void enter(const Symbol* symbol, CallStack* stack) {
+        Cost& cost = costs_[symbol];
+        ++cost.calls;
+        if (cost.active++ == 0) cost.entered = passed_;
+        active_.push_back({&cost, stack});
     }
 
     void on_entered(const State& state) override {
@@ -114,39 +114,39 @@ class Profile : public Watcher {
     }
 
     void on_left(const State&, const Call&, Node*) override {
-        Row& row = *active_.back().row;
-        if (--row.active == 0) row.whole += passed_ - row.entered;
+        Cost& cost = *active_.back().cost;
+        if (--cost.active == 0) cost.whole += passed_ - cost.entered;
         active_.pop_back();
     }
 
     /// The place of a call that `stack` makes. A name that stands in the stack keeps its place.
-    static Stack* above(Stack* stack, const Symbol* symbol) {
-        for (Stack* s = stack; s; s = s->below) {
+    static CallStack* above(CallStack* stack, const Symbol* symbol) {
+        for (CallStack* s = stack; s; s = s->below) {
             if (s->symbol == symbol) return s;
         }
-        std::unique_ptr<Stack>& place = stack->above[symbol];
-        if (!place) place.reset(new Stack{symbol, stack, 0, {}});
+        std::unique_ptr<CallStack>& place = stack->above[symbol];
+        if (!place) place.reset(new CallStack{symbol, stack, 0, {}});
         return place.get();
     }
 
     std::vector<ProfileRow> told_rows() const {
         std::vector<ProfileRow> rows;
-        for (const auto& [symbol, row] : rows_) {
-            rows.push_back({name_of(symbol), row.calls, row.steps, row.nodes,
-                            Seconds(row.self).count(), Seconds(row.whole - row.self).count()});
+        for (const auto& [symbol, cost] : costs_) {
+            rows.push_back({name_of(symbol), cost.calls, cost.steps, cost.nodes,
+                            Seconds(cost.self).count(), Seconds(cost.whole - cost.self).count()});
         }
         return rows;
     }
 
-    static void fold(const Stack& stack, std::string way, std::vector<std::string>& lines) {
+    static void fold(const CallStack& stack, std::string way, std::vector<std::string>& lines) {
         if (stack.below) way += ';';
         way += folded_name(stack.symbol);
         if (stack.steps > 0) lines.push_back(way + ' ' + std::to_string(stack.steps));
         for (const auto& [symbol, next] : stack.above) fold(*next, way, lines);
     }
 
-    std::map<const Symbol*, Row> rows_;
-    Stack root_{nullptr, nullptr, 0, {}};
+    std::map<const Symbol*, Cost> costs_;
+    CallStack root_{nullptr, nullptr, 0, {}};
     std::vector<Active> active_;
     Clock::time_point before_;
     Clock::duration passed_{};

@@ -123,7 +123,7 @@ std::vector<std::string> uses_in(const Program& program) {
     std::vector<std::string> uses;
     for (const ToolNote& note : tool_notes(program)) {
         if (note.word != "use") continue;
-        for (const Word& word : words_of(program, note.body)) uses.push_back(word.text);
+        for (const NoteWord& word : note_words(program, note.body)) uses.push_back(word.text);
     }
     return uses;
 }

@@ -19,7 +19,7 @@ namespace marl::lab {
 namespace {
 
 /// What both commands take.
-struct Program {
+struct ProgramFile {
     std::string path;
     std::vector<std::string> arguments;
     std::string text = {};
@@ -32,7 +32,7 @@ struct Program {
     }
 };
 
-void add_program(CLI::App* command, Program& program) {
+void add_program(CLI::App* command, ProgramFile& program) {
     command->add_option("FILE", program.path, "The program; - is standard input")->required();
     command->add_option("ARGUMENT", program.arguments, "What the program gets");
     command->footer("Arguments of the program that begin with - stand behind --");
@@ -46,7 +46,7 @@ int status_of(const Ending& ending) {
 }
 
 struct StepsCommand {
-    Program program;
+    ProgramFile program;
     StepsOptions options;
     std::string only;
     bool why = false;
@@ -76,7 +76,7 @@ struct StepsCommand {
 };
 
 struct ProfileCommand {
-    Program program;
+    ProgramFile program;
     std::string folded;
     std::string sort = "self";
     std::string output;

@@ -21,7 +21,7 @@ std::string printed_with_place(Node* context, int depth, size_t& place) {
     return std::string(print_value(context, frame, place).view());
 }
 
-const char* word_of(const State& state) {
+const char* rule_word(const State& state) {
     if (state.last) return "end";
     switch (state.rule) {
         case Rule::pop: return "pop";
@@ -65,7 +65,7 @@ Step step_of(const State& state, const Room& room, bool with_trees) {
     Step step;
     step.number = state.number;
     step.nesting = state.nesting;
-    step.rule = word_of(state);
+    step.rule = rule_word(state);
     step.line = line;
     step.redex = {begin, line.size()};
     step.frames_taken = taken;

@@ -78,7 +78,7 @@ struct Reader {
                (near.empty() ? "." : "; is it " + ticked(near.front()) + "?");
     }
 
-    void read_use(size_t source, const Word& word) {
+    void read_use(size_t source, const NoteWord& word) {
         const bool is_path = word.text.find('/') != std::string::npos;
         std::optional<size_t> used;
         if (word.text.find_first_of("[]") == std::string::npos &&
@@ -96,8 +96,8 @@ struct Reader {
         const std::vector<ToolNote> notes = tool_notes(bundle.program(source));
         for (const ToolNote& note : notes) {
             if (note.word != "use") continue;
-            const std::vector<Word> words = words_of(bundle.program(source), note.body);
-            for (const Word& word : words) read_use(source, word);
+            const std::vector<NoteWord> words = note_words(bundle.program(source), note.body);
+            for (const NoteWord& word : words) read_use(source, word);
             if (!words.empty()) continue;
             bundle.sources[source].use_faults.push_back(
                 fault(bundle.program(source).pieces[note.piece].range, "This note names nothing."));
@@ -213,12 +213,12 @@ struct Finding {
     void look_at_keeps() {
         for (const ToolNote& note : tool_notes(source.program)) {
             if (note.word != "keep") continue;
-            const std::vector<Word> words = words_of(source.program, note.body);
+            const std::vector<NoteWord> words = note_words(source.program, note.body);
             if (words.empty()) {
                 messages.push_back(
                     fault(source.program.pieces[note.piece].range, "This note names nothing."));
             }
-            for (const Word& word : words) {
+            for (const NoteWord& word : words) {
                 const std::vector<Place> places = meanings(bundle, index, word.text);
                 for (const Place& place : places) needed.insert(place.source);
                 if (places.size() == 1) continue;
@@ -330,7 +330,7 @@ std::set<Place> noted_places(const Bundle& bundle) {
     for (size_t i = 0; i < bundle.sources.size(); ++i) {
         for (const ToolNote& note : tool_notes(bundle.program(i))) {
             if (note.word != "keep") continue;
-            for (const Word& word : words_of(bundle.program(i), note.body)) {
+            for (const NoteWord& word : note_words(bundle.program(i), note.body)) {
                 const std::vector<Place> places = meanings(bundle, i, word.text);
                 noted.insert(places.begin(), places.end());
             }

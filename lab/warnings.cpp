@@ -24,7 +24,7 @@ std::vector<Switch> switches_of(const Program& program) {
         if (note.word != "lab") continue;
         Switch one;
         bool in_definitions = false;
-        for (const Word& word : words_of(program, note.body)) {
+        for (const NoteWord& word : note_words(program, note.body)) {
             if (word.text == "in") {
                 in_definitions = true;
             } else if (in_definitions) {
@@ -123,7 +123,7 @@ std::vector<Message> find_switch_faults(const Program& program) {
     std::vector<Message> faults;
     for (const ToolNote& note : tool_notes(program)) {
         if (note.word != "lab") continue;
-        const std::vector<Word> words = words_of(program, note.body);
+        const std::vector<NoteWord> words = note_words(program, note.body);
         if (words.empty() || words[0].text != "off") {
             faults.push_back({note.body, Severity::fault, "note",
                               "A note `lab` switches warnings off: `[lab: off NAME...]`."});

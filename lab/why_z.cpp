@@ -1,11 +1,11 @@
 // Where a Z comes from.
 //
-// Each Z that a step gives gets a node of its own, and an Origin is kept for that node: from then
+// Each Z that a step gives gets a node of its own, and a Failure is kept for that node: from then
 // on a Z is known by its node, wherever the program carries it. A call that answers Z on an
-// argument which is a known Z, or holds one, answers so because of it: its Origin follows from that
-// one's. `Z a` hands the Origin on.
+// argument which is a known Z, or holds one, answers so because of it: its Failure names that one's
+// as its cause. `Z a` hands its Failure on.
 //
-// A node that has an Origin is held, so that its address stays its own; those that nobody else
+// A node that has a Failure is held, so that its address stays its own; those that nobody else
 // holds are given up from time to time.
 #include <algorithm>
 #include <memory>
@@ -23,37 +23,38 @@ namespace marl::lab {
 
 namespace {
 
-struct Origin {
+/// What answered a Z: the call, at which state, and the calls around it.
+struct Failure {
     int64_t number;
     const char* kind;
     std::string call;
     std::vector<std::string> within;
-    std::shared_ptr<const Origin> cause;  // null for a first one
+    std::shared_ptr<const Failure> cause;  // null for a first one
 };
-using OriginRef = std::shared_ptr<const Origin>;
+using FailureRef = std::shared_ptr<const Failure>;
 
 bool is_Z(Node* node) { return is_leaf_text(node, "Z"); }
 
-class Origins {
+class Failures {
   public:
-    OriginRef of(Node* node) const {
+    FailureRef of(Node* node) const {
         const auto found = known_.find(node);
-        return found == known_.end() ? nullptr : found->second.origin;
+        return found == known_.end() ? nullptr : found->second.failure;
     }
 
-    /// A new Z with that origin.
-    Value make(OriginRef origin) {
+    /// A new Z that stands for that failure.
+    Value make(FailureRef failure) {
         if (known_.size() >= limit_) forget();
         Value z = leaf("Z");
         analyse(z);
-        known_[z.get()] = {z, std::move(origin)};
+        known_[z.get()] = {z, std::move(failure)};
         return z;
     }
 
-    /// The origin of the first Z with one in an expression, in reading order.
-    OriginRef inside(Node* expression, size_t most_nodes) const {
+    /// The failure of the first known Z in an expression, in reading order.
+    FailureRef inside(Node* expression, size_t most_nodes) const {
         std::unordered_set<Node*> seen;
-        OriginRef found;
+        FailureRef found;
         walk<ChildrenAndElements>(expression, [&](Node* node) {
             if (seen.size() == most_nodes) return Go::out;
             if (!seen.insert(node).second) return Go::past;
@@ -71,7 +72,7 @@ class Origins {
 
     struct Known {
         Value node;
-        OriginRef origin;
+        FailureRef failure;
     };
     std::unordered_map<Node*, Known> known_;
     size_t limit_ = 1000;
@@ -84,18 +85,18 @@ struct Fired {
     const char* kind = "";
     std::string call;
     int64_t number = 0;
-    OriginRef cause;
+    FailureRef cause;
 };
 
 class Tracing : public Watcher {
   public:
-    const OriginRef& origin_of_result() const { return result_origin_; }
+    const FailureRef& failure_of_result() const { return result_failure_; }
     const std::string& result() const { return result_; }
 
   private:
     bool at(State& state, Value& focus) override {
         fired_.resize(static_cast<size_t>(state.nesting) + 1);
-        if (is_Z(focus) && !origins_.of(focus)) note_new_Z(state, focus);
+        if (is_Z(focus) && !failures_.of(focus)) note_new_Z(state, focus);
         leave_calls(state);
         if (state.last) {
             fired_.pop_back();
@@ -128,7 +129,7 @@ class Tracing : public Watcher {
                              !is_leaf_of(state.head, '{') && !is_leaf_of(state.head, ')');
         if (is_Z(state.head) && is_plumbing(*state.symbol)) {
             fired.what = Fired::What::z_applied;
-            fired.cause = origins_.of(state.head);
+            fired.cause = failures_.of(state.head);
         } else if (is_data || (state.symbol && !is_plumbing(*state.symbol))) {
             fired.what = Fired::What::call;
             fired.kind = is_data ? "data" : state.symbol->builtin ? "built-in" : "definition";
@@ -138,13 +139,13 @@ class Tracing : public Watcher {
         }
     }
 
-    OriginRef cause_in(const std::vector<Node*>& arguments) const {
+    FailureRef cause_in(const std::vector<Node*>& arguments) const {
         constexpr size_t most_nodes = 1000;
         for (Node* argument : arguments) {
-            if (OriginRef origin = origins_.of(argument)) return origin;
+            if (FailureRef failure = failures_.of(argument)) return failure;
         }
         for (Node* argument : arguments) {
-            if (OriginRef origin = origins_.inside(argument, most_nodes)) return origin;
+            if (FailureRef failure = failures_.inside(argument, most_nodes)) return failure;
         }
         return nullptr;
     }
@@ -153,53 +154,53 @@ class Tracing : public Watcher {
     void note_new_Z(State& state, Value& focus) {
         Fired& fired = fired_.back();
         if (fired.what == Fired::What::nothing) return;
-        OriginRef origin = fired.cause;
+        FailureRef failure = fired.cause;
         if (fired.what == Fired::What::call) {
-            origin = std::make_shared<Origin>(
-                Origin{fired.number, fired.kind, std::move(fired.call), within(), fired.cause});
-            if (std::string_view(fired.kind) == "definition") drop_own_call(origin);
-        } else if (!origin) {
-            origin = written_Z(state);
+            failure = std::make_shared<Failure>(
+                Failure{fired.number, fired.kind, std::move(fired.call), within(), fired.cause});
+            if (std::string_view(fired.kind) == "definition") drop_own_call(failure);
+        } else if (!failure) {
+            failure = written_Z(state);
         }
-        focus = origins_.make(std::move(origin));
+        focus = failures_.make(std::move(failure));
         state.focus = focus;
     }
 
     /// A definition's own call is the innermost of those that are going on.
-    static void drop_own_call(OriginRef& origin) {
-        Origin own = *origin;
+    static void drop_own_call(FailureRef& failure) {
+        Failure own = *failure;
         if (!own.within.empty()) own.within.erase(own.within.begin());
-        origin = std::make_shared<Origin>(std::move(own));
+        failure = std::make_shared<Failure>(std::move(own));
     }
 
     /// A Z that stands in a definition has been chosen: it is that call's answer, or a part of its
     /// work.
-    OriginRef written_Z(const State& state) const {
+    FailureRef written_Z(const State& state) const {
         std::vector<std::string> around = within();
         const bool answers = !calls.empty() && calls.back().nesting == state.nesting &&
                              calls.back().frames == state.frames;
         std::string call = around.empty() ? "the entry" : around.front();
         if (!around.empty()) around.erase(around.begin());
-        return std::make_shared<Origin>(Origin{state.number, answers ? "definition" : "literal",
-                                               std::move(call), std::move(around), nullptr});
+        return std::make_shared<Failure>(Failure{state.number, answers ? "definition" : "literal",
+                                                 std::move(call), std::move(around), nullptr});
     }
 
     void note_result(Node* result) {
         result_ = shown(result);
-        result_origin_ = origins_.inside(result, SIZE_MAX);
+        result_failure_ = failures_.inside(result, SIZE_MAX);
     }
 
-    Origins origins_;
+    Failures failures_;
     std::vector<Fired> fired_;
     std::vector<std::string> texts_;  // of `calls`
-    OriginRef result_origin_;
+    FailureRef result_failure_;
     std::string result_;
 };
 
-std::vector<Link> chain_of(OriginRef origin) {
+std::vector<Link> chain_of(FailureRef failure) {
     std::vector<Link> chain;
-    for (; origin; origin = origin->cause) {
-        chain.push_back({origin->number, origin->kind, origin->call, origin->within});
+    for (; failure; failure = failure->cause) {
+        chain.push_back({failure->number, failure->kind, failure->call, failure->within});
     }
     std::reverse(chain.begin(), chain.end());
     return chain;
@@ -210,7 +211,7 @@ std::vector<Link> chain_of(OriginRef origin) {
 Why why_z(std::string_view text, const std::vector<std::string>& arguments) {
     Tracing tracing;
     const Outcome outcome = run_watched(text, arguments, tracing);
-    return {ending_of(outcome, tracing), tracing.result(), chain_of(tracing.origin_of_result())};
+    return {ending_of(outcome, tracing), tracing.result(), chain_of(tracing.failure_of_result())};
 }
 
 }  // namespace marl::lab

@@ -40,7 +40,7 @@ LowBits low_bits(Node* x) {
         for (size_t i = decimal.size(); i-- > 0;) number = number * Decimal::base + decimal[i];
         return {true, leaf_text(x)[0] == '0', number};
     }
-    const std::optional<Limbs> list = words_of(x);
+    const std::optional<Limbs> list = words_of_list(x);
     // The empty list and the list 1 are zero, which has no bits of a magnitude.
     if (!list || bit_length(*list) < 3) return {true, false, 0};
     const Limbs magnitude = shift_right(*list, 2);

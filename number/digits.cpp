@@ -111,7 +111,7 @@ bool is_list(Node* x) {
 }
 
 std::optional<String> bits_of(Node* x) {
-    const std::optional<Limbs> words = words_of(x);
+    const std::optional<Limbs> words = words_of_list(x);
     if (!words) return std::nullopt;
     return bits_of_words(*words);
 }
@@ -121,7 +121,7 @@ std::optional<String> digits_of(Node* x) {
         if (!is_digit_byte(first_byte(x))) return std::nullopt;
         return text(x);
     }
-    const std::optional<Limbs> words = words_of(x);
+    const std::optional<Limbs> words = words_of_list(x);
     if (!words) return std::nullopt;
     const DigitText text = digit_text(*words);
     String digits = String::with_size(length_of(text));

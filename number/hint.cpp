@@ -34,7 +34,7 @@ Magnitude magnitude_of(Node* x) {
         const Limbs& limbs = decimal_of_leaf(x, made.kept);
         if (&limbs != &made.kept) made.shared = &limbs;
         made.negative = zeros_of_leaf(x) > 0 && !limbs.empty();
-    } else if (const std::optional<Limbs> words = words_of(x)) {
+    } else if (const std::optional<Limbs> words = words_of_list(x)) {
         made.kept = decimal_of_binary(shift_right(*words, 2));
         made.negative = !test_bit(*words, 1) && !made.kept.empty();
     } else {

@@ -108,7 +108,7 @@ Number number_of_words(const Limbs& list) {
 }
 
 std::optional<Number> number_of(Node* x) {
-    const std::optional<Limbs> list = words_of(x);
+    const std::optional<Limbs> list = words_of_list(x);
     if (!list) return std::nullopt;
     return number_of_words(*list);
 }
@@ -240,8 +240,8 @@ Value numb_mod(Node* x, Node* y) {
 }
 
 Value numb_pow(Node* x, Node* y) {
-    const std::optional<Limbs> base = words_of(x);
-    const std::optional<Limbs> exponent = words_of(y);
+    const std::optional<Limbs> base = words_of_list(x);
+    const std::optional<Limbs> exponent = words_of_list(y);
     if (!base || !exponent) return leaf_Z();
     const Limbs list_of_two{0b10010};
     // A list that ends at bit 61 or above is one of 61 elements.
@@ -270,7 +270,7 @@ Value numb_neg(Node* x) {
 
 bool numb_sign(Node* x) {
     if (is_leaf(x)) return leaf_text(x)[2] != '0';
-    const std::optional<Limbs> list = words_of(x);
+    const std::optional<Limbs> list = words_of_list(x);
     return !list || test_bit(*list, 1);
 }
 
@@ -285,7 +285,7 @@ std::optional<int> numb_compare(Node* x, Node* y) {
 }
 
 Value hint_to_numb(Node* x) {
-    const std::optional<Limbs> list = words_of(x);
+    const std::optional<Limbs> list = words_of_list(x);
     if (!list) return leaf_Z();
     return value_of({!test_bit(*list, 1), shift_right(*list, 2), 0});
 }

@@ -35,7 +35,7 @@ Value lits(Value* arguments) {
         case 'i':
         case 'o': {
             if (is_leaf(x)) return leaf(leaf_bytes(x));
-            const std::optional<Limbs> list = words_of(x);
+            const std::optional<Limbs> list = words_of_list(x);
             return list ? value_of_words(*list) : leaf_Z();
         }
         default: return leaf_Z();
@@ -61,7 +61,7 @@ Value unfolded(Node* x) {
     }
     if (first_byte(tail) == 'K') return Value::share(x);
     if (!is_digit_byte(first_byte(tail))) return leaf_Z();
-    Value list = cells_of_list(*words_of(tail));
+    Value list = cells_of_list(*words_of_list(tail));
     while (!cells.empty()) {
         list = pair(Value::share(cells.back()), std::move(list));
         cells.pop_back();

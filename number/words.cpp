@@ -99,7 +99,7 @@ bool is_cell(Node* pair) {
     return bit == 'H' || bit == 'K';
 }
 
-std::optional<Limbs> words_of(Node* x) {
+std::optional<Limbs> words_of_list(Node* x) {
     Limbs words;
     size_t n = 0;
     for (; !is_leaf(x); x = right(x), ++n) {

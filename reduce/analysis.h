@@ -47,6 +47,9 @@ inline bool is_zits(Node* node) {
     analyse(node);
     return is_zits_analysed(node);
 }
+/// Whether a node is no application: a Leaf, or zits.
+inline bool is_atom_analysed(const Node* node) { return is_leaf(node) || is_zits_analysed(node); }
+inline bool is_atom(Node* node) { return is_leaf(node) || is_zits(node); }
 inline bool pending(Node* node) {
     analyse(node);
     return pending_analysed(node);

@@ -247,7 +247,7 @@ void give_code_to_lambdas(Node* expression, std::vector<std::unique_ptr<Code>>& 
     while (!rest.empty() && seen.size() < most_nodes) {
         Node* node = rest.back();
         rest.pop_back();
-        if (is_leaf(node) || is_zits(node) || !seen.insert(node).second) continue;
+        if (is_atom(node) || !seen.insert(node).second) continue;
         if (form(node) == Form::lambda && is_closed(node)) {
             if (body_closure(node)) continue;
             owner.push_back(make_lambda_code(node));

@@ -104,7 +104,7 @@ void Compiler::expression(Term head, Terms terms, Target target, RegisterSet liv
         if (terms.empty()) {
             if (const auto known = fixed(head)) return give(*known, target);
         }
-        if (is_leaf(e) || is_zits(e)) return leaf_head(head, terms, target, live);
+        if (is_atom(e)) return leaf_head(head, terms, target, live);
         if (may_cut && is_too_large()) return cut(head, terms, target, live);
         switch (form(e)) {
             case Form::lambda: {

@@ -120,10 +120,8 @@ int32_t Compiler::choose(int reg, const Terms& terms, Target target, RegisterSet
         choice.identity = pick(chosen);
     }
     if (takes_apart) {
-        choice.x = new_register();
-        choice.y = new_register();
-        const Term x{nullptr, -1, choice.x};
-        const Term y{nullptr, -1, choice.y};
+        const Term x{nullptr, -1, choice.x = new_register()};
+        const Term y{nullptr, -1, choice.y = new_register()};
         choice.pair = way(all, registers_of(chosen) | live, target, ends,
                           [&] {
                               if (function >= 0)

@@ -23,7 +23,7 @@ bool is_abort(Node* r);
 /// it has.
 inline Node* head_of(Node* expression, int& count) {
     count = 0;
-    for (; !is_leaf(expression) && !is_zits_analysed(expression); ++count) {
+    for (; !is_atom_analysed(expression); ++count) {
         expression = as_pair(expression)->left;
     }
     return expression;

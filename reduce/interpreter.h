@@ -193,6 +193,7 @@ MARL_ARITHMETIC(divide, divide_short(x, y, result))
 MARL_ARITHMETIC(modulo, modulo_short(x, y, result))
 #undef MARL_ARITHMETIC
 
+// NOLINTBEGIN(bugprone-macro-parentheses): a sign between operands can't have any.
 #define MARL_COMPARISON(name, sign)                                          \
     MARL_INSTRUCTION(name) {                                                 \
         const Word x = frame[at->b];                                         \
@@ -212,6 +213,7 @@ MARL_COMPARISON(not_less, >=)
 MARL_COMPARISON(same, ==)
 MARL_COMPARISON(differ, !=)
 #undef MARL_COMPARISON
+// NOLINTEND(bugprone-macro-parentheses)
 
 MARL_INSTRUCTION(choose_one) { MARL_SLOW(slow_choose); }
 MARL_INSTRUCTION(choose_two) { MARL_SLOW(slow_choose); }

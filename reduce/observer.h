@@ -1,8 +1,9 @@
-// The seam for whoever watches a program run: marl-lab.
+// How marl-lab watches a program run.
 //
-// It stands on a core of its own, built with MARL_OBSERVED. There, while somebody observes, every
-// run is one of the plain machine, which shows each state before it goes on from it. In marl these
-// functions are empty and leave no instruction.
+// marl-lab links a core of its own, which is compiled with MARL_OBSERVED. When an observer is set
+// there, all runs go to the plain machine, whose states are expressions that a person can read, and
+// the machine hands each state to the observer before it takes the next step. In marl, which is
+// compiled without MARL_OBSERVED, the functions below are empty and cost nothing.
 #pragma once
 
 #include "value/value.h"
@@ -18,14 +19,16 @@ class Observer {
     Observer& operator=(const Observer&) = delete;
     virtual ~Observer() = default;
 
-    /// A run begins; the one that it stands in, if any, goes on when it has shown its last state.
+    /// A run begins. When another one is under way this one is nested in it: the outer run goes on
+    /// once the inner one has shown its last state.
     virtual void begin() = 0;
-    /// The next state, the last one of a run included. Who puts another node in the place of the
-    /// focus answers for its meaning. False ends the run, with the result Z.
+    /// The next state, or the last one, which no step follows. The observer may put another node in
+    /// the place of the focus, if it means the same to the program. The answer false ends the run,
+    /// with the result Z.
     virtual bool see(Node* context, Value& focus) = 0;
 };
 
-/// Who observes; null for nobody.
+/// The observer that is set; null when nobody watches.
 extern Observer* observer;
 
 inline bool is_observed() { return observer != nullptr; }

@@ -77,7 +77,7 @@ std::vector<Node*> Compiler::constructions_in(const Term& term) {
             push_parts(rest, node, bound);
         } else {
             // Nobody gets hold of a function with only some of the operands in front of it.
-            for (Node* e = node; !is_leaf(e) && !is_zits(e); e = left(e)) {
+            for (Node* e = node; !is_atom(e); e = left(e)) {
                 rest.push_back({right(e), bound});
                 if (is_leaf(left(e)) || form(left(e)) == Form::other) continue;
                 rest.push_back({left(e), bound});

@@ -1,7 +1,8 @@
-// Running code.
+// Running compiled code.
 //
-// Each function gives the next focus: a Word that code could not go on with by itself, settled or
-// not. What is to become of it stands in the context.
+// Code runs until it is done or comes to something that it has no instruction for. Either way it
+// gives a Word, which is the machine's next focus: a value, or an expression that is still to be
+// reduced. What is to be done with the result is in the context.
 #pragma once
 
 #include "reduce/code.h"
@@ -15,8 +16,8 @@ Word run_code(Code& code);
 /// Goes on with the code that waits on top of the context, for a settled value. Consumes it.
 Word resume(Word value);
 
-/// Makes arguments of the operands of the choice in the context that has only that many other
-/// entries above it, none of them code.
+/// Makes arguments of operands that waiting code holds back. The code's entry, a
+/// `land_before_choice`, is the one below the `above` topmost entries, none of which is code.
 void hold_operands(int above);
 
 /// The Code of a definition with parameters, made and compiled at its first call.

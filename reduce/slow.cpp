@@ -71,7 +71,7 @@ bool takes_strictly(Word function, int count) {
     if (is_closure(function)) return closure_of(function)->code->parameters >= count;
     if (!is_node(function)) return count == 1;
     Node* head = node_of(function);
-    if (!is_leaf(head) && !is_zits_analysed(head)) {
+    if (!is_atom_analysed(head)) {
         const Closure* body = body_closure(head);
         if (body && form(head) == Form::lambda) return body->code->parameters >= count;
     }

@@ -1,9 +1,11 @@
-// The machine's state: its context, and the registers of the code that waits in it.
+// The fast machine's state: its context, which is a stack of what is still to be done, and the
+// registers of the code that waits there.
 //
-// The context is one stack of two-word entries for all runs; a nested run stands on top of the run
-// that it interrupts, behind a `base`. What an entry is tells the instruction that it goes on at:
-// `land` where code waits, and else one that stands for the kind. Read as an expression, an entry
-// on context L means, for the focus r:
+// All runs share the stack: a nested run stands on top of the run that it interrupts, and an entry
+// `base` between them marks where it begins. An entry is an instruction and a Word. The instruction
+// is what the machine does when it has a value for the entry. Where compiled code waits for the
+// value, it is one of that code, a `land`; every other kind of entry has an instruction that stands
+// for this kind alone (`entry_of`). For a value r, an entry on top of a context L means:
 //
 //   argument  r applied to the Word, which is held back: L (T word r)
 //   function  the function in the Word, with r for its argument number `detail`: the arguments are
@@ -13,12 +15,13 @@
 //   plain     the context in the Word, of the plain machine, with r for its focus
 //   land      the code goes on there, with r in one of its registers
 //   land_before_choice
-//             the same, and what it does is to apply r to operands that it holds back: whoever asks
-//             for arguments in the context makes them of it (`hold_operands`)
+//             the same, where the code's next act is to apply r to operands in its frame. They are
+//             arguments that wait for r, but have no entries of their own: whoever looks for
+//             arguments in the context first makes entries of them (`hold_operands`)
 //
-// Beside it stand the frames of registers of the code that waits, in the same order. Entries and
-// registers own what they hold. A pointer into either is good until the next push, and no longer
-// than the next call that may run program code.
+// A second stack has the registers of the code that waits, a frame for each `land`, in the same
+// order. Entries and registers own what they hold. Both stacks move when they grow: a pointer into
+// one is good until the next push, or the next call that may run code of the program.
 #pragma once
 
 #include <cstddef>

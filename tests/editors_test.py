@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""The TextMate grammar of editors/vscode gives every byte of the examples a sensible scope.
+"""The TextMate grammar of editors/vscode gives every byte of the examples a sensible scope, and Vim the
+bytes of a few programs their groups.
 
     editors_test.py MARL
 
@@ -10,7 +11,10 @@ the first rule; the end of the open rule goes before its patterns, or behind the
 import json
 import pathlib
 import re
+import shutil
+import subprocess
 import sys
+import tempfile
 import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
@@ -91,19 +95,19 @@ def short(scope):
 SPOTS = [  # a program, and the scope of each of its tokens in order, one a run of equal scopes
     ("a\\f 12", ["variable.parameter", "keyword.operator", "variable.other", "constant.numeric"]),
     ("a\\0,go\\x\\[a[b]c]", ["variable.parameter", "keyword.operator", "constant.numeric",
-                            "punctuation.separator", "entity.name", "keyword.operator",
-                            "variable.parameter", "keyword.operator", "string.quoted"]),
+                             "punctuation.separator", "entity.name", "keyword.operator",
+                             "variable.parameter", "keyword.operator", "string.quoted"]),
     ("K,\n [+]\\plus", ["constant.language", "punctuation.separator", "entity.name",
-                       "keyword.operator", "support.function"]),
+                        "keyword.operator", "support.function"]),
     ("K,\n[a [b],], go\\K", ["constant.language", "punctuation.separator", "comment.block",
-                            "punctuation.separator", "entity.name", "keyword.operator",
-                            "constant.language"]),
+                             "punctuation.separator", "entity.name", "keyword.operator",
+                             "constant.language"]),
     ("f(x,[a],go\\x)", ["variable.other", "punctuation.section", "variable.other",
-                       "punctuation.separator", "string.quoted", "punctuation.separator",
-                       "variable.parameter", "keyword.operator", "variable.other",
-                       "punctuation.section"]),
+                        "punctuation.separator", "string.quoted", "punctuation.separator",
+                        "variable.parameter", "keyword.operator", "variable.other",
+                        "punctuation.section"]),
     ("p q{r}]", ["variable.parameter", "keyword.operator", "variable.other", "keyword.operator",
-                "invalid.illegal"]),
+                 "invalid.illegal"]),
     ("putsx puts", ["variable.other", "support.function"]),
 ]
 
@@ -162,6 +166,54 @@ class Indentation(unittest.TestCase):
                 ("[note\\", False, False), ("  )(x)", False, True), ("  x{1}", False, False)]:
             with self.subTest(line):
                 self.assertEqual((bool(more.search(line)), bool(less.search(line))), (begins, ends))
+
+
+VIM_SPOTS = [  # a program, and the group of each of its tokens in order
+    ("a\\0,\n\n[b [c]],\n\n\ngo\\x\\[d]", "Parameter Lambda Number Separator Note NestedNote Note Separator "
+     "Definition Lambda Parameter Lambda Text"),
+    ("[a\n[b]],\n[+]\\plus,[c],\nf(x,\n\n[d])", "Note NestedNote Note Separator OperatorDefinition Lambda "
+     "Builtin Separator Note Separator Local Bracket Local Comma Text Bracket"),
+    ("[a] 1,\nK\\x]", "Text Number Separator Definition Lambda Local Stray"),
+]
+VIM_GROUPS = r"""
+let names = []
+for at in range(1, line("$"))
+  for column in range(1, len(getline(at)))
+    call add(names, synIDattr(synID(at, column, 1), "name"))
+  endfor
+endfor
+call writefile(names, $GROUPS)
+"""
+
+
+@unittest.skipUnless(shutil.which("vim"), "no vim")
+class Vim(unittest.TestCase):
+    def groups(self, program):
+        """The group of each byte but the newlines."""
+        with tempfile.TemporaryDirectory() as folder:
+            source, script, result = (pathlib.Path(folder, name) for name in ("a.marl", "groups.vim", "groups"))
+            source.write_text(program, encoding="latin-1")
+            script.write_text(VIM_GROUPS)
+            commands = ["syntax on", f"set runtimepath^={ROOT}/editors/vim", "set filetype=marl",
+                        f"let $GROUPS='{result}'", f"source {script}", "quit!"]
+            subprocess.run(["vim", "-u", "NONE", "-N", "-es", *(f"+{each}" for each in commands), source],
+                           stdin=subprocess.DEVNULL, check=False, timeout=60)
+            return result.read_text().splitlines()
+
+    def test_tokens_get_the_groups_of_their_roles(self):
+        for program, expected in VIM_SPOTS:
+            names = [each.removeprefix("marl") for each in self.groups(program)]
+            runs = [each for at, each in enumerate(names) if each and (at == 0 or each != names[at - 1])]
+            self.assertEqual(runs, expected.split(), program)
+
+    def test_notes_of_the_library_are_notes(self):
+        for path in sorted((ROOT / "lib").glob("*.marl")):
+            text = path.read_text(encoding="latin-1")
+            names = iter(self.groups(text))
+            groups = [None if character == "\n" else next(names) for character in text]
+            for note in re.finditer(r"^\[", text, re.MULTILINE):
+                is_note = groups[note.start()] in ("marlNote", "marlNestedNote", "marlOperatorDefinition")
+                self.assertTrue(is_note, f"{path.name}:{text[:note.start()].count(chr(10)) + 1}")
 
 
 if __name__ == "__main__":

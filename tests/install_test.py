@@ -61,6 +61,14 @@ class Installation(unittest.TestCase):
         self.assertEqual([name for name in EXPECTED if f" ./usr/{name}\n" not in listed], [])
         self.assertIn("libc6", run("dpkg-deb", "-f", package, "Depends").decode())
 
+    def test_a_release_is_hardened(self):
+        if "CMAKE_BUILD_TYPE:STRING=Release" not in (MARL.parent / "CMakeCache.txt").read_text():
+            self.skipTest("no release build")
+        self.assertRegex(run("readelf", "-dW", MARL).decode(), r"FLAGS_1.*NOW PIE")
+        symbols = run("readelf", "--dyn-syms", "-W", MARL).decode()
+        for checked in ("__stack_chk_fail", "_chk@"):
+            self.assertIn(checked, symbols)
+
     def check_example(self, binary):
         ran = subprocess.run([binary, *(expression for expression, said in SESSIONS)], capture_output=True, text=True)
         self.assertEqual((ran.stdout, ran.stderr), ("".join(said + "\n" for expression, said in SESSIONS), ""))
@@ -88,6 +96,7 @@ class Installation(unittest.TestCase):
                                    capture_output=True, check=True)
             self.assertEqual(shown.stderr, b"")
             self.assertIn(text, shown.stdout.decode())
+            self.assertRegex(shown.stdout.decode(), r"\nmarl \d+\.\d+\.\d+ ")
 
 
 if __name__ == "__main__":

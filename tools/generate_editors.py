@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Writes the names of the built-ins into the syntax files of editors/.
+"""Writes the names of the built-ins into the syntax files of editors/, and the version into the
+extension for VS Code.
 
     generate_editors.py [--check]
 
@@ -15,6 +16,7 @@ import textwrap
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 VIM = ROOT / "editors/vim/syntax/marl.vim"
 GRAMMAR = ROOT / "editors/vscode/syntaxes/marl.tmLanguage.json"
+EXTENSION = ROOT / "editors/vscode/package.json"
 
 
 def builtin_names():
@@ -36,10 +38,16 @@ def text_mate_grammar(text, names):
     return json.dumps(grammar, indent=2) + "\n"
 
 
+def extension_of_this_version(text, _names):
+    version = re.search(r"project\(marl VERSION ([\d.]+)", (ROOT / "CMakeLists.txt").read_text())[1]
+    return re.sub(r'("version": )"[^"]*"', rf'\1"{version}"', text, count=1)
+
+
 def main():
     names = builtin_names()
     stale = 0
-    for path, generate in ((VIM, vim_syntax), (GRAMMAR, text_mate_grammar)):
+    for path, generate in ((VIM, vim_syntax), (GRAMMAR, text_mate_grammar),
+                           (EXTENSION, extension_of_this_version)):
         old = path.read_text()
         new = generate(old, names)
         if new == old:

@@ -18,12 +18,12 @@ size_t block_size(size_t front, int64_t length) {
     return text_block_size(front + sizeof(Node) + static_cast<size_t>(length) + 1);
 }
 
-[[maybe_unused]] size_t words_of(size_t size) { return (size + word_size - 1) / word_size; }
+[[maybe_unused]] size_t words_for(size_t size) { return (size + word_size - 1) / word_size; }
 
 void* moved_block(void* block, size_t old_size, size_t size) {
 #if MARL_POOL
     if (std::min(old_size, size) <= pooled_limit) {
-        if (words_of(old_size) == words_of(size)) return block;
+        if (words_for(old_size) == words_for(size)) return block;
         void* moved = allocate_node(size);
         memcpy(moved, block, std::min(old_size, size));
         free_node(block, old_size);

@@ -28,7 +28,7 @@ async function restart() {
   await start();
 }
 
-exports.activate = async function (context) {
+exports.activate = async (context) => {
   context.subscriptions.push(vscode.commands.registerCommand("marl.restart", restart));
   await start();
 };

@@ -3,17 +3,30 @@
 // while it is at work.
 
 const sockets = ["socket", "bind", "listen", "accept4", "connect", "getpeername", "recvfrom", "sendto"];
-const forbidden = function() { return -{{{ cDefine('EACCES') }}}; };
-const unknown = function() { return {{{ cDefine('EAI_FAIL') }}}; };
+const forbidden = function () {
+  return -Number("{{{ cDefine('EACCES') }}}");
+};
+const unknown = function () {
+  return Number("{{{ cDefine('EAI_FAIL') }}}");
+};
 
 mergeInto(LibraryManager.library, {
-  ...Object.fromEntries(sockets.flatMap((name) => [[`__syscall_${name}`, forbidden], [`__syscall_${name}__deps`, []]])),
+  ...Object.fromEntries(
+    sockets.flatMap((name) => [
+      [`__syscall_${name}`, forbidden],
+      [`__syscall_${name}__deps`, []],
+    ]),
+  ),
   getaddrinfo: unknown,
   getaddrinfo__deps: [],
   getnameinfo: unknown,
   getnameinfo__deps: [],
   // How far a run is that the laboratory watches, for whoever waits for it.
-  marl_progress: function(state) { if (Module['onProgress']) Module['onProgress'](state); },
+  marl_progress: function (state) {
+    if (Module["onProgress"]) Module["onProgress"](state);
+  },
   // Asked only whether there is a shell.
-  system: function() { return 0; },
+  system: function () {
+    return 0;
+  },
 });

@@ -3,8 +3,9 @@
 
     check_test.py MARL_LAB MARL
 
-The mistakes are those of docs/mistakes.md and of mistakes.cases. The programs of the repository are the other side: where
-marl refuses one with a Report, check must find a fault of that kind, and in all others none.
+The mistakes are those of docs/mistakes.md and of mistakes.cases. The programs of the repository are the
+other side: where marl refuses one with a Report, check must find a fault of that kind, and in all others
+none.
 """
 import json
 import pathlib

@@ -5,8 +5,8 @@
 
 A case is a line "=== what it shows", its files behind lines "--- PATH", those of lib/ being the
 library, and lines "$ COMMAND" with what the command of marl-lab prints on both streams behind them,
-and "(status N)" when that isn't 0; the commands `marl`, `cat` and `ls` are what they are. What runs well must do the same when it is packed and run by marl.
-With --write the outputs are taken down as they are.
+and "(status N)" when that isn't 0; the commands `marl`, `cat` and `ls` are what they are. What runs well
+must do the same when it is packed and run by marl. With --write the outputs are taken down as they are.
 """
 import os
 import pathlib

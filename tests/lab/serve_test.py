@@ -116,7 +116,8 @@ def applied(text, edits):
 
 class Serve(unittest.TestCase):
     def test_the_recorded_session(self):
-        session = [json.loads(line)
+        version = subprocess.run([LAB, "--version"], capture_output=True, check=True, text=True).stdout.split()[1]
+        session = [json.loads(line.replace("@VERSION@", version))
                    for line in (HERE / "neovim_session.jsonl").read_text().splitlines()]
         methods = {one["message"].get("method", "") for one in session}
         for method in ("hover", "definition", "references", "documentSymbol", "completion",

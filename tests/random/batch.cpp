@@ -53,14 +53,14 @@ Finding& finding() {
     return *shared;
 }
 
-enum class Outcome { good, wrong, crashed, endless };
+enum class Verdict { good, wrong, crashed, endless };
 
 constexpr int wrong_status = 42;
 
 /// Runs the programs `from` up to `to`, up to the first one that is no good: the finding has its
 /// number.
 template <class MakeProgram>
-Outcome run_batch(unsigned from, unsigned to, const MakeProgram& make_program, const Judge& judge) {
+Verdict run_batch(unsigned from, unsigned to, const MakeProgram& make_program, const Judge& judge) {
     finding().text[0] = '\0';
     fflush(nullptr);
     const pid_t child = fork();
@@ -80,10 +80,10 @@ Outcome run_batch(unsigned from, unsigned to, const MakeProgram& make_program, c
     }
     int status = 0;
     waitpid(child, &status, 0);
-    if (WIFEXITED(status) && WEXITSTATUS(status) == 0) return Outcome::good;
-    if (WIFEXITED(status) && WEXITSTATUS(status) == wrong_status) return Outcome::wrong;
+    if (WIFEXITED(status) && WEXITSTATUS(status) == 0) return Verdict::good;
+    if (WIFEXITED(status) && WEXITSTATUS(status) == wrong_status) return Verdict::wrong;
     const bool ended = WIFEXITED(status) || WTERMSIG(status) == SIGVTALRM;
-    return ended ? Outcome::endless : Outcome::crashed;
+    return ended ? Verdict::endless : Verdict::crashed;
 }
 
 /// Fewer and smaller choices for as long as `is_as_bad` holds of them.
@@ -122,12 +122,12 @@ std::string first_fault(const Generate& generate, const Judge& judge, unsigned c
     const unsigned seed = from_environment("MARL_RANDOM_SEED", 1);
     unsigned endless = 0;
     for (unsigned from = 0; from < count; from = finding().number + 1) {
-        const Outcome outcome = run_batch(
+        const Verdict verdict = run_batch(
             from, count,
             [&](unsigned i) { return program_of(choices_of(seed + i, generate), generate); },
             judge);
-        if (outcome == Outcome::good) break;
-        if (outcome == Outcome::endless) {
+        if (verdict == Verdict::good) break;
+        if (verdict == Verdict::endless) {
             if (++endless > 5 + count / 100) return "too many programs take too long";
             continue;
         }
@@ -135,13 +135,13 @@ std::string first_fault(const Generate& generate, const Judge& judge, unsigned c
         const Choices least = smaller(choices_of(found, generate), [&](const Choices& tried) {
             std::string source = program_of(tried, generate);
             return run_batch(
-                       0, 1, [&](unsigned) { return source; }, judge) == outcome;
+                       0, 1, [&](unsigned) { return source; }, judge) == verdict;
         });
         std::string source = program_of(least, generate);
         run_batch(
             0, 1, [&](unsigned) { return source; }, judge);
         return "seed " + std::to_string(found) +
-               (outcome == Outcome::crashed ? " ends the process" : "") + "\n" + source + "\n" +
+               (verdict == Verdict::crashed ? " ends the process" : "") + "\n" + source + "\n" +
                finding().text;
     }
     return "";

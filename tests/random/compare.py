@@ -15,7 +15,6 @@ import resource
 import signal
 import sys
 import tempfile
-import time
 
 import programs
 

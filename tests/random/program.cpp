@@ -168,7 +168,8 @@ class Generator {
         const auto e = [&] { return expression(type, depth); };
         const auto other = [&] { return expression(any_type(), depth); };
         const Scope scope{variables_};
-        switch (choose_(25)) {
+        const unsigned form = choose_(25);
+        switch (form) {
             case 0: return "(" + expression(truth, depth) + ")(" + e() + ")(" + e() + ")";
             case 1: {
                 const std::string condition = expression(truth, depth);
@@ -176,6 +177,38 @@ class Generator {
                 return "(" + condition + "(" + yes + "," + e() + "))";
             }
             case 2: return let(type, depth);
+            case 3:
+            case 4:
+            case 11:
+            case 13:
+            case 14:
+            case 17: return binding(form, type, depth);
+            case 5: return "tt(" + e() + ")";
+            case 6: return "tl([" + std::string(1, new_letter()) + "]," + e() + ")";
+            case 7: return "K(" + e() + "," + other() + ")";
+            case 8: return "H(" + other() + "," + e() + ")";
+            case 9: return "(V(" + e() + "," + other() + ")K)";
+            case 10: return "(V(" + other() + "," + e() + ")H)";
+            case 12: return fold(type, depth);
+            case 15: return loaded(type, depth);
+            case 16: return "(I(" + e() + "))";
+            case 18: return arranged(type, depth);
+            case 19:
+            case 20: {
+                if (!with_todo_) return "tt(" + e() + ")";
+                const std::string value = "todo(tt," + other() + ")";
+                const std::string key = binder(couple);
+                return choose_(2) == 0 ? "((" + key + e() + ")(" + value + "))"
+                                       : "(" + value + "(" + key + binder(integer) + e() + "))";
+            }
+            default: return call(type, depth);
+        }
+    }
+
+    /// One of the forms that bind names.
+    std::string binding(unsigned form, Type type, int depth) {
+        const auto e = [&] { return expression(type, depth); };
+        switch (form) {
             case 3: {
                 const Type bound = any_type();
                 const std::string value = expression(bound, depth);
@@ -191,19 +224,12 @@ class Generator {
                 keys += binder(second);
                 return "((" + keys + e() + ")(" + x + "," + y + "))";
             }
-            case 5: return "tt(" + e() + ")";
-            case 6: return "tl([" + std::string(1, new_letter()) + "]," + e() + ")";
-            case 7: return "K(" + e() + "," + other() + ")";
-            case 8: return "H(" + other() + "," + e() + ")";
-            case 9: return "(V(" + e() + "," + other() + ")K)";
-            case 10: return "(V(" + other() + "," + e() + ")H)";
             case 11: {
                 const std::string pair = expression(couple, depth);
                 std::string keys = binder(integer);
                 keys += binder(integer);
                 return "(" + pair + "(" + keys + e() + "))";
             }
-            case 12: return fold(type, depth);
             case 13: {
                 const Type bound = any_type();
                 const std::string value = expression(bound, depth);
@@ -216,8 +242,6 @@ class Generator {
                 keys += binder(integer);
                 return "(W(" + keys + e() + ")(" + value + "))";
             }
-            case 15: return loaded(type, depth);
-            case 16: return "(I(" + e() + "))";
             case 17: {
                 const std::string pair = expression(couple, depth);
                 const char first = new_letter();
@@ -226,17 +250,8 @@ class Generator {
                 bind(second, integer);
                 return std::string("(") + first + " " + second + "{" + pair + "}" + e() + ")";
             }
-            case 18: return arranged(type, depth);
-            case 19:
-            case 20: {
-                if (!with_todo_) return "tt(" + e() + ")";
-                const std::string value = "todo(tt," + other() + ")";
-                const std::string key = binder(couple);
-                return choose_(2) == 0 ? "((" + key + e() + ")(" + value + "))"
-                                       : "(" + value + "(" + key + binder(integer) + e() + "))";
-            }
-            default: return call(type, depth);
         }
+        return e();
     }
 
     /// By way of a combinator that only arranges what it gets.

@@ -27,13 +27,15 @@ syntax match marlSum "[-+:.]"
 syntax match marlProduct "[*/%']"
 syntax match marlPower "\^"
 syntax match marlPrefix "[~!$"`]"
-syntax match marlComma ","
+" The comma that separates pieces: behind it, blanks and blank lines between, a note can stand.
+syntax match marlSeparator "," nextgroup=marlNote,marlOperatorDefinition skipwhite skipnl skipempty
+syntax match marlComma "," contained
 
 syntax match marlStray "[])}]"
 syntax region marlParentheses matchgroup=marlBracket start="(" end=")" transparent
-    \ contains=ALLBUT,marlDefinition,marlStray,marlNested,marlNote,marlNestedNote
+    \ contains=ALLBUT,marlDefinition,marlOperatorDefinition,marlSeparator,marlStray,marlNested,@marlNotes
 syntax region marlWings matchgroup=marlLambda start="{" end="}" transparent
-    \ contains=ALLBUT,marlDefinition,marlStray,marlNested,marlNote,marlNestedNote
+    \ contains=ALLBUT,marlDefinition,marlOperatorDefinition,marlSeparator,marlStray,marlNested,@marlNotes
 
 syntax match marlParameter "\<[a-z_]\+\ze\_s*\\"
 syntax match marlParameter "\<[a-z_]\+\ze\%(\_s\+[a-z_]\+\)\={"
@@ -43,11 +45,15 @@ syntax match marlDefinition "\%(^\|,\_s*\)\@<=\%([a-z_]\{2,}\|[A-Z]\)\ze\%(()\)\
 " the bracket that it is nested in.
 syntax region marlText matchgroup=marlText start="\[" end="]" contains=marlNested
 syntax region marlNested matchgroup=marlNested start="\[" end="]" contained contains=marlNested
-syntax match marlDefinition "\%(^\|,\_s*\)\@<=\[.]\ze\%(()\)\=\\"
+syntax match marlOperatorDefinition "\[.]\ze\%(()\)\=\\" contained
 
-" A piece that begins with text, and not with an operator that is defined, is a note.
-syntax region marlNote matchgroup=marlNote start="\%(,\_s*\)\@<=\[\%(.]\%(()\)\=\\\)\@!" end="]"
+" A piece that begins with text, and not with an operator that is defined, is a note: behind a comma,
+" or at the start of a file of definitions, where a comma follows.
+syntax cluster marlNotes contains=marlNote,marlNestedNote
+syntax region marlNote matchgroup=marlNote start="\[\%(.]\%(()\)\=\\\)\@!" end="]" contained
     \ contains=marlNestedNote
+syntax region marlNote matchgroup=marlNote end="]" contains=marlNestedNote
+    \ start="\%^\[\%(\%(\_[^][]\|\[\_[^][]*]\)*]\_s*,\)\@="
 syntax region marlNestedNote matchgroup=marlNestedNote start="\[" end="]" contained
     \ contains=marlNestedNote
 
@@ -82,6 +88,7 @@ syntax sync fromstart
 highlight default link marlLocal Identifier
 highlight default link marlParameter Identifier
 highlight default link marlDefinition Function
+highlight default link marlOperatorDefinition Function
 highlight default link marlBuiltin Special
 highlight default link marlCombinator Constant
 highlight default link marlNumber Number
@@ -92,6 +99,7 @@ highlight default link marlNestedNote Comment
 highlight default link marlSequence Statement
 highlight default link marlLambda Statement
 highlight default link marlComma Delimiter
+highlight default link marlSeparator Delimiter
 highlight default link marlBracket Delimiter
 highlight default link marlApply Operator
 highlight default link marlApplyBack Operator

@@ -1,13 +1,14 @@
-// Runs and laboratory requests, from the page's side.
+// How a page runs programs and asks the laboratory. Both happen in web workers, so the page stays alive.
 //
-// Each run has a worker of its own, which is ended with it. The next one is made ready while the
-// page has nothing to do, so that a run starts at once. The laboratory is a module of its own, which is
-// fetched at the first request. Each module is fetched and compiled once.
+// A program can't be stopped from outside but by ending its worker. So each run gets a new worker, which
+// ends with the run, and one more is always kept ready, so that the next run starts at once. The
+// laboratory has one worker for all its requests. marl and the laboratory are two WebAssembly modules:
+// each is fetched and compiled once, the laboratory's at the first request.
 import { asset } from "../assets";
 import type { Job, Logged, Outcome } from "./module";
 import type { FromWorker, ToWorker } from "./protocol";
 
-/// The bytes of output that a page takes from one run.
+/// The most bytes of output that a page takes from one run; the rest is counted and thrown away.
 const outputLimit = 1 << 24;
 
 type Part = "marl" | "laboratory";
@@ -28,7 +29,7 @@ function compiledModule(part: Part): Promise<WebAssembly.Module> {
 
 function makeWorker(part: Part): Worker {
   const worker = new Worker(asset(`${part}Worker`));
-  // Who has work for the worker hears of a module that does not come.
+  // A module that can't be fetched is reported by `start` and `ask`, which wait for the same promise.
   compiledModule(part).then(
     (module) => send(worker, { kind: "load", module }),
     () => {},
@@ -42,7 +43,7 @@ function send(worker: Worker, message: ToWorker) {
 
 let spare: Worker | undefined;
 
-/// Makes a worker ready for the next run.
+/// Makes a worker ready for the next run, unless one is.
 export function warmUp() {
   spare ??= makeWorker("marl");
 }
@@ -107,7 +108,7 @@ export function start(job: Job, listener: Listener): Run {
   };
 }
 
-/// An answer of the laboratory, and what the program has written that it ran.
+/// An answer of the laboratory, and what the program wrote, if the request ran one.
 export interface Answer<Told> {
   answer: Told;
   output: Logged[];
@@ -164,7 +165,7 @@ export class Laboratory {
       this.waiting.delete(data.id);
       clearTimeout(request.timer);
       if (data.kind === "answer") return request.resolve({ answer: data.answer, output: data.output });
-      // A machine that has failed once is not asked again.
+      // What a failure leaves in the machine is not known: the next request gets a new worker.
       request.reject(new Error(data.word));
       this.close(data.word);
     };
