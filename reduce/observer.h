@@ -5,6 +5,7 @@
 // functions are empty and leave no instruction.
 #pragma once
 
+#include "reduce/tables.h"
 #include "value/value.h"
 
 namespace marl {
@@ -23,6 +24,14 @@ class Observer {
     /// The next state, the last one of a run included. Who puts another node in the place of the
     /// focus answers for its meaning. False ends the run, with the result Z.
     virtual bool see(Node* context, Value& focus) = 0;
+    /// A part of a body has been copied, with values in the places of variables.
+    virtual void copied(Node* /*part*/, Node* /*copy*/) {}
+    /// Called in the place of a built-in. Who answers takes no argument, and gives no call to it.
+    virtual bool answers(const Builtin& /*row*/, Value* /*arguments*/, Value& /*result*/) {
+        return false;
+    }
+    /// What a built-in has given on its arguments, which it may have taken.
+    virtual void called(const Builtin& /*row*/, Node* /*result*/) {}
 };
 
 /// Who observes; null for nobody.
@@ -35,12 +44,26 @@ inline void observe_begin() {
 inline bool observe_state(Node* context, Value& focus) {
     return !observer || observer->see(context, focus);
 }
+inline void observe_copy(Node* part, Node* copy) {
+    if (observer) observer->copied(part, copy);
+}
+inline Value observe_builtin(const Builtin& row, Value* arguments) {
+    Value result;
+    if (observer && observer->answers(row, arguments, result)) return result;
+    result = row.function(arguments);
+    if (observer) observer->called(row, result);
+    return result;
+}
 
 #else
 
 constexpr bool is_observed() { return false; }
 constexpr void observe_begin() {}
 constexpr bool observe_state(Node*, const Value&) { return true; }
+constexpr void observe_copy(Node*, Node*) {}
+inline Value observe_builtin(const Builtin& row, Value* arguments) {
+    return row.function(arguments);
+}
 
 #endif
 
