@@ -1,6 +1,6 @@
 // One request after the other: each gets its response, and then the events that it has caused. A
-// program is started by `launch`, and goes on when the client has told its breakpoints. A breakpoint
-// stands at a definition: one in a line of it stops at each of its calls.
+// program is started by `launch`, and goes on when the client has told its breakpoints. A
+// breakpoint stands at a definition: one in a line of it stops at each of its calls.
 #include "lab/dap.h"
 
 #include <filesystem>
@@ -206,13 +206,15 @@ class Adapter {
     void after(const std::string& why, const std::string& reason) {
         const Moment& now = debugger_->now();
         if (now.written > shown_) {
-            event("output", {{"category", "stdout"},
-                             {"output", debugger_->output(shown_, now.written)}});
+            event("output",
+                  {{"category", "stdout"}, {"output", debugger_->output(shown_, now.written)}});
             shown_ = now.written;
         }
         if (!why.empty()) {
             event("output", {{"category", "console"}, {"output", why + "\n"}});
-            event("stopped", {{"reason", "pause"}, {"threadId", 1}, {"description", why},
+            event("stopped", {{"reason", "pause"},
+                              {"threadId", 1},
+                              {"description", why},
                               {"allThreadsStopped", true}});
         } else if (now.is_end) {
             if (!now.report.empty()) {
@@ -221,7 +223,9 @@ class Adapter {
             event("exited", {{"exitCode", now.status & 0xFF}});
             event("terminated");
         } else {
-            event("stopped", {{"reason", reason}, {"threadId", 1}, {"text", now.text},
+            event("stopped", {{"reason", reason},
+                              {"threadId", 1},
+                              {"text", now.text},
                               {"allThreadsStopped", true}});
         }
     }
@@ -234,9 +238,7 @@ class Adapter {
 
     // Looking.
 
-    void threads(const Json&) {
-        body_["threads"] = Json::array({{{"id", 1}, {"name", "marl"}}});
-    }
+    void threads(const Json&) { body_["threads"] = Json::array({{{"id", 1}, {"name", "marl"}}}); }
 
     std::string path_of(const std::string& shown) const {
         for (const SourceFile& source : packed_.sources.bundle.sources) {
@@ -249,8 +251,10 @@ class Adapter {
         if (!is_started()) return;
         Json frames = Json::array();
         for (const DebugFrame& frame : debugger_->now().frames) {
-            Json told = {{"id", frames.size() + 1}, {"name", frame.name},
-                         {"line", frame.place.line}, {"column", frame.place.column}};
+            Json told = {{"id", frames.size() + 1},
+                         {"name", frame.name},
+                         {"line", frame.place.line},
+                         {"column", frame.place.column}};
             if (frame.place.line > 0) {
                 const std::string path = path_of(frame.place.file);
                 told["source"] = {{"name", std::filesystem::path(path).filename().string()},

@@ -1,5 +1,5 @@
-// Both processes are forked from this one, so they have the program already. The record and what the
-// program writes are files without names, which all of them see.
+// Both processes are forked from this one, so they have the program already. The record and what
+// the program writes are files without names, which all of them see.
 #include "lab/debug.h"
 
 #include <fcntl.h>
@@ -157,7 +157,7 @@ std::string Debugger::back(int64_t moments) {
 
 std::string Debugger::over() {
     Goal goal;
-    goal.depth = static_cast<int64_t>(now_.frames.size());
+    goal.depth = now_.depth;
     return go(goal);
 }
 

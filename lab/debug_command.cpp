@@ -47,7 +47,6 @@ int terminal_width() {
     return width > 20 ? width : 80;
 }
 
-
 class View {
   public:
     View(const Debugger& debugger, const Sources& sources, int width)
@@ -85,9 +84,7 @@ class View {
         }
     }
 
-    void show_all_output() {
-        write_lines(debugger_.output(0, debugger_.now().written));
-    }
+    void show_all_output() { write_lines(debugger_.output(0, debugger_.now().written)); }
 
   private:
     void show_output(const Moment& now) {
@@ -220,7 +217,8 @@ void add_debug(CLI::App& lab, int& status) {
         lab.add_subcommand("debug", "Go through a run, call by call, forward and back");
     CLI::Option* file = command->add_option("FILE", debug->path, "The program");
     command->add_option("ARGUMENT", debug->arguments, "What the program gets");
-    command->add_option("--input", debug->input, "A file that the program reads; without it nothing");
+    command->add_option("--input", debug->input,
+                        "A file that the program reads; without it nothing");
     command->add_flag("--dap", debug->dap, "Speak the Debug Adapter Protocol on standard streams");
     command->callback([debug, file, &status] {
         if (!debug->dap && file->count() == 0) throw CLI::RequiredError("FILE");

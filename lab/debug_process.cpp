@@ -76,11 +76,11 @@ class Debugged : public Watcher {
         const bool stops = number_ >= goal_.number || (is_new && depth <= goal_.depth) ||
                            (is_new && is_named && !goal_.looks_back);
         if (!stops) return true;
-        stop(state);
+        stop(state, depth);
         return true;
     }
 
-    void stop(const State& state) {
+    void stop(const State& state, int64_t depth) {
         if (!process_.replays) note_output();
         Moment moment;
         moment.number = number_;
@@ -89,6 +89,7 @@ class Debugged : public Watcher {
         moment.text = text.text;
         moment.mark = {text.begin, text.end};
         moment.frames.assign(frames_.rbegin(), frames_.rend());
+        moment.depth = depth;
         moment.written = written_;
         told_ = number_;
         tell(moment);
@@ -103,6 +104,7 @@ class Debugged : public Watcher {
         packet.put(moment.text);
         packet.put(static_cast<int64_t>(moment.mark.begin));
         packet.put(static_cast<int64_t>(moment.mark.end));
+        packet.put(moment.depth);
         packet.put(moment.written);
         packet.put(moment.report);
         packet.put(moment.status);
@@ -206,6 +208,7 @@ Moment take_moment(Taker& taker, int64_t& last_found) {
     moment.text = taker.text();
     moment.mark.begin = static_cast<size_t>(taker.number());
     moment.mark.end = static_cast<size_t>(taker.number());
+    moment.depth = taker.number();
     moment.written = taker.number();
     moment.report = taker.text();
     moment.status = taker.number();

@@ -5,8 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "lab/debug.h"
+#include "lab/moment.h"
 #include "lab/wire.h"
+#include "lab/written.h"
 
 namespace marl::lab {
 

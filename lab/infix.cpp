@@ -1,3 +1,5 @@
+// Nothing here is analysed: marks and sizes stand in it that are no names.
+//
 // The levels are those of the grammar. The operand of an operator is put into parentheses where its
 // own level binds no tighter, on the side to which the operator doesn't fold.
 #include "lab/infix.h"
@@ -54,7 +56,7 @@ std::string within(Node* node, int level) {
 
 Written write_call(Node* node) {
     std::vector<Node*> arguments;
-    for (; !is_leaf(node) && !is_zits(node) && form(node) == Form::other; node = left(node)) {
+    for (; !is_leaf(node) && !is_zits_analysed(node) && form(node) == Form::other; node = left(node)) {
         arguments.insert(arguments.begin(), right(node));
     }
     const Operation* operation = operation_of(node);
@@ -78,14 +80,14 @@ Written write_call(Node* node) {
 
 // A shortened expression is not deep.
 Written write(Node* node) {
-    if (is_leaf(node) || is_zits(node)) {
+    if (is_leaf(node) || is_zits_analysed(node)) {
         return {std::string(print_value(node).view()), level_of_atom};
     }
     switch (form(node)) {
         case Form::lambda:
-            return {std::string(leaf_bytes(lambda_key(node))) + '\\' +
-                        write(lambda_body(node)).text,
-                    level_of_lambda};
+            return {
+                std::string(leaf_bytes(lambda_key(node))) + '\\' + write(lambda_body(node)).text,
+                level_of_lambda};
         case Form::let:
             return {std::string(leaf_bytes(let_key(node))) + '{' + write(let_value(node)).text +
                         '}' + write(let_body(node)).text,
@@ -108,20 +110,21 @@ MarkedText infix_state(Node* context, Node* focus, const Room& room) {
     for (; !is_leaf(context) && frames < room.frames; ++frames, context = right(left(context))) {
         Node* function = right(context);
         const bool holds_back = !is_leaf(function) && is_leaf_of(left(function), 'T');
-        Value part = shortened(holds_back ? right(function) : function,
-                               {room.nodes / 3, room.frames});
+        Value part =
+            shortened(holds_back ? right(function) : function, {room.nodes / 2, room.frames});
         whole = holds_back ? pair(std::move(whole), std::move(part))
                            : pair(std::move(part), std::move(whole));
     }
     MarkedText marked{write(whole).text, 0, 0};
     if (!is_leaf(context)) marked.text = "... " + marked.text;
     marked.begin = marked.text.find(mark);
-    std::string inner = infix_text(focus, room);
+    const Written written = write(shortened(focus, room));
+    std::string inner = written.text;
     if (marked.text != mark) {
         const bool is_argument = marked.begin + 1 < marked.text.size() &&
                                  marked.text[marked.begin + 1] == ')' &&
                                  marked.text[marked.begin - 1] == '(';
-        if (!is_argument && !is_leaf(focus)) inner = '(' + inner + ')';
+        if (!is_argument && written.level < level_of_atom) inner = '(' + inner + ')';
     }
     marked.text.replace(marked.begin, mark.size(), inner);
     marked.end = marked.begin + inner.size();

@@ -174,7 +174,8 @@ const Field<Ending> ending_fields[] = {
 const Field<Spot> spot_fields[] = {
     {"file", "string", "what the source is called", [](const Spot& x) -> Json { return x.file; }},
     {"line", "number", "counted from 1", [](const Spot& x) -> Json { return x.line; }},
-    {"column", "number", "counted in bytes, from 1", [](const Spot& x) -> Json { return x.column; }},
+    {"column", "number", "counted in bytes, from 1",
+     [](const Spot& x) -> Json { return x.column; }},
 };
 
 Json json_of(const Spot& spot) { return object_of<Spot>(spot_fields, spot); }

@@ -175,8 +175,7 @@ struct Sources;  // lab/written.h: what the text was made of
 
 /// Runs the program to its end and tells where the first Z comes from that reaches an effect or the
 /// result.
-Why why_z(std::string_view text, const std::vector<std::string>& arguments,
-          const Sources& sources);
+Why why_z(std::string_view text, const std::vector<std::string>& arguments, const Sources& sources);
 /// The same for a text that is its own source, as "program".
 Why why_z(std::string_view text, const std::vector<std::string>& arguments);
 

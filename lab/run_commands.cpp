@@ -123,8 +123,8 @@ struct ProfileCommand {
 
     static std::string row_text(const SampledRow& row) {
         constexpr size_t most_callers = 3;
-        std::string text = per_cent(row.self, 7) + "  " + per_cent(row.whole, 7) + "  " +
-                           on_one_line(row.name);
+        std::string text =
+            per_cent(row.self, 7) + "  " + per_cent(row.whole, 7) + "  " + on_one_line(row.name);
         if (row.place.line > 0) text += "  " + text_of(row.place);
         for (size_t i = 0; i < std::min(most_callers, row.callers.size()); ++i) {
             const auto& [caller, share] = row.callers[i];
@@ -173,7 +173,9 @@ void add_steps(CLI::App& lab, int& status) {
     command->add_option("--until", steps->options.until, "Leave the run where NAME is called");
     CLI::Option* only = command->add_option(
         "--only", steps->only, "Show the calls of NAME, with their arguments and answers");
-    command->add_flag("--why-z", steps->why, "Show where the first Z comes from that reaches the result or an effect")
+    command
+        ->add_flag("--why-z", steps->why,
+                   "Show where the first Z comes from that reaches the result or an effect")
         ->excludes(only);
     command->add_flag("--full", steps->options.full, "Don't shorten long values");
     command->add_option("-o,--output", steps->output, output_help);

@@ -197,17 +197,18 @@ bool is_operators(std::string_view builtin) {
 }
 
 /// The definitions of the sources that a look tells, the innermost first, and a built-in in front.
-std::vector<std::string> names_of(const Owners& owners, const Sources& sources,
-                                  const Place* places, size_t count) {
+std::vector<std::string> names_of(const Owners& owners, const Sources& sources, const Place* places,
+                                  size_t count) {
     std::vector<std::string> names;
     for (size_t i = 0; i < count; ++i) {
         const Instruction* at = places[i].instruction;
         const bool is_update = at->op == Op::update;
         const bool is_builtin = at->op == Op::builtin || at->op == Op::builtin_last ||
                                 at->op == Op::builtin_held || at->op == Op::builtin_nested;
-        if (i == 0 && is_builtin && !is_operators(at->builtin->name)) names.emplace_back(at->builtin->name);
-        const Symbol* symbol = is_update ? reinterpret_cast<const Symbol*>(places[i].word)
-                                         : owners.of(at);
+        if (i == 0 && is_builtin && !is_operators(at->builtin->name))
+            names.emplace_back(at->builtin->name);
+        const Symbol* symbol =
+            is_update ? reinterpret_cast<const Symbol*>(places[i].word) : owners.of(at);
         if (symbol && sources.definitions.contains(symbol->name.view())) {
             names.push_back(name_of(*symbol));
         }
@@ -328,13 +329,13 @@ void sample(std::string_view text, const std::vector<std::string>& arguments,
         note_interrupts();
     }
     if (!check_session(session)) {
-        return tell(Sampled{{false, false, 0, std::string(report_picture(session.report).view())},
-                            {}, {}, 0, 0});
+        return tell(Sampled{
+            {false, false, 0, std::string(report_picture(session.report).view())}, {}, {}, 0, 0});
     }
     Sampler sampler;
     pending = {&sampler, &sources, &tell};
-    const bool returns = run_session(session, argument_array(arguments)) &&
-                         require_integer(session);
+    const bool returns =
+        run_session(session, argument_array(arguments)) && require_integer(session);
     sampler.stop();
     pending = {};
     Ending ending{true, true, returns ? status_of_session(session) : 0, {}};

@@ -19,10 +19,10 @@ namespace marl::lab {
 /// What a definition, or a built-in that is none of the operators', costs. Shares are parts of 1 of
 /// the run's time. What the prelude's combinators do belongs to those who use them.
 struct SampledRow {
-    std::string name;  // "(entry)" is the entry expression
-    double self = 0;   // while it is itself at work
-    double whole = 0;  // while it or what it calls is
-    Spot place = {};   // where it is defined
+    std::string name;                                          // "(entry)" is the entry expression
+    double self = 0;                                           // while it is itself at work
+    double whole = 0;                                          // while it or what it calls is
+    Spot place = {};                                           // where it is defined
     std::vector<std::pair<std::string, double>> callers = {};  // with their shares of `whole`
 };
 

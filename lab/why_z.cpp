@@ -20,8 +20,8 @@
 #include "lab/call_stack.h"
 #include "lab/effects.h"
 #include "lab/lab.h"
-#include "lab/stopped.h"
 #include "lab/shown.h"
+#include "lab/stopped.h"
 #include "lab/written.h"
 #include "reduce/analysis.h"
 #include "value/walk.h"
@@ -278,8 +278,12 @@ class Tracing : public CallKeeper {
         std::vector<std::string> around = within();
         const bool answers = !calls.empty() && calls.back().nesting == state.nesting &&
                              calls.back().frames == state.frames;
-        Origin origin{state.number, answers ? "definition" : "literal",
-                      around.empty() ? "the entry" : around.front(), around, nullptr, {}};
+        Origin origin{state.number,
+                      answers ? "definition" : "literal",
+                      around.empty() ? "the entry" : around.front(),
+                      around,
+                      nullptr,
+                      {}};
         if (!around.empty()) origin.within.erase(origin.within.begin());
         origin.site = definition_site(calls.empty() ? "" : calls.back().symbol->name.view());
         find_backquote(origin);

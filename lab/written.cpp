@@ -20,8 +20,12 @@ Site part_of(const Site& site, Node* part(Node*)) {
     return site && !is_leaf(site.node) ? Site{site.source, part(site.node)} : Site{};
 }
 
-Site argument_of(const Site& site) { return part_of(site, [](Node* node) { return right(node); }); }
-Site function_of(const Site& site) { return part_of(site, [](Node* node) { return left(node); }); }
+Site argument_of(const Site& site) {
+    return part_of(site, [](Node* node) { return right(node); });
+}
+Site function_of(const Site& site) {
+    return part_of(site, [](Node* node) { return left(node); });
+}
 
 Site value_of(const Site& site) {
     return site && form(site.node) == Form::let ? Site{site.source, let_value(site.node)} : Site{};

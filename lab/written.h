@@ -60,8 +60,8 @@ struct Course {
     int64_t frames;
     bool last;
     Rule rule;
-    int lacking;      // frames that a firing takes
-    bool hands_on;    // what fires hands its arguments on: its user has written what comes of it
+    int lacking;    // frames that a firing takes
+    bool hands_on;  // what fires hands its arguments on: its user has written what comes of it
 };
 
 class Written {
