@@ -56,7 +56,8 @@ std::string within(Node* node, int level) {
 
 Written write_call(Node* node) {
     std::vector<Node*> arguments;
-    for (; !is_leaf(node) && !is_zits_analysed(node) && form(node) == Form::other; node = left(node)) {
+    for (; !is_leaf(node) && !is_zits_analysed(node) && form(node) == Form::other;
+         node = left(node)) {
         arguments.insert(arguments.begin(), right(node));
     }
     const Operation* operation = operation_of(node);
