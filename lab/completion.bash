@@ -8,11 +8,11 @@ _marl_lab() {
         --color) words="auto always never" ;;
         --deny) words="warnings" ;;
         --form) words="text markdown html" ;;
-        --sort) words="self below calls steps nodes name" ;;
+        --sort) words="self whole name" ;;
     esac
     if [ -z "$words" ]; then
         if [ "$COMP_CWORD" = 1 ]; then
-            words="check format explain pack run test doc new serve repl steps profile code --help --version"
+            words="check format explain pack run test doc new serve repl debug steps profile code --help --version"
         elif [ "$command" = explain ]; then
             words="json --help $(marl-lab explain 2>/dev/null | sed -n 's/^  \([a-z_]*\).*/\1/p')"
         elif [[ $word == -* ]]; then
@@ -22,6 +22,7 @@ _marl_lab() {
                 pack) words="--output --help" ;;
                 test) words="--seconds --help" ;;
                 doc) words="--form --help" ;;
+                debug) words="--input --dap --help" ;;
                 steps) words="--from --count --until --only --why-z --full --output --color --help" ;;
                 profile) words="--folded --sort --output --help" ;;
                 *) words="--help" ;;

@@ -171,23 +171,43 @@ const Field<Ending> ending_fields[] = {
      [](const Ending& x) -> Json { return x.report; }},
 };
 
+const Field<Spot> spot_fields[] = {
+    {"file", "string", "what the source is called", [](const Spot& x) -> Json { return x.file; }},
+    {"line", "number", "counted from 1", [](const Spot& x) -> Json { return x.line; }},
+    {"column", "number", "counted in bytes, from 1",
+     [](const Spot& x) -> Json { return x.column; }},
+};
+
+Json json_of(const Spot& spot) { return object_of<Spot>(spot_fields, spot); }
+
 const Field<Link> link_fields[] = {
     {"n", "number", "of the state", [](const Link& x) -> Json { return x.number; }},
-    {"kind", "\"built-in\" | \"data\" | \"definition\" | \"literal\"",
+    {"kind",
+     "\"built-in\" | \"data\" | \"definition\" | \"literal\" | \"empty list\" | \"no list\" | "
+     "\"backquote\"",
      "what answered Z; a literal is one that the program writes",
      [](const Link& x) -> Json { return x.kind; }},
     {"call", "string", "what was called; of a literal, the call that it is written in",
      [](const Link& x) -> Json { return x.call; }},
     {"within", "string[]", "the definitions' calls that were going on, the innermost first",
      [](const Link& x) -> Json { return x.within; }},
+    {"place?", "Spot", "where it is written",
+     [](const Link& x) -> Json { return x.place.line == 0 ? left_out : json_of(x.place); }},
 };
 
 const Field<Why> why_fields[] = {
     {"result", "string", "of the program", [](const Why& x) -> Json { return x.result; }},
+    {"effect?", "string", "the first call that acts outside, or shows a value, on a Z",
+     [](const Why& x) -> Json { return x.effect.empty() ? left_out : Json(x.effect); }},
+    {"effect_place?", "Spot", "where that is written",
+     [](const Why& x) -> Json {
+         return x.effect_place.line == 0 ? left_out : json_of(x.effect_place);
+     }},
     {"chain", "Link[]",
-     "the first call whose answer was the Z in the result, then those that answered Z because of "
-     "it",
+     "the first call whose answer was the Z in the effect or the result, then those that answered "
+     "Z because of it",
      [](const Why& x) { return array_of<Link, Link>(link_fields, x.chain); }},
+    {"more", "number", "links behind these", [](const Why& x) -> Json { return x.more; }},
 };
 
 const Field<ProfileRow> row_fields[] = {
@@ -287,6 +307,7 @@ std::string json_types() {
            interface<Ending>("Ending", "How a run went.", ending_fields) +
            interface<Why>("Why extends Ending", "Where the Z in a result comes from.", why_fields) +
            interface<Link>("Link", "A call that answered Z.", link_fields) +
+           interface<Spot>("Spot", "A place in a source.", spot_fields) +
            interface<Profiled>("Profiled extends Ending", "What a run cost.", profile_fields) +
            interface<ProfileRow>("ProfileRow", "What a name cost.", row_fields);
 }

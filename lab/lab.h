@@ -78,6 +78,15 @@ struct Listed {
 /// prelude's. Runs nothing but the backquotes.
 Listed list_code(std::string_view text, std::string_view only);
 
+/// A place for a person, both counted from 1, the column in bytes. Line 0 is none.
+struct Spot {
+    std::string file;
+    size_t line = 0;
+    size_t column = 0;
+
+    bool operator==(const Spot&) const = default;
+};
+
 // The following run the program, with all of its effects, on `arguments`, as `marl` would but on
 // the plain machine, one rule a step. Long values are shortened; what is left out stands there as
 // <1234 nodes>.
@@ -142,19 +151,32 @@ Ending run_calls(std::string_view text, const std::vector<std::string>& argument
 /// A call that answered Z, or a Z that the program writes, with the call that it is written in.
 struct Link {
     int64_t number = 0;
-    const char* kind = "";  // "built-in", "data", "definition" or "literal"
+    /// "built-in", "data", "definition" or "literal"; "empty list" for the Z that `Q` or `R` of one
+    /// gives, "no list" when it was of something else; "backquote" for one in what a backquote has
+    /// left.
+    const char* kind = "";
     std::string call;
     std::vector<std::string> within;  // the definitions' calls that were going on, innermost first
+    Spot place = {};                  // where it is written, if that is known
 };
 
 struct Why : Ending {
     std::string result;
-    /// The first call whose answer was the Z in the result, then those that answered Z because of
-    /// it; empty when the result holds no Z, or one that the program writes itself.
+    /// The first call of a built-in that acts outside, or shows a value, on a Z or what holds one.
+    std::string effect;
+    Spot effect_place;
+    /// The first call whose answer was the Z in the effect, or else in the result, then those that
+    /// answered Z because of it; empty when there is none, or one that the program writes itself.
     std::vector<Link> chain;
+    size_t more = 0;  // links of the chain behind these
 };
 
-/// Runs the program to its end and tells where the Z in its result comes from.
+struct Sources;  // lab/written.h: what the text was made of
+
+/// Runs the program to its end and tells where the first Z comes from that reaches an effect or the
+/// result.
+Why why_z(std::string_view text, const std::vector<std::string>& arguments, const Sources& sources);
+/// The same for a text that is its own source, as "program".
 Why why_z(std::string_view text, const std::vector<std::string>& arguments);
 
 /// What a name costs. Steps, nodes and `self` are without what the name calls. A prelude combinator
@@ -173,7 +195,8 @@ struct Profiled : Ending {
     std::string folded;  // a line for each stack of calls: names with ";" between, a blank, steps
 };
 
-/// Runs the program and counts. All that goes to `tell`, once, at the end of the run or, when the
+/// Runs the program by the rules and counts: for pages, where no clock tells what marl itself
+/// spends. All that goes to `tell`, once, at the end of the run or, when the
 /// program ends the process, at that end.
 void profile(std::string_view text, const std::vector<std::string>& arguments,
              const std::function<void(const Profiled&)>& tell);

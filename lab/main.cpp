@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "lab/check_bundle.h"
+#include "lab/debug_command.h"
 #include "lab/explain.h"
 #include "lab/files.h"
 #include "lab/fixes.h"
@@ -226,6 +227,7 @@ void add_repl(CLI::App& lab) {
 
 void add_run_commands(CLI::App& lab) {
     add_steps(lab, status);
+    add_debug(lab, status);
     add_profile(lab, status);
     add_code(lab, status);
 }

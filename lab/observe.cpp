@@ -7,6 +7,7 @@
 
 #include "driver/interrupt.h"
 #include "driver/session.h"
+#include "lab/stopped.h"
 #include "reduce/analysis.h"
 #include "reduce/definitions.h"
 #include "reduce/heads.h"
@@ -46,18 +47,6 @@ struct Arguments {
     std::vector<uint64_t> array;
 };
 
-/// The address of the arguments. They live as long as the process: a program may hand them to
-/// whatever it starts.
-int64_t argument_array(const std::vector<std::string>& arguments) {
-    static std::list<Arguments> of_runs;
-    Arguments& kept = of_runs.emplace_back(Arguments{arguments, {}});
-    for (std::string& argument : kept.texts) {
-        kept.array.push_back(reinterpret_cast<uintptr_t>(argument.data()));
-    }
-    kept.array.push_back(0);
-    return static_cast<int64_t>(reinterpret_cast<uintptr_t>(kept.array.data()));
-}
-
 class Observing {
   public:
     explicit Observing(Observer& watcher) { observer = &watcher; }
@@ -68,10 +57,21 @@ class Observing {
 
 }  // namespace
 
+int64_t argument_array(const std::vector<std::string>& arguments) {
+    static std::list<Arguments> of_runs;
+    Arguments& kept = of_runs.emplace_back(Arguments{arguments, {}});
+    for (std::string& argument : kept.texts) {
+        kept.array.push_back(reinterpret_cast<uintptr_t>(argument.data()));
+    }
+    kept.array.push_back(0);
+    return static_cast<int64_t>(reinterpret_cast<uintptr_t>(kept.array.data()));
+}
+
 void Watcher::begin() { runs_.push_back({false, started_, 0, Rule::fire, 0, nullptr}); }
 
 bool Watcher::see(Node* context, Value& focus) {
     Run& run = runs_.back();
+    if (plumbing_.empty()) find_plumbing();
     if (!started_ && !run.seen && !is_leaf(focus) && left(focus) == find_definition("")) {
         // Everything before was what backquotes evaluate.
         begin_program();
@@ -82,14 +82,44 @@ bool Watcher::see(Node* context, Value& focus) {
     const Rule rule = last ? Rule::pop : rule_of(context, focus);
     run = {true,   run.counts, run.frames, rule, rule == Rule::fire_held ? rank_of(focus) : 0,
            context};
-    if (run.counts && !stopped_) {
-        const int nesting = static_cast<int>(runs_.size()) - 1;
-        State state{next_++, nesting, context, focus, run.frames, last, rule, {}, {}, {}};
-        if (rule == Rule::fire || rule == Rule::fire_held) take_apart(state);
-        stopped_ = !at(state, focus);
+    if (!stopped_) {
+        State state = state_of(run, context, focus, last);
+        if (run.counts) {
+            stopped_ = !at(state, focus);
+        } else {
+            at_backquote(state, focus);
+        }
     }
     if (last || stopped_) runs_.pop_back();
     return !stopped_;
+}
+
+State Watcher::state_of(const Run& run, Node* context, Node* focus, bool last) {
+    const int nesting = static_cast<int>(runs_.size()) - 1;
+    const int64_t number = run.counts ? next_++ : 0;
+    State state{number, nesting, context, focus, run.frames, last, run.rule, {}, {}, {}, {}};
+    if (run.rule == Rule::fire || run.rule == Rule::fire_held) take_apart(state);
+    if (run.counts && written_) find_site(state);
+    return state;
+}
+
+const Symbol* Watcher::within(const Symbol* fired) const {
+    if (fired) return fired;
+    return calls.empty() ? nullptr : calls.back().symbol;
+}
+
+void Watcher::find_site(State& state) {
+    const Symbol* symbol = state.symbol;
+    const bool is_definition = symbol && !symbol->builtin;
+    const bool hands_on = is_definition && is_plumbing(*symbol);
+    state.site = written_->at({state.nesting, state.focus, state.frames, state.last, state.rule,
+                               runs_.back().lacking, hands_on},
+                              within(fired_));
+    fired_ = is_definition && !hands_on ? symbol : nullptr;
+}
+
+void Watcher::copied(Node* part, Node* copy) {
+    if (written_ && started_) written_->copied(part, copy);
 }
 
 void Watcher::count_frames(Run& run, Node* context) const {
@@ -106,6 +136,12 @@ void Watcher::count_frames(Run& run, Node* context) const {
 
 void Watcher::begin_program() {
     started_ = true;
+    find_plumbing();
+    if (written_) written_->begin();
+}
+
+void Watcher::find_plumbing() {
+    plumbing_.clear();
     for (const auto& [name, expression] : original_prelude()) {
         Symbol& symbol = symbol_of(name.view());
         if (symbol.definition && compare(symbol.definition, expression) == 0) {
@@ -172,7 +208,10 @@ Ending ending_of(const Outcome& outcome, const Watcher& watcher) {
 Outcome run_watched(std::string_view text, const std::vector<std::string>& arguments,
                     Watcher& watcher) {
     Session session;
-    if (load_session(session, String(text))) install_interrupt_handler();
+    if (load_session(session, String(text))) {
+        install_interrupt_handler();
+        note_interrupts();
+    }
     original_prelude() = prelude_definitions;
     const Observing observing(watcher);
     const bool returns = check_session(session) &&

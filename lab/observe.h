@@ -19,6 +19,7 @@
 #include "driver/report.h"
 #include "lab/lab.h"
 #include "lab/shown.h"
+#include "lab/written.h"
 #include "reduce/observer.h"
 #include "reduce/plain.h"
 #include "reduce/tables.h"
@@ -38,6 +39,7 @@ struct State {
     Node* head = nullptr;          // when it fires: what
     std::vector<Node*> arguments;  // and on what
     Symbol* symbol = nullptr;      // the name that is called, if one is
+    Site site = {};                // where it is written, for a Watcher that asks for places
 };
 
 struct Call {
@@ -49,8 +51,13 @@ struct Call {
 
 class Watcher : public Observer {
   public:
+    /// `written` tells where states are written; null for a Watcher that doesn't ask. It stays the
+    /// caller's.
+    explicit Watcher(Written* written = nullptr) : written_(written) {}
+
     void begin() final;
     bool see(Node* context, Value& focus) final;
+    void copied(Node* part, Node* copy) final;
 
     /// Whether the program's own run has begun.
     bool has_started() const { return started_; }
@@ -72,6 +79,10 @@ class Watcher : public Observer {
     /// Told when the state's call stands on top of `calls`.
     virtual void on_entered(const State&) {}
 
+    /// A state of what a backquote evaluates, before the program's own run. Such states have no
+    /// number and no site.
+    virtual void at_backquote(State& /*state*/, Value& /*focus*/) {}
+
     bool is_plumbing(const Symbol& symbol) const { return plumbing_.count(&symbol) > 0; }
 
     std::vector<Call> calls;
@@ -86,12 +97,19 @@ class Watcher : public Observer {
         Node* context;  // never followed: it may be gone
     };
 
+    State state_of(const Run& run, Node* context, Node* focus, bool last);
     void count_frames(Run& run, Node* context) const;
+    /// The definition whose body is at work: that which fires, or the innermost call.
+    const Symbol* within(const Symbol* fired) const;
+    void find_site(State& state);
     void begin_program();
+    void find_plumbing();
     void leave_top(const State& state, Node* answer);
 
     std::vector<Run> runs_;
     std::unordered_set<const Symbol*> plumbing_;
+    Written* const written_;
+    const Symbol* fired_ = nullptr;  // by the step from the last state, when it is a program's
     int64_t next_ = 0;
     bool started_ = false;
     bool stopped_ = false;
@@ -107,6 +125,10 @@ Ending ending_of(const Outcome& outcome, const Watcher& watcher);
 
 /// What a state fires, on its arguments, as a text.
 std::string call_text(const State& state, const Room& room);
+
+/// The address of a program's arguments, as programs read them. They live as long as the process: a
+/// program may hand them to whatever it starts.
+int64_t argument_array(const std::vector<std::string>& arguments);
 
 /// Checks and runs a program on arguments while `watcher` observes it. The same happens as in a run
 /// by itself, an interrupt included. The tables are empty afterwards.

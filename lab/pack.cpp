@@ -150,7 +150,7 @@ struct Packing {
     }
 
     /// The definitions of one source, each behind a comma.
-    std::string part(size_t source) const {
+    std::string part(size_t source) {
         const Program& program = bundle.program(source);
         const std::string place = source == 0 ? "" : " " + bundle.sources[source].origin;
         const auto backquotes = written_out_backquotes(program, place);
@@ -160,6 +160,7 @@ struct Packing {
             const Piece& piece = piece_of(*at);
             std::vector<Edit> changes = backquotes[at->piece];
             const auto fresh = new_names.find(*at);
+            packed.definitions[fresh == new_names.end() ? piece.key : fresh->second] = *at;
             if (fresh != new_names.end()) {
                 const Range name{piece.name.begin, piece.name.begin + piece.key.size()};
                 changes.push_back({name, fresh->second});
@@ -177,6 +178,7 @@ struct Packing {
 
     void write() {
         packed.text = entry();
+        packed.definitions[""] = {0, 0};
         for (size_t i = 0; i < bundle.sources.size(); ++i) {
             const std::string text = part(i);
             if (!text.empty()) packed.text += ",\n\n" + note(bundle.sources[i]) + text;

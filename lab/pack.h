@@ -18,9 +18,14 @@
 
 namespace marl::lab {
 
+/// Where the definitions of a program stand that was made of a bundle, by the names that they have
+/// there; the entry's is empty.
+using Definitions = std::map<std::string, Place, std::less<>>;
+
 struct Packed {
     std::string text;                            // empty when there are faults
     std::vector<std::vector<Message>> messages;  // by source
+    Definitions definitions = {};                // of its text
 };
 
 /// The program in canonical layout.

@@ -22,9 +22,11 @@ PackedFile packed_file(const std::string& path) {
         return {std::nullopt, 2};
     }
     const Files files = files_on_disk();
-    const Bundle bundle = read_bundle(files, path, *file.text);
+    Bundle bundle = read_bundle(files, path, *file.text);
     Packed packed = pack_to_run(files, bundle);
-    if (!has_faults(packed.messages)) return {std::move(packed.text), 0};
+    if (!has_faults(packed.messages)) {
+        return {std::move(packed.text), 0, {std::move(bundle), std::move(packed.definitions)}};
+    }
     tell(shown_messages(bundle, only_faults(packed.messages), has_colours(stderr, "auto")));
     return {std::nullopt, 1};
 }

@@ -12,6 +12,7 @@
 #include "lab/files.h"
 #include "lab/lab.h"
 #include "lab/packed_file.h"
+#include "lab/sample.h"
 #include "lab/screen.h"
 
 namespace marl::lab {
@@ -23,11 +24,13 @@ struct ProgramFile {
     std::string path;
     std::vector<std::string> arguments;
     std::string text = {};
+    Sources sources = {};
 
     /// Gives 0, or the status to end with when there is none to run.
     int read() {
         PackedFile packed = packed_file(path);
         if (packed.text) text = std::move(*packed.text);
+        sources = std::move(packed.sources);
         return packed.status;
     }
 };
@@ -56,7 +59,7 @@ struct StepsCommand {
     int run() const {
         Screen screen(output, colour);
         if (why) {
-            const Why result = why_z(program.text, program.arguments);
+            const Why result = why_z(program.text, program.arguments, program.sources);
             show_why(screen, result);
             return result.started ? 0 : status_of(result);
         }
@@ -83,7 +86,7 @@ struct ProfileCommand {
 
     int run() const {
         int status = 0;
-        profile(program.text, program.arguments, [&](const Profiled& result) {
+        sample(program.text, program.arguments, program.sources, [&](const Sampled& result) {
             status = status_of(result);
             if (result.started && !show(result)) status = 2;
         });
@@ -91,35 +94,43 @@ struct ProfileCommand {
     }
 
     /// Whether all of it could be written.
-    bool show(const Profiled& result) const {
+    bool show(const Sampled& result) const {
         const std::string why = folded.empty() ? "" : write_file(folded, result.folded);
         if (!why.empty()) fprintf(stderr, "marl-lab: %s\n", why.c_str());
-        std::vector<ProfileRow> rows = result.rows;
-        std::sort(rows.begin(), rows.end(), [&](const ProfileRow& a, const ProfileRow& b) {
+        std::vector<SampledRow> rows = result.rows;
+        std::sort(rows.begin(), rows.end(), [&](const SampledRow& a, const SampledRow& b) {
             return std::pair(-weight(a), a.name) < std::pair(-weight(b), b.name);
         });
         Screen screen(output, "never");
-        screen.line("     calls       steps       nodes    self ms   below ms  name");
-        for (const ProfileRow& row : rows) screen.line(row_text(row));
+        char line[100];
+        snprintf(line, sizeof line, "%.3f s, %zu samples", result.seconds, result.samples);
+        screen.line(line);
+        screen.line(" self %  whole %  name, where it is defined, and its callers");
+        for (const SampledRow& row : rows) screen.line(row_text(row));
         return why.empty();
     }
 
     /// What the rows are sorted by, the largest first.
-    double weight(const ProfileRow& row) const {
-        if (sort == "self") return row.self;
-        if (sort == "below") return row.below;
-        if (sort == "calls") return static_cast<double>(row.calls);
-        if (sort == "steps") return static_cast<double>(row.steps);
-        if (sort == "nodes") return static_cast<double>(row.nodes);
-        return 0;
+    double weight(const SampledRow& row) const {
+        return sort == "self" ? row.self : sort == "whole" ? row.whole : 0;
     }
 
-    static std::string row_text(const ProfileRow& row) {
-        char numbers[100];
-        snprintf(numbers, sizeof numbers, "%10lld  %10lld  %10lld %10.3f %10.3f  ",
-                 static_cast<long long>(row.calls), static_cast<long long>(row.steps),
-                 static_cast<long long>(row.nodes), row.self * 1000, row.below * 1000);
-        return numbers + on_one_line(row.name);
+    static std::string per_cent(double share, int width) {
+        char number[40];
+        snprintf(number, sizeof number, "%*.1f", width, share * 100);
+        return number;
+    }
+
+    static std::string row_text(const SampledRow& row) {
+        constexpr size_t most_callers = 3;
+        std::string text =
+            per_cent(row.self, 7) + "  " + per_cent(row.whole, 7) + "  " + on_one_line(row.name);
+        if (row.place.line > 0) text += "  " + text_of(row.place);
+        for (size_t i = 0; i < std::min(most_callers, row.callers.size()); ++i) {
+            const auto& [caller, share] = row.callers[i];
+            text += (i == 0 ? "  from " : ", ") + on_one_line(caller) + ' ' + per_cent(share, 0);
+        }
+        return text;
     }
 };
 
@@ -162,7 +173,9 @@ void add_steps(CLI::App& lab, int& status) {
     command->add_option("--until", steps->options.until, "Leave the run where NAME is called");
     CLI::Option* only = command->add_option(
         "--only", steps->only, "Show the calls of NAME, with their arguments and answers");
-    command->add_flag("--why-z", steps->why, "Show the first call whose Z is in the result")
+    command
+        ->add_flag("--why-z", steps->why,
+                   "Show where the first Z comes from that reaches the result or an effect")
         ->excludes(only);
     command->add_flag("--full", steps->options.full, "Don't shorten long values");
     command->add_option("-o,--output", steps->output, output_help);
@@ -189,13 +202,12 @@ void add_profile(CLI::App& lab, int& status) {
     const auto options = std::make_shared<ProfileCommand>();
     CLI::App* command = lab.add_subcommand(
         "profile",
-        "Run a program and show what each name costs. It counts the steps of the plain machine, "
-        "which does one rule a step: marl itself needs less of them, and less nodes");
+        "Run a program as fast as marl does, and show which definitions it spends its time in");
     add_program(command, options->program);
     command->add_option("--folded", options->folded,
-                        "Write folded stacks, in steps, for a flame-graph viewer");
+                        "Write folded stacks, in microseconds, for a flame-graph viewer");
     command->add_option("--sort", options->sort, "The column to sort by")
-        ->check(CLI::IsMember({"self", "below", "calls", "steps", "nodes", "name"}));
+        ->check(CLI::IsMember({"self", "whole", "name"}));
     command->add_option("-o,--output", options->output, output_help);
     command->callback([options, &status] {
         status = options->program.read();

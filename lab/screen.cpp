@@ -19,11 +19,26 @@ std::string padded(std::string text, size_t width, bool to_right = false) {
     return to_right ? std::string(missing, ' ') + text : text + std::string(missing, ' ');
 }
 
-std::string shown_number(int64_t number) { return padded(std::to_string(number), 6, true) + "  "; }
+/// A state's number; nothing for one before the program's run.
+std::string shown_number(int64_t number) {
+    return padded(number < 0 ? "" : std::to_string(number), 6, true) + "  ";
+}
+
+/// Where something is written, behind what is said of it.
+std::string place_text(const Screen& screen, const Spot& spot) {
+    if (spot.line == 0) return {};
+    return "  " + screen.faint(spot.file + ':' + std::to_string(spot.line) + ':' +
+                               std::to_string(spot.column));
+}
 
 std::string link_text(const Screen& screen, const Link& link) {
     const std::string call = screen.strong(on_one_line(link.call));
-    return link.kind == std::string_view("literal") ? "Z is written in " + call : call + " = Z";
+    const std::string_view kind = link.kind;
+    if (kind == "literal") return "Z is written in " + call;
+    if (kind == "backquote") return "Z is what the backquote on " + call + " has left";
+    if (kind == "empty list") return call + " = Z, of an empty list";
+    if (kind == "no list") return call + " = Z, of what is no list";
+    return call + " = Z";
 }
 
 }  // namespace
@@ -96,18 +111,21 @@ void show_call(Screen& screen, const CallLine& call) {
 }
 
 void show_why(Screen& screen, const Why& why) {
-    if (why.result.empty()) return;
-    screen.line("The result is " + on_one_line(why.result));
+    if (why.effect.empty() && why.result.empty()) return;
+    screen.line(why.effect.empty() ? "The result is " + on_one_line(why.result)
+                                   : screen.strong(on_one_line(why.effect)) + " is given a Z" +
+                                         place_text(screen, why.effect_place));
     if (why.chain.empty()) return screen.line("No step has made a Z that is in it.");
     bool first = true;
     for (const Link& link : why.chain) {
         screen.line(screen.faint(shown_number(link.number)) + (first ? "" : "then ") +
-                    link_text(screen, link));
+                    link_text(screen, link) + place_text(screen, link.place));
         if (!std::exchange(first, false)) continue;
         for (const std::string& call : link.within) {
             screen.line("          in " + on_one_line(call));
         }
     }
+    if (why.more > 0) screen.line("        and " + std::to_string(why.more) + " more");
 }
 
 }  // namespace marl::lab

@@ -2,9 +2,10 @@
 #include <algorithm>
 #include <utility>
 
+#include "lab/call_stack.h"
 #include "lab/lab.h"
-#include "lab/observe.h"
 #include "lab/shown.h"
+#include "lab/stopped.h"
 #include "reduce/analysis.h"
 
 namespace marl::lab {
@@ -89,13 +90,14 @@ LeftOut left_out_of(const State& state) {
 using TellStep = std::function<void(const Step&)>;
 using TellCall = std::function<void(const CallLine&)>;
 
-class States : public Watcher {
+class States : public CallKeeper {
   public:
     States(StepsOptions options, const TellStep& tell)
         : options_(std::move(options)), tell_(tell) {}
 
   private:
     bool at(State& state, Value&) override {
+        keep_calls(state);
         if (state.number < options_.from) return true;
         if (options_.count >= 0 && told_++ >= options_.count) return false;
         Step step = step_of(state, options_.full ? unlimited : Room{}, options_.trees);
@@ -150,6 +152,7 @@ class Calls : public Watcher {
 Ending run_steps(std::string_view text, const std::vector<std::string>& arguments,
                  const StepsOptions& options, const TellStep& tell) {
     States states(options, tell);
+    const ShownOnSignal shown_calls([&] { return states.under_way(SIZE_MAX); });
     const Outcome outcome = run_watched(text, arguments, states);
     return ending_of(outcome, states);
 }

@@ -22,6 +22,14 @@
 #include "reduce/stack.h"
 #include "value/short_hint.h"
 
+/// In the laboratory's core the machine knows the instruction that it is at, for whoever takes
+/// samples of a run.
+#ifdef MARL_OBSERVED
+#define MARL_NOTE m->note(at, top)
+#else
+#define MARL_NOTE ((void)0)
+#endif
+
 #if MARL_TAIL_CALLS
 #define MARL_STATE                                                                               \
     [[maybe_unused]] Word *frame, [[maybe_unused]] StackEntry *top, [[maybe_unused]] Machine *m, \
@@ -34,6 +42,7 @@
 #define MARL_GO_TO(place)                            \
     do {                                             \
         at = (place);                                \
+        MARL_NOTE;                                   \
         MARL_JUMP at->run(frame, top, m, value, at); \
     } while (0)
 #define MARL_LEAVE return

@@ -6,6 +6,7 @@
 // compiled without MARL_OBSERVED, the functions below are empty and cost nothing.
 #pragma once
 
+#include "reduce/tables.h"
 #include "value/value.h"
 
 namespace marl {
@@ -26,6 +27,14 @@ class Observer {
     /// the place of the focus, if it means the same to the program. The answer false ends the run,
     /// with the result Z.
     virtual bool see(Node* context, Value& focus) = 0;
+    /// A part of a body has been copied, with values in the places of variables.
+    virtual void copied(Node* /*part*/, Node* /*copy*/) {}
+    /// Called in the place of a built-in. Who answers takes no argument, and gives no call to it.
+    virtual bool answers(const Builtin& /*row*/, Value* /*arguments*/, Value& /*result*/) {
+        return false;
+    }
+    /// What a built-in has given on its arguments, which it may have taken.
+    virtual void called(const Builtin& /*row*/, Node* /*result*/) {}
 };
 
 /// The observer that is set; null when nobody watches.
@@ -38,12 +47,26 @@ inline void observe_begin() {
 inline bool observe_state(Node* context, Value& focus) {
     return !observer || observer->see(context, focus);
 }
+inline void observe_copy(Node* part, Node* copy) {
+    if (observer) observer->copied(part, copy);
+}
+inline Value observe_builtin(const Builtin& row, Value* arguments) {
+    Value result;
+    if (observer && observer->answers(row, arguments, result)) return result;
+    result = row.function(arguments);
+    if (observer) observer->called(row, result);
+    return result;
+}
 
 #else
 
 constexpr bool is_observed() { return false; }
 constexpr void observe_begin() {}
 constexpr bool observe_state(Node*, const Value&) { return true; }
+constexpr void observe_copy(Node*, Node*) {}
+inline Value observe_builtin(const Builtin& row, Value* arguments) {
+    return row.function(arguments);
+}
 
 #endif
 

@@ -81,10 +81,11 @@ struct Substitution {
 /// The body with values for all free occurrences of the variables. A part in which none of them is
 /// free is the same node as before; every other Pair is a new one.
 Value substitute_in(Node* body, const Substitution& substitution) {
-    // Either a part to go through or, with no part, a Pair to make of the last two results.
+    // Either a part to go through or one whose copy is to be made of the last two results.
     struct Work {
         Node* part;
         uint32_t letters;
+        bool is_due = false;
     };
     // Kept for the next time: nothing in here runs program code.
     static std::vector<Work>& rest = *new std::vector<Work>;
@@ -92,13 +93,14 @@ Value substitute_in(Node* body, const Substitution& substitution) {
 
     rest.push_back({body, substitution.letters});
     while (!rest.empty()) {
-        const auto [part, letters] = rest.back();
+        const auto [part, letters, is_due] = rest.back();
         rest.pop_back();
-        if (!part) {
+        if (is_due) {
             // The right child is made first, so the left one is on top.
             Value left_child = std::move(made.back());
             made.pop_back();
             made.back() = applied(std::move(left_child), std::move(made.back()));
+            observe_copy(part, made.back());
             continue;
         }
         if ((free_set(part) & letters) == 0) {
@@ -109,13 +111,13 @@ Value substitute_in(Node* body, const Substitution& substitution) {
             made.push_back(Value::share(substitution.values[*leaf_text(part) - 'a']));
             continue;
         }
-        rest.push_back({nullptr, 0});
+        rest.push_back({part, 0, true});
         const Form shape = form(part);
         if (shape == Form::lambda) {
             rest.push_back({left(part), 0});
             rest.push_back({lambda_body(part), letters & ~free_set(lambda_key(part))});
         } else if (shape == Form::let) {
-            rest.push_back({nullptr, 0});
+            rest.push_back({left(part), 0, true});
             rest.push_back({left(left(part)), 0});
             rest.push_back({let_value(part), letters});
             rest.push_back({let_body(part), letters & ~free_set(let_key(part))});
@@ -187,7 +189,7 @@ void drop_slots(Slots& slots, int count) {
 void fire_builtin(const Builtin& row, Value& context, Value& focus) {
     Slots slots;
     take_slots(slots, focus, row.arity);
-    Value result = row.function(slots.arguments.data());
+    Value result = observe_builtin(row, slots.arguments.data());
     analyse(result);
     if (is_abort(result)) context = empty_context();
     focus = std::move(result);

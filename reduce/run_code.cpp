@@ -32,7 +32,9 @@ void link(Instruction& instruction) {
 }
 
 static void run_loop(Word* frame, const Instruction* at, Word value, StackEntry* top) {
-    at->run(frame, top, &machine, value, at);
+    Machine* const m = &machine;
+    MARL_NOTE;
+    at->run(frame, top, m, value, at);
 }
 
 #else
@@ -42,6 +44,7 @@ void link(Instruction&) {}
 static void run_loop(Word* frame, const Instruction* at, Word value, StackEntry* top) {
     Machine* const m = &machine;
     while (at) {
+        MARL_NOTE;
         switch (at->op) {
 #define MARL_CASE(name, shape, a, b, c, meaning) \
     case Op::name:                               \
@@ -74,15 +77,24 @@ void prepare(Code& code) {
     for (Instruction& instruction : code.instructions) link(instruction);
 }
 
+/// The context ends where `machine` has it, from here on.
+static void note_end_of_loop() {
+#ifdef MARL_OBSERVED
+    machine.at_top = nullptr;
+#endif
+}
+
 Word run_code(Code& code) {
     if (!code.made) prepare(code);
     run_loop(machine.registers.top, code.start(), 0, machine.stack.top);
+    note_end_of_loop();
     return machine.focus;
 }
 
 Word resume(Word value) {
     StackEntry* const top = machine.stack.top - 1;
     run_loop(machine.registers.top, top->next, value, top);
+    note_end_of_loop();
     return machine.focus;
 }
 

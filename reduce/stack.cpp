@@ -6,7 +6,22 @@
 
 namespace marl {
 
+namespace {
+
+/// Tells whoever takes samples that the context can't be looked at.
+struct Moving {
+#ifdef MARL_OBSERVED
+    Moving() { machine.moves = true; }
+    ~Moving() { machine.moves = false; }
+    Moving(const Moving&) = delete;
+    Moving& operator=(const Moving&) = delete;
+#endif
+};
+
+}  // namespace
+
 void grow_stack() {
+    [[maybe_unused]] const Moving moving;
     Stack& stack = machine.stack;
     const auto used = static_cast<size_t>(stack.top - stack.entries);
     const size_t room = used ? used * 2 : 1024;

@@ -56,6 +56,16 @@ struct Machine {
     Stack stack;
     Registers registers;
     Word focus = 0;  // what code leaves the loop with
+#ifdef MARL_OBSERVED
+    const Instruction* volatile at = nullptr;  // the last instruction that began,
+    StackEntry* volatile at_top = nullptr;     // and the end of the context then
+    volatile bool moves = false;               // the context is on its way into another block
+
+    void note(const Instruction* instruction, StackEntry* end) {
+        at = instruction;
+        at_top = end;
+    }
+#endif
 };
 extern Machine machine;
 

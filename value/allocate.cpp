@@ -16,6 +16,7 @@ int64_t live_nodes = 0;
 #endif
 #ifdef MARL_OBSERVED
 int64_t made_nodes = 0;
+void (*on_freed)(const void* node) = nullptr;
 #endif
 
 void* allocate_large(size_t size) {

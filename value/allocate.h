@@ -28,6 +28,8 @@ extern int64_t live_nodes;
 #ifdef MARL_OBSERVED
 /// The nodes made so far, for a profile.
 extern int64_t made_nodes;
+/// Told of each node that is freed, for whoever knows something of nodes; null for nobody.
+extern void (*on_freed)(const void* node);
 #endif
 
 /// The size and the alignment of what the system may back by one large page.
@@ -65,6 +67,9 @@ inline void* allocate_node(size_t size) {
 inline void free_node(void* node, [[maybe_unused]] size_t size) {
 #if MARL_COUNT_NODES
     --live_nodes;
+#endif
+#ifdef MARL_OBSERVED
+    if (on_freed) on_freed(node);
 #endif
 #if MARL_POOL
     if (size <= pooled_limit) {

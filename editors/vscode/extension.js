@@ -28,7 +28,27 @@ async function restart() {
   await start();
 }
 
+/// The program of the active editor, when a launch names none.
+const configurations = {
+  resolveDebugConfiguration(_folder, given) {
+    if (given.type) return given;
+    if (vscode.window.activeTextEditor?.document.languageId !== "marl") return given;
+    return { type: "marl", request: "launch", name: "marl", program: "${file}", stopOnEntry: true };
+  },
+};
+
+const adapters = {
+  createDebugAdapterDescriptor() {
+    const command = vscode.workspace.getConfiguration("marl").get("server");
+    return new vscode.DebugAdapterExecutable(command, ["debug", "--dap"]);
+  },
+};
+
 exports.activate = async (context) => {
+  context.subscriptions.push(
+    vscode.debug.registerDebugConfigurationProvider("marl", configurations),
+    vscode.debug.registerDebugAdapterDescriptorFactory("marl", adapters),
+  );
   context.subscriptions.push(vscode.commands.registerCommand("marl.restart", restart));
   await start();
 };

@@ -4,6 +4,8 @@
     run_test.py MARL_LAB MARL
 """
 import pathlib
+import re
+import signal
 import subprocess
 import sys
 import tempfile
@@ -80,8 +82,15 @@ WHY = [
      ["«(/ (/ (/ cray Z) Z) Z) 7» = Z", "in slot (/ (/ (/ cray Z) Z) Z) 7", "then «plus 1 Z» = Z"]),
     # It stands in a result that is more than a Z; it got there within an argument.
     (r"a\J(1,J(2/0,K))", ["«over 2 0» = Z"]),
-    (r"a\5*puts(J(1/0,K))",
-     ["«over 1 0» = Z", "then «puts (JZK)» = Z", "then «mult 5 Z» = Z"]),
+    # It is an effect that shows it first.
+    (r"a\5*puts(J(1/0,K))", ["«puts (JZK)» is given a Z", "«over 1 0» = Z"]),
+    (r"a\K(0,lisp(2/0))", ["No step has made a Z that is in it."]),
+    (r"a\d{lisp(2/0)}1/0", ["«lisp Z» is given a Z", "«over 2 0» = Z"]),
+    # The parts of a list that has none, and of what is no list.
+    (r"a\1+Q(R(J(1,K)))", ["«Q (R J1K)» = Z, of an empty list", "then «plus 1 Z» = Z"]),
+    (r"a\1+Q(V(1,2))", ["«Q (V1 2)» = Z, of what is no list", "then «plus 1 Z» = Z"]),
+    # A backquote has left it.
+    (r"a\limit+1,limit\`(5/0)", ["«over 5 0» = Z", "then Z is what the backquote on «(/5 0)» has left", "then «plus Z 1» = Z"]),
     (r"a\K 5 (1/0)", ["No step has made a Z that is in it."]),
 ]
 
@@ -125,9 +134,48 @@ def check_calls():
 
 def check_why():
     for program, wanted in WHY:
-        lines = run("steps", program, "--why-z").stdout.splitlines()[1:]
-        got = [line if line.startswith("No") else line[8:].strip() for line in lines]
+        lines = run("steps", program, "--why-z").stdout.splitlines()
+        lines = [re.sub(r"  \S*program.marl:\d+:\d+$", "", line) for line in lines]
+        lines = [line for line in lines if not line.startswith("The result is")]
+        whole = ("No", "«")
+        got = [line if line.startswith(whole) else line[8:].strip() for line in lines]
         expect(f"why-z {program}", got, wanted)
+    places = "a\\ff(1)+\n  ff(0),\n\nff\\x\\5*\n(6/x)-gg(x,6/x),\ngg\\x\\y\\x{y}x"
+    shown = re.findall(r"program.marl:(\S+)", run("steps", places, "--why-z").stdout)
+    expect("places", shown, ["5:2", "4:6", "4:6", "1:3"])
+    many = r"a\far(30,1/0),far\n\x\(n=0)x(far(n-1,x+1))"
+    lines = run("steps", many, "--why-z").stdout.splitlines()
+    expect("long chain", (len(lines), lines[-1].strip()), (22, "and 11 more"))
+
+
+def check_signals():
+    """What is under way when a signal or the interrupt ends the run."""
+    crash = r"a\outer 3,outer\n\1+inner(n*2),inner\n\n+strlen(n)"
+    for command, options in (("steps", []), ("steps", ["--why-z"]), ("profile", [])):
+        ran = run(command, crash, *options)
+        got = [line.split()[0] for line in ran.stderr.splitlines() if line.startswith("  ")]
+        expect(f"{command} {options} at a signal", (ran.returncode, got),
+               (-signal.SIGSEGV, ["strlen", "inner", "outer"]))
+    stop = r"a\outer 3,outer\n\1+inner(n*2),inner\n\n+raise(2)+endless(n),endless\n\endless(n+1)"
+    for command, options in (("steps", ["--why-z"]), ("profile", [])):
+        ran = run(command, stop, *options)
+        expect(f"{command} {options} at an interrupt",
+               (ran.returncode, "outer" in ran.stderr.split("Interrupted;")[1]), (1, True))
+
+
+# Two definitions in a program, of which the first one is at work longer.
+SHARES = [
+    r"a\long(9000)+quick(1000),long\n\(n=0)0(big(n)+long(n-1)),big\n\(3^9000*3^9000)*0,"
+    r"quick\n\(n=0)0(quick(n-1))",
+    r"a\many(9000000)+few(200000),many\n\(n=0)0(many(n-1)),few\n\(n=0)0(few(n-1))",
+]
+
+
+def check_profile():
+    for program in SHARES:
+        table = run("profile", program).stdout.splitlines()[2:]
+        first = [line.split()[2] for line in table][0]
+        expect(f"profile of {program}", first, "big" if "big" in program else "many")
 
 
 def check_effects():
@@ -138,16 +186,16 @@ def check_effects():
         log = pathlib.Path(folder, "log")
         alone = run("profile", program, "-o", str(log))
         expect("output", alone.stdout, "hello\n")
-        expect("names", " puts" in log.read_text(), True)
+        expect("samples", " samples" in log.read_text(), True)
         expect("mixed", "\nhello\n" in mixed, True)
         folded = pathlib.Path(folder, "folded")
-        table = run("profile", FACT, "--folded", str(folded), "--sort", "steps").stdout
-        rows = [line.split() for line in table.splitlines()[1:]]
-        expect("rows", [(row[0], row[1], row[5]) for row in rows[:2]],
-               [("4", "72", "fact"), ("28", "28", "T")])
-        stacks = dict(line.rsplit(" ", 1) for line in folded.read_text().splitlines())
-        expect("stacks", stacks["(entry);fact"], "72")
-        expect("all steps", sum(map(int, stacks.values())), sum(int(row[1]) for row in rows))
+        long = r"a\work(200000),work\n\(n=0)0(part(n)+work(n-1)),part\n\n-n"
+        table = run("profile", long, "--folded", str(folded)).stdout
+        names = [line.split()[2] for line in table.splitlines()[2:]]
+        expect("names", set(names) <= {"(entry)", "work", "part"} and "work" in names, True)
+        stacks = [line.split(" ")[0] for line in folded.read_text().splitlines()]
+        # The entry's call is in last place, and leaves no trace.
+        expect("stacks", set(stacks) <= {"(entry)", "work", "work;part"} and "work" in stacks, True)
     faulty = run("steps", r"a\nobody 1")
     expect("fault", (faulty.returncode, faulty.stdout, "nobody" in faulty.stderr), (1, "", True))
 
@@ -155,6 +203,8 @@ def check_effects():
 check_steps()
 check_calls()
 check_why()
+check_signals()
+check_profile()
 check_effects()
 print(f"{failures} failures")
 sys.exit(failures > 0)
