@@ -73,7 +73,7 @@ Division divide_short(Limbs a, const Limbs& b) {
                 rest += b[n - 1];
             }
         }
-        const uint64_t taken = subtract_product<Radix>(top - n, b.data(), n, guess);
+        const uint64_t taken = subtract_product(Radix{}, top - n, b.data(), n, guess);
         uint64_t borrow = 0;
         *top = Radix::subtract(*top, taken, borrow);
         while (borrow) {

@@ -121,6 +121,12 @@ struct Decimal {
         return rest;
     }
     static Wide join(uint64_t high, uint64_t low) { return Wide{high} * base + low; }
+    /// m * 2^64 / base, rounded down: what splits products by m.
+    static uint64_t share_of_base(uint64_t m) {
+        constexpr Divider by_base(base);
+        uint64_t rest;
+        return by_base.divide(Wide{m} << 64, rest);
+    }
     static uint64_t normaliser(uint64_t top) { return base / (top + 1); }
 };
 
