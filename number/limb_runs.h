@@ -164,4 +164,8 @@ inline int compare_limbs(const uint64_t* a, const uint64_t* b, size_t n) {
     return 0;
 }
 
+/// r = a * b, of na + nb limbs, where na >= nb >= 1 (number/magnitude.cpp).
+template <class Radix>
+void multiply_limbs(uint64_t* r, const uint64_t* a, size_t na, const uint64_t* b, size_t nb);
+
 }  // namespace marl

@@ -136,9 +136,10 @@ void multiply_equal(uint64_t* r, const uint64_t* a, const uint64_t* b, size_t n,
     add_limbs_in_place<Radix>(r + low, sum, 2 * low + 1);
 }
 
-/// r = a * b, of na + nb limbs, where na >= nb >= 1.
+}  // namespace
+
 template <class Radix>
-void multiply(uint64_t* r, const uint64_t* a, size_t na, const uint64_t* b, size_t nb) {
+void multiply_limbs(uint64_t* r, const uint64_t* a, size_t na, const uint64_t* b, size_t nb) {
     if (nb < Radix::karatsuba_limit) return multiply_short(Radix{}, r, a, na, b, nb);
     if (nb >= Radix::transform_limit && fits_transform<Radix>(nb)) {
         return multiply_transform<Radix>(r, a, na, b, nb);
@@ -153,13 +154,11 @@ void multiply(uint64_t* r, const uint64_t* a, size_t na, const uint64_t* b, size
         if (n == nb) {
             multiply_equal<Radix>(product.data(), a + from, b, nb, scratch.data());
         } else {
-            multiply<Radix>(product.data(), b, nb, a + from, n);
+            multiply_limbs<Radix>(product.data(), b, nb, a + from, n);
         }
         add_limbs_in_place<Radix>(r + from, product.data(), n + nb);
     }
 }
-
-}  // namespace
 
 void mag_trim(Limbs& a) {
     while (!a.empty() && a.back() == 0) a.pop_back();
@@ -195,7 +194,7 @@ Limbs mag_mul(const Limbs& a, const Limbs& b) {
     if (a.size() < b.size()) return mag_mul<Radix>(b, a);
     if (b.empty()) return {};
     Limbs product(a.size() + b.size());
-    multiply<Radix>(product.data(), a.data(), a.size(), b.data(), b.size());
+    multiply_limbs<Radix>(product.data(), a.data(), a.size(), b.data(), b.size());
     mag_trim(product);
     return product;
 }
@@ -221,6 +220,8 @@ Limbs mag_pow(const Limbs& a, uint64_t n) {
     return result;
 }
 
+template void multiply_limbs<Binary>(uint64_t*, const uint64_t*, size_t, const uint64_t*, size_t);
+template void multiply_limbs<Decimal>(uint64_t*, const uint64_t*, size_t, const uint64_t*, size_t);
 template Limbs mag_add<Binary>(const Limbs&, const Limbs&);
 template Limbs mag_sub<Binary>(const Limbs&, const Limbs&);
 template Limbs mag_mul<Binary>(const Limbs&, const Limbs&);

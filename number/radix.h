@@ -59,6 +59,8 @@ struct Binary {
     static inline size_t transform_limit = 500;  // at least 1
     static inline size_t divide_limit = 48;      // at least 2
     static inline size_t newton_limit = 400;     // at least 4
+    // Whether a divisor is scaled so that limbs of the quotient can be guessed.
+    static constexpr bool guesses_scaled = true;
 
     /// a + b + carry as a limb; the carry goes out.
     static uint64_t add(uint64_t a, uint64_t b, uint64_t& carry) {
@@ -93,8 +95,9 @@ struct Decimal {
     static constexpr uint64_t largest = base - 1;
     static inline size_t karatsuba_limit = 44;   // 4 to 300
     static inline size_t transform_limit = 450;  // at least 1
-    static inline size_t divide_limit = 20;      // at least 2
+    static inline size_t divide_limit = 8;       // at least 2
     static inline size_t newton_limit = 400;     // at least 4
+    static constexpr bool guesses_scaled = false;
 
     static uint64_t add(uint64_t a, uint64_t b, uint64_t& carry) {
         const uint64_t sum = a + b + carry;
