@@ -32,7 +32,7 @@ Limbs above_of(const Limbs& high, size_t n, const Limbs& low) {
     Limbs joined;
     joined.reserve(n + high.size());
     joined = low;
-    joined.resize(n);
+    joined.resize(n, 0);
     joined.insert(joined.end(), high.begin(), high.end());
     mag_trim(joined);
     return joined;
@@ -187,7 +187,9 @@ Division divide_numbers(const Limbs& a, const Limbs& b) {
     if (mag_compare(a, b) < 0) return {{}, a};
     const size_t n = b.size();
     size_t m = a.size() - n;
-    Division division{{}, a};
+    Division division;
+    division.remainder.reserve(a.size() + 1);
+    division.remainder = a;
     if (compare_limbs(a.data() + m, b.data(), n) >= 0) {
         division.remainder.push_back(0);
         ++m;
@@ -246,7 +248,7 @@ size_t length_for(size_t n) {
 }
 
 Limbs power_of_base(size_t n) {
-    Limbs power(n + 1);
+    Limbs power(n + 1, 0);
     power[n] = 1;
     return power;
 }
@@ -321,8 +323,8 @@ Division divide_newton(const Limbs& a, const Limbs& b) {
 template <class Radix>
 void divide_by_newton(uint64_t* q, size_t m, uint64_t* a, const uint64_t* b, size_t n) {
     Division division = divide_newton<Radix>(Limbs(a, a + n + m), Limbs(b, b + n));
-    division.quotient.resize(m);
-    division.remainder.resize(n + m);
+    division.quotient.resize(m, 0);
+    division.remainder.resize(n + m, 0);
     copy_limbs(q, division.quotient.data(), m);
     copy_limbs(a, division.remainder.data(), n + m);
 }

@@ -43,12 +43,28 @@ uint64_t take_limb(Wide& sum) {
     return low;
 }
 
+/// The sum of the products of n limbs at a, from the last one down, and n at b, from the first one
+/// up. Two sums, neither of which waits for the columns below.
+Wide column(const uint64_t* a, const uint64_t* b, size_t n) {
+    Wide even = 0;
+    Wide odd = 0;
+    size_t i = 0;
+    for (; i + 4 <= n; i += 4) {
+        const uint64_t* last = a + n - i;
+        even += Wide{last[-1]} * b[i];
+        odd += Wide{last[-2]} * b[i + 1];
+        even += Wide{last[-3]} * b[i + 2];
+        odd += Wide{last[-4]} * b[i + 3];
+    }
+    for (; i < n; ++i) even += Wide{a[n - 1 - i]} * b[i];
+    return even + odd;
+}
+
 void square_short(uint64_t* r, const uint64_t* a, size_t n) {
     Wide sum = 0;
     for (size_t k = 0; k < 2 * n - 1; ++k) {
-        Wide half = 0;
-        for (size_t i = k < n ? 0 : k - n + 1; 2 * i < k; ++i) half += Wide{a[i]} * a[k - i];
-        sum += half * 2;
+        const size_t from = k < n ? 0 : k - n + 1;
+        sum += column(a + k / 2 + 1, a + from, (k + 1) / 2 - from) * 2;
         if (k % 2 == 0) sum += Wide{a[k / 2]} * a[k / 2];
         r[k] = take_limb(sum);
     }
@@ -64,8 +80,9 @@ void multiply_short(Decimal, uint64_t* r, const uint64_t* a, size_t na, const ui
     if (a == b && na == nb) return square_short(r, a, na);
     Wide sum = 0;
     for (size_t k = 0; k < na + nb - 1; ++k) {
+        const size_t from = k < na ? 0 : k - na + 1;
         const size_t end = std::min(k + 1, nb);
-        for (size_t j = k < na ? 0 : k - na + 1; j < end; ++j) sum += Wide{a[k - j]} * b[j];
+        sum += column(a + k + 1 - end, b + from, end - from);
         r[k] = take_limb(sum);
     }
     r[na + nb - 1] = static_cast<uint64_t>(sum);
@@ -144,10 +161,10 @@ void multiply_limbs(uint64_t* r, const uint64_t* a, size_t na, const uint64_t* b
     if (nb >= Radix::transform_limit && fits_transform<Radix>(nb)) {
         return multiply_transform<Radix>(r, a, na, b, nb);
     }
-    std::vector<uint64_t> scratch(scratch_size(nb));
+    Limbs scratch(scratch_size(nb));
     if (na == nb) return multiply_equal<Radix>(r, a, b, nb, scratch.data());
     // The longer operand in pieces as long as the shorter one.
-    std::vector<uint64_t> product(2 * nb);
+    Limbs product(2 * nb);
     std::fill(r, r + na + nb, 0);
     for (size_t from = 0; from < na; from += nb) {
         const size_t n = std::min(nb, na - from);
