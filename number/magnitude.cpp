@@ -128,7 +128,9 @@ size_t scratch_size(size_t n) { return 4 * n + 128; }
 template <class Radix>
 void multiply_equal(uint64_t* r, const uint64_t* a, const uint64_t* b, size_t n,
                     uint64_t* scratch) {
-    if (n < Radix::karatsuba_limit) return multiply_short(Radix{}, r, a, n, b, n);
+    // A square has half the products to be saved.
+    const size_t limit = Radix::karatsuba_limit;
+    if (n < (a == b ? limit + limit / 2 : limit)) return multiply_short(Radix{}, r, a, n, b, n);
     if (n >= Radix::transform_limit && fits_transform<Radix>(n)) {
         return multiply_transform<Radix>(r, a, n, b, n);
     }
@@ -226,13 +228,30 @@ template <class Radix>
 Limbs mag_pow(const Limbs& a, uint64_t n) {
     if (n == 0) return {1};
     if (a.empty() || (a.size() == 1 && a[0] == 1)) return a;
+    const bool is_limb = a.size() == 1;
     // No memory holds more limbs than this, and less keeps every count of them within its type.
     constexpr uint64_t most_limbs = uint64_t{1} << 44;
     if (n / 64 >= most_limbs || (a.size() - 1) * (n / 64) >= most_limbs) out_of_memory();
+    int bit = static_cast<int>(std::bit_width(n)) - 1;
     Limbs result = a;
-    for (int bit = static_cast<int>(std::bit_width(n)) - 2; bit >= 0; --bit) {
+    // The first ones within a limb.
+    constexpr uint64_t half_limb = uint64_t{1} << 29;
+    while (is_limb && bit > 0 && result[0] < half_limb) {
+        const uint64_t square = result[0] * result[0];
+        const bool times = (n >> (bit - 1)) & 1;
+        uint64_t next = square;
+        if (times && (__builtin_mul_overflow(square, a[0], &next) || next > Radix::largest)) break;
+        result[0] = next;
+        --bit;
+    }
+    while (bit-- > 0) {
         result = mag_mul<Radix>(result, result);
-        if ((n >> bit) & 1) result = mag_mul<Radix>(result, a);
+        if (((n >> bit) & 1) == 0) continue;
+        if (is_limb) {
+            mag_mul_add_limb<Radix>(result, a[0], 0);
+        } else {
+            result = mag_mul<Radix>(result, a);
+        }
     }
     return result;
 }

@@ -93,10 +93,10 @@ struct Decimal {
     static constexpr size_t group_pieces = 3;
     static constexpr size_t most_pieces = 98'000'000;
     static constexpr uint64_t largest = base - 1;
-    static inline size_t karatsuba_limit = 44;   // 4 to 300
-    static inline size_t transform_limit = 450;  // at least 1
-    static inline size_t divide_limit = 8;       // at least 2
-    static inline size_t newton_limit = 400;     // at least 4
+    static inline size_t karatsuba_limit = 80;   // 4 to 200
+    static inline size_t transform_limit = 560;  // at least 1
+    static inline size_t divide_limit = 10;      // at least 2
+    static inline size_t newton_limit = 800;     // at least 4
     static constexpr bool guesses_scaled = false;
 
     static uint64_t add(uint64_t a, uint64_t b, uint64_t& carry) {

@@ -59,7 +59,7 @@ TYPED_TEST(Magnitudes, all_methods_give_the_same_product) {
         const Limbs b = i % 4 == 0 ? a : random_limbs<TypeParam>(random_words() % 30);
         Limbs schoolbook;
         {
-            const LowLimits<TypeParam> limits(300, 1000, 1000);
+            const LowLimits<TypeParam> limits(200, 1000, 1000);
             schoolbook = mag_mul<TypeParam>(a, b);
         }
         for (const size_t transform_limit : {1000, 9, 1}) {
