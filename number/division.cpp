@@ -1,10 +1,15 @@
 // Division of long magnitudes.
 //
-// By one limb it goes limb by limb. A divisor of several limbs is scaled first, so that its top
-// limb is at least half the base; then the top limbs of both tell a quotient nearly. Up to
-// `divide_limit` limbs it is found a limb at a time. Longer ones are halved until they are as
-// short, and from `newton_limit` limbs on the divisor's reciprocal is found, by Newton's step, and
-// multiplied by: a quotient as long as its divisor then costs about two and a half products.
+// By one limb it goes limb by limb. By several limbs, the top limbs of both tell a limb of the
+// quotient nearly, and what it takes from the rest shows whether it was right: a row for each limb.
+// From `divide_limit` limbs on the quotient is found in halves, each from as many limbs of the
+// divisor as it needs; the others are multiplied out at once, which is faster than row by row. All
+// this happens where the dividend stands. From `newton_limit` limbs on the divisor's reciprocal is
+// found, by Newton's step, and multiplied by: a quotient as long as its divisor then costs about
+// two and a half products.
+//
+// Newton's step, and the guess of a binary limb, want a divisor whose top limb is at least half the
+// base. So for these both numbers are scaled first, and the remainder is scaled back.
 #include <algorithm>
 #include <bit>
 #include <utility>
@@ -340,10 +345,12 @@ Limbs mag_divide(const Limbs& a, const Limbs& b, Limbs& remainder) {
         mag_trim(remainder);
         return quotient;
     }
-    // Newton's step wants a top limb of at least half the base, and so does the guess of a binary
-    // limb.
+    if (mag_compare(a, b) < 0) {
+        remainder = a;
+        return {};
+    }
     const bool is_long = std::min(a.size() - b.size(), b.size()) >= Radix::newton_limit;
-    if (a.size() < b.size() || !(is_long || Radix::guesses_scaled)) {
+    if (!is_long && !Radix::guesses_scaled) {
         Division division = divide_numbers<Radix>(a, b);
         remainder = std::move(division.remainder);
         return std::move(division.quotient);

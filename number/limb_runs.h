@@ -56,7 +56,7 @@ inline uint64_t subtract_equal(Decimal, uint64_t* r, const uint64_t* a, const ui
     return borrow;
 }
 
-/// The n limbs at a, where they are not there already.
+/// r = a, of n limbs.
 inline void copy_limbs(uint64_t* r, const uint64_t* a, size_t n) {
     if (r != a && n > 0) memcpy(r, a, n * sizeof *r);
 }

@@ -6,7 +6,6 @@
 #include <cstdlib>
 
 #include "text/fatal.h"
-#include "value/allocate.h"
 
 namespace marl {
 
@@ -32,7 +31,10 @@ SizeClass size_class(size_t size) {
     return {static_cast<size_t>(octave - least_octave) * 4 + quarter, (last / step + 1) * step};
 }
 
-FreeBlock* lists[4 * 20];
+struct KeptBlock {
+    KeptBlock* next;
+};
+KeptBlock* lists[4 * 20];
 size_t kept = 0;
 
 }  // namespace
@@ -40,7 +42,7 @@ size_t kept = 0;
 void* allocate_block(size_t size) {
     if (size > kept_limit) return allocate_bytes(size);
     const SizeClass its = size_class(size);
-    FreeBlock* block = lists[its.index];
+    KeptBlock* block = lists[its.index];
     if (!block) return allocate_bytes(its.capacity);
     lists[its.index] = block->next;
     kept -= its.capacity;
@@ -51,7 +53,7 @@ void free_block(void* block, size_t size) {
     if (size <= kept_limit) {
         const SizeClass its = size_class(size);
         if (kept + its.capacity <= all_kept_limit) {
-            auto* freed = static_cast<FreeBlock*>(block);
+            auto* freed = static_cast<KeptBlock*>(block);
             freed->next = lists[its.index];
             lists[its.index] = freed;
             kept += its.capacity;
