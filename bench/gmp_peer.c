@@ -1,4 +1,4 @@
-/* One operation of libgmp on numbers of so many digits, so many times: what bench/numbers.py measures marl's
+/* One operation of libgmp on numbers of so many digits, so many times: what bench/long_numbers.py measures marl's
  * arithmetic against.
  *
  *   gmp_peer OPERATION DIGITS TIMES

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """marl's arithmetic on long numbers against libgmp's.
 
-    bench/numbers.py [--rounds N] [--marl PATH] [OPERATION]...
+    bench/long_numbers.py [--rounds N] [--marl PATH] [OPERATION]...
 
 Sum, difference, product, quotient, remainder and power at 10^3 to 10^6 digits, and Euclid's algorithm,
 remainder by remainder, at 10^4. A quotient and a remainder are those of a number by one half as long, a
