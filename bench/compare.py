@@ -9,9 +9,15 @@ it ends with status 0 and its output is that of the others. What counts is the u
 time of the process with its children, and its peak memory. The median over the rounds is taken,
 and from it the median of the peer's own start-up, which is that of an empty program.
 
+The peers are interpreters (hugs, runghc, guile's evaluator and its compiled code, lua, luajit with its
+compiler off, ocaml's bytecode, python3 and bc) and, to show how far there is to go, compilers to code
+of the machine (luajit, ocamlopt, chez, ghc). What compiles does so before anything is measured, into a
+temporary folder.
+
 A ratio is the other's time over marl's: above 1, marl is faster. The means are shown the other way
-round as well, and with them the program that is slowest beside each peer. With several --marl, the
-first is the one that the others are compared with, which makes this the way to judge a change.
+round as well, with the program that is slowest beside each peer, what the mean is to stay below, and the
+programs that are above their own bound. With several --marl, the first is the one that the others are
+compared with, which makes this the way to judge a change.
 
 With --real the programs are those of examples/real, packed with the library, on inputs that are made for
 them (real_tasks.py), and the peers have theirs in bench/real. Here the start-up counts, since it is part
@@ -71,12 +77,22 @@ SIZES = {
     "division": [("20000", "200000", 1), ("9000", "90000", 1)],
 }
 
+# What marl's time is to be over a peer's at most, as a mean over the programs with short numbers, and on
+# each of them; a program that has its own bound stands behind.
+Bounds = collections.namedtuple("Bounds", "mean program exceptions")
+BOUNDS = {
+    "ocaml": Bounds(0.75, 1.3, {"array": 1.4}),
+    "lua": Bounds(0.38, 1.5, {}),
+    "guilec": Bounds(0.33, None, {}),
+    "python3": Bounds(0.35, None, {}),
+}
+
 # Net times below this are noise, and count as this.
 RESOLUTION = 0.001
 CPU_LIMIT = 60
 
 # What a peer has no room for: it stops with an error there, or its collector takes minutes.
-UNABLE = {("hugs", "array"), ("hugs", "deep")}
+UNABLE = {("hugs", "array"), ("hugs", "deep"), ("ocamlopt", "deep")}
 EXTRA_OPTIONS = {("hugs", "cells"): ["-h20M"]}
 EXTRA_OPTIONS_LARGE = {
     ("hugs", "cells"): ["-h80M"],
@@ -114,8 +130,8 @@ def enlarged(programs, scratch):
 
 class Runner:
     """One interpreter: its command, the suffix of its programs, its environment. It runs the
-    programs that are written for it: bc those with big numbers, lua those without, but for deep,
-    for which its stack has no room."""
+    programs that are written for it: bc those with big numbers, ocaml those without, and lua the same
+    but for deep, for which its stack has no room."""
 
     def __init__(self, name, command, suffix, size, environment=None):
         self.name = name
@@ -129,6 +145,9 @@ class Runner:
 
     def runs(self, program):
         return (self.name, program) not in UNABLE and self.file(program).exists()
+
+    def prepare(self, programs):
+        """Does what is not to be measured."""
 
     def run(self, program, scratch):
         options = self.size.options.get((self.name, program), [])
@@ -161,6 +180,25 @@ class RealRunner:
         return result
 
 
+class Compiled(Runner):
+    """A compiler. Its programs are compiled from and to a folder of its own, where it may leave what it
+    makes besides; then they are commands."""
+
+    def __init__(self, name, command, suffix, size, folder, environment=None):
+        super().__init__(name, command, suffix, size, environment)
+        self.folder = pathlib.Path(folder, name)
+
+    def prepare(self, programs):
+        self.folder.mkdir()
+        for program in filter(self.runs, programs):
+            source = shutil.copy(self.file(program), self.folder)
+            subprocess.run([*self.command, "-o", self.folder / program, source], cwd=self.folder,
+                           stdout=subprocess.DEVNULL, check=True)
+
+    def run(self, program, scratch):
+        return measure([str(self.folder / program)], self.environment, scratch)
+
+
 class CompiledGuile(Runner):
     """Guile that finds its programs compiled, where it looks for them by itself."""
 
@@ -181,14 +219,22 @@ def peers(size, scratch):
     guile = shutil.which("guile-3.0") or shutil.which("guile") or "guile"
     python = "/usr/bin/python3" if os.path.exists("/usr/bin/python3") else sys.executable
     lua = shutil.which("lua5.4") or shutil.which("lua") or "lua"
+    # Room on the stack for deep.
+    deep = {"OCAMLRUNPARAM": "l=256M"}
     candidates = [
         Runner("hugs", ["runhugs", "-98"], ".hs", size),
         Runner("runghc", ["runghc"], ".hs", size),
         Runner("guile", [guile, "--no-auto-compile"], ".scm", size, not_compiled),
         CompiledGuile("guilec", [guile, "--no-auto-compile"], ".scm", size, compiled),
         Runner("lua", [lua], ".lua", size),
+        Runner("luajit-off", ["luajit", "-joff"], ".lua", size),
+        Compiled("ocaml", ["ocamlc"], ".ml", size, scratch, deep),
         Runner("python3", [python], ".py", size),
         Runner("bc", ["bc", "-q"], ".bc", size, {"BC_LINE_LENGTH": "0"}),
+        Runner("luajit", ["luajit"], ".lua", size),
+        Compiled("ocamlopt", ["ocamlopt"], ".ml", size, scratch),
+        Runner("chez", ["chezscheme", "--script"], ".scm", size),
+        Compiled("ghc", ["ghc", "-O"], ".hs", size, scratch),
     ]
     return [peer for peer in candidates if shutil.which(peer.command[0])]
 
@@ -320,6 +366,7 @@ def print_times(figures, base, others, programs):
     print_means(figures, base, others, "  big numbers", big, -1)
     print_worst(figures, base, others, "at worst, short", short)
     print_worst(figures, base, others, "at worst, big", big)
+    print_bounds(figures, base, others, short)
 
 
 def ratios(figures, base, other, programs):
@@ -346,17 +393,32 @@ def print_worst(figures, base, others, title, programs):
     print(line)
 
 
+def print_bounds(figures, base, others, programs):
+    """What the mean over programs with short numbers is to stay below, and who is above a bound."""
+    bounded = [(other, BOUNDS[other.name]) for other in others if other.name in BOUNDS]
+    means = {other.name: bounds.mean for other, bounds in bounded}
+    print("wanted, short".ljust(20) + "".join(show(means.get(other.name), ".2f", 16) for other in others))
+    for other, bounds in bounded:
+        some = {program: 1 / ratio for program, ratio in ratios(figures, base, other, programs).items()}
+        mean = math.exp(statistics.fmean(map(math.log, some.values()))) if some else 0
+        above = [f"{program} {ratio:.2f}" for program, ratio in some.items()
+                 if bounds.program and ratio > bounds.exceptions.get(program, bounds.program)]
+        above += [f"the mean {mean:.2f}"] if mean > bounds.mean else []
+        if above:
+            print(f"above what is wanted beside {other.name}: " + ", ".join(above))
+
+
 def print_memory(figures, runners, programs):
     print("\nPeak memory in MB")
-    print("program".ljust(12) + "".join(runner.name[-9:].rjust(10) for runner in runners))
+    print("program".ljust(12) + "".join(runner.name[-10:].rjust(11) for runner in runners))
     for program in programs:
         peaks = [figures.peak.get((runner.name, program)) for runner in runners]
         print(program.ljust(12) + "".join(
-            show(peak and peak / 1024, ".1f", 10) for peak in peaks))
+            show(peak and peak / 1024, ".1f", 11) for peak in peaks))
     for program in programs:
         if program in UNITS:
             print(f"bytes/{UNITS[program]}".ljust(12) + "".join(
-                show(figures.bytes_a_unit(runner.name, program), ".0f", 10)
+                show(figures.bytes_a_unit(runner.name, program), ".0f", 11)
                 for runner in runners))
 
 
@@ -454,8 +516,7 @@ def main():
         base, *more = marls(options.marl, size)
         runners = [base, *more, *others]
         for other in others:
-            if isinstance(other, CompiledGuile):
-                other.prepare(programs)
+            other.prepare(programs)
         become_reaper()
         runs = measure_all(runners, programs, options.rounds, scratch)
     complaints = drop_wrong(runs, programs)

@@ -110,13 +110,17 @@ int64_t decimal_length(const Limbs& decimal) {
     return limb_length(decimal.back()) + Decimal::digits * static_cast<int64_t>(decimal.size() - 1);
 }
 
+int64_t write_top_limb(char* to, uint64_t limb) {
+    char digits[Decimal::digits];
+    write_limb(digits, limb);
+    const int64_t n = limb_length(limb);
+    memcpy(to, digits + Decimal::digits - n, static_cast<size_t>(n));
+    return n;
+}
+
 void write_decimal(char* to, const Limbs& decimal) {
     if (decimal.empty()) return;
-    char top[Decimal::digits];
-    write_limb(top, decimal.back());
-    const int64_t n = limb_length(decimal.back());
-    memcpy(to, top + Decimal::digits - n, static_cast<size_t>(n));
-    to += n;
+    to += write_top_limb(to, decimal.back());
     for (size_t i = decimal.size() - 1; i-- > 0; to += Decimal::digits) write_limb(to, decimal[i]);
 }
 

@@ -28,7 +28,7 @@ Value digit_leaf(DigitText text) {
         return made;
     }
     memset(bytes, '0', static_cast<size_t>(text.zeros));
-    write_decimal(bytes + text.zeros, {decimal.back()});
+    write_top_limb(bytes + text.zeros, decimal.back());
     set_text_due(made, n);
     leaf_limbs(made) = std::move(text.decimal);
     return made;

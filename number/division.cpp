@@ -1,11 +1,17 @@
 // Division of long magnitudes.
 //
-// By one limb it goes limb by limb. A divisor of several limbs is scaled first, so that its top
-// limb is at least half the base; then the top limbs of both tell a quotient nearly. Up to
-// `divide_limit` limbs it is found a limb at a time. Longer ones are halved until they are as
-// short, and from `newton_limit` limbs on the divisor's reciprocal is found, by Newton's step, and
-// multiplied by: a quotient as long as its divisor then costs about two and a half products.
+// By one limb it goes limb by limb. By several limbs, the top limbs of both tell a limb of the
+// quotient nearly, and what it takes from the rest shows whether it was right: a row for each limb.
+// From `divide_limit` limbs on the quotient is found in halves, each from as many limbs of the
+// divisor as it needs; the others are multiplied out at once, which is faster than row by row. All
+// this happens where the dividend stands. From `newton_limit` limbs on the divisor's reciprocal is
+// found, by Newton's step, and multiplied by: a quotient as long as its divisor then costs about
+// two and a half products.
+//
+// Newton's step, and the guess of a binary limb, want a divisor whose top limb is at least half the
+// base. So for these both numbers are scaled first, and the remainder is scaled back.
 #include <algorithm>
+#include <bit>
 #include <utility>
 
 #include "number/limb_runs.h"
@@ -31,7 +37,7 @@ Limbs above_of(const Limbs& high, size_t n, const Limbs& low) {
     Limbs joined;
     joined.reserve(n + high.size());
     joined = low;
-    joined.resize(n);
+    joined.resize(n, 0);
     joined.insert(joined.end(), high.begin(), high.end());
     mag_trim(joined);
     return joined;
@@ -46,80 +52,160 @@ uint64_t divide_in_place(Limbs& a, uint64_t d) {
     return rest;
 }
 
+// Division of runs: n + m limbs at a by n at b, n at least 2, where the top n limbs at a are less
+// than b. The quotient goes to the m limbs at q, the remainder stays in the lowest n at a, and
+// above it are zeros. Binary divisors have their top bit set; decimal ones may be any.
+
+/// From the top limbs, a limb of the quotient; for a top limb of at most b's.
+template <class Radix>
+struct Guess;
+
+/// At most 1 too large.
+template <>
+struct Guess<Binary> {
+    Divider by_first;
+    uint64_t first;
+    uint64_t second;
+
+    Guess(const uint64_t* b, size_t n) : by_first(b[n - 1]), first(b[n - 1]), second(b[n - 2]) {}
+
+    uint64_t operator()(const uint64_t* top) const {
+        if (*top >= first) return Binary::largest;
+        uint64_t rest;
+        uint64_t guess = by_first.divide(Binary::join(*top, top[-1]), rest);
+        while (Wide{guess} * second > Binary::join(rest, top[-2])) {
+            --guess;
+            if (Binary::largest - rest < first) break;
+            rest += first;
+        }
+        return guess;
+    }
+};
+
+/// At most 2 too small. The top two limbs are multiplied by about base / b, with b as its top two
+/// limbs say, in 63 bits. What is left out of a is below the least that b can be, and what the
+/// reciprocal lacks makes less than a quarter.
+template <>
+struct Guess<Decimal> {
+    uint64_t reciprocal;  // 2^67 * base / b's highest 64 bits
+    int shift;
+
+    Guess(const uint64_t* b, size_t n) {
+        const Wide top = Decimal::join(b[n - 1], b[n - 2]);
+        const auto high = static_cast<uint64_t>(top >> 64);
+        const int leading =
+            high ? std::countl_zero(high) : 64 + std::countl_zero(static_cast<uint64_t>(top));
+        const int bits = 128 - leading;
+        const Wide divisor = (bits > 64 ? top >> (bits - 64) : top << (64 - bits)) + 1;
+        reciprocal = static_cast<uint64_t>((Wide{Decimal::base} << 67) / divisor);
+        // Four bits are moved out of the way so that the shift is none to the left.
+        shift = bits - 64 + 7;
+    }
+
+    uint64_t operator()(const uint64_t* top) const {
+        const Wide x = Decimal::join(*top, top[-1]) << 4;
+        const Wide low = Wide{static_cast<uint64_t>(x)} * reciprocal;
+        const Wide product = (x >> 64) * reciprocal + (low >> 64);
+        return static_cast<uint64_t>(product >> shift);
+    }
+};
+
+/// Limb by limb, each one guessed.
+template <class Radix>
+void divide_by_rows(uint64_t* q, size_t m, uint64_t* a, const uint64_t* b, size_t n) {
+    const Guess<Radix> guess(b, n);
+    for (size_t j = m; j-- > 0;) {
+        uint64_t* row = a + j;
+        uint64_t& top = row[n];
+        uint64_t digit = guess(&top);
+        uint64_t borrow = 0;
+        top = Radix::subtract(top, subtract_product(Radix{}, row, b, n, digit), borrow);
+        for (; borrow; --digit) {
+            uint64_t carry = add_equal(Radix{}, row, row, b, n);
+            top = Radix::add(top, 0, carry);
+            borrow -= carry;
+        }
+        for (; top > 0 || compare_limbs(row, b, n) >= 0; ++digit) {
+            top -= subtract_equal(Radix{}, row, row, b, n);
+        }
+        q[j] = digit;
+    }
+}
+
+template <class Radix>
+void divide_by_newton(uint64_t* q, size_t m, uint64_t* a, const uint64_t* b, size_t n);
+template <class Radix>
+void divide_run(uint64_t* q, size_t m, uint64_t* a, const uint64_t* b, size_t n, uint64_t* scratch);
+
+/// m limbs of quotient by a b of more than m + 1: the top m + 1 limbs of b tell them but for at
+/// most a few, which show when the rest of b is multiplied out. `scratch` has room for n limbs.
+template <class Radix>
+void divide_by_top(uint64_t* q, size_t m, uint64_t* a, const uint64_t* b, size_t n,
+                   uint64_t* scratch) {
+    const size_t dropped = n - m - 1;
+    if (compare_limbs(a + n - 1, b + dropped, m + 1) < 0) {
+        divide_run<Radix>(q, m, a + dropped, b + dropped, m + 1, scratch);
+    } else {
+        // The top limbs are the same, so the quotient would be one limb longer.
+        std::fill(q, q + m, Radix::largest);
+        std::fill(a + n - 1, a + n + m, 0);
+        a[n] = add_equal(Radix{}, a + dropped, a + dropped, b + dropped, m + 1);
+    }
+    if (dropped > m) {
+        multiply_limbs<Radix>(scratch, b, dropped, q, m);
+    } else {
+        multiply_limbs<Radix>(scratch, q, m, b, dropped);
+    }
+    uint64_t borrow = subtract_limbs<Radix>(a, a, n + 1, scratch, n - 1);
+    while (borrow) {
+        constexpr uint64_t one = 1;
+        subtract_limbs<Radix>(q, q, m, &one, 1);
+        borrow -= add_limbs<Radix>(a, a, n + 1, b, n);
+    }
+}
+
+template <class Radix>
+void divide_run(uint64_t* q, size_t m, uint64_t* a, const uint64_t* b, size_t n,
+                uint64_t* scratch) {
+    if (m < Radix::divide_limit || n < Radix::divide_limit) {
+        if (m > 2 && n > 2 * m + 2) return divide_by_top<Radix>(q, m, a, b, n, scratch);
+        return divide_by_rows<Radix>(q, m, a, b, n);
+    }
+    if (n > m + 1) return divide_by_top<Radix>(q, m, a, b, n, scratch);
+    if (n >= Radix::newton_limit && n <= Radix::most_pieces) {
+        return divide_by_newton<Radix>(q, m, a, b, n);
+    }
+    // In two halves, or at most as much at a time as the divisor is long.
+    const size_t low = m > 2 * n ? m - n : m / 2;
+    divide_run<Radix>(q + low, m - low, a + low, b, n, scratch);
+    divide_run<Radix>(q, low, a, b, n, scratch);
+}
+
 struct Division {
     Limbs quotient;
     Limbs remainder;
 };
 
-// Division of a by b, whose top limb is at least half the base.
-
-/// Limb by limb, each one guessed from the top two of what is left. b has at least two limbs.
+/// The same for whole numbers, b being of two limbs at least.
 template <class Radix>
-Division divide_short(Limbs a, const Limbs& b) {
+Division divide_numbers(const Limbs& a, const Limbs& b) {
+    if (mag_compare(a, b) < 0) return {{}, a};
     const size_t n = b.size();
-    const Divider divider(b[n - 1]);
-    a.push_back(0);
-    Limbs quotient(a.size() - n);
-    for (size_t j = quotient.size(); j-- > 0;) {
-        uint64_t* top = a.data() + j + n;
-        uint64_t guess = Radix::largest;
-        if (*top < b[n - 1]) {
-            uint64_t rest;
-            guess = divider.divide(Radix::join(*top, top[-1]), rest);
-            // With the second limb of b the guess is at most 1 too large.
-            while (Wide{guess} * b[n - 2] > Radix::join(rest, top[-2])) {
-                --guess;
-                if (Radix::largest - rest < b[n - 1]) break;
-                rest += b[n - 1];
-            }
-        }
-        const uint64_t taken = subtract_product<Radix>(top - n, b.data(), n, guess);
-        uint64_t borrow = 0;
-        *top = Radix::subtract(*top, taken, borrow);
-        while (borrow) {
-            --guess;
-            uint64_t carry = add_limbs<Radix>(top - n, top - n, n, b.data(), n);
-            *top = Radix::add(*top, 0, carry);
-            borrow -= carry;
-        }
-        quotient[j] = guess;
+    size_t m = a.size() - n;
+    Division division;
+    division.remainder.reserve(a.size() + 1);
+    division.remainder = a;
+    if (compare_limbs(a.data() + m, b.data(), n) >= 0) {
+        division.remainder.push_back(0);
+        ++m;
     }
-    mag_trim(quotient);
-    mag_trim(a);
-    return {std::move(quotient), std::move(a)};
-}
-
-template <class Radix>
-Division divide_normal(const Limbs& a, const Limbs& b);
-
-/// A quotient of m limbs by a longer b: the top 2m limbs by the top m tell it but for at most a
-/// few, which show when the rest of b is multiplied out.
-template <class Radix>
-Division divide_by_long(const Limbs& a, const Limbs& b, size_t m) {
-    const size_t dropped = b.size() - m;
-    Division top = divide_normal<Radix>(above(a, dropped), above(b, dropped));
-    Limbs rest = above_of(top.remainder, dropped, below(a, dropped));
-    const Limbs product = mag_mul<Radix>(top.quotient, below(b, dropped));
-    while (mag_compare(rest, product) < 0) {
-        top.quotient = mag_sub<Radix>(top.quotient, {1});
-        rest = mag_add<Radix>(rest, b);
-    }
-    return {std::move(top.quotient), mag_sub<Radix>(rest, product)};
-}
-
-/// A quotient longer than `block` limbs: that many of them at a time, from the top.
-template <class Radix>
-Division divide_in_blocks(const Limbs& a, const Limbs& b, size_t block) {
-    size_t from = (a.size() - b.size() + block - 1) / block * block;
-    Division result = divide_normal<Radix>(above(a, from), b);
-    while (from > 0) {
-        from -= block;
-        const Limbs next = below(above(a, from), block);
-        Division step = divide_normal<Radix>(above_of(result.remainder, block, next), b);
-        result.quotient = above_of(result.quotient, block, step.quotient);
-        result.remainder = std::move(step.remainder);
-    }
-    return result;
+    division.quotient.resize(m);
+    Limbs scratch(n);
+    divide_run<Radix>(division.quotient.data(), m, division.remainder.data(), b.data(), n,
+                      scratch.data());
+    mag_trim(division.quotient);
+    mag_trim(division.remainder);
+    return division;
 }
 
 // By Newton's step. With B the base, n the limbs of b and x about B^(n+h) / b, h limbs of quotient
@@ -167,7 +253,7 @@ size_t length_for(size_t n) {
 }
 
 Limbs power_of_base(size_t n) {
-    Limbs power(n + 1);
+    Limbs power(n + 1, 0);
     power[n] = 1;
     return power;
 }
@@ -176,7 +262,7 @@ Limbs power_of_base(size_t n) {
 template <class Radix>
 Limbs reciprocal(const Limbs& b, size_t h) {
     const Limbs top = above(b, b.size() - h);
-    if (h < Radix::newton_limit) return divide_normal<Radix>(power_of_base(2 * h), top).quotient;
+    if (h < Radix::newton_limit) return divide_numbers<Radix>(power_of_base(2 * h), top).quotient;
     // One limb more than half of them, so that what the step leaves over is below 1.
     const size_t half = h / 2 + 1;
     Limbs x = reciprocal<Radix>(top, half);
@@ -240,15 +326,12 @@ Division divide_newton(const Limbs& a, const Limbs& b) {
 }
 
 template <class Radix>
-Division divide_normal(const Limbs& a, const Limbs& b) {
-    if (mag_compare(a, b) < 0) return {{}, a};
-    const size_t m = a.size() - b.size();
-    if (m < Radix::divide_limit || b.size() < Radix::divide_limit) return divide_short<Radix>(a, b);
-    if (m < b.size()) return divide_by_long<Radix>(a, b, m);
-    if (b.size() >= Radix::newton_limit && b.size() <= Radix::most_pieces) {
-        return divide_newton<Radix>(a, b);
-    }
-    return divide_in_blocks<Radix>(a, b, m == b.size() ? m - m / 2 : b.size());
+void divide_by_newton(uint64_t* q, size_t m, uint64_t* a, const uint64_t* b, size_t n) {
+    Division division = divide_newton<Radix>(Limbs(a, a + n + m), Limbs(b, b + n));
+    division.quotient.resize(m, 0);
+    division.remainder.resize(n + m, 0);
+    copy_limbs(q, division.quotient.data(), m);
+    copy_limbs(a, division.remainder.data(), n + m);
 }
 
 }  // namespace
@@ -266,12 +349,18 @@ Limbs mag_divide(const Limbs& a, const Limbs& b, Limbs& remainder) {
         remainder = a;
         return {};
     }
+    const bool is_long = std::min(a.size() - b.size(), b.size()) >= Radix::newton_limit;
+    if (!is_long && !Radix::guesses_scaled) {
+        Division division = divide_numbers<Radix>(a, b);
+        remainder = std::move(division.remainder);
+        return std::move(division.quotient);
+    }
     const uint64_t factor = Radix::normaliser(b.back());
     Limbs scaled_a = a;
     Limbs scaled_b = b;
     mag_mul_add_limb<Radix>(scaled_a, factor, 0);
     mag_mul_add_limb<Radix>(scaled_b, factor, 0);
-    Division division = divide_normal<Radix>(scaled_a, scaled_b);
+    Division division = divide_numbers<Radix>(scaled_a, scaled_b);
     divide_in_place<Radix>(division.remainder, factor);
     remainder = std::move(division.remainder);
     return std::move(division.quotient);

@@ -43,12 +43,28 @@ uint64_t take_limb(Wide& sum) {
     return low;
 }
 
+/// The sum of the products of n limbs at a, from the last one down, and n at b, from the first one
+/// up. Two sums, neither of which waits for the columns below.
+Wide column(const uint64_t* a, const uint64_t* b, size_t n) {
+    Wide even = 0;
+    Wide odd = 0;
+    size_t i = 0;
+    for (; i + 4 <= n; i += 4) {
+        const uint64_t* last = a + n - i;
+        even += Wide{last[-1]} * b[i];
+        odd += Wide{last[-2]} * b[i + 1];
+        even += Wide{last[-3]} * b[i + 2];
+        odd += Wide{last[-4]} * b[i + 3];
+    }
+    for (; i < n; ++i) even += Wide{a[n - 1 - i]} * b[i];
+    return even + odd;
+}
+
 void square_short(uint64_t* r, const uint64_t* a, size_t n) {
     Wide sum = 0;
     for (size_t k = 0; k < 2 * n - 1; ++k) {
-        Wide half = 0;
-        for (size_t i = k < n ? 0 : k - n + 1; 2 * i < k; ++i) half += Wide{a[i]} * a[k - i];
-        sum += half * 2;
+        const size_t from = k < n ? 0 : k - n + 1;
+        sum += column(a + k / 2 + 1, a + from, (k + 1) / 2 - from) * 2;
         if (k % 2 == 0) sum += Wide{a[k / 2]} * a[k / 2];
         r[k] = take_limb(sum);
     }
@@ -64,8 +80,9 @@ void multiply_short(Decimal, uint64_t* r, const uint64_t* a, size_t na, const ui
     if (a == b && na == nb) return square_short(r, a, na);
     Wide sum = 0;
     for (size_t k = 0; k < na + nb - 1; ++k) {
+        const size_t from = k < na ? 0 : k - na + 1;
         const size_t end = std::min(k + 1, nb);
-        for (size_t j = k < na ? 0 : k - na + 1; j < end; ++j) sum += Wide{a[k - j]} * b[j];
+        sum += column(a + k + 1 - end, b + from, end - from);
         r[k] = take_limb(sum);
     }
     r[na + nb - 1] = static_cast<uint64_t>(sum);
@@ -111,7 +128,9 @@ size_t scratch_size(size_t n) { return 4 * n + 128; }
 template <class Radix>
 void multiply_equal(uint64_t* r, const uint64_t* a, const uint64_t* b, size_t n,
                     uint64_t* scratch) {
-    if (n < Radix::karatsuba_limit) return multiply_short(Radix{}, r, a, n, b, n);
+    // A square has half the products to be saved.
+    const size_t limit = Radix::karatsuba_limit;
+    if (n < (a == b ? limit + limit / 2 : limit)) return multiply_short(Radix{}, r, a, n, b, n);
     if (n >= Radix::transform_limit && fits_transform<Radix>(n)) {
         return multiply_transform<Radix>(r, a, n, b, n);
     }
@@ -136,30 +155,29 @@ void multiply_equal(uint64_t* r, const uint64_t* a, const uint64_t* b, size_t n,
     add_limbs_in_place<Radix>(r + low, sum, 2 * low + 1);
 }
 
-/// r = a * b, of na + nb limbs, where na >= nb >= 1.
+}  // namespace
+
 template <class Radix>
-void multiply(uint64_t* r, const uint64_t* a, size_t na, const uint64_t* b, size_t nb) {
+void multiply_limbs(uint64_t* r, const uint64_t* a, size_t na, const uint64_t* b, size_t nb) {
     if (nb < Radix::karatsuba_limit) return multiply_short(Radix{}, r, a, na, b, nb);
     if (nb >= Radix::transform_limit && fits_transform<Radix>(nb)) {
         return multiply_transform<Radix>(r, a, na, b, nb);
     }
-    std::vector<uint64_t> scratch(scratch_size(nb));
+    Limbs scratch(scratch_size(nb));
     if (na == nb) return multiply_equal<Radix>(r, a, b, nb, scratch.data());
     // The longer operand in pieces as long as the shorter one.
-    std::vector<uint64_t> product(2 * nb);
+    Limbs product(2 * nb);
     std::fill(r, r + na + nb, 0);
     for (size_t from = 0; from < na; from += nb) {
         const size_t n = std::min(nb, na - from);
         if (n == nb) {
             multiply_equal<Radix>(product.data(), a + from, b, nb, scratch.data());
         } else {
-            multiply<Radix>(product.data(), b, nb, a + from, n);
+            multiply_limbs<Radix>(product.data(), b, nb, a + from, n);
         }
         add_limbs_in_place<Radix>(r + from, product.data(), n + nb);
     }
 }
-
-}  // namespace
 
 void mag_trim(Limbs& a) {
     while (!a.empty() && a.back() == 0) a.pop_back();
@@ -195,7 +213,7 @@ Limbs mag_mul(const Limbs& a, const Limbs& b) {
     if (a.size() < b.size()) return mag_mul<Radix>(b, a);
     if (b.empty()) return {};
     Limbs product(a.size() + b.size());
-    multiply<Radix>(product.data(), a.data(), a.size(), b.data(), b.size());
+    multiply_limbs<Radix>(product.data(), a.data(), a.size(), b.data(), b.size());
     mag_trim(product);
     return product;
 }
@@ -210,17 +228,36 @@ template <class Radix>
 Limbs mag_pow(const Limbs& a, uint64_t n) {
     if (n == 0) return {1};
     if (a.empty() || (a.size() == 1 && a[0] == 1)) return a;
+    const bool is_limb = a.size() == 1;
     // No memory holds more limbs than this, and less keeps every count of them within its type.
     constexpr uint64_t most_limbs = uint64_t{1} << 44;
     if (n / 64 >= most_limbs || (a.size() - 1) * (n / 64) >= most_limbs) out_of_memory();
+    int bit = static_cast<int>(std::bit_width(n)) - 1;
     Limbs result = a;
-    for (int bit = static_cast<int>(std::bit_width(n)) - 2; bit >= 0; --bit) {
+    // The first ones within a limb.
+    constexpr uint64_t half_limb = uint64_t{1} << 29;
+    while (is_limb && bit > 0 && result[0] < half_limb) {
+        const uint64_t square = result[0] * result[0];
+        const bool times = (n >> (bit - 1)) & 1;
+        uint64_t next = square;
+        if (times && (__builtin_mul_overflow(square, a[0], &next) || next > Radix::largest)) break;
+        result[0] = next;
+        --bit;
+    }
+    while (bit-- > 0) {
         result = mag_mul<Radix>(result, result);
-        if ((n >> bit) & 1) result = mag_mul<Radix>(result, a);
+        if (((n >> bit) & 1) == 0) continue;
+        if (is_limb) {
+            mag_mul_add_limb<Radix>(result, a[0], 0);
+        } else {
+            result = mag_mul<Radix>(result, a);
+        }
     }
     return result;
 }
 
+template void multiply_limbs<Binary>(uint64_t*, const uint64_t*, size_t, const uint64_t*, size_t);
+template void multiply_limbs<Decimal>(uint64_t*, const uint64_t*, size_t, const uint64_t*, size_t);
 template Limbs mag_add<Binary>(const Limbs&, const Limbs&);
 template Limbs mag_sub<Binary>(const Limbs&, const Limbs&);
 template Limbs mag_mul<Binary>(const Limbs&, const Limbs&);

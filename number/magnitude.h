@@ -9,13 +9,14 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
 
 #include "number/radix.h"
+#include "value/long_number.h"
 
 namespace marl {
 
-using Limbs = std::vector<uint64_t>;
+/// `Limbs(n)` are not set.
+using Limbs = LeafLimbs;
 
 /// Removes the limbs of 0 at the top.
 void mag_trim(Limbs& a);

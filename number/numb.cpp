@@ -57,7 +57,7 @@ uint64_t reversed(uint64_t word) {
 
 /// Every second bit, from bit 0 on.
 Limbs even_bits(const Limbs& words) {
-    Limbs bits((words.size() + 1) / 2);
+    Limbs bits((words.size() + 1) / 2, 0);
     for (size_t i = 0; i < words.size(); ++i) bits[i / 2] |= even_bits(words[i]) << (i % 2 * 32);
     mag_trim(bits);
     return bits;
@@ -65,7 +65,7 @@ Limbs even_bits(const Limbs& words) {
 
 /// Puts the bits of a to the places of every second bit, from `first`, 0 or 1, on.
 void add_spread(Limbs& words, const Limbs& a, int first) {
-    if (words.size() < 2 * a.size()) words.resize(2 * a.size());
+    if (words.size() < 2 * a.size()) words.resize(2 * a.size(), 0);
     for (size_t i = 0; i < a.size(); ++i) {
         words[2 * i] |= spread_bits(a[i] & 0xFFFFFFFF) << first;
         words[2 * i + 1] |= spread_bits(a[i] >> 32) << first;
@@ -74,7 +74,7 @@ void add_spread(Limbs& words, const Limbs& a, int first) {
 
 /// The number whose bit i is bit n - 1 - i of a, which has no more than n bits.
 Limbs reversed_bits(Limbs a, uint64_t n) {
-    a.resize((n + 63) / 64);
+    a.resize((n + 63) / 64, 0);
     std::reverse(a.begin(), a.end());
     for (uint64_t& word : a) word = reversed(word);
     return shift_right(a, a.size() * 64 - n);

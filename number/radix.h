@@ -59,6 +59,8 @@ struct Binary {
     static inline size_t transform_limit = 500;  // at least 1
     static inline size_t divide_limit = 48;      // at least 2
     static inline size_t newton_limit = 400;     // at least 4
+    // Whether a divisor is scaled so that limbs of the quotient can be guessed.
+    static constexpr bool guesses_scaled = true;
 
     /// a + b + carry as a limb; the carry goes out.
     static uint64_t add(uint64_t a, uint64_t b, uint64_t& carry) {
@@ -91,10 +93,11 @@ struct Decimal {
     static constexpr size_t group_pieces = 3;
     static constexpr size_t most_pieces = 98'000'000;
     static constexpr uint64_t largest = base - 1;
-    static inline size_t karatsuba_limit = 44;   // 4 to 300
-    static inline size_t transform_limit = 450;  // at least 1
-    static inline size_t divide_limit = 20;      // at least 2
-    static inline size_t newton_limit = 400;     // at least 4
+    static inline size_t karatsuba_limit = 80;   // 4 to 200
+    static inline size_t transform_limit = 560;  // at least 1
+    static inline size_t divide_limit = 10;      // at least 2
+    static inline size_t newton_limit = 800;     // at least 4
+    static constexpr bool guesses_scaled = false;
 
     static uint64_t add(uint64_t a, uint64_t b, uint64_t& carry) {
         const uint64_t sum = a + b + carry;
@@ -121,6 +124,12 @@ struct Decimal {
         return rest;
     }
     static Wide join(uint64_t high, uint64_t low) { return Wide{high} * base + low; }
+    /// m * 2^64 / base, rounded down: what splits products by m.
+    static uint64_t share_of_base(uint64_t m) {
+        constexpr Divider by_base(base);
+        uint64_t rest;
+        return by_base.divide(Wide{m} << 64, rest);
+    }
     static uint64_t normaliser(uint64_t top) { return base / (top + 1); }
 };
 

@@ -24,7 +24,7 @@ size_t trailing_zeros(const Limbs& a) {
 bool test_bit(const Limbs& a, size_t i) { return i / 64 < a.size() && (a[i / 64] >> (i % 64) & 1); }
 
 void set_bit(Limbs& a, size_t i) {
-    if (i / 64 >= a.size()) a.resize(i / 64 + 1);
+    if (i / 64 >= a.size()) a.resize(i / 64 + 1, 0);
     a[i / 64] |= uint64_t{1} << (i % 64);
 }
 
@@ -33,7 +33,7 @@ Limbs shift_left(const Limbs& a, uint64_t n) {
     if (n >> 50) out_of_memory();
     const size_t limbs = n / 64;
     const int bits = static_cast<int>(n % 64);
-    Limbs shifted(a.size() + limbs + 1);
+    Limbs shifted(a.size() + limbs + 1, 0);
     for (size_t i = 0; i < a.size(); ++i) {
         shifted[i + limbs] |= a[i] << bits;
         if (bits) shifted[i + limbs + 1] = a[i] >> (64 - bits);
@@ -58,7 +58,7 @@ Limbs shift_right(const Limbs& a, uint64_t n) {
 }
 
 Limbs words_of_bytes(std::string_view bytes) {
-    Limbs words((bytes.size() + 7) / 8);
+    Limbs words((bytes.size() + 7) / 8, 0);
     if (!bytes.empty()) memcpy(words.data(), bytes.data(), bytes.size());
     mag_trim(words);
     return words;
@@ -112,7 +112,7 @@ std::optional<Limbs> words_of_list(Node* x) {
         set_bit(words, n);
     } else if (is_digit_byte(kind)) {
         const Limbs rest = shift_left(words_of_leaf(x), n);
-        words.resize(rest.size());
+        words.resize(rest.size(), 0);
         for (size_t i = 0; i < rest.size(); ++i) words[i] |= rest[i];
     } else {
         return std::nullopt;

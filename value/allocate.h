@@ -11,6 +11,7 @@
 #include <cstdlib>
 
 #include "text/fatal.h"
+#include "value/blocks.h"
 
 namespace marl {
 
@@ -43,13 +44,17 @@ void* grow_large(void* block, size_t used, size_t size);
 /// A block for a free list that has run empty.
 void* allocate_from_slab(size_t words);
 
-inline void* allocate_node(size_t size) {
+inline void count_made_node() {
 #if MARL_COUNT_NODES
     ++live_nodes;
 #endif
 #ifdef MARL_OBSERVED
     ++made_nodes;
 #endif
+}
+
+inline void* allocate_node(size_t size) {
+    count_made_node();
 #if MARL_POOL
     if (size <= pooled_limit) {
         const size_t words = (size + word_size - 1) / word_size;
@@ -81,6 +86,18 @@ inline void free_node(void* node, [[maybe_unused]] size_t size) {
     }
 #endif
     free(node);
+}
+
+/// The Leaf of a long number.
+inline void* allocate_long_node(size_t size) {
+    count_made_node();
+    return allocate_block(size);
+}
+inline void free_long_node(void* node, size_t size) {
+#if MARL_COUNT_NODES
+    --live_nodes;
+#endif
+    free_block(node, size);
 }
 
 /// Takes one node out of the count of those that must be gone at the end of the run: it is made

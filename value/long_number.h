@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "value/blocks.h"
 #include "value/node.h"
 
 namespace marl {
@@ -23,7 +24,7 @@ namespace marl {
 constexpr int64_t long_length = 48;
 
 /// Limbs below 10^18, least significant first.
-using LeafLimbs = std::vector<uint64_t>;
+using LeafLimbs = std::vector<uint64_t, UnsetBlocks<uint64_t>>;
 /// The room that they take in front of the header, which stays aligned.
 constexpr size_t leaf_limbs_size = (sizeof(LeafLimbs) + 7) / 8 * 8;
 

@@ -23,9 +23,14 @@ void free_leaf(Node* leaf) {
     const uint8_t kind = first_byte(leaf);
     const int64_t n = length(leaf);
     const size_t front = leaf_front_size(kind, n);
-    if (is_digit_byte(kind) && front > 0) leaf_limbs(leaf).~LeafLimbs();
     const size_t size = sizeof(Node) + static_cast<size_t>(n) + (kind != '\n');
-    free_node(reinterpret_cast<char*>(leaf) - front, front + size);
+    char* block = reinterpret_cast<char*>(leaf) - front;
+    if (is_digit_byte(kind) && front > 0) {
+        leaf_limbs(leaf).~LeafLimbs();
+        free_long_node(block, front + size);
+    } else {
+        free_node(block, front + size);
+    }
 }
 
 bool drops_to_zero(Word word) {

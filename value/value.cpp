@@ -53,13 +53,15 @@ Value leaf_with_size(char kind, int64_t n) {
     const size_t front = leaf_front_size(byte, n);
     const bool is_text = byte == '[' || byte == '(';
     const size_t block_size = is_text ? text_block_size(front + size) : front + size;
-    char* block = static_cast<char*>(allocate_node(block_size));
+    const bool is_long_number = is_digit_byte(byte) && front > 0;
+    char* block = static_cast<char*>(is_long_number ? allocate_long_node(block_size)
+                                                    : allocate_node(block_size));
     auto* node = reinterpret_cast<Node*>(block + front);
     if (is_name_byte(byte)) {
         symbol_slot(node) = nullptr;
     } else if (byte == '[' && front > 0) {
         long_text_length(node) = n;
-    } else if (front > 0) {
+    } else if (is_long_number) {
         new (&leaf_limbs(node)) LeafLimbs;
     }
     node->header = leaf_bit | 1;

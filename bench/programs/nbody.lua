@@ -8,6 +8,7 @@ local bodies = {
 
 local dt = 0.01
 local sqrt = math.sqrt
+local unpack = table.unpack or unpack
 
 local function pull(l, m, x, y, u, v)
   for i = 1, #l do
@@ -26,7 +27,7 @@ local function run(n, l)
   while n ~= 0 do
     local moved = {}
     for i = 1, #l do
-      moved[i] = pull(l, table.unpack(l[i]))
+      moved[i] = pull(l, unpack(l[i]))
     end
     n, l = n - 1, moved
   end
@@ -36,7 +37,7 @@ end
 local function energy(l)
   local s = 0.0
   for i = 1, #l do
-    local m, _, _, u, v = table.unpack(l[i])
+    local m, _, _, u, v = unpack(l[i])
     s = s + 0.5 * m * (u * u + v * v)
   end
   return s

@@ -1,5 +1,5 @@
 local function list(l, h)
-  local m = (l + h) // 2
+  local m = math.floor((l + h) / 2)
   if l == m then
     return l .. ","
   end
