@@ -2,12 +2,12 @@
 //
 // Each Z that a step gives gets a node of its own, and a Failure is kept for that node: from then
 // on a Z is known by its node, wherever the program carries it. A call that answers Z on an
-// argument which is a known Z, or holds one, answers so because of it: its Failure follows from that
-// one's. `Z a` hands the Failure on. The Z in the bodies of `Q` and `R` gets one as they fire: it is
-// what they give of an empty list.
+// argument which is a known Z, or holds one, answers so because of it: its Failure follows from
+// that one's. `Z a` hands the Failure on. The Z in the bodies of `Q` and `R` gets one as they fire:
+// it is what they give of an empty list.
 //
-// What a backquote leaves in a definition has lost its nodes when the program begins. So the Failure
-// of a Z in it is kept by the expression, and found again by the definition's text.
+// What a backquote leaves in a definition has lost its nodes when the program begins. So the
+// Failure of a Z in it is kept by the expression, and found again by the definition's text.
 //
 // A node that has a Failure is held, so that its address stays its own; those that nobody else
 // holds are given up from time to time.
@@ -234,7 +234,7 @@ class Tracing : public CallKeeper {
 
     FailureRef failure_of_call(Fired& fired) const {
         return std::make_shared<Failure>(Failure{fired.number, fired.kind, std::move(fired.call),
-                                               within(), fired.cause, fired.site});
+                                                 within(), fired.cause, fired.site});
     }
 
     /// `Q l` and `R l` are l Z K and l Z H: this Z is the answer if l is empty.
@@ -279,11 +279,11 @@ class Tracing : public CallKeeper {
         const bool answers = !calls.empty() && calls.back().nesting == state.nesting &&
                              calls.back().frames == state.frames;
         Failure failure{state.number,
-                      answers ? "definition" : "literal",
-                      around.empty() ? "the entry" : around.front(),
-                      around,
-                      nullptr,
-                      {}};
+                        answers ? "definition" : "literal",
+                        around.empty() ? "the entry" : around.front(),
+                        around,
+                        nullptr,
+                        {}};
         if (!around.empty()) failure.within.erase(failure.within.begin());
         failure.site = definition_site(calls.empty() ? "" : calls.back().symbol->name.view());
         find_backquote(failure);
