@@ -90,7 +90,8 @@ WHY = [
     (r"a\1+Q(R(J(1,K)))", ["«Q (R J1K)» = Z, of an empty list", "then «plus 1 Z» = Z"]),
     (r"a\1+Q(V(1,2))", ["«Q (V1 2)» = Z, of what is no list", "then «plus 1 Z» = Z"]),
     # A backquote has left it.
-    (r"a\limit+1,limit\`(5/0)", ["«over 5 0» = Z", "then Z is what the backquote on «(/5 0)» has left", "then «plus Z 1» = Z"]),
+    (r"a\limit+1,limit\`(5/0)", ["«over 5 0» = Z",
+     "then Z is what the backquote on «(/5 0)» has left", "then «plus Z 1» = Z"]),
     (r"a\K 5 (1/0)", ["No step has made a Z that is in it."]),
 ]
 
