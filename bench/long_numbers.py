@@ -92,7 +92,8 @@ def compare(marl, peer, operation, digits, rounds, folder):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
-    parser.add_argument("operations", nargs="*", metavar="OPERATION", help=", ".join(OPERATIONS) + "; all when none is named")
+    parser.add_argument("operations", nargs="*", metavar="OPERATION",
+                        help=", ".join(OPERATIONS) + "; all when none is named")
     parser.add_argument("--rounds", type=int, default=5)
     parser.add_argument("--marl", metavar="PATH", default=str(ROOT.parent / "build/release/marl"))
     options = parser.parse_args()
