@@ -278,9 +278,10 @@ class Table {
     int64_t total_ = 0;
 };
 
-Sampled sampled_of(const Sampler& sampler, const Sources& sources, Ending ending) {
+/// `owners` are as the code stood at the end of the run.
+Sampled sampled_of(const Sampler& sampler, const Owners& owners, const Sources& sources,
+                   Ending ending) {
     Sampled sampled{std::move(ending), {}, {}, 0, sampler.samples()};
-    const Owners owners;
     Table table;
     for (const auto& [places, time] : sampler.times()) {
         table.add(names_of(owners, sources, places.data(), places.size()), time);
@@ -303,7 +304,7 @@ void tell_pending() {
     const auto [sampler, sources, tell] = std::exchange(pending, {});
     if (!sampler) return;
     sampler->stop();
-    (*tell)(sampled_of(*sampler, *sources, {true, false, 0, {}}));
+    (*tell)(sampled_of(*sampler, Owners(), *sources, {true, false, 0, {}}));
 }
 
 std::vector<std::string> calls_under_way(const Sources& sources) {
@@ -334,13 +335,14 @@ void sample(std::string_view text, const std::vector<std::string>& arguments,
     }
     Sampler sampler;
     pending = {&sampler, &sources, &tell};
-    const bool returns =
-        run_session(session, argument_array(arguments)) && require_integer(session);
+    const bool ends = run_session(session, argument_array(arguments));
     sampler.stop();
     pending = {};
+    const Owners owners;  // the result takes the entry's place, and its code goes
+    const bool returns = ends && require_integer(session);
     Ending ending{true, true, returns ? status_of_session(session) : 0, {}};
     if (!returns) ending.report = report_picture(session.report).view();
-    const Sampled sampled = sampled_of(sampler, sources, std::move(ending));
+    const Sampled sampled = sampled_of(sampler, owners, sources, std::move(ending));
     end_session(session);
     tell(sampled);
 }
