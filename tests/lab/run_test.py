@@ -190,13 +190,15 @@ def check_effects():
         expect("samples", " samples" in log.read_text(), True)
         expect("mixed", "\nhello\n" in mixed, True)
         folded = pathlib.Path(folder, "folded")
-        long = r"a\work(900000,0)*0,work\n\s\(n=0)s(work(n-1,part(s))),part\s\s+1"
+        long = r"a\work(9000000,0)*0,work\n\s\(n=0)s(work(n-1,part(s))),part\s\s+1"
         table = run("profile", long, "--folded", str(folded)).stdout
         names = [line.split()[2] for line in table.splitlines()[2:]]
         expect("names", set(names) <= {"(entry)", "work", "part"} and "work" in names, True)
-        stacks = [line.split(" ")[0] for line in folded.read_text().splitlines()]
+        stacks = dict(line.rsplit(" ", 1) for line in folded.read_text().splitlines())
         ways = {"(entry)", "(entry);work", "(entry);work;part"}
-        expect("stacks", set(stacks) <= ways and "(entry);work" in stacks, True)
+        # A look between two instructions can miss a call.
+        known = sum(int(time) for way, time in stacks.items() if way in ways)
+        expect("stacks", known > 0.7 * sum(map(int, stacks.values())), True)
     faulty = run("steps", r"a\nobody 1")
     expect("fault", (faulty.returncode, faulty.stdout, "nobody" in faulty.stderr), (1, "", True))
 

@@ -113,8 +113,14 @@ export interface Ending {
 export interface Why extends Ending {
   /// of the program
   result: string;
-  /// the first call whose answer was the Z in the result, then those that answered Z because of it
+  /// the first call that acts outside, or shows a value, on a Z
+  effect?: string;
+  /// where that is written
+  effect_place?: Spot;
+  /// the first call whose answer was the Z in the effect or the result, then those that answered Z because of it
   chain: Link[];
+  /// links behind these
+  more: number;
 }
 
 /// A call that answered Z.
@@ -122,11 +128,23 @@ export interface Link {
   /// of the state
   n: number;
   /// what answered Z; a literal is one that the program writes
-  kind: "built-in" | "data" | "definition" | "literal";
+  kind: "built-in" | "data" | "definition" | "literal" | "empty list" | "no list" | "backquote";
   /// what was called; of a literal, the call that it is written in
   call: string;
   /// the definitions' calls that were going on, the innermost first
   within: string[];
+  /// where it is written
+  place?: Spot;
+}
+
+/// A place in a source.
+export interface Spot {
+  /// what the source is called
+  file: string;
+  /// counted from 1
+  line: number;
+  /// counted in bytes, from 1
+  column: number;
 }
 
 /// What a run cost.
