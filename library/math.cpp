@@ -24,9 +24,7 @@ bool on_real(Word* arguments, Word& result) {
 
 template <OfReal function>
 consteval Builtin of_real(const char* name) {
-    Builtin row = wrap<D(R), function>(name, 1);
-    row.on_words = on_real<function>;
-    return row;
+    return {name, 1, Wrapper<D(R), function>::call, on_real<function>};
 }
 
 template <OfReals function>
