@@ -120,16 +120,20 @@ bool FrameReader::has_more() const {
     return poll(&waiting, 1, 0) > 0;
 }
 
+bool write_all(int descriptor, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t size = write(descriptor, bytes.data(), bytes.size());
+        if (size < 0 && errno == EINTR) continue;
+        if (size <= 0) return false;
+        bytes.remove_prefix(static_cast<size_t>(size));
+    }
+    return true;
+}
+
 bool write_frame(int descriptor, std::string_view body) {
     const std::string frame =
         "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + std::string(body);
-    for (size_t at = 0; at < frame.size();) {
-        const ssize_t size = write(descriptor, frame.data() + at, frame.size() - at);
-        if (size < 0 && errno == EINTR) continue;
-        if (size <= 0) return false;
-        at += static_cast<size_t>(size);
-    }
-    return true;
+    return write_all(descriptor, frame);
 }
 
 }  // namespace marl::lab

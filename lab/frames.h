@@ -36,6 +36,8 @@ class FrameReader {
     size_t at_ = 0;  // of what is still to be taken
 };
 
+/// Whether all bytes could be written, whatever interrupts it.
+bool write_all(int descriptor, std::string_view bytes);
 /// Whether the message could be written.
 bool write_frame(int descriptor, std::string_view body);
 

@@ -8,6 +8,8 @@
 #include <cstring>
 #include <string>
 
+#include "lab/frames.h"
+
 namespace marl::lab {
 
 /// Collects what is to be sent.
@@ -18,15 +20,7 @@ class Packet {
         put(static_cast<int64_t>(text.size()));
         bytes_ += text;
     }
-    bool send(int descriptor) const {
-        for (size_t at = 0; at < bytes_.size();) {
-            const ssize_t size = write(descriptor, bytes_.data() + at, bytes_.size() - at);
-            if (size < 0 && errno == EINTR) continue;
-            if (size <= 0) return false;
-            at += static_cast<size_t>(size);
-        }
-        return true;
-    }
+    bool send(int descriptor) const { return write_all(descriptor, bytes_); }
 
   private:
     std::string bytes_;
