@@ -200,28 +200,27 @@ void Compiler::general(const Operand& head, const Terms& terms, Target target, R
 }
 
 /// An unknown function on its operands. One that is strict and takes them all has them computed
-/// here, in order.
+/// here, in order, and any other one gets them as they are.
 void Compiler::apply(int reg, const Terms& terms, Target target, RegisterSet live) {
     const Operand function = use(reg, live | registers_of(terms));
     if (terms.size() > most_parameters) return general(function, terms, target, live);
     const int kept = next_;
+    const bool is_asked = !are_idle(terms);
     const int32_t question = here();
-    emit(Op::if_strict, 0, reg, static_cast<int>(terms.size()));
+    if (is_asked) emit(Op::if_strict, 0, reg, static_cast<int>(terms.size()));
     const Operand head = use(reg, live);
     const int base = values_in_row(terms, {nullptr, -1, reg}, {}, target, live | set_of(reg));
     next_ = kept;
     Instruction& made =
         emit(target.last ? Op::apply_last : Op::apply, reg, base, static_cast<int>(terms.size()));
     mark_taken(made, head, take_a);
-    int32_t end = -1;
-    if (!target.last) {
-        land(landing(target.reg, base, live, target.rest));
-        end = here();
-        emit(Op::jump);
-    }
+    if (!target.last) land(landing(target.reg, base, live, target.rest));
+    if (!is_asked) return;
+    const int32_t end = here();
+    if (!target.last) emit(Op::jump);
     jump_to_here(question);
     general(function, terms, target, live);
-    if (end >= 0) jump_to_here(end);
+    if (!target.last) jump_to_here(end);
 }
 
 /// The instruction of an operator on the values of its two operands. Gives its place.

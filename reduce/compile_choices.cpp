@@ -130,7 +130,7 @@ int32_t Compiler::choose(int reg, const Terms& terms, Target target, RegisterSet
                           }) -
                       place;
     }
-    const bool inlined = are_small(terms) || (!picks && !takes_apart);
+    const bool inlined = are_small(terms) || are_idle(terms) || (!picks && !takes_apart);
     choice.other = way(all, all, target, ends,
                        [&] {
                            if (inlined) return apply(odd, terms, target, live);

@@ -104,6 +104,8 @@ class Compiler {
     std::optional<Operand> unreduced(const Term& term);
     bool is_simple(const Term& term);
     bool is_work(const Term& term);
+    bool is_idle(const Term& term);
+    bool are_idle(const Terms& terms);
     bool is_small(const Term& term) const;
     bool are_small(const Terms& terms) const;
     static Operand use(int reg, RegisterSet later);
@@ -116,11 +118,13 @@ class Compiler {
     // reduce/parts.cpp: parts, and what their closures capture.
     struct Part {
         uint32_t index;
+        Node* expression;
         int scope;
         Terms captured;
     };
     Part part_of(const Term& term);
-    Part new_part(const Term& term);
+    Part new_part(const Term& given);
+    Value with_parts_apart(const Term& term);
     static bool is_construction(Node* expression);
     std::vector<Node*> constructions_in(const Term& term);
     bool may_hold_work(const Term& word);

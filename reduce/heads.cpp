@@ -1,21 +1,9 @@
-// Lazy heads stand in one table by their first byte.
+// Heads that are asked about by their text, and what aborts look like.
 #include "reduce/heads.h"
 
 #include "text/fatal.h"
 
 namespace marl {
-
-namespace {
-
-constexpr auto lazy_heads = [] {
-    std::array<bool, 256> table{};
-    for (char c : std::string_view("&|ABCDEFHIJKLNQRTUVXZ")) table[static_cast<uint8_t>(c)] = true;
-    return table;
-}();
-
-}  // namespace
-
-bool lazy_head(const Node* head) { return is_leaf(head) && lazy_heads[first_byte(head)]; }
 
 bool is_lazy_name(std::string_view name) {
     return !name.empty() && lazy_heads[static_cast<uint8_t>(name[0])];

@@ -10,9 +10,16 @@
 
 namespace marl {
 
+/// The first bytes of lazy heads.
+constexpr auto lazy_heads = [] {
+    std::array<bool, 256> table{};
+    for (char c : std::string_view("&|ABCDEFHIJKLNQRTUVXZ")) table[static_cast<uint8_t>(c)] = true;
+    return table;
+}();
+
 /// Whether a head is lazy: an application of it fires without a look at its arguments. A zits Pair
 /// is strict.
-bool lazy_head(const Node* head);
+inline bool lazy_head(const Node* head) { return is_leaf(head) && lazy_heads[first_byte(head)]; }
 /// The same for the head with that text.
 bool is_lazy_name(std::string_view name);
 

@@ -17,9 +17,12 @@
 
 #include <cstring>
 
+#include "reduce/analysis.h"
 #include "reduce/code.h"
+#include "reduce/heads.h"
 #include "reduce/interrupts.h"
 #include "reduce/stack.h"
+#include "reduce/tables.h"
 #include "value/short_hint.h"
 
 /// In the laboratory's core the machine knows the instruction that it is at, for whoever takes
@@ -137,6 +140,51 @@ inline Word get(const Operand& operand, const Word* frame) {
     return shared_word(operand.word);
 }
 
+/// The Leaf in front of an application that wants more arguments, which is no zits.
+inline Node* name_in_front(Node* application) {
+    while (!is_leaf(application)) application = as_pair(application)->left;
+    return application;
+}
+
+/// Where the code of a name begins, when it has any and wants `count` arguments more in front of
+/// which the `application` may hold others; null when it goes the general way.
+inline const Instruction* start_of_name(Node* application, Node* name, int count) {
+    const int code = top_byte(application) & 0x7F;
+    if (code != rank_zero_code + count || !is_name_byte(first_byte(name))) return nullptr;
+    const Symbol* symbol = symbol_slot(name);
+    if (!symbol || symbol->builtin || !symbol->code || !symbol->code->made) return nullptr;
+    return symbol->code->start();
+}
+
+/// Where a function begins that takes just one argument, when it is a closure, or a name that has
+/// code and may have an argument already. Its registers are set; the function itself keeps what it
+/// holds. Null, and nothing is done, for any other one.
+inline const Instruction* start_on_one(Word function, Word* row, Word argument) {
+    if (is_closure(function)) {
+        const Closure* closure = closure_of(function);
+        const Code* code = closure->code;
+        if (code->parameters != 1 || !code->made) return nullptr;
+        const Word* captured = closure->captured;
+        *row = argument;
+        for (int i = code->captures; i > 0; --i) *++row = shared_word(*captured++);
+        return code->start();
+    }
+    if (!is_node(function)) return nullptr;
+    Node* node = node_of(function);
+    if (is_leaf(node)) {
+        const Instruction* start = start_of_name(node, node, 1);
+        if (start) *row = argument;
+        return start;
+    }
+    Node* name = as_pair(node)->left;
+    if (!is_leaf(name)) return nullptr;
+    const Instruction* start = start_of_name(node, name, 1);
+    if (!start) return nullptr;
+    row[1] = argument;
+    row[0] = shared_word(as_pair(node)->right);
+    return start;
+}
+
 #define MARL_INSTRUCTION(name) inline void run_##name(MARL_STATE)
 
 MARL_INSTRUCTION(enter) {
@@ -224,7 +272,16 @@ MARL_COMPARISON(differ, !=)
 #undef MARL_COMPARISON
 // NOLINTEND(bugprone-macro-parentheses)
 
-MARL_INSTRUCTION(choose_one) { MARL_SLOW(slow_choose); }
+MARL_INSTRUCTION(choose_one) {
+    const Word head = frame[at->b];
+    if (is_node(head)) {
+        Node* node = node_of(head);
+        if (is_leaf(node) || !is_leaf(as_pair(node)->left)) MARL_SLOW(slow_choose);
+    }
+    if ((at->fields.f & take_b) == 0) retain_word(head);
+    frame[at->a] = head;
+    MARL_GO_TO(at + at->choice->other);
+}
 MARL_INSTRUCTION(choose_two) { MARL_SLOW(slow_choose); }
 MARL_INSTRUCTION(pairs) { MARL_SLOW(slow_pairs); }
 MARL_INSTRUCTION(closure) { MARL_SLOW(slow_closure); }
@@ -251,11 +308,43 @@ MARL_INSTRUCTION(call_held) {
     frame += at->b;
     MARL_GO_TO(at->target);
 }
-MARL_INSTRUCTION(apply) { MARL_SLOW(slow_apply); }
-MARL_INSTRUCTION(apply_last) { MARL_SLOW(slow_apply_last); }
+MARL_INSTRUCTION(apply) {
+    const Word function = frame[at->a];
+    const bool taken = (at->fields.f & take_a) != 0;
+    if (at->c != 1 || !is_counted(function)) MARL_SLOW(slow_apply);
+    if (taken && count_of(holder_of(function)) == 1) MARL_SLOW(slow_apply);
+    const Instruction* start = start_on_one(function, frame + at->b, frame[at->b]);
+    if (!start) MARL_SLOW(slow_apply);
+    if (taken) --holder_of(function)->header;
+    top->next = at + 1;
+    ++top;
+    frame += at->b;
+    MARL_GO_TO(start);
+}
+MARL_INSTRUCTION(apply_last) {
+    const Word function = frame[at->a];
+    if (at->c != 1 || !is_counted(function)) MARL_SLOW(slow_apply_last);
+    if (count_of(holder_of(function)) == 1) MARL_SLOW(slow_apply_last);
+    const Word argument = frame[at->b];
+    const Instruction* start = start_on_one(function, frame, argument);
+    if (!start) MARL_SLOW(slow_apply_last);
+    --holder_of(function)->header;
+    MARL_GO_TO(start);
+}
 MARL_INSTRUCTION(name) { MARL_SLOW(slow_name); }
 MARL_INSTRUCTION(evaluate) { MARL_SLOW(slow_evaluate); }
-MARL_INSTRUCTION(if_strict) { MARL_SLOW(slow_if_strict); }
+MARL_INSTRUCTION(if_strict) {
+    const Word function = frame[at->b];
+    if (is_closure(function)) {
+        if (closure_of(function)->code->parameters >= at->c) MARL_NEXT;
+        MARL_GO_TO(at + at->d);
+    }
+    if (!is_node(function)) MARL_SLOW(slow_if_strict);
+    const int code = top_byte(node_of(function)) & 0x7F;
+    if (code < rank_zero_code + at->c || code >= zits_code) MARL_SLOW(slow_if_strict);
+    if (lazy_heads[first_byte(name_in_front(node_of(function)))]) MARL_GO_TO(at + at->d);
+    MARL_NEXT;
+}
 MARL_INSTRUCTION(if_held) { MARL_SLOW(slow_if_held); }
 MARL_INSTRUCTION(wait) {
     top->next = at + at->d;

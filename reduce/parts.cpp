@@ -11,6 +11,7 @@
 #include "reduce/compiler.h"
 #include "reduce/heads.h"
 #include "reduce/needs.h"
+#include "value/rebuild.h"
 
 namespace marl {
 
@@ -55,7 +56,8 @@ bool Compiler::is_construction(Node* expression) {
     return true;
 }
 
-/// The largest parts of a term that can be hoisted, and that are not yet. The lambdas in a row at
+/// The largest parts of a term that can be hoisted, and that are not yet, each as often as it
+/// occurs. The lambdas in a row at
 /// its top are no parts of it: nobody sees them but who applies it to too few arguments
 /// (`apply_partly`).
 std::vector<Node*> Compiler::constructions_in(const Term& term) {
@@ -72,7 +74,7 @@ std::vector<Node*> Compiler::constructions_in(const Term& term) {
         if (is_leaf(node) || free == 0) continue;
         if (hoisted_register(node, scope.rebound | bound) >= 0) continue;
         if ((free & bound) == 0 && is_construction(node)) {
-            if (std::find(found.begin(), found.end(), node) == found.end()) found.push_back(node);
+            found.push_back(node);
         } else if (form(node) != Form::other) {
             push_parts(rest, node, bound);
         } else {
@@ -91,16 +93,38 @@ std::vector<Node*> Compiler::constructions_in(const Term& term) {
 /// The part that a term is on its own, and the terms that its closure captures. It is made once.
 Compiler::Part Compiler::part_of(const Term& term) {
     for (const Part& known : parts_) {
-        const bool is_same = code_.parts[known.index]->whole.get() == term.expression;
-        if (is_same && known.scope == term.scope) return known;
+        if (known.expression == term.expression && known.scope == term.scope) return known;
     }
     parts_.push_back(new_part(term));
     return parts_.back();
 }
 
-Compiler::Part Compiler::new_part(const Term& term) {
+/// A term in which no part that has variables, and is not hoisted yet, occurs more than once.
+Value Compiler::with_parts_apart(const Term& term) {
+    const auto keep = [this](Node* node) {
+        const bool is_hoisted =
+            std::any_of(code_.hoisted.begin(), code_.hoisted.end(),
+                        [&](const Hoisted& known) { return known.node == node; });
+        return is_leaf(node) || is_closed(node) || is_hoisted ? Value::share(node) : Value();
+    };
+    Value apart = rebuild(term.expression, keep, pair);
+    analyse(apart);
+    return apart;
+}
+
+Compiler::Part Compiler::new_part(const Term& given) {
+    Value whole = Value::share(given.expression);
+    std::vector<Node*> built;
+    if (form(whole) == Form::lambda || repeats_operands) built = constructions_in(given);
+    // The text of a body is kept once where it stands twice, and a substitution makes two of it.
+    std::sort(built.begin(), built.end());
+    if (std::adjacent_find(built.begin(), built.end()) != built.end()) {
+        whole = with_parts_apart(given);
+        built = constructions_in({whole, given.scope});
+    }
+    const Term term{whole, given.scope};
     auto part = std::make_unique<Code>();
-    part->whole = Value::share(term.expression);
+    part->whole = std::move(whole);
     take_parameters(*part);
     const Scope scope = scope_of(term);
     Terms captured;
@@ -110,8 +134,6 @@ Compiler::Part Compiler::new_part(const Term& term) {
         captured.push_back(word);
         return reg;
     };
-    std::vector<Node*> built;
-    if (part->kind == ClosureKind::lambda || repeats_operands) built = constructions_in(term);
     std::vector<Place> rest{{term.expression, 0}};
     while (!rest.empty()) {
         const auto [node, bound] = rest.back();
@@ -138,7 +160,8 @@ Compiler::Part Compiler::new_part(const Term& term) {
         }
     }
     code_.parts.push_back(std::move(part));
-    return {static_cast<uint32_t>(code_.parts.size() - 1), term.scope, std::move(captured)};
+    return {static_cast<uint32_t>(code_.parts.size() - 1), given.expression, given.scope,
+            std::move(captured)};
 }
 
 /// Whether a Word that is captured may have work in it.

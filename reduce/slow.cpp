@@ -66,17 +66,15 @@ int32_t way_of_leaf(const Choice& choice, const Node* leaf) {
     }
 }
 
-/// Whether a function is strict and takes that many more arguments.
+/// Whether a function that is no closure is strict and takes that many more arguments.
 bool takes_strictly(Word function, int count) {
-    if (is_closure(function)) return closure_of(function)->code->parameters >= count;
     if (!is_node(function)) return count == 1;
-    Node* head = node_of(function);
-    if (!is_atom_analysed(head)) {
-        const Closure* body = body_closure(head);
-        if (body && form(head) == Form::lambda) return body->code->parameters >= count;
-    }
-    if (rank_analysed(head) < count) return false;
-    return !lazy_head(head_of(head));
+    Node* node = node_of(function);
+    if (is_zits_analysed(node)) return count == 1;
+    if (rank_analysed(node) >= count) return !lazy_head(name_in_front(node));
+    if (form(node) != Form::lambda) return false;
+    const Closure* body = body_closure(node);
+    return body && body->code->parameters >= count;
 }
 
 void get_operands(const Instruction* at, const Word* frame, Word* to) {

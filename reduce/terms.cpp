@@ -138,6 +138,18 @@ bool Compiler::is_work(const Term& term) {
     return !is_simple(term) && (term.reg >= 0 || form(term.expression) != Form::lambda);
 }
 
+/// Whether a term is the same with its work and without, so that it goes to a lazy function as to a
+/// strict one. A name is not what it stands for.
+bool Compiler::is_idle(const Term& term) {
+    if (const int reg = register_of(term); reg >= 0) return is_settled_register(reg);
+    return form(term.expression) == Form::lambda ||
+           (is_closed(term.expression) && settled(term.expression));
+}
+
+bool Compiler::are_idle(const Terms& terms) {
+    return std::all_of(terms.begin(), terms.end(), [&](const Term& term) { return is_idle(term); });
+}
+
 /// Whether a term is so small that it may be compiled twice.
 bool Compiler::is_small(const Term& term) const {
     if (term.reg >= 0) return true;

@@ -16,7 +16,7 @@
 namespace marl {
 
 constexpr size_t word_size = 8;
-constexpr size_t pooled_limit = 64;
+constexpr size_t pooled_limit = 128;
 
 struct alignas(word_size) FreeBlock {
     FreeBlock* next;
