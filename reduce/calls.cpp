@@ -83,6 +83,7 @@ struct Called {
 
 /// Opens a function that takes just the `count` arguments in the row; leaves it be when it doesn't.
 Called open_function(Word function, Word* row, int count) {
+    if (is_cell(function)) return {};
     if (is_closure(function)) {
         Closure* closure = closure_of(function);
         Code* code = closure->code;

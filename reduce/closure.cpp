@@ -93,7 +93,8 @@ Closure* needed_first(Closure* closure) {
     for (int i = 0; i < closure->code->captures; ++i) {
         const Word word = closure->captured[i];
         const bool is_needed = (nodes & (uint64_t{1} << i)) != 0;
-        if (is_needed && is_closure(word) && !closure_of(word)->node) return closure_of(word);
+        if (!is_needed || !is_closure(word) || is_cell(word)) continue;
+        if (!closure_of(word)->node) return closure_of(word);
     }
     return nullptr;
 }
@@ -142,6 +143,24 @@ void make_closure_node(Closure* closure) {
 Node* node_of_closure(Closure* closure) {
     if (!closure->node) make_closure_node(closure);
     return closure->node;
+}
+
+/// The node of a cell, which it holds from now on.
+Node* node_of_cell(Cell* cell) {
+    const ClosureKind kind = kind_of(reinterpret_cast<Closure*>(cell));
+    if (kind == ClosureKind::node_cell) return node_of(cell->x);
+    Value head = leaf(kind == ClosureKind::list_cell ? "J" : "V");
+    analyse(head);
+    Node* node = analysed_pair(analysed_pair(head.take(), cell->x), cell->y);
+    cell->header = closure_header(ClosureKind::node_cell, 0) - 1 + count_of(cell);
+    cell->x = word_of(node);
+    cell->y = word_of_short(0);
+    return node;
+}
+
+/// The node of a Word that has the tag of a closure, borrowed.
+Node* node_of_tagged(Word word) {
+    return is_cell(word) ? node_of_cell(cell_of(word)) : node_of_closure(closure_of(word));
 }
 
 }  // namespace
@@ -198,9 +217,8 @@ Node* make_node(Word& place) {
         place = word_of(node_in_place_of(place));
         return node_of(place);
     }
-    Closure* closure = closure_of(place);
-    Node* node = node_of_closure(closure);
-    if (kind_of(closure) == ClosureKind::body) return node;
+    Node* node = node_of_tagged(place);
+    if (kind_of_closure(place) == ClosureKind::body) return node;
     retain(node);
     release_word(place);
     place = word_of(node);
@@ -210,7 +228,7 @@ Node* make_node(Word& place) {
 Node* node_in_place_of(Word word) {
     if (is_short(word)) return short_leaf(short_of(word)).take();
     if (is_real(word)) return real_leaf(real_of(word));
-    Node* node = shared(node_of_closure(closure_of(word)));
+    Node* node = shared(node_of_tagged(word));
     release_word(word);
     return node;
 }

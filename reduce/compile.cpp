@@ -285,6 +285,14 @@ void Compiler::lazy_head(Node* name, const Terms& terms, Target target, Register
     general(constant(name), terms, target, live);
 }
 
+/// What a head makes a cell of its two operands, where nobody can tell that it is no node.
+static std::optional<ClosureKind> cell_kind(Node* head) {
+    if (keeps_identity || !pairs_are_plain()) return {};
+    if (is_leaf_text(head, "J")) return ClosureKind::list_cell;
+    if (is_leaf_text(head, "V")) return ClosureKind::pair_cell;
+    return {};
+}
+
 /// A partial application. With as many arguments waiting as a lazy head needs, it fires without a
 /// look at its operands; else they are reduced for it.
 void Compiler::partial(Node* name, bool lazy, const Terms& terms, Target target, RegisterSet live) {
@@ -300,8 +308,10 @@ void Compiler::partial(Node* name, bool lazy, const Terms& terms, Target target,
     const Term head{name, 0};
     const std::vector<Operand> operands = values_of(terms, &head, {}, live, target);
     const int made = target.last ? new_register() : target.reg;
-    Instruction& pairs = emit(Op::pairs, made);
+    const auto cell = terms.size() == 2 ? cell_kind(name) : std::nullopt;
+    Instruction& pairs = emit(cell ? Op::cell : Op::pairs, made);
     pairs.word = plain.word;
+    if (cell) pairs.d = static_cast<int32_t>(*cell);
     attach(pairs, operands);
     if (target.last) give(use(made, 0), target);
     next_ = kept;

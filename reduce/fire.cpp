@@ -185,7 +185,7 @@ Node* bind_let(Node* body, char letter, Word value) {
 
 Word store_constant(Symbol& symbol, Word value) {
     MARL_REQUIRE(!symbol.unmemoised && symbol.definition);
-    const bool is_code = is_closure(value) && !keeps_identity;
+    const bool is_code = is_closure(value) && !is_cell(value) && !keeps_identity;
     if (!is_code) value = word_of(force(value));
     if (is_code || form(node_of(value)) == Form::lambda) {
         // A bare lambda would read as a definition with a parameter. Its code stays with it.

@@ -66,6 +66,7 @@ enum class Role : uint8_t {
     X(differ_number,       branch, write, use,  none, "b # n likewise")                            \
     X(choose_one,          choose, write, use,  none, "look at b before one operand")              \
     X(choose_two,          choose, write, use,  none, "look at b before two operands")             \
+    X(cell,                next,   write, none, none, "a = the cell or pair of the two operands")  \
     X(pairs,               next,   write, none, none, "a = the constant on the operands, a partial application") \
     X(closure,             next,   write, none, none, "a = the closure of a part over the operands")            \
     X(construct,           next,   write, none, none, "a = what a part makes of the operands, or its closure when one has work") \
@@ -116,8 +117,8 @@ struct InstructionRow {
 
 /// Whether an instruction has operands, besides the registers in its fields.
 constexpr bool has_operands(Op op) {
-    return op == Op::pairs || op == Op::closure || op == Op::construct || op == Op::name ||
-           op == Op::push_argument || op == Op::go;
+    return op == Op::cell || op == Op::pairs || op == Op::closure || op == Op::construct ||
+           op == Op::name || op == Op::push_argument || op == Op::go;
 }
 
 constexpr InstructionRow instruction_rows[] = {

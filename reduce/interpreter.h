@@ -101,6 +101,7 @@ void slow_apply_last(MARL_STATE);
 void slow_name(MARL_STATE);
 void slow_evaluate(MARL_STATE);
 void slow_return_work(MARL_STATE);
+void slow_cell(MARL_STATE);
 void slow_pairs(MARL_STATE);
 void slow_closure(MARL_STATE);
 void slow_construct(MARL_STATE);
@@ -162,6 +163,7 @@ inline const Instruction* start_of_name(Node* application, Node* name, int count
 inline const Instruction* start_on_one(Word function, Word* row, Word argument) {
     if (is_closure(function)) {
         const Closure* closure = closure_of(function);
+        if (kind_of(closure) != ClosureKind::lambda) return nullptr;
         const Code* code = closure->code;
         if (code->parameters != 1 || !code->made) return nullptr;
         const Word* captured = closure->captured;
@@ -183,6 +185,20 @@ inline const Instruction* start_on_one(Word function, Word* row, Word argument) 
     row[1] = argument;
     row[0] = shared_word(as_pair(node)->right);
     return start;
+}
+
+/// The rest of a choice before two operands: K and H are looked at here.
+inline void choose_truth(MARL_STATE) {
+    const Word head = frame[at->b];
+    if (!is_node(head) || !is_leaf(node_of(head)) || count_of(node_of(head)) == 1) {
+        MARL_SLOW(slow_choose);
+    }
+    const uint16_t name = two_bytes(node_of(head));
+    const Choice& choice = *at->choice;
+    const int32_t way = name == one_letter('K') ? choice.k : name == one_letter('H') ? choice.h : 0;
+    if (way == 0) MARL_SLOW(slow_choose);
+    if ((at->fields.f & take_b) != 0) --node_of(head)->header;
+    MARL_GO_TO(at + way);
 }
 
 #define MARL_INSTRUCTION(name) inline void run_##name(MARL_STATE)
@@ -277,12 +293,41 @@ MARL_INSTRUCTION(choose_one) {
     if (is_node(head)) {
         Node* node = node_of(head);
         if (is_leaf(node) || !is_leaf(as_pair(node)->left)) MARL_SLOW(slow_choose);
+    } else if (is_cell(head)) {
+        MARL_SLOW(slow_choose);
     }
     if ((at->fields.f & take_b) == 0) retain_word(head);
     frame[at->a] = head;
     MARL_GO_TO(at + at->choice->other);
 }
-MARL_INSTRUCTION(choose_two) { MARL_SLOW(slow_choose); }
+MARL_INSTRUCTION(choose_two) {
+    const Word head = frame[at->b];
+    if (!is_closure(head)) MARL_SLOW(choose_truth);
+    const Choice& choice = *at->choice;
+    if (kind_of_closure(head) != ClosureKind::list_cell || choice.pair == 0) MARL_SLOW(slow_choose);
+    Cell* cell = cell_of(head);
+    const bool taken = (at->fields.f & take_b) != 0;
+    const Word x = frame[choice.x] = cell->x;
+    const Word y = frame[choice.y] = cell->y;
+    at += choice.pair;
+    if (taken && count_of(cell) == 1) {
+        free_node(cell, sizeof(Cell));
+        MARL_GO_TO(at);
+    }
+    if (taken) --cell->header;
+    retain_word(x);
+    retain_word(y);
+    MARL_GO_TO(at);
+}
+MARL_INSTRUCTION(cell) {
+    FreeBlock* const block = next_node(sizeof(Cell));
+    if (__builtin_expect(block == nullptr, 0)) MARL_SLOW(slow_cell);
+    const Word x = get(at->operands[0], frame);
+    const Word y = get(at->operands[1], frame);
+    take_next_node(block, sizeof(Cell));
+    frame[at->a] = make_cell(block, static_cast<ClosureKind>(at->d), x, y);
+    MARL_NEXT;
+}
 MARL_INSTRUCTION(pairs) { MARL_SLOW(slow_pairs); }
 MARL_INSTRUCTION(closure) { MARL_SLOW(slow_closure); }
 MARL_INSTRUCTION(construct) { MARL_SLOW(slow_construct); }
@@ -336,7 +381,9 @@ MARL_INSTRUCTION(evaluate) { MARL_SLOW(slow_evaluate); }
 MARL_INSTRUCTION(if_strict) {
     const Word function = frame[at->b];
     if (is_closure(function)) {
-        if (closure_of(function)->code->parameters >= at->c) MARL_NEXT;
+        const Closure* closure = closure_of(function);
+        const bool is_lambda = kind_of(closure) == ClosureKind::lambda;
+        if (is_lambda && closure->code->parameters >= at->c) MARL_NEXT;
         MARL_GO_TO(at + at->d);
     }
     if (!is_node(function)) MARL_SLOW(slow_if_strict);

@@ -76,6 +76,7 @@ class Line {
             case Op::number:
             case Op::return_number:
             case Op::return_constant:
+            case Op::cell:
             case Op::pairs: words_.push_back(constant(in_.word)); break;
             case Op::drop:
                 for (int i = 0; i < most_registers; ++i) {

@@ -117,7 +117,7 @@ Word apply_lambda(Node* lambda) {
 
 /// A settled function meets the arguments on top of the stack.
 Word apply_to_held(Word word) {
-    if (is_closure(word)) return apply_closure(closure_of(word));
+    if (is_closure(word) && !is_cell(word)) return apply_closure(closure_of(word));
     Node* function = force(word);
     int inner;
     Node* head = head_of(function, inner);

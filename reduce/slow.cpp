@@ -39,21 +39,44 @@ bool is_pair_of(const Node* node, char letter) {
     return is_leaf(head) && two_bytes(head) == one_letter(letter);
 }
 
-/// The parts of (J x) y or (V x) y. Consumes the node when it is `taken`.
-void take_apart(Node* node, bool taken, Word& x, Word& y) {
+/// The parts of (J x) y or (V x) y, to two registers. Consumes the node when it is `taken`.
+void take_apart(Node* node, bool taken, Word* to) {
     PairNode* outer = as_pair(node);
     PairNode* inner = as_pair(outer->left);
     if (taken && count_of(outer) == 1 && count_of(inner) == 1) {
-        x = inner->right;
-        y = outer->right;
+        to[0] = inner->right;
+        to[1] = outer->right;
         Node* head = inner->left;
         free_node(outer, sizeof(PairNode));
         free_node(inner, sizeof(PairNode));
         return release(head);
     }
-    x = shared_word(inner->right);
-    y = shared_word(outer->right);
+    to[0] = shared_word(inner->right);
+    to[1] = shared_word(outer->right);
     if (taken) release(outer);
+}
+
+/// The same for a cell, unless it is the other kind, of list cells and pairs.
+bool take_cell_apart(Word word, bool is_list, bool taken, Word* to) {
+    Cell* cell = cell_of(word);
+    const ClosureKind kind = kind_of_closure(word);
+    if (kind == ClosureKind::node_cell) {
+        Node* node = node_of(cell->x);
+        if (!is_pair_of(node, is_list ? 'J' : 'V')) return false;
+        take_apart(node, false, to);
+        if (taken) release_word(word);
+        return true;
+    }
+    if ((kind == ClosureKind::list_cell) != is_list) return false;
+    const bool alone = taken && count_of(cell) == 1;
+    to[0] = alone ? cell->x : shared_word(cell->x);
+    to[1] = alone ? cell->y : shared_word(cell->y);
+    if (alone) {
+        free_node(cell, sizeof(Cell));
+    } else if (taken) {
+        --cell->header;
+    }
+    return true;
 }
 
 /// The way that a choice goes for a Leaf in front of its terms; 0 for that of any other head.
@@ -168,9 +191,12 @@ void slow_choose(MARL_STATE) {
                 MARL_GO_TO(at + way);
             }
         } else if (choice.pair && is_pair_of(node, at->op == Op::choose_two ? 'J' : 'V')) {
-            take_apart(node, taken, frame[choice.x], frame[choice.y]);
+            take_apart(node, taken, frame + choice.x);
             MARL_GO_TO(at + choice.pair);
         }
+    } else if (choice.pair && is_cell(head) &&
+               take_cell_apart(head, at->op == Op::choose_two, taken, frame + choice.x)) {
+        MARL_GO_TO(at + choice.pair);
     }
     frame[at->a] = owned(head, taken);
     MARL_GO_TO(at + choice.other);
@@ -188,6 +214,14 @@ void slow_pairs(MARL_STATE) {
         made = pair;
     }
     frame[at->a] = word_of(made);
+    MARL_NEXT;
+}
+
+void slow_cell(MARL_STATE) {
+    const Word x = get(at->operands[0], frame);
+    const Word y = get(at->operands[1], frame);
+    void* memory = allocate_node(sizeof(Cell));
+    frame[at->a] = make_cell(memory, static_cast<ClosureKind>(at->d), x, y);
     MARL_NEXT;
 }
 

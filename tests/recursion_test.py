@@ -22,7 +22,8 @@ BOUNDED = {
     # is made of code meets others by a list of its own.
     "Code::.*|retire|drop_instructions|make_anew|.*unique_ptr::.*|"
     "make_(lambda_code|remainder|template|node|one_node|closure_node)|"
-    "node_in_place_of|remainder_of|template_of|run_template|run|take_(code_away|parameters)|push_parts|"
+    "node_(in_place_of|of_tagged|of_cell)|remainder_of|template_of|run_template|run|"
+    "take_(code_away|parameters)|push_parts|"
     "give_code_to_lambdas|take_numbers_from_nodes|const": "parts nest as expressions in code do",
     "analyse_.*|free_set|symbol_of|bind_symbol|Symbol::~Symbol": "what these ask of a node costs no walk",
     "destroy|Value::~Value|run_todo_action": "runs within runs have a limit",

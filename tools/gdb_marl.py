@@ -4,7 +4,7 @@
 
 A Value or a pointer to a Node prints as its text, its count, and what its header says: the rank of its
 head, whether work is left in it, its free letters. A Word prints as the number, the node or the closure
-that it is: <part of a body | what it captures>. A pointer to Code prints as the expression that it is
+that it is: <part of a body | what it captures>, or its operands where it is a cell. A pointer to Code prints as the expression that it is
 made of. An expression is cut off behind some hundred bytes, and nothing in the process is called, so
 that broken heaps can be looked at too.
 """
@@ -16,6 +16,8 @@ ZITS = 0x40
 RANK_ZERO = 0x34
 LONG = 48  # digits
 CLOSURE = 4  # the tag of a Word
+CELLS = {3: "J", 4: "V"}  # the kinds of closures that are cells, and what they are as nodes
+NODE_CELL = 5
 
 
 def read(address, size):
@@ -50,8 +52,14 @@ def words(address, count):
 
 
 def parts_of_closure(address):
-    """A closure as what `expression` takes apart: the part of a body, and what it captures."""
+    """A closure as what `expression` takes apart: the part of a body, and what it captures. A cell has
+    its two operands in their places, or the node that it has become."""
     code, node = words(address + 8, 2)
+    kind = (header_of(address) >> 56) - RANK_ZERO
+    if kind == NODE_CELL:
+        return [code]
+    if kind in CELLS:
+        return [f"({CELLS[kind]} ", code, " ", node, ")"]
     if node:
         return [node]
     captured = words(address + 24, span_of(header_of(address)))

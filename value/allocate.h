@@ -67,6 +67,20 @@ inline void* allocate_node(size_t size) {
     return allocate_bytes(size);
 }
 
+/// The block that the next node of a small size will be, where that takes no call; else null.
+inline FreeBlock* next_node([[maybe_unused]] size_t size) {
+#if MARL_POOL
+    return free_lists[(size + word_size - 1) / word_size];
+#else
+    return nullptr;
+#endif
+}
+/// Takes it off its list.
+inline void take_next_node(FreeBlock* block, size_t size) {
+    count_made_node();
+    free_lists[(size + word_size - 1) / word_size] = block->next;
+}
+
 /// `size` is the size that the block was allocated with, give or take what rounding up to words
 /// hides.
 inline void free_node(void* node, [[maybe_unused]] size_t size) {

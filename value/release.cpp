@@ -135,6 +135,13 @@ Word begin_closure(Closure* closure, Unfinished& unfinished) {
     return made != 0 && drops_to_zero(made) ? made : nothing;
 }
 
+/// Begins the end of a cell, whose y waits in the list as the right child of a Pair does.
+Word begin_cell(Cell* cell, Unfinished& unfinished) {
+    const Word x = cell->x;
+    unfinished.push(cell, 0);
+    return drops_to_zero(x) ? x : nothing;
+}
+
 /// Begins the end of a node; gives what dies with it next, or nothing.
 Word begin(Node* node, Unfinished& unfinished) {
     if (!is_leaf(node)) {
@@ -168,8 +175,9 @@ bool is_todo(Node* pair) {
 void destroy(Word dying) {
     Unfinished unfinished;
     while (dying != nothing) {
-        const Word next = is_closure(dying) ? begin_closure(closure_of(dying), unfinished)
-                                            : begin(node_of(dying), unfinished);
+        const Word next = is_node(dying)   ? begin(node_of(dying), unfinished)
+                          : is_cell(dying) ? begin_cell(cell_of(dying), unfinished)
+                                           : begin_closure(closure_of(dying), unfinished);
         dying = next != nothing ? next : next_dying(unfinished);
     }
 }

@@ -3,7 +3,8 @@
 //   ....000   a node
 //   ......1   a short integer, in the upper 63 bits: what a digit Leaf says, without the Leaf
 //   .....10   a real, in the upper 62 bits (value/real_word.h)
-//   ....100   a closure: a part of a body and what its variables stand for
+//   ....100   a closure: a part of a body and what its variables stand for; or a cell or a pair, in
+//             one block in place of the two Pairs that it is as a node
 //
 // A node is made of the others when somebody could see the difference: when a built-in takes
 // it, when it is printed, compared, or asked for its identity. The right child of a Pair may be any
@@ -43,6 +44,9 @@ enum class ClosureKind : uint8_t {
     work,    // an operand with work in it
     lambda,  // a function
     body,    // what stands behind the first parameter of a lambda that is a node: its right child
+    list_cell,  // a Cell that is J x y,
+    pair_cell,  // V x y,
+    node_cell,  // or has become the node that it holds in the place of x
 };
 
 /// A part of a body with what it captures. Its header holds, where a node has them, the count, in
@@ -56,11 +60,33 @@ struct Closure : Node {
     Word captured[1];
 };
 
+/// What a cell of a list or a pair holds; as the two Pairs that it stands for, x dies before y.
+struct Cell : Node {
+    Word x;
+    Word y;
+};
+static_assert(sizeof(Cell) == sizeof(PairNode), "it dies as a Pair does");
+
 inline Closure* closure_of(Word word) { return reinterpret_cast<Closure*>(word & ~closure_tag); }
 inline Word word_of(Closure* closure) { return reinterpret_cast<uintptr_t>(closure) | closure_tag; }
 inline ClosureKind kind_of(const Closure* closure) {
     return static_cast<ClosureKind>(top_byte(closure) - rank_zero_code);
 }
+/// Of a Word that is a closure by its tag.
+inline ClosureKind kind_of_closure(Word word) { return kind_of(closure_of(word)); }
+inline bool is_cell(Word word) {
+    return is_closure(word) && kind_of_closure(word) >= ClosureKind::list_cell;
+}
+inline Cell* cell_of(Word word) { return reinterpret_cast<Cell*>(word & ~closure_tag); }
+/// Makes a cell of that kind in memory of its own. Takes both references.
+inline Word make_cell(void* memory, ClosureKind kind, Word x, Word y) {
+    auto* cell = static_cast<Cell*>(memory);
+    cell->header = ((rank_zero_code + static_cast<uint64_t>(kind)) << top_shift) | 1;
+    cell->x = x;
+    cell->y = y;
+    return reinterpret_cast<uintptr_t>(cell) | closure_tag;
+}
+
 inline uint64_t closure_header(ClosureKind kind, int captures) {
     const uint64_t code = rank_zero_code + static_cast<uint64_t>(kind);
     return (code << top_shift) | (static_cast<uint64_t>(captures) << span_shift) | 1;
