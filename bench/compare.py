@@ -9,9 +9,9 @@ it ends with status 0 and its output is that of the others. What counts is the u
 time of the process with its children, and its peak memory. The median over the rounds is taken,
 and from it the median of the peer's own start-up, which is that of an empty program.
 
-The peers are interpreters (hugs, runghc, guile's evaluator and its compiled code, lua, luajit with its
+The peers are interpreters (hugs, runghc, guile's evaluator and its bytecode, lua, luajit with its
 compiler off, ocaml's bytecode, python3 and bc) and, to show how far there is to go, compilers to code
-of the machine (luajit, ocamlopt, chez, ghc). What compiles does so before anything is measured, into a
+of the machine (guile's and luajit's while a program runs, ocamlopt, chez, ghc). What compiles does so before anything is measured, into a
 temporary folder.
 
 A ratio is the other's time over marl's: above 1, marl is faster. The means are shown the other way
@@ -225,12 +225,14 @@ def peers(size, scratch):
         Runner("hugs", ["runhugs", "-98"], ".hs", size),
         Runner("runghc", ["runghc"], ".hs", size),
         Runner("guile", [guile, "--no-auto-compile"], ".scm", size, not_compiled),
-        CompiledGuile("guilec", [guile, "--no-auto-compile"], ".scm", size, compiled),
+        CompiledGuile("guilec", [guile, "--no-auto-compile"], ".scm", size,
+                      {**compiled, "GUILE_JIT_THRESHOLD": "-1"}),
         Runner("lua", [lua], ".lua", size),
         Runner("luajit-off", ["luajit", "-joff"], ".lua", size),
         Compiled("ocaml", ["ocamlc"], ".ml", size, scratch, deep),
         Runner("python3", [python], ".py", size),
         Runner("bc", ["bc", "-q"], ".bc", size, {"BC_LINE_LENGTH": "0"}),
+        CompiledGuile("guile-jit", [guile, "--no-auto-compile"], ".scm", size, compiled),
         Runner("luajit", ["luajit"], ".lua", size),
         Compiled("ocamlopt", ["ocamlopt"], ".ml", size, scratch),
         Runner("chez", ["chezscheme", "--script"], ".scm", size),

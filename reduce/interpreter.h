@@ -292,7 +292,11 @@ MARL_INSTRUCTION(choose_one) {
     const Word head = frame[at->b];
     if (is_node(head)) {
         Node* node = node_of(head);
-        if (is_leaf(node) || !is_leaf(as_pair(node)->left)) MARL_SLOW(slow_choose);
+        if (is_leaf(node)) MARL_SLOW(slow_choose);
+        Node* function = as_pair(node)->left;
+        if (!is_leaf(function) && is_leaf(as_pair(function)->left)) {
+            if (two_bytes(as_pair(function)->left) == one_letter('V')) MARL_SLOW(slow_choose);
+        }
     } else if (is_cell(head)) {
         MARL_SLOW(slow_choose);
     }
