@@ -124,6 +124,15 @@ const Field<Tree> tree_fields[] = {
 // A shortened expression is not deep.
 Json json_of(const Tree& tree) { return object_of<Tree>(tree_fields, tree); }
 
+const Field<Spot> spot_fields[] = {
+    {"file", "string", "what the source is called", [](const Spot& x) -> Json { return x.file; }},
+    {"line", "number", "counted from 1", [](const Spot& x) -> Json { return x.line; }},
+    {"column", "number", "counted in bytes, from 1",
+     [](const Spot& x) -> Json { return x.column; }},
+};
+
+Json json_of(const Spot& spot) { return object_of<Spot>(spot_fields, spot); }
+
 const Field<Step> step_fields[] = {
     {"n", "number", "of the state, from 0", [](const Step& x) -> Json { return x.number; }},
     {"run", "number", "0, and one more in each run within a run",
@@ -148,6 +157,14 @@ const Field<Step> step_fields[] = {
      [](const Step& x) -> Json { return x.context ? json_of(*x.context) : left_out; }},
     {"focus?", "Tree", "when trees are asked for",
      [](const Step& x) -> Json { return x.focus ? json_of(*x.focus) : left_out; }},
+    {"place?", "Spot & { length: number }",
+     "where what is rewritten is written, and its bytes there, when places are asked for",
+     [](const Step& x) -> Json {
+         if (x.place.line == 0) return left_out;
+         Json place = json_of(x.place);
+         place["length"] = x.length;
+         return place;
+     }},
 };
 
 const Field<CallLine> call_fields[] = {
@@ -170,15 +187,6 @@ const Field<Ending> ending_fields[] = {
     {"report", "string", "what marl would show on standard error; empty when all is well",
      [](const Ending& x) -> Json { return x.report; }},
 };
-
-const Field<Spot> spot_fields[] = {
-    {"file", "string", "what the source is called", [](const Spot& x) -> Json { return x.file; }},
-    {"line", "number", "counted from 1", [](const Spot& x) -> Json { return x.line; }},
-    {"column", "number", "counted in bytes, from 1",
-     [](const Spot& x) -> Json { return x.column; }},
-};
-
-Json json_of(const Spot& spot) { return object_of<Spot>(spot_fields, spot); }
 
 const Field<Link> link_fields[] = {
     {"n", "number", "of the state", [](const Link& x) -> Json { return x.number; }},

@@ -99,12 +99,15 @@ struct Ending {
     std::string report;   // what `marl` would show on standard error; empty when all is well
 };
 
+struct Sources;  // lab/written.h: what a text was made of
+
 struct StepsOptions {
     int64_t from = 0;    // the number of the first state that is told
     int64_t count = -1;  // how many are told before the run is left; -1 for all
     std::string until;   // the run is left where this name is called first; empty for its end
     bool full = false;   // nothing is shortened
     bool trees = false;  // states come with trees; not together with `full`
+    const Sources* sources = nullptr;  // of the text: states come with their places there
 };
 
 /// An expression as a tree. A node that the trees of its state have shown already is there `again`:
@@ -128,6 +131,8 @@ struct Step {
     std::vector<std::string> left_out;  // of a line in full: what a shortened one leaves out
     std::optional<Tree> context;        // when trees are asked for
     std::optional<Tree> focus;
+    Spot place = {};    // where what it rewrites is written, if that is known and asked for,
+    size_t length = 0;  // and its bytes there
 };
 
 /// Tells the states of the reduction as they come, from number 0 on.
@@ -170,8 +175,6 @@ struct Why : Ending {
     std::vector<Link> chain;
     size_t more = 0;  // links of the chain behind these
 };
-
-struct Sources;  // lab/written.h: what the text was made of
 
 /// Runs the program to its end and tells where the first Z comes from that reaches an effect or the
 /// result.

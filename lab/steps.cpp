@@ -1,11 +1,13 @@
 // The reduction as a row of states, and the calls of one name in it.
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "lab/call_stack.h"
 #include "lab/lab.h"
 #include "lab/shown.h"
 #include "lab/stopped.h"
+#include "lab/written.h"
 #include "reduce/analysis.h"
 
 namespace marl::lab {
@@ -92,8 +94,9 @@ using TellCall = std::function<void(const CallLine&)>;
 
 class States : public CallKeeper {
   public:
-    States(StepsOptions options, const TellStep& tell)
-        : options_(std::move(options)), tell_(tell) {}
+    /// `written` is of the options' sources; null without them.
+    States(StepsOptions options, Written* written, const TellStep& tell)
+        : CallKeeper(written), options_(std::move(options)), tell_(tell) {}
 
   private:
     bool at(State& state, Value&) override {
@@ -102,9 +105,16 @@ class States : public CallKeeper {
         if (options_.count >= 0 && told_++ >= options_.count) return false;
         Step step = step_of(state, options_.full ? unlimited : Room{}, options_.trees);
         if (options_.full) step.left_out = left_out_of(state);
+        if (state.site) place(step, state.site);
         tell_(step);
         if (state.symbol && state.symbol->name == String(options_.until)) return false;
         return options_.count < 0 || told_ < options_.count;
+    }
+
+    void place(Step& step, const Site& site) const {
+        const Range range = range_of(*options_.sources, site);
+        step.place = spot_of(*options_.sources, site);
+        step.length = range.end - range.begin;
     }
 
     const StepsOptions options_;
@@ -151,7 +161,9 @@ class Calls : public Watcher {
 
 Ending run_steps(std::string_view text, const std::vector<std::string>& arguments,
                  const StepsOptions& options, const TellStep& tell) {
-    States states(options, tell);
+    std::optional<Written> written;
+    if (options.sources) written.emplace(*options.sources);
+    States states(options, written ? &*written : nullptr, tell);
     const ShownOnSignal shown_calls([&] { return states.under_way(SIZE_MAX); });
     const Outcome outcome = run_watched(text, arguments, states);
     return ending_of(outcome, states);

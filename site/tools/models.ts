@@ -6,6 +6,6 @@ export { OutputModel } from "../src/play/output";
 export { framesOf } from "../src/play/profile";
 export { Programs } from "../src/play/programs";
 export { fragmentOf, givenBy } from "../src/play/share";
-export { cutLine, piecesOfLine, writtenBy } from "../src/play/steps_model";
+export { cutLine, piecesOfLine, placeIn, writtenBy } from "../src/play/steps_model";
 export { sharedParts, waitingIn } from "../src/play/tree";
 export { serve } from "./serve";

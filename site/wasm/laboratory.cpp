@@ -16,6 +16,7 @@
 #include "lab/observe.h"
 #include "lab/pack.h"
 #include "lab/shown.h"
+#include "lab/written.h"
 #include "reduce/tables.h"
 
 /// Told by the page's side of the module.
@@ -29,15 +30,45 @@ Json& answer = *new Json;
 
 using Arguments = std::vector<std::string>;
 
-void steps(const std::string& text, const Arguments& arguments, const Json& request) {
+const std::string program_path = "/home/marl/program.marl";
+
+Files files_of(const Json& request) {
+    Files files{{}, "/library"};
+    const Json given = request.value("files", Json::object());
+    for (const auto& [path, text] : given.items())
+        files.open[identity_of(path)] = text.get<std::string>();
+    return files;
+}
+
+/// "text" is one program made of the text and what it uses; empty when that is at fault.
+
+/// What a request runs: its text with what that builds on in it. A text that builds on nothing, or
+/// is at fault, stays as it is.
+struct Made {
+    std::string text;
+    Sources sources;
+};
+
+Made made_of(const std::string& text, const Json& request) {
+    if (request.value("files", Json::object()).empty()) return {text, sources_of("program", text)};
+    const Files files = files_of(request);
+    Bundle bundle = read_bundle(files, program_path, text);
+    bundle.sources[0].shown = "program";
+    Packed packed = pack_to_run(files, bundle);
+    if (packed.text.empty()) return {text, sources_of("program", text)};
+    return {std::move(packed.text), {std::move(bundle), std::move(packed.definitions)}};
+}
+
+void steps(const Made& made, const Arguments& arguments, const Json& request) {
     StepsOptions options;
     options.from = request.value("from", int64_t{0});
     options.count = request.value("count", int64_t{100});
     options.full = request.value("full", false);
     options.trees = !options.full;
+    options.sources = &made.sources;
     answer["steps"] = Json::array();
     const auto gather = [](const Step& step) { answer["steps"].push_back(json_of(step)); };
-    answer.update(json_of(run_steps(text, arguments, options, gather)));
+    answer.update(json_of(run_steps(made.text, arguments, options, gather)));
 }
 
 /// The state that the run is at.
@@ -123,17 +154,6 @@ void calls(const std::string& text, const Arguments& arguments, const Json& requ
     answer.update(json_of(ending_of(run_watched(text, arguments, calls), calls)));
 }
 
-const std::string program_path = "/home/marl/program.marl";
-
-Files files_of(const Json& request) {
-    Files files{{}, "/library"};
-    const Json given = request.value("files", Json::object());
-    for (const auto& [path, text] : given.items())
-        files.open[identity_of(path)] = text.get<std::string>();
-    return files;
-}
-
-/// "text" is one program made of the text and what it uses; empty when that is at fault.
 void pack(const std::string& text, const Json& request) {
     const Files files = files_of(request);
     answer = {{"text", pack_to_run(files, read_bundle(files, program_path, text)).text}};
@@ -153,10 +173,21 @@ void doc(const std::string& text) {
     }
 }
 
+/// The commands that run a program, on "arguments".
+void watch(const std::string& command, const Made& made, const Json& request) {
+    const auto arguments = request.value("arguments", Arguments());
+    if (command == "steps") steps(made, arguments, request);
+    if (command == "walk") walk(made.text, arguments, request);
+    if (command == "calls") calls(made.text, arguments, request);
+    if (command == "why_z") answer.update(json_of(why_z(made.text, arguments, made.sources)));
+    if (command == "profile") {
+        profile(made.text, arguments, [](const Profiled& told) { answer = json_of(told); });
+    }
+}
+
 void answer_to(const Json& request) {
     const auto command = request.value("command", std::string());
     const auto text = request.value("text", std::string());
-    const auto arguments = request.value("arguments", Arguments());
     // What stands when the program ends the process.
     answer = {{"started", true}, {"ended", true}, {"report", ""}};
     if (command == "check")
@@ -164,13 +195,7 @@ void answer_to(const Json& request) {
     if (command == "pack") pack(text, request);
     if (command == "doc") doc(text);
     if (command == "format") answer = json_of(text, format_source(text));
-    if (command == "steps") steps(text, arguments, request);
-    if (command == "walk") walk(text, arguments, request);
-    if (command == "calls") calls(text, arguments, request);
-    if (command == "why_z") answer.update(json_of(why_z(text, arguments)));
-    if (command == "profile") {
-        profile(text, arguments, [](const Profiled& told) { answer = json_of(told); });
-    }
+    if (request.contains("arguments")) watch(command, made_of(text, request), request);
 }
 
 }  // namespace

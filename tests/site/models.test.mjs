@@ -148,6 +148,19 @@ test("a program is cut at its commas, and an expression is told from a function"
   );
   const { from, to } = models.definitionOf(text, "fact");
   assert.equal(text.slice(from, to), "fact\\n\\n");
+  const shown = showingValue("1+[ä],x\\2", true);
+  const placed = (line, column, length, file = "program") =>
+    models.placeIn("1+[ä],x\\2", shown, { file, line, column, length });
+  const entry = shown.indexOf("1+");
+  assert.deepEqual(
+    [
+      placed(1, entry + 3, 4),
+      placed(2, shown.split("\n")[1].indexOf("x") + 1, 3),
+      placed(1, 1, 3),
+      placed(1, 25, 3, "list.marl"),
+    ],
+    [{ from: 2, to: 5 }, { from: 6, to: 9 }, undefined, undefined],
+  );
   const isValue = (program, warned) => showingValue(program, warned) !== undefined;
   for (const [program, warned, expected] of [
     ["1+1", true, true],

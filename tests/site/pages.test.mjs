@@ -362,6 +362,7 @@ test("the steps of fact 3 are those of marl-lab, with the same part marked", asy
   await page.keyboard.press("Enter");
   await atStep(page, inner);
   await said(page, /^fact 2$/);
+  assert.equal(await page.$eval(".cm-at-step", (mark) => mark.textContent), "fact(x-1)");
   await page.close();
 });
 
@@ -371,8 +372,20 @@ test("steps lead to the first Z, show shared parts, and last as long as the read
   await page.click("#tab-steps");
   await atStep(page, 0);
   await does(page, "z");
-  await said(page, /^Z is the answer of over \[aaaa\] 2, within half \[aaaa\], then mult 5 Z$/);
-  assert.match(await page.$eval(".rule", (e) => e.textContent), /fire over/);
+  await said(page, /^The result is Z$/);
+  assert.deepEqual(await page.$$eval(".why li", (all) => all.map((e) => e.textContent)), [
+    "over [aaaa] 2 = Z, within half [aaaa]",
+    "mult 5 Z = Z",
+  ]);
+  const marked = () => page.$eval(".cm-at-step", (mark) => mark.textContent);
+  assert.deepEqual([await page.$eval(".rule", (e) => e.textContent), await marked()], ["Next: fire over", "n/2"]);
+  await page.click(".why li:last-child button");
+  await shows(page, ".rule", /fire mult/);
+  assert.equal(await marked(), "5*half(4*[a])");
+  await write(page, "a\\said{puts(init(lisp([a]/2)))}0");
+  await page.click("#tab-steps");
+  await does(page, "z");
+  await said(page, /^lisp Z is given a Z$/);
   await write(page, "a\\both(J(1,K)),both\\l\\J(l,l)");
   await page.click("#tab-steps");
   await shows(page, ".steps output", /of [\d,]+$/);

@@ -1,9 +1,12 @@
 // A program cut into its pieces, the entry and what stands between commas, by the grammar.
 import { type Open, type Token, tokenize } from "./grammar";
 
-export interface Piece {
+export interface Range {
   from: number;
   to: number;
+}
+
+export interface Piece extends Range {
   /// What it defines; none for the entry, and for a note.
   name?: string;
 }
@@ -65,6 +68,9 @@ export function useOf(text: string, theme: string): { from: number; insert: stri
 /// Stands in front of a value that a run shows.
 export const valueMark = "\u0002";
 
+/// What stands around an entry whose value is shown.
+const valueFrame = ["the_address\\the_value{", "\n}the_mark{putchar 2}the_end{puts(init(lisp the_value))}0"];
+
 /// The program that shows the value of its entry, where the entry is an expression and no function:
 /// with a name in front, the laboratory knows (`warned`); else it shows by how it begins.
 export function showingValue(text: string, warned: boolean): string | undefined {
@@ -72,7 +78,18 @@ export function showingValue(text: string, warned: boolean): string | undefined 
   const written = text.slice(entry.from, entry.to);
   if (!written.trim() || /^\s*[a-z_]+\s*\\/.test(written)) return undefined;
   if (/^\s*[a-z_]/.test(written) && !/^\s*[a-z_]+(\s+[a-z_]+)?\s*\{/.test(written) && !warned) return undefined;
-  return `the_address\\the_value{${written}\n}the_mark{putchar 2}the_end{puts(init(lisp the_value))}0${text.slice(entry.to)}`;
+  return `${valueFrame[0]}${written}${valueFrame[1]}${text.slice(entry.to)}`;
+}
+
+/// Where a part of the program that is run for a text stands in the text; nothing for a part of what
+/// shows the value.
+export function unframed(text: string, run: string, part: Range): Range | undefined {
+  if (text === run) return part;
+  const [before, behind] = valueFrame.map(({ length }) => length);
+  const end = piecesOf(text)[0].to;
+  const { from, to } = { from: part.from - before, to: part.to - before };
+  if (from >= 0 && to <= end) return { from, to };
+  return from < end + behind ? undefined : { from: from - behind, to: to - behind };
 }
 
 /// The program in which what a check asks takes the place of the entry.

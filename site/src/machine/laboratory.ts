@@ -38,6 +38,12 @@ export async function format(text: string): Promise<Formatted> {
 /// A state with its trees.
 export type Step = AnyStep & { context: Tree; focus: Tree };
 
+/// A run that is watched: the job of the program as it is written, and what that builds on.
+export interface Watched {
+  job: Job;
+  files: Record<string, string>;
+}
+
 /// A request that runs the program, in a worker of its own.
 export interface Pending<Told> {
   answer: Promise<Answer<Told>>;
@@ -49,46 +55,46 @@ type OnProgress = (state: number) => void;
 /// How long a request may run, in milliseconds.
 const patience = 120_000;
 
-function watch<Told>(request: object, job: Job, onProgress?: OnProgress): Pending<Told> {
+function watch<Told>(request: object, { job, files }: Watched, onProgress?: OnProgress): Pending<Told> {
   const laboratory = new Laboratory(patience);
   const text = new TextDecoder().decode(job.program.bytes);
-  const answer = laboratory.ask<Told>({ ...request, text, arguments: job.arguments }, job, onProgress);
+  const answer = laboratory.ask<Told>({ ...request, text, files, arguments: job.arguments }, job, onProgress);
   return {
     answer: answer.finally(() => laboratory.close()),
     stop: () => laboratory.close("stopped"),
   };
 }
 
-export function steps(job: Job, from: number, count: number) {
-  return watch<Ending & { steps: Step[] }>({ command: "steps", from, count }, job);
+export function steps(watched: Watched, from: number, count: number) {
+  return watch<Ending & { steps: Step[] }>({ command: "steps", from, count }, watched);
 }
 
 /// One state with nothing left out, as a line.
-export function fullStep(job: Job, n: number) {
-  return watch<Ending & { steps: AnyStep[] }>({ command: "steps", from: n, count: 1, full: true }, job);
+export function fullStep(watched: Watched, n: number) {
+  return watch<Ending & { steps: AnyStep[] }>({ command: "steps", from: n, count: 1, full: true }, watched);
 }
 
 /// Where a run gets to: to its end, or to the state numbered `limit`.
-export function walk(job: Job, limit: number, onProgress?: OnProgress) {
-  return watch<Ending & { last: number }>({ command: "walk", limit }, job, onProgress);
+export function walk(watched: Watched, limit: number, onProgress?: OnProgress) {
+  return watch<Ending & { last: number }>({ command: "walk", limit }, watched, onProgress);
 }
 
 /// The first call of a name in a state from `from` on; without `call` when there is none.
-export function nextCall(job: Job, name: string, from: number, onProgress?: OnProgress) {
-  return watch<Ending & { last: number; call?: string }>({ command: "walk", name, from }, job, onProgress);
+export function nextCall(watched: Watched, name: string, from: number, onProgress?: OnProgress) {
+  return watch<Ending & { last: number; call?: string }>({ command: "walk", name, from }, watched, onProgress);
 }
 
 /// The calls of a name, or of all that the program defines, with their answers.
-export function calls(job: Job, name: string, limit: number, onProgress?: OnProgress) {
-  return watch<Ending & { calls: CallLine[] }>({ command: "calls", name, limit }, job, onProgress);
+export function calls(watched: Watched, name: string, limit: number, onProgress?: OnProgress) {
+  return watch<Ending & { calls: CallLine[] }>({ command: "calls", name, limit }, watched, onProgress);
 }
 
 /// The calls that a Z in the result comes from, the first one first. A program that ends the
 /// process has no result.
-export function whyZ(job: Job) {
-  return watch<Ending & Partial<Why>>({ command: "why_z" }, job);
+export function whyZ(watched: Watched) {
+  return watch<Ending & Partial<Why>>({ command: "why_z" }, watched);
 }
 
-export function profile(job: Job) {
-  return watch<Ending & Pick<Profiled, "folded"> & Partial<Profiled>>({ command: "profile" }, job);
+export function profile(watched: Watched) {
+  return watch<Ending & Pick<Profiled, "folded"> & Partial<Profiled>>({ command: "profile" }, watched);
 }

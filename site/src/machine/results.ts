@@ -64,6 +64,8 @@ export interface Step {
   context?: Tree;
   /// when trees are asked for
   focus?: Tree;
+  /// where what is rewritten is written, and its bytes there, when places are asked for
+  place?: Spot & { length: number };
 }
 
 /// A part of a state's expression.

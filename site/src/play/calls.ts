@@ -1,9 +1,9 @@
 // The tree of calls: each with its answer, and the way to its place among the steps.
 import { piecesOf } from "../language/program";
 import { type CallLine, calls } from "../machine/laboratory";
-import { type Given, jobOf } from "./given";
+import type { Given } from "./given";
 import { Progress, Staleness } from "./progress";
-import { asRun } from "./runner";
+import { asWatched } from "./runner";
 import { withPictures } from "./steps_model";
 import type { Panel } from "./tabs";
 
@@ -101,10 +101,10 @@ export function setUpCalls(panel: HTMLElement, settings: Settings): Panel {
     progress.stop();
     stale.show(false);
     list.replaceChildren();
-    const { given } = await asRun(asked);
+    const watched = await asWatched(asked);
     const isWanted = () => key === next && select.value === name;
     if (!isWanted()) return;
-    const answer = await progress.wait(calls(jobOf(given), name, mostEvents, progress.at), isWanted);
+    const answer = await progress.wait(calls(watched, name, mostEvents, progress.at), isWanted);
     if (!answer) return;
     if (!answer.started) return progress.say("This program is at fault, and does not run.");
     list.replaceChildren(...callTree(answer.calls).map(itemOf));

@@ -1,8 +1,8 @@
 // What a run costs, by name: a table, and the stacks of calls as a picture in which width is steps.
 import { type ProfileRow, profile } from "../machine/laboratory";
-import { type Given, jobOf } from "./given";
+import type { Given } from "./given";
 import { Progress, Staleness } from "./progress";
-import { asRun } from "./runner";
+import { asWatched } from "./runner";
 import type { Panel } from "./tabs";
 
 interface Frame {
@@ -101,10 +101,10 @@ export function setUpProfile(panel: HTMLElement, given: () => Given): Panel {
     table.replaceChildren();
     picture.replaceChildren();
     picture.style.height = "0";
-    const program = await asRun(asked);
+    const watched = await asWatched(asked);
     const isWanted = () => key === next;
     if (!isWanted()) return;
-    const answer = await progress.wait(profile(jobOf(program.given)), isWanted);
+    const answer = await progress.wait(profile(watched), isWanted);
     if (!answer) {
       if (isWanted()) key = "";
       return;

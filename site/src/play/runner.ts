@@ -2,7 +2,8 @@
 //
 // A program whose entry is an expression and no function is run so that it shows its value.
 import { showingValue, valueMark } from "../language/program";
-import { check, type Message, pack } from "../machine/laboratory";
+import { check, type Message, pack, type Watched } from "../machine/laboratory";
+import { filesFor } from "../machine/library";
 import { type End, type Run, start } from "../machine/session";
 import { endedInReport, endingOf, pictureBegin, sentenceOf, sizeText } from "./ending";
 import { type Given, jobOf } from "./given";
@@ -40,13 +41,25 @@ async function valueProgram(given: Given): Promise<string | undefined> {
   );
 }
 
-/// The program as it is run: one that is an expression shows its value, and what it builds on is in
-/// it. A library that can't be fetched leaves it to marl to tell which names are missing.
-export async function asRun(given: Given): Promise<{ given: Given; isValue: boolean }> {
+/// The program as it is run: one that is an expression shows its value.
+async function asShown(given: Given): Promise<{ given: Given; isValue: boolean }> {
   const value = await valueProgram(given);
-  const whole = { ...given, text: value ?? given.text };
+  return { given: { ...given, text: value ?? given.text }, isValue: value !== undefined };
+}
+
+/// The program with what it builds on in it. A library that can't be fetched leaves it to marl to
+/// tell which names are missing.
+async function asRun(given: Given): Promise<{ given: Given; isValue: boolean }> {
+  const { given: whole, isValue } = await asShown(given);
   const text = await pack(whole).catch(() => whole.text);
-  return { given: { ...whole, text }, isValue: value !== undefined };
+  return { given: { ...whole, text }, isValue };
+}
+
+/// The program for the laboratory, which reads what it builds on by itself, and so knows where all
+/// of it is written.
+export async function asWatched(given: Given): Promise<Watched> {
+  const whole = (await asShown(given)).given;
+  return { job: jobOf(whole), files: await filesFor(whole).catch(() => ({})) };
 }
 
 export class Runner {

@@ -3,13 +3,14 @@
 // States come from the laboratory in windows, each by a run of its own, so the page holds little of
 // a long run. How long the run is a walk tells, up to a limit that the reader may put off; it tells
 // as well what the program has written by which state.
-import { definitionOf, piecesOf } from "../language/program";
-import { fullStep, nextCall, type Step, steps, walk, whyZ } from "../machine/laboratory";
-import type { Job, Logged } from "../machine/module";
+import type { Range } from "../language/program";
+import { fullStep, nextCall, type Step, steps, type Watched, walk, whyZ } from "../machine/laboratory";
+import type { Logged } from "../machine/module";
+import type { Link } from "../machine/results";
 import { type Given, jobOf } from "./given";
 import { Progress, Staleness } from "./progress";
-import { asRun } from "./runner";
-import { cutLine, lastFired, piecesOfLine, withPictures, writtenBy } from "./steps_model";
+import { asWatched } from "./runner";
+import { cutLine, linkText, piecesOfLine, placeIn, whySentence, withPictures, writtenBy } from "./steps_model";
 import type { Panel } from "./tabs";
 import { pictureOf, sharedParts, waitingIn } from "./tree";
 
@@ -39,6 +40,7 @@ const template = `
 <button type="button" data-do="stop" hidden>Stop</button>
 </form>
 <p class="said" role="status"></p>
+<ol class="why" aria-label="Where the Z comes from" hidden></ol>
 <p class="rule"></p>
 <pre class="state" tabindex="0" role="region" aria-label="The state: the context, a dot, the focus"></pre>
 <div class="so-far" hidden><h2>Written so far</h2><pre tabindex="0" role="region" aria-label="Written so far"></pre></div>
@@ -49,7 +51,7 @@ const template = `
 interface Settings {
   given(): Given;
   /// Marks a place in the program.
-  mark(place?: { from: number; to: number }): void;
+  mark(place?: Range): void;
 }
 
 export function setUpSteps(panel: HTMLElement, settings: Settings): Panel {
@@ -58,15 +60,16 @@ export function setUpSteps(panel: HTMLElement, settings: Settings): Panel {
   const slider = find<HTMLInputElement>("input[type=range]");
   const place = find<HTMLElement>("output");
   const more = find<HTMLButtonElement>('[data-do="more"]');
+  const why = find<HTMLOListElement>(".why");
   const playButton = find<HTMLButtonElement>('[data-do="play"]');
   const progress = new Progress(find(".said"), find('[data-do="stop"]'));
   const stale = new Staleness(find(".steps"), "the reduction", () => void begin());
 
-  let job: Promise<Job> = Promise.resolve(jobOf(settings.given()));
+  let watched: Promise<Watched> = Promise.resolve({ job: jobOf(settings.given()), files: {} });
   let key = "";
-  /// The text that the steps are of, and the names that it defines.
+  /// The text that the steps are of, and the program that is run for it.
   let text = "";
-  let names = new Set<string>();
+  let program = "";
   /// Where the page is, and where the last click wants it to be.
   let at = 0;
   let wanted = 0;
@@ -91,8 +94,7 @@ export function setUpSteps(panel: HTMLElement, settings: Settings): Panel {
     if (JSON.stringify(next) === key) return;
     key = JSON.stringify(next);
     text = next.text;
-    names = new Set(piecesOf(text).flatMap(({ name }) => name ?? []));
-    job = asRun(next).then(({ given }) => jobOf(given));
+    watched = asWatched(next);
     progress.stop();
     pause();
     at = wanted = last = 0;
@@ -101,7 +103,7 @@ export function setUpSteps(panel: HTMLElement, settings: Settings): Panel {
     report = "";
     log = [];
     windows = new Map();
-    more.hidden = true;
+    more.hidden = why.hidden = true;
     progress.say("");
     for (const part of panel.querySelectorAll("output, .rule, .state, .picture, ol")) part.replaceChildren();
     void show(0).then(() => {
@@ -120,11 +122,13 @@ export function setUpSteps(panel: HTMLElement, settings: Settings): Panel {
   }
 
   async function fetchWindow(from: number): Promise<Step[]> {
-    const answer = await progress.wait(steps(await job, from, windowSize), isCurrent());
+    const asked = await watched;
+    const answer = await progress.wait(steps(asked, from, windowSize), isCurrent());
     if (!answer) {
       windows.delete(from);
       return [];
     }
+    program = new TextDecoder().decode(asked.job.program.bytes);
     isAtFault = !answer.started;
     if (isAtFault) progress.say("This program is at fault, and does not run.");
     noteEnd(answer, answer.steps.at(-1)?.n ?? 0);
@@ -141,7 +145,7 @@ export function setUpSteps(panel: HTMLElement, settings: Settings): Panel {
   /// Looks for the end of the run, up to a limit, and for what is written on the way.
   async function count(limit: number) {
     more.hidden = true;
-    const answer = await progress.wait(walk(await job, limit, progress.at), isCurrent());
+    const answer = await progress.wait(walk(await watched, limit, progress.at), isCurrent());
     if (!answer) return;
     noteEnd(answer, answer.last);
     log = answer.output;
@@ -178,10 +182,15 @@ export function setUpSteps(panel: HTMLElement, settings: Settings): Panel {
     if (!panel.hidden) markSource(list.slice(0, mine - from + 1).reverse());
   }
 
+  /// Marks what the step rewrites; while another file's part is at work, what the program had there
+  /// last.
   function markSource(before: Step[]) {
     if (settings.given().text !== text) return;
-    const name = lastFired(before, names);
-    settings.mark((name !== undefined && definitionOf(text, name)) || piecesOf(text)[0]);
+    for (const { place } of before) {
+      const range = placeIn(text, program, place);
+      if (range) return settings.mark(range);
+    }
+    settings.mark();
   }
 
   function draw(step: Step) {
@@ -231,7 +240,7 @@ export function setUpSteps(panel: HTMLElement, settings: Settings): Panel {
   }
 
   async function unfoldHole(step: Step, index: number, button: HTMLElement) {
-    const answer = await progress.wait(fullStep(await job, step.n), isCurrent());
+    const answer = await progress.wait(fullStep(await watched, step.n), isCurrent());
     const left = answer?.steps[0]?.leftOut?.[index];
     if (left === undefined) return;
     const term = document.createElement("span");
@@ -241,7 +250,7 @@ export function setUpSteps(panel: HTMLElement, settings: Settings): Panel {
   }
 
   async function goToCall(name: string) {
-    const answer = await progress.wait(nextCall(await job, name, at + 1, progress.at), isCurrent());
+    const answer = await progress.wait(nextCall(await watched, name, at + 1, progress.at), isCurrent());
     if (!answer) return;
     noteEnd(answer, answer.last);
     if (answer.call !== undefined) await show(answer.last);
@@ -250,15 +259,28 @@ export function setUpSteps(panel: HTMLElement, settings: Settings): Panel {
   }
 
   async function goToZ() {
-    const answer = await progress.wait(whyZ(await job), isCurrent());
+    const answer = await progress.wait(whyZ(await watched), isCurrent());
     if (!answer) return;
+    if (!answer.started) return progress.say("This program is at fault, and does not run.");
     if (!answer.chain) return progress.say("The program ends by itself, before it has a result.");
-    const [first, ...others] = answer.chain;
-    if (!first) return progress.say("No step has made a Z that is in the result.");
-    await show(first.n);
-    const within = first.within.length ? `, within ${first.within[0]}` : "";
-    const then = others.map(({ call }) => `, then ${call}`).join("");
-    progress.say(withPictures(`Z is the answer of ${first.call}${within}${then}`));
+    const { chain, effect, result = "", more = 0 } = answer;
+    if (chain.length) await show(chain[0].n);
+    why.replaceChildren(...chain.map(itemOfLink));
+    why.hidden = chain.length === 0;
+    progress.say(withPictures(whySentence({ effect, result, chain, more })));
+  }
+
+  /// A link of the chain, which leads to its state.
+  function itemOfLink({ n, kind, call, within, place }: Link, index: number) {
+    const button = document.createElement("button");
+    button.type = "button";
+    button.textContent = withPictures(linkText({ kind, call }));
+    button.disabled = n < 0; // before the program's run
+    button.addEventListener("click", () => void show(n));
+    const item = document.createElement("li");
+    const around = index === 0 && within.length ? `, within ${within.join(", within ")}` : "";
+    item.append(button, withPictures(around), place && place.file !== "program" ? ` (${place.file})` : "");
+    return item;
   }
 
   function pause() {

@@ -1,6 +1,8 @@
 // What a state of the reduction shows, apart from how a page draws it.
+import { type Range, unframed } from "../language/program";
 import type { Step } from "../machine/laboratory";
 import type { Logged } from "../machine/module";
+import type { Link, Why } from "../machine/results";
 
 const encoder = new TextEncoder();
 const decoder = new TextDecoder();
@@ -37,7 +39,32 @@ export const writtenBy = (log: Logged[], n: number) =>
     .map(({ text }) => text)
     .join("");
 
-/// The definition that a run has taken up last, by the steps up to a state, the last one first.
-export function lastFired(steps: Pick<Step, "rule" | "name">[], names: Set<string>): string | undefined {
-  return steps.find(({ rule, name }) => rule === "fire" && name !== undefined && names.has(name))?.name;
+/// Where what a step rewrites stands in the text that the program `run` was made of; nothing for what
+/// another file has written.
+export function placeIn(text: string, run: string, place: Step["place"]): Range | undefined {
+  if (place?.file !== "program") return undefined;
+  const lines = run.split("\n");
+  const { line, column, length } = place;
+  const before = lines.slice(0, line - 1).reduce((size, each) => size + each.length + 1, 0);
+  const from = before + charactersOf(lines[line - 1], column - 1);
+  return unframed(text, run, { from, to: from + charactersOf(run.slice(from, from + length), length) });
 }
+
+/// How long the first bytes of a text are.
+const charactersOf = (text: string, bytes: number) => decoder.decode(encoder.encode(text).subarray(0, bytes)).length;
+
+/// What is said of a Z that reaches an effect or the result.
+export function whySentence({ effect, result, chain, more }: Pick<Why, "effect" | "result" | "chain" | "more">) {
+  const what = effect === undefined ? `The result is ${result}` : `${effect} is given a Z`;
+  if (!chain.length) return `${what}. No step has made a Z that is in it.`;
+  return `${what}${more ? `; behind these links are ${more} more` : ""}`;
+}
+
+const linkTexts: Partial<Record<Link["kind"], (call: string) => string>> = {
+  literal: (call) => `Z is written in ${call}`,
+  backquote: (call) => `Z is what the backquote on ${call} has left`,
+  "empty list": (call) => `${call} = Z, of an empty list`,
+  "no list": (call) => `${call} = Z, of what is no list`,
+};
+
+export const linkText = ({ kind, call }: Pick<Link, "kind" | "call">) => linkTexts[kind]?.(call) ?? `${call} = Z`;
