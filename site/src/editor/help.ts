@@ -75,10 +75,11 @@ export interface Checking {
 
 function faults({ beside, onChecked }: Checking) {
   const lint = async ({ state: { doc } }: EditorView) => {
-    // Without an answer from the laboratory there is nothing to say against a program.
+    // Without an answer from the laboratory there is nothing to say against a program, nor against an
+    // entry that is no function: a page shows its value.
     const source = { text: doc.toString(), files: beside() };
     const found = doc.length > longest ? [] : await check(source).catch(() => []);
-    const messages = await Promise.all(found.map(withTheme));
+    const messages = await Promise.all(found.filter(({ kind }) => kind !== "entry").map(withTheme));
     onChecked(messages);
     return diagnosticsOf(doc, messages);
   };

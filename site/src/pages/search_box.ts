@@ -65,6 +65,8 @@ export function setUpSearch(field: HTMLInputElement) {
     }
   }
   field.addEventListener("input", () => void search());
+  // What lies over the text goes when it has led to its place there.
+  if (list.closest("article")) addEventListener("hashchange", () => list.replaceChildren());
   field.value ||= new URLSearchParams(location.search).get("q") ?? "";
   if (field.value) void search();
 }

@@ -40,7 +40,7 @@ const template = `
 <button type="button" data-do="stop" hidden>Stop</button>
 </form>
 <p class="said" role="status"></p>
-<ol class="why" aria-label="Where the Z comes from" hidden></ol>
+<div class="why" hidden><p role="status"></p><ol></ol></div>
 <p class="rule"></p>
 <pre class="state" tabindex="0" role="region" aria-label="The state: the context, a dot, the focus"></pre>
 <div class="so-far" hidden><h2>Written so far</h2><pre tabindex="0" role="region" aria-label="Written so far"></pre></div>
@@ -60,7 +60,7 @@ export function setUpSteps(panel: HTMLElement, settings: Settings): Panel {
   const slider = find<HTMLInputElement>("input[type=range]");
   const place = find<HTMLElement>("output");
   const more = find<HTMLButtonElement>('[data-do="more"]');
-  const why = find<HTMLOListElement>(".why");
+  const why = find<HTMLElement>(".why");
   const playButton = find<HTMLButtonElement>('[data-do="play"]');
   const progress = new Progress(find(".said"), find('[data-do="stop"]'));
   const stale = new Staleness(find(".steps"), "the reduction", () => void begin());
@@ -263,11 +263,12 @@ export function setUpSteps(panel: HTMLElement, settings: Settings): Panel {
     if (!answer) return;
     if (!answer.started) return progress.say("This program is at fault, and does not run.");
     if (!answer.chain) return progress.say("The program ends by itself, before it has a result.");
-    const { chain, effect, result = "", more = 0 } = answer;
+    const { chain, effect, effect_place, result = "", more = 0 } = answer;
     if (chain.length) await show(chain[0].n);
-    why.replaceChildren(...chain.map(itemOfLink));
-    why.hidden = chain.length === 0;
-    progress.say(withPictures(whySentence({ effect, result, chain, more })));
+    const isOwn = effect_place?.file !== "program" || placeIn(text, program, { ...effect_place, length: 0 });
+    find(".why p").textContent = withPictures(whySentence({ effect, result, chain, more }, !isOwn));
+    find(".why ol").replaceChildren(...chain.map(itemOfLink));
+    why.hidden = false;
   }
 
   /// A link of the chain, which leads to its state.

@@ -53,9 +53,12 @@ export function placeIn(text: string, run: string, place: Step["place"]): Range 
 /// How long the first bytes of a text are.
 const charactersOf = (text: string, bytes: number) => decoder.decode(encoder.encode(text).subarray(0, bytes)).length;
 
-/// What is said of a Z that reaches an effect or the result.
-export function whySentence({ effect, result, chain, more }: Pick<Why, "effect" | "result" | "chain" | "more">) {
-  const what = effect === undefined ? `The result is ${result}` : `${effect} is given a Z`;
+/// What is said of a Z that reaches an effect or the result. `isValue` is for the effect that shows the
+/// value of an expression.
+export function whySentence(why: Pick<Why, "effect" | "result" | "chain" | "more">, isValue: boolean) {
+  const { effect, result, chain, more } = why;
+  const given = isValue ? "There is a Z in the value" : `${effect} is given a Z`;
+  const what = effect === undefined ? `The result is ${result}` : given;
   if (!chain.length) return `${what}. No step has made a Z that is in it.`;
   return `${what}${more ? `; behind these links are ${more} more` : ""}`;
 }
