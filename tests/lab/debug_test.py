@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Goes through runs with `marl-lab debug`, on a terminal's lines and as a debug adapter.
 
-debug_session.jsonl is what VS Code sends to the adapter in a session, and what has to come of it: an
-answer's fields are compared as far as they are given there.
+debug_session.jsonl is a recorded session of a client of the Debug Adapter Protocol, and what has to come
+of it: an answer's fields are compared as far as they are given there. Its first line tells the client.
 
     debug_test.py MARL_LAB MARL
 """
@@ -89,7 +89,7 @@ def check_adapter(folder):
     path = pathlib.Path(folder, "fact.marl")
     path.write_text(FACT)
     lines = (HERE / "debug_session.jsonl").read_text().replace("$PROGRAM", str(path)).splitlines()
-    session = [json.loads(line) for line in lines]
+    session = [json.loads(line) for line in lines[1:]]
     sent = b"".join(frame(one["message"]) for one in session if one["from"] == "client")
     wanted = [one["message"] for one in session if one["from"] == "adapter"]
     ran = subprocess.run([LAB, "debug", "--dap"], input=sent, capture_output=True, timeout=60,
