@@ -2,6 +2,8 @@
 // addresses of instructions, and no more. The asking thread takes the copy and counts it. At the
 // end the addresses become names: every instruction belongs to the code of one definition.
 //
+// On the plain machine an observer keeps the calls, and the handler copies Symbols.
+//
 // A deep context is looked at near its top and at its bottom, where the callers of all are.
 #include "lab/sample.h"
 
@@ -13,14 +15,17 @@
 #include <cstdlib>
 #include <ctime>
 #include <map>
+#include <optional>
 #include <set>
 #include <thread>
 
 #include "driver/interrupt.h"
 #include "driver/session.h"
 #include "lab/observe.h"
+#include "lab/plain_calls.h"
 #include "lab/stopped.h"
 #include "lab/written.h"
+#include "reduce/needs.h"
 #include "reduce/stack.h"
 
 namespace marl::lab {
@@ -30,7 +35,8 @@ namespace {
 constexpr ptrdiff_t most_on_top = 200;
 constexpr ptrdiff_t most_at_bottom = 56;
 
-/// An entry of the context, or the instruction that is at work.
+/// An entry of the context, or the instruction that is at work; on the plain machine a Symbol, with
+/// no instruction.
 struct Place {
     const Instruction* instruction;
     Word word;
@@ -46,23 +52,41 @@ struct Look {
     void add(const Instruction* instruction, Word word) { places[count++] = {instruction, word}; }
 };
 
+/// The calls of the plain machine; null for a program that doesn't need it.
+PlainCalls* plain_calls = nullptr;
+
+/// Adds what `add` makes of entries near the top of so many and at their bottom.
+void look_near_ends(ptrdiff_t depth, const auto& add) {
+    const ptrdiff_t near_top = std::min(depth, most_on_top);
+    for (ptrdiff_t i = 0; i < near_top; ++i) add(i);
+    for (ptrdiff_t i = std::max(near_top, depth - most_at_bottom); i < depth; ++i) add(i);
+}
+
+void look_at_plain(Look& look) {
+    if (plain_calls->is_changing()) return;
+    const auto add = [&](const Symbol* symbol) {
+        look.add(nullptr, reinterpret_cast<Word>(symbol));
+    };
+    if (plain_calls->builtin()) add(plain_calls->builtin());
+    look_near_ends(static_cast<ptrdiff_t>(plain_calls->depth()), [&](ptrdiff_t from_top) {
+        add(plain_calls->call(static_cast<size_t>(from_top)));
+    });
+}
+
 /// Looks at the machine, from the thread that runs it or from a signal in it.
 void look(Look& look) {
     look.count = 0;
+    if (plain_calls) return look_at_plain(look);
     if (machine.at) look.add(machine.at, 0);
     StackEntry* const bottom = machine.stack.entries;
     if (machine.moves || !bottom) return;
     StackEntry* const top = machine.at_top ? machine.at_top : machine.stack.top;
     if (top < bottom || top > machine.stack.limit + spare_entries) return;
-    const ptrdiff_t depth = top - bottom;
-    const ptrdiff_t near_top = std::min(depth, most_on_top);
-    const auto add = [&](ptrdiff_t from_top) {
+    look_near_ends(top - bottom, [&](ptrdiff_t from_top) {
         const StackEntry& entry = top[-from_top - 1];
         const bool tells = entry.next && (is_code(entry) || entry.kind() == Op::update);
         if (tells) look.add(entry.next, entry.word);
-    };
-    for (ptrdiff_t i = 0; i < near_top; ++i) add(i);
-    for (ptrdiff_t i = std::max(near_top, depth - most_at_bottom); i < depth; ++i) add(i);
+    });
 }
 
 // The samples.
@@ -196,19 +220,30 @@ bool is_operators(std::string_view builtin) {
     return std::find(std::begin(names), std::end(names), builtin) != std::end(names);
 }
 
+/// The built-in that is at work there.
+const Builtin* builtin_at(const Place& place) {
+    const Instruction* at = place.instruction;
+    if (!at) return reinterpret_cast<const Symbol*>(place.word)->builtin;
+    const bool is_builtin = at->op == Op::builtin || at->op == Op::builtin_last ||
+                            at->op == Op::builtin_held || at->op == Op::builtin_nested;
+    return is_builtin ? at->builtin : nullptr;
+}
+
+/// The definition that is.
+const Symbol* symbol_at(const Owners& owners, const Place& place) {
+    const Instruction* at = place.instruction;
+    const bool is_named = !at || at->op == Op::update;
+    return is_named ? reinterpret_cast<const Symbol*>(place.word) : owners.of(at);
+}
+
 /// The definitions of the sources that a look tells, the innermost first, and a built-in in front.
 std::vector<std::string> names_of(const Owners& owners, const Sources& sources, const Place* places,
                                   size_t count) {
     std::vector<std::string> names;
     for (size_t i = 0; i < count; ++i) {
-        const Instruction* at = places[i].instruction;
-        const bool is_update = at->op == Op::update;
-        const bool is_builtin = at->op == Op::builtin || at->op == Op::builtin_last ||
-                                at->op == Op::builtin_held || at->op == Op::builtin_nested;
-        if (i == 0 && is_builtin && !is_operators(at->builtin->name))
-            names.emplace_back(at->builtin->name);
-        const Symbol* symbol =
-            is_update ? reinterpret_cast<const Symbol*>(places[i].word) : owners.of(at);
+        const Builtin* builtin = builtin_at(places[i]);
+        if (i == 0 && builtin && !is_operators(builtin->name)) names.emplace_back(builtin->name);
+        const Symbol* symbol = symbol_at(owners, places[i]);
         if (symbol && sources.definitions.contains(symbol->name.view())) {
             names.push_back(name_of(*symbol));
         }
@@ -333,11 +368,15 @@ void sample(std::string_view text, const std::vector<std::string>& arguments,
         return tell(Sampled{
             {false, false, 0, std::string(report_picture(session.report).view())}, {}, {}, 0, 0});
     }
+    std::optional<PlainCalls> plain;
+    if (needs_plain_machine) plain_calls = &plain.emplace(sources);
     Sampler sampler;
     pending = {&sampler, &sources, &tell};
     const bool ends = run_session(session, argument_array(arguments));
     sampler.stop();
     pending = {};
+    plain_calls = nullptr;
+    plain.reset();
     const Owners owners;  // the result takes the entry's place, and its code goes
     const bool returns = ends && require_integer(session);
     Ending ending{true, true, returns ? status_of_session(session) : 0, {}};

@@ -27,6 +27,8 @@ class Observer {
     /// the place of the focus, if it means the same to the program. The answer false ends the run,
     /// with the result Z.
     virtual bool see(Node* context, Value& focus) = 0;
+    /// A definition or a built-in fires, in that context.
+    virtual void fires(const Symbol& /*symbol*/, Node* /*context*/) {}
     /// A part of a body has been copied, with values in the places of variables.
     virtual void copied(Node* /*part*/, Node* /*copy*/) {}
     /// Called in the place of a built-in. Who answers takes no argument, and gives no call to it.
@@ -47,6 +49,9 @@ inline void observe_begin() {
 inline bool observe_state(Node* context, Value& focus) {
     return !observer || observer->see(context, focus);
 }
+inline void observe_fire(const Symbol& symbol, Node* context) {
+    if (observer) observer->fires(symbol, context);
+}
 inline void observe_copy(Node* part, Node* copy) {
     if (observer) observer->copied(part, copy);
 }
@@ -63,6 +68,7 @@ inline Value observe_builtin(const Builtin& row, Value* arguments) {
 constexpr bool is_observed() { return false; }
 constexpr void observe_begin() {}
 constexpr bool observe_state(Node*, const Value&) { return true; }
+constexpr void observe_fire(const Symbol&, Node*) {}
 constexpr void observe_copy(Node*, Node*) {}
 inline Value observe_builtin(const Builtin& row, Value* arguments) {
     return row.function(arguments);

@@ -261,6 +261,7 @@ void fire_name(const Application& application, Value& context, Value& focus) {
     static const Symbol& todo = symbol_of("todo");
     Symbol& symbol = symbol_of_leaf(application.head);
     if (&symbol == &todo) return fire_todo(application, focus);
+    observe_fire(symbol, context);
     if (symbol.builtin) {
         MARL_REQUIRE(symbol.builtin->arity == application.count);
         return fire_builtin(*symbol.builtin, context, focus);
