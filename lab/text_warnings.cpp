@@ -24,12 +24,19 @@ bool is_local_before(const Program& program, size_t piece, std::string_view name
     });
 }
 
+/// Whether a text is numbers and what is done with them.
+bool is_calculation(std::string_view text) {
+    return text.find_first_of("0123456789") != text.npos &&
+           text.find_first_not_of("0123456789+-*/%^<>() \n") == text.npos;
+}
+
 /// Whether a piece that defines nothing is code by the look of it: all of its words are names of
-/// the program, and something is applied by a bracket or an operator.
+/// the program, and something is applied by a bracket or an operator. Or it has no words.
 bool is_code(const Program& program, size_t index) {
     const Piece& piece = program.pieces[index];
     const std::string_view text = program.written(piece.range);
     if (text.empty() || text.starts_with('[') || piece.damaged) return false;
+    if (is_calculation(text)) return true;
     const bool has_marks = text.find_first_of("([{;\\") != text.npos;
     bool all_known = true;
     bool has_name = false;
