@@ -8,6 +8,7 @@ MARL stands in the build folder that is installed.
 import gzip
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import sys
@@ -85,7 +86,8 @@ class Installation(unittest.TestCase):
         library, = self.prefix.glob("lib*/**/pkgconfig")
         flags = subprocess.run(["pkg-config", "--cflags", "--libs", "marl"], capture_output=True, check=True, text=True,
                                env=dict(os.environ, PKG_CONFIG_PATH=str(library))).stdout.split()
-        run("cc", self.prefix / EXAMPLE / "embed.c", "-o", self.prefix / "embed", *flags)
+        run(os.environ["CC"], self.prefix / EXAMPLE / "embed.c", "-o", self.prefix / "embed", *flags,
+            *os.environ["LDFLAGS"].split())
         self.check_example(self.prefix / "embed")
 
     @unittest.skipUnless(shutil.which("groff"), "no groff")
@@ -101,4 +103,8 @@ class Installation(unittest.TestCase):
 
 if __name__ == "__main__":
     MARL = pathlib.Path(sys.argv.pop(1)).resolve()
+    # What sanitizers of one compiler have built is not for the other one's linker.
+    by_clang = re.search(r"CMAKE_CXX_COMPILER:\w+=.*clang", (MARL.parent / "CMakeCache.txt").read_text())
+    os.environ["CC"], os.environ["CXX"] = ("clang", "clang++") if by_clang else ("cc", "c++")
+    os.environ["LDFLAGS"] = "-fsanitize-link-c++-runtime" if by_clang else ""
     unittest.main()

@@ -28,8 +28,9 @@ void nothing() {}
 
 template <class Classes, auto function>
 Value call(std::vector<Value> arguments) {
-    return wrap<Classes, function>("", uint8_t(Wrapper<Classes, function>::arity))
-        .function(arguments.data());
+    constexpr uint8_t arity = Wrapper<Classes, function>::arity;
+    constexpr Builtin row = wrap<Classes, function>("", arity);
+    return row.function(arguments.data());
 }
 
 std::string shown(const Value& x) { return std::string(leaf_bytes(x)); }
