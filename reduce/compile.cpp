@@ -241,7 +241,7 @@ void Compiler::constant_head(Node* name, const Terms& terms, Target target, Regi
     next_ = outer;
 }
 
-/// A lazy definition whose body only arranges its parameters and closed Leaves is arranged here,
+/// A lazy definition whose body only arranges its parameters and constants is arranged here,
 /// when it uses each parameter at most once, so that no work is done twice.
 bool Compiler::arrange(Symbol& symbol, const Terms& terms, Target target, RegisterSet live) {
     std::array<int, 26> term_of;
@@ -252,19 +252,23 @@ bool Compiler::arrange(Symbol& symbol, const Terms& terms, Target target, Regist
     }
     Terms arranged;
     uint32_t seen = 0;
+    // A constant in the body is one node for all calls.
+    const auto is_constant = [](Node* node) {
+        return is_leaf(node) ? rank_of(node) != rank_variable : is_closed(node) && settled(node);
+    };
     const auto translate = [&](Node* leaf, Term& to) {
-        if (!is_leaf(leaf)) return false;
-        if (rank_of(leaf) != rank_variable) {
+        if (is_constant(leaf)) {
             to = {leaf, 0};
             return true;
         }
+        if (!is_leaf(leaf)) return false;
         if (seen & letter_bit(leaf)) return false;
         seen |= letter_bit(leaf);
         to = terms[static_cast<size_t>(term_of[static_cast<size_t>(letter_of(leaf))])];
         return true;
     };
     Term head;
-    for (; !is_leaf(body); body = left(body)) {
+    for (; !is_leaf(body) && !is_constant(body); body = left(body)) {
         if (form(body) != Form::other || !translate(right(body), head)) return false;
         arranged.insert(arranged.begin(), head);
     }
