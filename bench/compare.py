@@ -11,8 +11,8 @@ and from it the median of the peer's own start-up, which is that of an empty pro
 
 The peers are interpreters (hugs, runghc, guile's evaluator and its bytecode, lua, luajit with its
 compiler off, ocaml's bytecode, python3 and bc) and, to show how far there is to go, compilers to code
-of the machine (guile's and luajit's while a program runs, ocamlopt, chez, ghc). What compiles does so before anything is measured, into a
-temporary folder.
+of the machine (guile's and luajit's while a program runs, ocamlopt, chez, ghc). What compiles does so
+before anything is measured, into a temporary folder.
 
 A ratio is the other's time over marl's: above 1, marl is faster. The means are shown the other way
 round as well, with the program that is slowest beside each peer, what the mean is to stay below, and the

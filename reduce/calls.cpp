@@ -204,8 +204,8 @@ void slow_call(MARL_STATE) {
 
 void slow_apply(MARL_STATE) {
     const bool taken = (at->fields.f & take_a) != 0;
-    Word* const row = frame + at->b;
     const Word function = taken ? frame[at->a] : shared_word(frame[at->a]);
+    Word* const row = frame + at->b;
     const Called called = open_function(function, row, at->c);
     const Builtin* builtin = called.symbol ? called.symbol->builtin : nullptr;
     if (builtin && !builtin->is_nested) {
@@ -240,7 +240,7 @@ void slow_apply(MARL_STATE) {
 
 void slow_apply_last(MARL_STATE) {
     const Word function = frame[at->a];
-    for (int i = 0; i < at->c; ++i) frame[i] = frame[at->b + i];
+    memmove(frame, frame + at->b, at->c * sizeof(Word));
     const Called called = open_function(function, frame, at->c);
     m->stack.top = top;
     m->registers.top = frame;

@@ -187,15 +187,32 @@ inline const Instruction* start_on_one(Word function, Word* row, Word argument) 
     return start;
 }
 
-/// The rest of a choice before two operands: K and H are looked at here.
+/// Whether a node is (letter x) y.
+inline bool is_pair_of(const Node* node, char letter) {
+    if (is_leaf(node)) return false;
+    const Node* inner = static_cast<const PairNode*>(node)->left;
+    if (is_leaf(inner)) return false;
+    const Node* head = static_cast<const PairNode*>(inner)->left;
+    return is_leaf(head) && two_bytes(head) == one_letter(letter);
+}
+
+/// The way that a choice goes for a Leaf in front of its terms; 0 for that of any other head.
+inline int32_t way_of_leaf(const Choice& choice, const Node* leaf) {
+    switch (two_bytes(leaf)) {
+        case one_letter('K'): return choice.k;
+        case one_letter('H'): return choice.h;
+        case one_letter('I'): return choice.identity;
+        default: return 0;
+    }
+}
+
+/// The rest of a choice before two operands: a truth value is looked at here.
 inline void choose_truth(MARL_STATE) {
     const Word head = frame[at->b];
     if (!is_node(head) || !is_leaf(node_of(head)) || count_of(node_of(head)) == 1) {
         MARL_SLOW(slow_choose);
     }
-    const uint16_t name = two_bytes(node_of(head));
-    const Choice& choice = *at->choice;
-    const int32_t way = name == one_letter('K') ? choice.k : name == one_letter('H') ? choice.h : 0;
+    const int32_t way = way_of_leaf(*at->choice, node_of(head));
     if (way == 0) MARL_SLOW(slow_choose);
     if ((at->fields.f & take_b) != 0) --node_of(head)->header;
     MARL_GO_TO(at + way);
@@ -292,11 +309,7 @@ MARL_INSTRUCTION(choose_one) {
     const Word head = frame[at->b];
     if (is_node(head)) {
         Node* node = node_of(head);
-        if (is_leaf(node)) MARL_SLOW(slow_choose);
-        Node* function = as_pair(node)->left;
-        if (!is_leaf(function) && is_leaf(as_pair(function)->left)) {
-            if (two_bytes(as_pair(function)->left) == one_letter('V')) MARL_SLOW(slow_choose);
-        }
+        if (is_leaf(node) || is_pair_of(node, 'V')) MARL_SLOW(slow_choose);
     } else if (is_cell(head)) {
         MARL_SLOW(slow_choose);
     }

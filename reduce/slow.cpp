@@ -30,15 +30,6 @@ Word second_operand(const Instruction* at, const Word* frame) {
     return is_number_op(at->op) ? at->word : owned(frame[at->c], takes(at, take_c));
 }
 
-/// Whether a node is (letter x) y.
-bool is_pair_of(const Node* node, char letter) {
-    if (is_leaf(node)) return false;
-    const Node* inner = static_cast<const PairNode*>(node)->left;
-    if (is_leaf(inner)) return false;
-    const Node* head = static_cast<const PairNode*>(inner)->left;
-    return is_leaf(head) && two_bytes(head) == one_letter(letter);
-}
-
 /// The parts of (J x) y or (V x) y, to two registers. Consumes the node when it is `taken`.
 void take_apart(Node* node, bool taken, Word* to) {
     PairNode* outer = as_pair(node);
@@ -77,16 +68,6 @@ bool take_cell_apart(Word word, bool is_list, bool taken, Word* to) {
         --cell->header;
     }
     return true;
-}
-
-/// The way that a choice goes for a Leaf in front of its terms; 0 for that of any other head.
-int32_t way_of_leaf(const Choice& choice, const Node* leaf) {
-    switch (two_bytes(leaf)) {
-        case one_letter('K'): return choice.k;
-        case one_letter('H'): return choice.h;
-        case one_letter('I'): return choice.identity;
-        default: return 0;
-    }
 }
 
 /// Whether a function that is no closure is strict and takes that many more arguments.

@@ -4,9 +4,9 @@
 
 A Value or a pointer to a Node prints as its text, its count, and what its header says: the rank of its
 head, whether work is left in it, its free letters. A Word prints as the number, the node or the closure
-that it is: <part of a body | what it captures>, or its operands where it is a cell. A pointer to Code prints as the expression that it is
-made of. An expression is cut off behind some hundred bytes, and nothing in the process is called, so
-that broken heaps can be looked at too.
+that it is: <part of a body | what it captures>, or the operands of a cell. A pointer to Code prints as the
+expression that it is made of. An expression is cut off behind some hundred bytes, and nothing in the
+process is called, so that broken heaps can be looked at too.
 """
 import gdb
 import struct

@@ -78,19 +78,20 @@ inline bool is_cell(Word word) {
     return is_closure(word) && kind_of_closure(word) >= ClosureKind::list_cell;
 }
 inline Cell* cell_of(Word word) { return reinterpret_cast<Cell*>(word & ~closure_tag); }
+inline uint64_t closure_header(ClosureKind kind, int captures) {
+    const uint64_t code = rank_zero_code + static_cast<uint64_t>(kind);
+    return (code << top_shift) | (static_cast<uint64_t>(captures) << span_shift) | 1;
+}
+
 /// Makes a cell of that kind in memory of its own. Takes both references.
 inline Word make_cell(void* memory, ClosureKind kind, Word x, Word y) {
     auto* cell = static_cast<Cell*>(memory);
-    cell->header = ((rank_zero_code + static_cast<uint64_t>(kind)) << top_shift) | 1;
+    cell->header = closure_header(kind, 0);
     cell->x = x;
     cell->y = y;
     return reinterpret_cast<uintptr_t>(cell) | closure_tag;
 }
 
-inline uint64_t closure_header(ClosureKind kind, int captures) {
-    const uint64_t code = rank_zero_code + static_cast<uint64_t>(kind);
-    return (code << top_shift) | (static_cast<uint64_t>(captures) << span_shift) | 1;
-}
 inline size_t closure_size(uint64_t captured) {
     return sizeof(Closure) - sizeof(Word) + captured * sizeof(Word);
 }

@@ -40,8 +40,6 @@ Files files_of(const Json& request) {
     return files;
 }
 
-/// "text" is one program made of the text and what it uses; empty when that is at fault.
-
 /// What a request runs: its text with what that builds on in it. A text that builds on nothing, or
 /// is at fault, stays as it is.
 struct Made {
@@ -154,6 +152,7 @@ void calls(const std::string& text, const Arguments& arguments, const Json& requ
     answer.update(json_of(ending_of(run_watched(text, arguments, calls), calls)));
 }
 
+/// "text" is one program made of the text and what it uses; empty when that is at fault.
 void pack(const std::string& text, const Json& request) {
     const Files files = files_of(request);
     answer = {{"text", pack_to_run(files, read_bundle(files, program_path, text)).text}};
