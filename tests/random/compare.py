@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Runs random programs twice each through a marl, and says which one it does otherwise.
 
-    compare.py [--theme NAME]... [--count N] [--seconds S] [--seed N] [--all] MARL
+    compare.py [--theme NAME]... [--count N] [--seconds S] [--seed N] [--all] [--pairs PAIRS] MARL
 
 A program with an unused definition that names `todo` is run by the rules one by one, and without it
 by compiled code: an unused definition changes no result, so both must print the same and end with
@@ -13,6 +13,7 @@ import random
 import re
 import resource
 import signal
+import subprocess
 import sys
 import tempfile
 
@@ -21,6 +22,7 @@ import programs
 EXACT = ",\nexact\\x\\todo"
 THEMES = [*dict.fromkeys(theme for theme, _ in programs.Program.rules), "aliases", "deep", "tables",
           "captures", "spans"]
+LARGE = ["deep", "endless", "tables", "captures", "spans"]  # what a process should not do many of
 INPUT = b"The quick brown fox jumps over the lazy dog.\n" * 100
 
 
@@ -41,7 +43,7 @@ class Marl:
         with open(self.file, "w", encoding="latin-1") as file:
             file.write(program)
         os.ftruncate(self.output, 0)
-        child = self.spawn(seconds * (20 if self.sanitized else 1))
+        child = self.spawn(seconds * (8 if self.sanitized else 1))
         _, status, usage = os.wait4(child, 0)
         shown = os.pread(self.output, 1 << 20, 0).decode("latin-1")
         status = os.waitstatus_to_exitcode(status)
@@ -95,6 +97,31 @@ class Marl:
         if code_memory > 1.5 * rules_memory + 8000:
             return "memory", f"{code_memory} KB by code, {rules_memory} KB by the rules"
         return None
+
+
+class Pairs:
+    """Tells programs that do the same twice in one process, which costs far less than two starts."""
+
+    def __init__(self, path, folder):
+        self.path, self.file = os.path.abspath(path), os.path.join(folder, "programs")
+        self.input, self.said = os.path.join(folder, "input"), os.path.join(folder, "said")
+
+    def suspects(self, batch):
+        """The numbers of the programs that differ, end their process, or take too long there."""
+        with open(self.file, "w", encoding="latin-1") as file:
+            file.write("".join(program + "\0" for program in batch))
+        said = ""
+        while len(said) < len(batch):
+            said += self.run(len(said))
+            said += "?" * (len(said) < len(batch))
+        return [i for i, word in enumerate(said) if word != "="]
+
+    def run(self, first):
+        """A byte for each program that was done, from the first one on."""
+        with open(self.input, "rb") as given, open(self.said, "wb") as said:
+            subprocess.run([self.path, self.file, str(first), "4"], stdin=given, stdout=said, check=False)
+        with open(self.said, "r", encoding="latin-1") as said:
+            return said.read()
 
 
 def ending(outcome):
@@ -185,9 +212,26 @@ def make(theme, seed, limit):
     return programs.Program(chances, theme).text(), None
 
 
+def programs_to_run(options, pairs):
+    """Programs by turns of the themes: how many were made so far, and theme, seed, text and expected
+    output of one that is to be run by itself; others did the same twice in one process."""
+    themes = options.theme or [each for each in THEMES if not pairs or each not in LARGE]
+    size = 200 if pairs else 1
+    for start in range(0, options.count, size):
+        made = []
+        for i in range(start, min(start + size, options.count)):
+            theme, seed = themes[i % len(themes)], options.seed + i // len(themes)
+            made.append((i + 1, theme, seed, *make(theme, seed, options.span_limit)))
+        light = [each for each in made if pairs and each[1] not in LARGE]
+        suspects = pairs.suspects([each[3] for each in light]) if light else []
+        yield from [each for each in made if each not in light]
+        yield from [light[i] for i in suspects]
+        yield (made[-1][0], *[None] * 4)
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("--theme", action="append", choices=THEMES, help="all of them by turns")
+    parser.add_argument("--theme", action="append", choices=THEMES, help="all of them by turns, with --pairs all light ones")
     parser.add_argument("--count", type=int, default=10**9, help="of programs")
     parser.add_argument("--seconds", type=float, default=10**9, help="of processor time")
     parser.add_argument("--seed", type=int, default=1, help="of the first program")
@@ -195,18 +239,17 @@ def main():
     parser.add_argument("--as-it-is", action="store_true", help="don't make it smaller")
     parser.add_argument("--span-limit", type=int, default=1 << 26, help="as marl was built")
     parser.add_argument("--sanitized", action="store_true", help="marl is built with sanitizers")
+    parser.add_argument("--pairs", help="the program that runs light programs, many in a process")
     parser.add_argument("marl")
     options = parser.parse_args()
-    themes, failed = options.theme or THEMES, 0
+    failed = 0
     with tempfile.TemporaryDirectory() as folder:
         marl = Marl(options.marl, folder, options.sanitized)
-        for i in range(options.count):
-            theme, seed = themes[i % len(themes)], options.seed + i // len(themes)
-            used = sum(os.times()[:4])
-            if used > options.seconds:
+        pairs = Pairs(options.pairs, folder) if options.pairs else None
+        for count, theme, seed, program, expected in programs_to_run(options, pairs):
+            if sum(os.times()[:4]) > options.seconds:
                 break
-            program, expected = make(theme, seed, options.span_limit)
-            fault = marl.difference(program, expected)
+            fault = program and marl.difference(program, expected)
             if not fault:
                 continue
             failed += 1
@@ -216,7 +259,7 @@ def main():
             print(f"{program}\n{fault[1]}", flush=True)
             if not options.all:
                 break
-        print(f"{i + 1} programs, {failed} failed, {sum(os.times()[:4]):.1f} seconds")
+        print(f"{count} programs, {failed} failed, {sum(os.times()[:4]):.1f} seconds")
     return 1 if failed else 0
 
 

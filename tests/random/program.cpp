@@ -33,6 +33,7 @@ class Generator {
     Generator(const Choose& choose, bool with_todo) : choose_(choose), with_todo_(with_todo) {}
 
     std::string program() {
+        orders_ = choose_(2) == 0;
         const unsigned count = 1 + choose_(6);
         for (unsigned i = 0; i < count; ++i) definition(i);
         std::string entry = "a\\";
@@ -305,7 +306,7 @@ class Generator {
         switch (choose_(16)) {
             case 0: return "look(" + t() + "," + n() + ")";
             case 1: return "rank(" + expression(any_type(), depth) + ")";
-            case 2: return "cmpr(" + ex(depth) + "," + ex(depth) + ")";
+            case 2: return orders_ ? "cmpr(" + ex(depth) + "," + ex(depth) + ")" : n();
             case 3: return "(" + expression(function, depth) + "(" + n() + "))";
             case 4:
                 return "(S(" + two_place(depth) + ")(" + expression(function, depth) + ")(" + n() +
@@ -354,7 +355,7 @@ class Generator {
     }
 
     std::string a_truth(int depth) {
-        static constexpr std::array<std::string_view, 4> operators = {"<", ">", "=", "#"};
+        static constexpr std::array<std::string_view, 4> operators = {"=", "#", "<", ">"};
         const auto p = [&] { return expression(truth, depth); };
         switch (choose_(10)) {
             case 0: return "(" + p() + "&" + p() + ")";
@@ -370,7 +371,8 @@ class Generator {
             default: {
                 const Type type = chance(4) ? any_type() : integer;
                 const std::string x = expression(type, depth);
-                return "(" + x + one_of(operators) + expression(type, depth) + ")";
+                const std::string_view between = operators[choose_(orders_ ? 4 : 2)];
+                return "(" + x + std::string(between) + expression(type, depth) + ")";
             }
         }
     }
@@ -406,7 +408,8 @@ class Generator {
             case 0: return "(" + x() + "+" + x() + ")";
             case 1: return "trim(" + x() + ",0,1)";
             default:
-                return "cork(" + x() + "," + std::to_string(choose_(3)) + "," + ex(depth) + ")";
+                return "cork(" + x() + "," + std::to_string(choose_(3)) + "," +
+                       (orders_ ? "7" : ex(depth)) + ")";
         }
     }
 
@@ -664,6 +667,9 @@ class Generator {
 
     const Choose& choose_;
     bool with_todo_;
+    // Arrays are ordered by the addresses of what their slots hold, unless it is the same number: a
+    // program has either orders or arrays of all things.
+    bool orders_ = true;
     std::vector<Definition> known_;
     std::string definitions_;
     std::vector<Variable> variables_;

@@ -1,0 +1,66 @@
+// Runs programs twice each in one process, as they are and by the rules one by one, for
+// random/compare.py, which starts processes only for what differs here.
+//
+//     pairs PROGRAMS FIRST SECONDS <INPUT
+//
+// PROGRAMS is a file of programs, each with a NUL behind it; the FIRST ones of them are left out.
+// Prints a "=" for each program that does the same both times, else a "!". A program that ends the
+// process, or takes longer than SECONDS, is the last one, and has neither.
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+
+#include "driver/marl.h"
+
+namespace {
+
+constexpr char by_the_rules[] = ",\nexact\\x\\todo";
+
+/// What has gone to standard output since the last question.
+std::string printed_since() {
+    fflush(stdout);
+    std::string shown(static_cast<size_t>(lseek(STDOUT_FILENO, 0, SEEK_CUR)), '\0');
+    if (pread(STDOUT_FILENO, shown.data(), shown.size(), 0) < 0) abort();
+    lseek(STDOUT_FILENO, 0, SEEK_SET);
+    return shown;
+}
+
+/// All that a program does, in a process as it is at the start.
+std::string behaviour(const std::string& source) {
+    rewind(stdin);
+    srand(1);
+    errno = 0;
+    marl_session* const session = marl_begin();
+    if (marl_load(session, source.data(), source.size())) marl_run(session, nullptr);
+    size_t size = 0;
+    const char* const result = marl_result(session, &size);
+    const char* const fault = marl_fault_picture(session);
+    std::string shown = std::to_string(marl_status(session)) + "\n";
+    if (result) shown.append(result, size);
+    if (fault) shown += fault;
+    marl_end(session);
+    return shown + "\n" + printed_since();
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    if (count != 4 || !freopen("/dev/null", "w", stderr)) return 1;
+    const int said = dup(STDOUT_FILENO);
+    dup2(fileno(tmpfile()), STDOUT_FILENO);
+    std::ifstream file(arguments[1], std::ios::binary);
+    std::string source;
+    for (long first = atol(arguments[2]); first > 0; --first) std::getline(file, source, '\0');
+    while (std::getline(file, source, '\0')) {
+        const itimerval limit{{0, 0}, {atol(arguments[3]), 0}};
+        setitimer(ITIMER_VIRTUAL, &limit, nullptr);
+        const bool same = behaviour(source) == behaviour(source + by_the_rules);
+        if (write(said, same ? "=" : "!", 1) != 1) return 1;
+    }
+    return 0;
+}
