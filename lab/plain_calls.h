@@ -27,6 +27,7 @@ class PlainCalls : public Observer {
     void begin() override;
     bool see(Node* context, Value& focus) override;
     void fires(const Symbol& symbol, Node* context) override;
+    bool leaves_calls() override { return true; }
 
     /// Whether a signal has come while the calls were being changed, so that they tell nothing.
     bool is_changing() const { return changing_; }

@@ -25,6 +25,7 @@
 #include "lab/plain_calls.h"
 #include "lab/stopped.h"
 #include "lab/written.h"
+#include "reduce/machine.h"
 #include "reduce/needs.h"
 #include "reduce/stack.h"
 
@@ -73,10 +74,7 @@ void look_at_plain(Look& look) {
     });
 }
 
-/// Looks at the machine, from the thread that runs it or from a signal in it.
-void look(Look& look) {
-    look.count = 0;
-    if (plain_calls) return look_at_plain(look);
+void look_at_code(Look& look) {
     if (machine.at) look.add(machine.at, 0);
     StackEntry* const bottom = machine.stack.entries;
     if (machine.moves || !bottom) return;
@@ -87,6 +85,13 @@ void look(Look& look) {
         const bool tells = entry.next && (is_code(entry) || entry.kind() == Op::update);
         if (tells) look.add(entry.next, entry.word);
     });
+}
+
+/// Looks at the machine, from the thread that runs it or from a signal in it.
+void look(Look& look) {
+    look.count = 0;
+    if (!plain_calls || in_calm_call) look_at_code(look);
+    if (plain_calls) look_at_plain(look);
 }
 
 // The samples.

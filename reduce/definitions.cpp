@@ -3,6 +3,7 @@
 #include "reduce/definitions.h"
 
 #include "reduce/analysis.h"
+#include "reduce/calm.h"
 #include "reduce/needs.h"
 #include "reduce/operators.h"
 #include "reduce/retire.h"
@@ -38,6 +39,7 @@ void lose_code(Symbol& symbol) {
 void set_definition(Symbol& symbol, Value expression) {
     symbol.parameters = count_parameters(expression);
     lose_code(symbol);
+    forget_calm();
     note_definition(symbol.name.view(), expression);
     symbol.definition = std::move(expression);  // last: what ends here may run a todo action
 }
@@ -48,6 +50,7 @@ void set_definition(std::string_view name, Value expression) {
 
 void erase_definition(Symbol& symbol) {
     lose_code(symbol);
+    forget_calm();
     symbol.definition = Value();
 }
 

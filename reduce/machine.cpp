@@ -12,6 +12,7 @@
 #include "reduce/machine.h"
 
 #include "reduce/build.h"
+#include "reduce/calm.h"
 #include "reduce/closure.h"
 #include "reduce/definitions.h"
 #include "reduce/fire.h"
@@ -28,6 +29,9 @@
 #include "value/todo.h"
 
 namespace marl {
+
+// Such a call is a run of its own, below the plain machine, which nothing takes over.
+bool in_calm_call = false;
 
 namespace {
 
@@ -154,6 +158,8 @@ Word step_settled(Word focus) {
     }
 }
 
+bool do_calm_call(Value& context, Value& focus);
+
 /// Takes a run, which begins with the entry on top of the context, to its end.
 Value finish_run(Word focus) {
     for (;;) {
@@ -166,14 +172,14 @@ Value finish_run(Word focus) {
             focus = word_of(exhausted.take());
             break;
         }
-        if (needs_plain_machine) {
+        if (needs_plain_machine && !in_calm_call) {
             // A text has brought in `todo`: what waited has been taken over, unless the text was
             // refused, which is an abort.
             const bool waits = machine.stack.top[-1].kind() == Op::plain;
             MARL_REQUIRE(waits || machine.stack.top[-1].kind() == Op::base);
             Value context =
                 waits ? Value::adopt(node_of((--machine.stack.top)->word)) : empty_context();
-            focus = word_of(plain_reduce(context, Value::adopt(force(focus))).take());
+            focus = word_of(plain_reduce(context, Value::adopt(force(focus)), do_calm_call).take());
             break;
         }
         if (!is_settled(focus)) {
@@ -193,6 +199,63 @@ void begin_run() {
     push(Op::base, 0);
 }
 
+/// The definition that the next step of a state calls, if the call is calm; else null.
+Symbol* calm_call(Node* context, Node* focus) {
+    if (is_leaf(focus) || settled(focus) || rank_of(focus) != 0 || pending(focus)) return nullptr;
+    int count = 0;
+    Node* head = head_of(focus, count);
+    if (!names_definition(head) || lazy_head(head)) return nullptr;
+    Symbol& symbol = symbol_of_leaf(head);
+    if (symbol.builtin || !symbol.definition || symbol.parameters != count) return nullptr;
+    if (count >= rank_variable || !is_closed(symbol.definition) || !is_calm(symbol)) return nullptr;
+    // What is held back may be an operand that the call's result is to have unreduced.
+    if (holds_back(context)) return nullptr;
+    for (; focus != head; focus = left(focus)) {
+        if (!is_calm_value(right(focus))) return nullptr;
+    }
+    return &symbol;
+}
+
+/// Moves the arguments of an application behind the last frame.
+void take_arguments(Node* application) {
+    int count = 0;
+    head_of(application, count);
+    while (count > 0) {
+        PairNode* const node = as_pair(application);
+        Node* const argument = right(node);
+        application = node->left;
+        if (count_of(node) == 1) {
+            free_node(node, sizeof(PairNode));
+        } else {
+            retain(argument);
+            retain(application);
+            release(node);
+        }
+        machine.registers.top[--count] = word_of_result(argument);
+    }
+    release(application);
+}
+
+/// Does a call by code, if nobody can see how.
+bool do_calm_call(Value& context, Value& focus) {
+    if (!calls_are_calm || meanings_change || may_load || keeps_identity || definitions_change ||
+        !leaves_calls())
+        return false;
+    earn_look();
+    Symbol* const symbol = calm_call(context, focus);
+    if (!symbol) return false;
+    guard_nesting();
+    const bool was_calm = std::exchange(in_calm_call, true);
+    const uint64_t drops = machine.drops;
+    begin_run();
+    take_arguments(focus.take());
+    focus = finish_run(run_code(code_of(*symbol)));
+    analyse(focus);
+    in_calm_call = was_calm;
+    if (machine.drops != drops) context = empty_context();
+    return true;
+}
+
 }  // namespace
 
 Value reduce(Value expression) {
@@ -201,7 +264,7 @@ Value reduce(Value expression) {
     analyse(expression);
     if (needs_plain_machine || is_observed()) {
         Value context = empty_context();
-        return plain_reduce(context, std::move(expression));
+        return plain_reduce(context, std::move(expression), do_calm_call);
     }
     begin_run();
     return finish_run(word_of(expression.take()));

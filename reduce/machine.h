@@ -12,6 +12,9 @@ struct Symbol;  // reduce/tables.h
 /// are armed while it runs.
 Value reduce(Value expression);
 
+/// Whether code is at work in a call that the plain machine has left to it.
+extern bool in_calm_call;
+
 /// Reduces the application of a definition to a settled argument, by its code where it can.
 Value reduce_call(Symbol& function, Value argument);
 

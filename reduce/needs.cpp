@@ -12,6 +12,7 @@
 namespace marl {
 
 bool needs_plain_machine = false;
+bool meanings_change = false;
 bool may_load = false;
 bool repeats_operands = false;
 
@@ -74,12 +75,13 @@ void note_name(std::string_view name) {
 
 void note_definition(std::string_view name, Node* definition) {
     if (name.size() != 1) return;  // combinators and operators
-    if (!keeps_meaning(name, definition)) needs_plain_machine = true;
+    if (!keeps_meaning(name, definition)) needs_plain_machine = meanings_change = true;
     if (is_lazy_name(name) && repeats_parameter(definition)) repeats_operands = true;
 }
 
 void clear_needs() {
     needs_plain_machine = false;
+    meanings_change = false;
     keeps_identity = false;
     may_load = false;
     repeats_operands = false;

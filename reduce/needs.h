@@ -19,6 +19,10 @@ namespace marl {
 /// has been given another meaning. Every run is then one of the plain machine (reduce/plain.h).
 extern bool needs_plain_machine;
 
+/// `T`, the backquote or another combinator has been given another meaning than code takes it to
+/// have: the plain machine then leaves nothing to code (reduce/calm.h).
+extern bool meanings_change;
+
 /// The program can load a text: `load` or `road` is named.
 extern bool may_load;
 

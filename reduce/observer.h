@@ -35,6 +35,8 @@ class Observer {
     virtual bool answers(const Builtin& /*row*/, Value* /*arguments*/, Value& /*result*/) {
         return false;
     }
+    /// Whether calm calls may be left to code (reduce/calm.h), which shows no states.
+    virtual bool leaves_calls() { return false; }
     /// What a built-in has given on its arguments, which it may have taken.
     virtual void called(const Builtin& /*row*/, Node* /*result*/) {}
 };
@@ -43,6 +45,7 @@ class Observer {
 extern Observer* observer;
 
 inline bool is_observed() { return observer != nullptr; }
+inline bool leaves_calls() { return !observer || observer->leaves_calls(); }
 inline void observe_begin() {
     if (observer) observer->begin();
 }
@@ -66,6 +69,7 @@ inline Value observe_builtin(const Builtin& row, Value* arguments) {
 #else
 
 constexpr bool is_observed() { return false; }
+constexpr bool leaves_calls() { return true; }
 constexpr void observe_begin() {}
 constexpr bool observe_state(Node*, const Value&) { return true; }
 constexpr void observe_fire(const Symbol&, Node*) {}

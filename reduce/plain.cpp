@@ -304,10 +304,6 @@ void fire(Value& context, Value& focus) {
 
 // Frames.
 
-bool is_argument_frame(const Frame& frame) {
-    return frame.function && !is_leaf(frame.function) && is_leaf_of(left(frame.function), 'T');
-}
-
 /// The focus is done: what waits takes it.
 void pop(Value& context, Value& focus) {
     const Frame frame = top_frame(context);
@@ -329,9 +325,8 @@ void reduce_argument(Value& context, Value& focus) {
 
 bool are_held_back(Node* context, int count) {
     for (; count > 0; --count) {
-        const Frame frame = top_frame(context);
-        if (!is_argument_frame(frame)) return false;
-        context = frame.below;
+        if (!holds_back(context)) return false;
+        context = top_frame(context).below;
     }
     return true;
 }
@@ -357,6 +352,11 @@ Frame top_frame(Node* context) {
     if (is_leaf(context) || is_leaf(left(context))) return {nullptr, nullptr};
     if (!is_leaf_of(left(left(context)), 'B')) return {nullptr, nullptr};
     return {right(left(context)), right(context)};
+}
+
+bool holds_back(Node* context) {
+    const Frame frame = top_frame(context);
+    return frame.function && !is_leaf(frame.function) && is_leaf_of(left(frame.function), 'T');
 }
 
 Value empty_context() { return leaf("I"); }
@@ -406,7 +406,7 @@ void plain_step(Value& context, Value& focus) {
     }
 }
 
-Value plain_reduce(Value& context, Value focus) {
+Value plain_reduce(Value& context, Value focus, DoCall do_call) {
     observe_begin();
     for (;;) {
         if (interrupted) run_interrupt();
@@ -416,7 +416,7 @@ Value plain_reduce(Value& context, Value focus) {
             analyse(focus);
         }
         if (is_last_state(context, focus)) return focus;
-        plain_step(context, focus);
+        if (!do_call(context, focus)) plain_step(context, focus);
     }
 }
 

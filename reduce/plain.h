@@ -33,6 +33,9 @@ struct Frame {
 /// The frame on top; nulls where nothing waits.
 Frame top_frame(Node* context);
 
+/// Whether an argument is held back there.
+bool holds_back(Node* context);
+
 /// Whether a state is a run's last one: no work in the focus, and nothing that waits for it.
 bool is_last_state(Node* context, Node* focus);
 
@@ -53,8 +56,12 @@ int frames_taken(Rule rule, Node* focus);
 /// and its context of the forms above; anything else is a fatal stop.
 void plain_step(Value& context, Value& focus);
 
+/// Does a call that is the next step of a state by other means; false for one that is left to the
+/// rules.
+using DoCall = bool (*)(Value& context, Value& focus);
+
 /// Takes a state, of whichever machine's making, to its last one, and gives that one's focus.
 /// `context` is then the `I` that stood at its bottom, or another one when the run was aborted.
-Value plain_reduce(Value& context, Value focus);
+Value plain_reduce(Value& context, Value focus, DoCall do_call);
 
 }  // namespace marl

@@ -45,6 +45,7 @@ void grow_registers(int frame) {
 }
 
 void drop_context() {
+    ++machine.drops;
     Stack& stack = machine.stack;
     while (stack.top[-1].kind() != Op::base) {
         const StackEntry entry = *--stack.top;

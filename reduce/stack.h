@@ -55,7 +55,8 @@ struct Registers {
 struct Machine {
     Stack stack;
     Registers registers;
-    Word focus = 0;  // what code leaves the loop with
+    Word focus = 0;      // what code leaves the loop with
+    uint64_t drops = 0;  // contexts that aborts have dropped
 #ifdef MARL_OBSERVED
     const Instruction* volatile at = nullptr;  // the last instruction that began,
     StackEntry* volatile at_top = nullptr;     // and the end of the context then

@@ -48,6 +48,7 @@ struct Symbol {
     int8_t operation = -1;       // the Op of reduce/code.h that does what the built-in does, or -1
     Value definition;            // null when the name has none
     int parameters = 0;          // the lambdas at the top of `definition`, 11 for that many or more
+    bool calm = false;           // as reduce/calm.cpp knows it
     bool unmemoised = false;     // a constant that is evaluated anew at each use
     std::unique_ptr<Code> code;  // the code of `definition`, made at the first call; null before
 };

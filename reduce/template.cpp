@@ -113,11 +113,12 @@ class Maker {
         standing_.pop_back();
         Known& known = standing_.back();
         must_be_node(known);
-        if (made_.all_nodes) must_be_node(argument_known);
-        const bool fixed = form(original) == Form::lambda ||
-                           (known.head && known.settled && argument_known.settled);
+        // A closure that stands in a lambda's place for the body is the lambda's own.
+        const bool is_lambda = form(original) == Form::lambda;
+        if (made_.all_nodes || is_lambda) must_be_node(argument_known);
+        const bool fixed = is_lambda || (known.head && known.settled && argument_known.settled);
         known = {fixed, fixed};
-        made_.row.push_back(make_pair);
+        made_.row.push_back((uint64_t{is_lambda} << tag_bits) | make_pair);
         made_.row.push_back(fixed ? fixed_header(original, due_ & ~bound) : 0);
     }
 
@@ -177,7 +178,7 @@ Word run(const Template& layout, Word* operands, Word* arguments) {
             default: {
                 const uint64_t header = *++word;
                 --top;
-                if (layout.all_nodes) top[0] = word_of(force(top[0]));
+                if (layout.all_nodes || index != 0) top[0] = word_of(force(top[0]));
                 Node* function = force(top[-1]);
                 top[-1] = word_of(header ? pair_with_header(function, top[0], header)
                                          : analysed_pair(function, top[0]));

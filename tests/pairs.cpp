@@ -2,10 +2,12 @@
 // random/compare.py, which starts processes only for what differs here.
 //
 //     pairs PROGRAMS FIRST SECONDS <INPUT
+//     pairs --rules FILE
 //
 // PROGRAMS is a file of programs, each with a NUL behind it; the FIRST ones of them are left out.
-// Prints a "=" for each program that does the same both times, else a "!". A program that ends the
-// process, or takes longer than SECONDS, is the last one, and has neither.
+// Prints a "=" for each program that does the same both times, and a third time with a todo Value
+// in its entry, else a "!". A program that ends the process, or takes longer than SECONDS, is the
+// last one, and has neither. The second form does what marl does, by the rules alone.
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -16,10 +18,14 @@
 #include <string>
 
 #include "driver/marl.h"
+#include "driver/process.h"
+#include "driver/run.h"
+#include "reduce/calm.h"
 
 namespace {
 
 constexpr char by_the_rules[] = ",\nexact\\x\\todo";
+constexpr char begins_calm[] = "q{todo(I,1)}";  // behind the entry's parameter
 
 /// What has gone to standard output since the last question.
 std::string printed_since() {
@@ -31,7 +37,8 @@ std::string printed_since() {
 }
 
 /// All that a program does, in a process as it is at the start.
-std::string behaviour(const std::string& source) {
+std::string behaviour(const std::string& source, bool calm) {
+    marl::calls_are_calm = calm;
     rewind(stdin);
     srand(1);
     errno = 0;
@@ -47,9 +54,19 @@ std::string behaviour(const std::string& source) {
     return shown + "\n" + printed_since();
 }
 
+int run_by_the_rules(char** arguments) {
+    std::ifstream file(arguments[0], std::ios::binary);
+    const std::string source(std::istreambuf_iterator<char>(file), {});
+    marl::calls_are_calm = false;
+    return static_cast<int>(marl::run_source(marl::String(std::string_view(source + by_the_rules)),
+                                             marl::argument_address(arguments)));
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
+    if (count == 3 && std::string_view(arguments[1]) == "--rules")
+        return run_by_the_rules(arguments + 2);
     if (count != 4 || !freopen("/dev/null", "w", stderr)) return 1;
     const int said = dup(STDOUT_FILENO);
     dup2(fileno(tmpfile()), STDOUT_FILENO);
@@ -59,7 +76,10 @@ int main(int count, char** arguments) {
     while (std::getline(file, source, '\0')) {
         const itimerval limit{{0, 0}, {atol(arguments[3]), 0}};
         setitimer(ITIMER_VIRTUAL, &limit, nullptr);
-        const bool same = behaviour(source) == behaviour(source + by_the_rules);
+        const std::string rules = behaviour(source + by_the_rules, false);
+        const bool same =
+            behaviour(source, true) == rules &&
+            behaviour(source.substr(0, 2) + begins_calm + source.substr(2), true) == rules;
         if (write(said, same ? "=" : "!", 1) != 1) return 1;
     }
     return 0;

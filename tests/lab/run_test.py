@@ -169,7 +169,8 @@ SHARES = [
     r"a\long(9000)+quick(1000),long\n\(n=0)0(big(n)+long(n-1)),big\n\(3^9000*3^9000)*0,"
     r"quick\n\(n=0)0(quick(n-1))",
     r"a\many(9000000)+few(200000),many\n\(n=0)0(many(n-1)),few\n\(n=0)0(few(n-1))",
-    r"a\t{todo(0,0)}many(200000)+few(5000),many\n\(n=0)0(many(n-1)),few\n\(n=0)0(few(n-1))",
+    r"a\t{todo(0,0)}many(9000000)+few(200000),many\n\(n=0)0(many(n-1)),few\n\(n=0)0(few(n-1))",
+    r"a\t{todo(0,0)}many(200000,t)+few(5000,t),many\n\t\(n=0)0(many(n-1,t)),few\n\t\(n=0)0(few(n-1,t))",
 ]
 
 

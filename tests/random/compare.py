@@ -3,9 +3,10 @@
 
     compare.py [--theme NAME]... [--count N] [--seconds S] [--seed N] [--all] [--pairs PAIRS] MARL
 
-A program with an unused definition that names `todo` is run by the rules one by one, and without it
-by compiled code: an unused definition changes no result, so both must print the same and end with
-the same status, and memory must stay in bounds. The first program that fails is made smaller.
+A program is run by the rules one by one, by compiled code, and with a todo Value in its entry, where
+the plain machine leaves calls to code: all must print the same and end with the same status, and
+memory must stay in bounds. The first program that fails is made smaller. PAIRS is tests/pairs of
+the build; a marl that is too old for it runs by the rules with the unused definition.
 """
 import argparse
 import os
@@ -19,6 +20,7 @@ import tempfile
 
 import programs
 
+CALM = "q{todo(I,1)}"  # behind the entry's parameter
 EXACT = ",\nexact\\x\\todo"
 THEMES = [*dict.fromkeys(theme for theme, _ in programs.Program.rules), "aliases", "deep", "tables",
           "captures", "spans"]
@@ -29,8 +31,9 @@ INPUT = b"The quick brown fox jumps over the lazy dog.\n" * 100
 class Marl:
     """Runs programs, in a folder of its own."""
 
-    def __init__(self, path, folder, sanitized=False):
+    def __init__(self, path, folder, sanitized=False, pairs=None):
         self.path, self.sanitized = os.path.abspath(path), sanitized
+        self.rules = [os.path.abspath(pairs), "--rules"] if pairs else None
         self.file, self.input = os.path.join(folder, "it.marl"), os.path.join(folder, "input")
         with open(self.input, "wb") as file:
             file.write(INPUT)
@@ -38,12 +41,15 @@ class Marl:
         self.environment = {"ASAN_OPTIONS": "detect_leaks=1:allocator_may_return_null=1",
                             "UBSAN_OPTIONS": "print_stacktrace=1"}
 
-    def run(self, program, seconds):
+    def run(self, program, seconds, by_rules=False):
         """What a program prints, how it ends, and the memory that it takes, in KB."""
+        if by_rules and not self.rules:
+            program += EXACT
         with open(self.file, "w", encoding="latin-1") as file:
             file.write(program)
         os.ftruncate(self.output, 0)
-        child = self.spawn(seconds * (8 if self.sanitized else 1))
+        command = self.rules if by_rules and self.rules else [self.path]
+        child = self.spawn(command, seconds * (8 if self.sanitized else 1))
         _, status, usage = os.wait4(child, 0)
         shown = os.pread(self.output, 1 << 20, 0).decode("latin-1")
         status = os.waitstatus_to_exitcode(status)
@@ -51,12 +57,12 @@ class Marl:
             shown = ""
         return (shown, status), 0 if self.sanitized else usage.ru_maxrss
 
-    def spawn(self, seconds):
+    def spawn(self, command, seconds):
         """Starts marl on the file. Limits come behind the start, since a fork would cost more than
         most programs run."""
         files = [(os.POSIX_SPAWN_OPEN, 0, self.input, os.O_RDONLY, 0),
                  (os.POSIX_SPAWN_DUP2, self.output, 1), (os.POSIX_SPAWN_DUP2, self.output, 2)]
-        child = os.posix_spawn(self.path, [self.path, self.file], self.environment, file_actions=files)
+        child = os.posix_spawn(command[0], [*command, self.file], self.environment, file_actions=files)
         limits = {resource.RLIMIT_CPU: (seconds, seconds + 1), resource.RLIMIT_CORE: (0, 0)}
         if not self.sanitized:
             limits[resource.RLIMIT_AS] = (2 << 30, 2 << 30)
@@ -67,12 +73,12 @@ class Marl:
     def difference(self, program, expected=None):
         """What is wrong with a program: in a word or two, and in full. Nothing when nothing is, when
         it takes too long, or when what it does depends on addresses and differs from run to run."""
-        rules, rules_memory = self.run(program + EXACT, 2)
+        rules, rules_memory = self.run(program, 2, True)
         if rules[1] == -signal.SIGXCPU or self.stops_by_itself(program, rules):
             return None
         fault = self.look(program, rules, rules_memory, expected)
         for _ in range(4):
-            if not fault or self.run(program + EXACT, 4)[0] != rules:
+            if not fault or self.run(program, 4, True)[0] != rules:
                 return None
             fault = self.look(program, rules, rules_memory, expected)
         return fault
@@ -84,14 +90,15 @@ class Marl:
                                                    "ASSERTION FAILED" in self.run(program, 6)[0][0])
 
     def look(self, program, rules, rules_memory, expected):
-        code, code_memory = self.run(program, 6)
-        shown = f"by the rules:\n{as_text(rules)}by code:\n{as_text(code)}"
         if rules[1] < 0:
-            return "the rules themselves", shown
-        if code[1] < 0:
-            return ending(code), shown
-        if code != rules:
-            return f"{ending(rules)}, otherwise", shown
+            return "the rules themselves", as_text(rules)
+        for whole in [program, program[:2] + CALM + program[2:]][:2 if self.rules else 1]:
+            code, code_memory = self.run(whole, 6)
+            shown = f"by the rules:\n{as_text(rules)}by code:\n{as_text(code)}"
+            if code[1] < 0:
+                return ending(code), shown
+            if code != rules:
+                return f"{ending(rules)}, otherwise", shown
         if expected is not None and code[0] != expected:
             return "unexpected", f"expected:\n{expected}{shown}"
         if code_memory > 1.5 * rules_memory + 8000:
@@ -231,7 +238,8 @@ def programs_to_run(options, pairs):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("--theme", action="append", choices=THEMES, help="all of them by turns, with --pairs all light ones")
+    parser.add_argument("--theme", action="append", choices=THEMES,
+                        help="all of them by turns, with --pairs all light ones")
     parser.add_argument("--count", type=int, default=10**9, help="of programs")
     parser.add_argument("--seconds", type=float, default=10**9, help="of processor time")
     parser.add_argument("--seed", type=int, default=1, help="of the first program")
@@ -244,7 +252,7 @@ def main():
     options = parser.parse_args()
     failed = 0
     with tempfile.TemporaryDirectory() as folder:
-        marl = Marl(options.marl, folder, options.sanitized)
+        marl = Marl(options.marl, folder, options.sanitized, options.pairs)
         pairs = Pairs(options.pairs, folder) if options.pairs else None
         for count, theme, seed, program, expected in programs_to_run(options, pairs):
             if sum(os.times()[:4]) > options.seconds:

@@ -9,6 +9,7 @@
 #include "driver/session.h"
 #include "driver/shutdown.h"
 #include "random/rules.h"
+#include "reduce/calm.h"
 #include "reduce/interrupts.h"
 #include "reduce/machine.h"
 #include "reduce/needs.h"
@@ -36,11 +37,16 @@ std::string printed_since() {
     return shown;
 }
 
-/// Opens the session of a program, for the plain machine or for whichever the program asks for.
-bool open(Session& session, const std::string& source, bool plain) {
+/// Who runs a program: the plain machine all of it, the plain machine but for calm calls, or
+/// whichever the program asks for.
+enum class Way { plain, calm, asked };
+
+/// Opens the session of a program.
+bool open(Session& session, const std::string& source, Way way) {
     allow_steps();
+    calls_are_calm = way != Way::plain;
     if (!load_session(session, String(std::string_view(source)))) return false;
-    needs_plain_machine |= plain;
+    needs_plain_machine |= way != Way::asked;
     return check_session(session);
 }
 
@@ -56,11 +62,10 @@ std::string printed_result() {
 }
 
 /// All that a program does; empty when it takes too many steps.
-std::string behaviour(const std::string& source, bool plain) {
+std::string behaviour(const std::string& source, Way way) {
     Session session;
-    std::string shown = open(session, source, plain)
-                            ? printed_result()
-                            : std::string(session.report.say.view()) + "\n";
+    std::string shown = open(session, source, way) ? printed_result()
+                                                   : std::string(session.report.say.view()) + "\n";
     shutdown();
     end_session(session);
     shown += printed_since();
@@ -70,26 +75,29 @@ std::string behaviour(const std::string& source, bool plain) {
 }  // namespace
 
 std::string machines_difference(const std::string& source) {
-    const std::string plain = behaviour(source, true);
+    const std::string plain = behaviour(source, Way::plain);
     if (plain.empty()) return "";
-    const std::string fast = behaviour(source, false);
-    if (fast.empty() || plain == fast) return "";
-    return "plain:\n" + plain + "fast:\n" + fast;
+    for (const Way way : {Way::asked, Way::calm}) {
+        const std::string fast = behaviour(source, way);
+        if (fast.empty() || plain == fast) continue;
+        return "plain:\n" + plain + (way == Way::calm ? "calm:\n" : "fast:\n") + fast;
+    }
+    return "";
 }
 
 std::string rules_difference(const std::string& source) {
     Session session;
-    if (!open(session, source, false)) return "";
+    if (!open(session, source, Way::asked)) return "";
     const bool names_todo = needs_plain_machine;
     const std::string result = result_by_the_rules();
     const std::string rules = printed_since() + "= " + result + "\n";
     if (result.empty() || ran_out_of_steps()) return "";
-    for (const bool plain : {true, false}) {
-        if (names_todo && !plain) break;
-        open(session, source, plain);
+    for (const Way way : {Way::plain, Way::calm, Way::asked}) {
+        if (names_todo && way == Way::asked) break;
+        open(session, source, way);
         const std::string shown = printed_result();
         if (ran_out_of_steps() || shown == rules) continue;
-        return "rules:\n" + rules + (plain ? "plain:\n" : "fast:\n") + shown;
+        return "rules:\n" + rules + (way == Way::plain ? "plain:\n" : "fast:\n") + shown;
     }
     return "";
 }

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "driver/session.h"
+#include "reduce/calm.h"
 #include "reduce/needs.h"
 #include "reduce/tables.h"
 
@@ -18,6 +19,7 @@ std::string result_of(const std::string& program, bool literally) {
     Session session;
     EXPECT_TRUE(open_session(session, String(std::string_view(program)))) << program;
     needs_plain_machine = literally;
+    calls_are_calm = !literally;
     evaluate_session(session);
     const String printed = print_value(session.result);
     end_session(session);
