@@ -1,7 +1,7 @@
 // The built-in table: the rows of all families in the byte order of their names.
 
 #include <algorithm>
-#include <string_view>
+#include <cstring>
 #include <vector>
 
 #include "library/families.h"
@@ -20,7 +20,7 @@ std::vector<Builtin>* collect_rows() {
         table->insert(table->end(), rows.begin(), rows.end());
     }
     std::sort(table->begin(), table->end(), [](const Builtin& a, const Builtin& b) {
-        return std::string_view(a.name) < std::string_view(b.name);
+        return strcmp(a.name, b.name) < 0;
     });
     return table;
 }

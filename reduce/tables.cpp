@@ -31,7 +31,9 @@ Symbol& symbol_of(std::string_view name) {
     if (name.size() == 1) {
         if (Symbol* known = find_symbol(name)) return *known;
     }
-    const auto place = symbols().lower_bound(name);
+    // The first names of a process come in order.
+    const bool is_last = !symbols().empty() && symbols().rbegin()->first < name;
+    const auto place = is_last ? symbols().end() : symbols().lower_bound(name);
     if (place != symbols().end() && place->first == name) return *place->second;
     auto made = std::make_unique<Symbol>();
     made->name = String(name);
