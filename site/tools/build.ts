@@ -131,7 +131,7 @@ async function main() {
     fs.copyFileSync(path.join(site, "public", name), path.join(www, name));
   }
   const machine = await bundleForNode();
-  const highlight = machine.highlightedHtml;
+  const { highlightedHtml: highlight, picturedHtml: picture } = machine;
   const all = await readAll(machine);
   await tryOut(all, machine);
   const assets = await writeAssets(all);
@@ -143,9 +143,9 @@ async function main() {
   pages.writeLibrary(all.library, assets, highlight);
   pages.writeInstall(assets, highlight);
   pages.writeCheatsheet(all.cheatsheet, assets, highlight);
-  pages.writeTour(renderDocument(source("docs/guide.md"), { highlight, snippets, up: "../" }), assets);
+  pages.writeTour(renderDocument(source("docs/guide.md"), { highlight, snippets, up: "../" }), assets, picture);
   pages.writeSearch(assets);
-  pages.writePlaygrounds(all.examples, assets, highlight);
+  pages.writePlaygrounds(all.examples, assets, picture);
   pages.writeNotFound(assets);
   writeSource();
   await writeServiceWorker();

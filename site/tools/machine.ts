@@ -4,7 +4,7 @@ import createLaboratory from "laboratory-module";
 import createMarl from "marl-module";
 import { type Factory, type FileContent, Machine } from "../src/machine/module";
 
-export { highlightedHtml } from "../src/language/grammar";
+export { highlightedHtml, picturedHtml } from "../src/language/grammar";
 export { checked, piecesOf } from "../src/language/program";
 
 process.setMaxListeners(0); // each instance listens for exceptions of its own

@@ -1,6 +1,10 @@
 // Lighthouse on the built site: the median of some runs for each page, as on a phone and on a desk.
 //
+// "blocked" is the total blocking time, what a slow machine's pages show most of. Other work on this
+// machine counts as the page's, so the load while a page was measured stands behind its figures.
+//
 //     measure [--runs N] [PAGE]...
+import os from "node:os";
 import path from "node:path";
 import { parseArgs } from "node:util";
 import lighthouse, { desktopConfig, type Flags } from "lighthouse";
@@ -44,6 +48,7 @@ async function run(page: string, kind: string): Promise<Figures> {
   const figures: Figures = {};
   for (const [name, { score }] of Object.entries(categories)) figures[name] = Math.round((score ?? 0) * 100);
   figures["first paint"] = Math.round(audits["first-contentful-paint"].numericValue ?? 0);
+  figures.blocked = Math.round(audits["total-blocking-time"].numericValue ?? 0);
   figures.shift = Math.round((audits["cumulative-layout-shift"].numericValue ?? 0) * 1000) / 1000;
   for (const { id, score, title } of Object.values(audits)) {
     const counts = Object.values(categories).some(({ auditRefs }) =>
@@ -61,7 +66,7 @@ for (const page of positionals.length ? positionals : all) {
     const runs: Figures[] = [];
     for (let i = 0; i < Number(values.runs); ++i) runs.push(await run(page, kind));
     const told = Object.keys(runs[0]).map((name) => `${name} ${median(runs.map((each) => each[name]))}`);
-    console.log(`${page}, ${kind}: ${told.join(", ")}`);
+    console.log(`${page}, ${kind}: ${told.join(", ")} (load ${os.loadavg()[0].toFixed(1)})`);
   }
 }
 await browser.close();

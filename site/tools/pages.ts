@@ -76,8 +76,8 @@ export function writeCheatsheet(text: string, assets: Bundle, highlight: Highlig
   writePage("cheatsheet.html", page, assets);
 }
 
-export function writeTour(guide: Document, assets: Bundle) {
-  for (const { name, title, main } of tourPages(guide)) {
+export function writeTour(guide: Document, assets: Bundle, picture: Highlight) {
+  for (const { name, title, main } of tourPages(guide, picture)) {
     const description = `A tour of marl: ${title}.`;
     writePage(name, { title: `${title} · a tour of marl`, description, main, script: "tour", kind: "wide" }, assets);
   }
@@ -105,8 +105,8 @@ function exampleOptions(examples: Example[]): string {
     .join("\n");
 }
 
-export function writePlaygrounds(examples: Example[], assets: Bundle, highlight: Highlight) {
-  const program = highlight(template("hello.marl"));
+export function writePlaygrounds(examples: Example[], assets: Bundle, picture: Highlight) {
+  const program = picture(template("hello.marl"));
   const preload = assets.parts.map((part) => `<link rel="modulepreload" href="${part}">\n`).join("");
   writePage(
     "index.html",

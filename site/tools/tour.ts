@@ -1,7 +1,7 @@
 // The tour: the guide's sections, a page each, with an editor beside the text.
 import fs from "node:fs";
 import path from "node:path";
-import { chapterOf, type Document, type Exercise, escapeHtml, type Section } from "./documents";
+import { chapterOf, type Document, escapeHtml, type Section } from "./documents";
 import { root, template } from "./places";
 
 /// What every check may use.
@@ -27,11 +27,17 @@ function chapterList(chapters: Section[]): string {
   return `<ol class="chapters">${items.join("\n")}</ol>`;
 }
 
-function workplace(exercises: Exercise[]): string {
-  return template("workplace.html").replace("{{data}}", () => jsonForPage({ exercises, helpers: checkHelpers() }));
+type Picture = (program: string) => string;
+
+/// The editor's place, with the program that a reader begins with.
+function workplace({ programs, exercises }: Section, picture: Picture): string {
+  const first = programs[0]?.text ?? exercises[0]?.start ?? "";
+  return template("workplace.html")
+    .replace("{{data}}", () => jsonForPage({ exercises, helpers: checkHelpers() }))
+    .replace("{{program}}", () => picture(first));
 }
 
-function chapterPage(chapters: Section[], at: number): TourPage {
+function chapterPage(chapters: Section[], at: number, picture: Picture): TourPage {
   const chapter = chapters[at];
   const link = (to: Section | undefined, word: string, rel: string) =>
     to
@@ -48,12 +54,12 @@ function chapterPage(chapters: Section[], at: number): TourPage {
       `<div class="tour${hasPrograms ? "" : " alone"}" data-chapter="${chapter.id}"><article>` +
       `<p class="where"><a href="index.html">Tour</a> · chapter ${at + 1} of ${chapters.length}</p>${body}` +
       `<nav class="turn" aria-label="Chapters">${link(chapters[at - 1], "Before:", "prev")}${link(chapters[at + 1], "Next:", "next")}</nav>` +
-      `</article>${hasPrograms ? workplace(chapter.exercises) : ""}</div>`,
+      `</article>${hasPrograms ? workplace(chapter, picture) : ""}</div>`,
   };
 }
 
 /// The tour's pages. What stands in the guide before its first section is the tour's beginning.
-export function tourPages(guide: Document): TourPage[] {
+export function tourPages(guide: Document, picture: Picture): TourPage[] {
   const [beginning, ...chapters] = guide.sections;
   const first: TourPage = {
     name: "tour/index.html",
@@ -61,7 +67,7 @@ export function tourPages(guide: Document): TourPage[] {
     main:
       `<div class="tour" data-chapter=""><article>${beginning.body.replace(/<h1[^>]*>.*<\/h1>/, "<h1>A tour of marl</h1>")}` +
       `<p><a class="button run" href="../${chapterOf(chapters[0].title)}">Begin</a></p>` +
-      `<h2>Chapters</h2>${chapterList(chapters)}</article>${workplace([])}</div>`,
+      `<h2>Chapters</h2>${chapterList(chapters)}</article>${workplace(beginning, picture)}</div>`,
   };
-  return [first, ...chapters.map((_, at) => chapterPage(chapters, at))];
+  return [first, ...chapters.map((_, at) => chapterPage(chapters, at, picture))];
 }

@@ -65,8 +65,14 @@ export async function press(page, ...keys) {
   for (const key of keys.slice(0, -1)) await page.keyboard.up(key);
 }
 
+/// Waits for the editor, which comes when somebody comes to write.
+export async function comeToWrite(page) {
+  await page.click("#editor");
+  await page.waitForSelector("#editor .cm-content:focus");
+}
+
 export async function write(page, text) {
-  await page.click("#editor .cm-content");
+  await comeToWrite(page);
   await press(page, "Control", "KeyA");
   // A paste, so that closing brackets are not added to those that come.
   await page.evaluate((inserted) => {
@@ -79,7 +85,10 @@ export async function write(page, text) {
 }
 
 export const program = (page) =>
-  page.$$eval("#editor .cm-line", (lines) => lines.map((line) => line.textContent).join("\n"));
+  page.$eval("#editor", (place) => {
+    const field = place.querySelector("textarea");
+    return field ? field.value : [...place.querySelectorAll(".cm-line")].map((e) => e.textContent).join("\n");
+  });
 export const ended = (page) =>
   page.waitForFunction(() => /fine|failed|doubtful/.test(document.querySelector("#status").className));
 export const output = (page) => page.$eval("#output", (element) => element.textContent);

@@ -4,7 +4,21 @@ import assert from "node:assert/strict";
 import fs from "node:fs";
 import path from "node:path";
 import { test } from "node:test";
-import { ended, open, output, phone, press, program, run, shows, site, status, write, www } from "./browser.mjs";
+import {
+  desktop,
+  ended,
+  open,
+  output,
+  phone,
+  press,
+  program,
+  run,
+  shows,
+  site,
+  status,
+  write,
+  www,
+} from "./browser.mjs";
 
 const slow = (milliseconds) => new Promise((resolve) => setTimeout(resolve, milliseconds));
 const hash = (page) => page.evaluate(() => location.hash);
@@ -37,10 +51,10 @@ test("an edit after a link outlives a reload, and the link no longer wins", asyn
   await reload(page);
   assert.equal(await program(page), "a\\2");
   await page.goto(site.address + link);
-  await page.waitForFunction(() => document.querySelector("#editor .cm-line")?.textContent === "a\\1");
+  await shows(page, "#editor .line", /^a\\1$/m);
   assert.deepEqual(await recent(page), ["a\\2"]);
   await page.click("#recent li .open");
-  await page.waitForFunction(() => document.querySelector("#editor .cm-line").textContent === "a\\2");
+  await shows(page, "#editor .line", /^a\\2$/m);
   await page.close();
 });
 
@@ -211,6 +225,35 @@ test("an expression shows its value, a Z is not green, and a large status is exp
     assert.match(await status(page), said);
   }
   await page.close();
+});
+
+/// Where the lines of the program stand.
+const linesOf = (page, selector) =>
+  page.$$eval(`#editor ${selector}`, (all) =>
+    all.map((line) => {
+      const range = document.createRange();
+      range.selectNodeContents(line);
+      const { left, top } = range.getBoundingClientRect();
+      return [left, top, line.offsetHeight].map(Math.round).join(" ");
+    }),
+  );
+
+test("the editor comes with the first key, loses none, can undo them, and moves nothing", async () => {
+  for (const size of [desktop, phone]) {
+    const page = await open("tour/truth.html", { size });
+    const before = await program(page);
+    const lines = await linesOf(page, ".line");
+    assert.ok(lines.length > 10);
+    await page.focus("#editor textarea");
+    await page.keyboard.type("mine ");
+    await press(page, "Tab");
+    await page.waitForSelector("#editor .cm-content:focus");
+    await page.keyboard.type("x");
+    assert.match(await program(page), /^mine +xa\\/);
+    while ((await program(page)) !== before) await press(page, "Control", "KeyZ");
+    assert.deepEqual(await linesOf(page, ".cm-line"), lines);
+    await page.close();
+  }
 });
 
 test("Tab gives blanks, a new line is indented by the grammar, names are completed with their entries", async () => {

@@ -16,6 +16,7 @@ import type { Message } from "../machine/laboratory";
 import type { Source } from "../machine/library";
 import type { Checking } from "./help";
 import { highlighting } from "./marl";
+import { positionOf } from "./places";
 
 export interface EditorSettings {
   parent: Element;
@@ -84,12 +85,12 @@ const marked = StateField.define<DecorationSet>({
 
 const replaces = StateEffect.define<null>();
 
-export function makeEditor(settings: EditorSettings): EditorView {
+function makeView(settings: EditorSettings): EditorView {
   const key = (action: () => void) => () => {
     action();
     return true;
   };
-  const view = new EditorView({
+  return new EditorView({
     parent: settings.parent,
     state: EditorState.create({
       doc: settings.text,
@@ -126,11 +127,6 @@ export function makeEditor(settings: EditorSettings): EditorView {
       ],
     }),
   });
-  helpWhenAsked(view, {
-    beside: () => settings.beside?.() ?? [],
-    onChecked: (messages) => settings.onChecked?.(messages),
-  });
-  return view;
 }
 
 /// Fetches what helps whoever writes, the check included, when somebody comes to write: a page whose
@@ -146,16 +142,55 @@ function helpWhenAsked(view: EditorView, checking: Checking) {
   for (const event of ["focusin", "pointerenter"]) view.dom.addEventListener(event, () => void ask(), { once: true });
 }
 
-/// Puts another text into the editor. One that the reader has not typed is no change of the reader's.
-export function replaceText(view: EditorView, text: string, byReader = false) {
-  view.dispatch({
-    changes: { from: 0, to: view.state.doc.length, insert: text },
-    effects: byReader ? [] : replaces.of(null),
-  });
+/// The editor, for the page around it.
+export interface Editor {
+  text(): string;
+  /// Puts another text in the place of this one. One that the reader has not typed is no change of the
+  /// reader's.
+  replace(text: string, byReader?: boolean): void;
+  /// Writes where the cursor is.
+  insert(text: string): void;
+  focus(): void;
+  /// Puts the cursor at a line and a column in bytes, both counted from 1.
+  goTo(line: number, column: number): void;
+  /// Marks a place in the program, or none.
+  mark(place: { from: number; to: number } | undefined): void;
+  select(selection: { anchor: number; head: number }): void;
+  scrollTo(top: number): void;
 }
 
-export function markPlace(view: EditorView, place: { from: number; to: number } | undefined) {
-  const effects: StateEffect<unknown>[] = [setMarked.of(place)];
-  if (place) effects.push(EditorView.scrollIntoView(place.from, { y: "nearest", yMargin: 40 }));
-  view.dispatch({ effects });
+export function makeEditor(settings: EditorSettings): Editor {
+  const view = makeView(settings);
+  helpWhenAsked(view, {
+    beside: () => settings.beside?.() ?? [],
+    onChecked: (messages) => settings.onChecked?.(messages),
+  });
+  const text = () => view.state.doc.toString();
+  const select = (selection: { anchor: number; head: number }) => view.dispatch({ selection, scrollIntoView: true });
+  return {
+    text,
+    replace(next, byReader = false) {
+      if (next === text()) return;
+      view.dispatch({
+        changes: { from: 0, to: view.state.doc.length, insert: next },
+        effects: byReader ? [] : replaces.of(null),
+      });
+    },
+    insert: (characters) => view.dispatch(view.state.replaceSelection(characters), { scrollIntoView: true }),
+    focus: () => view.focus(),
+    goTo(line, column) {
+      const at = positionOf(view.state.doc, line, column);
+      select({ anchor: at, head: at });
+      view.focus();
+    },
+    mark(place) {
+      const effects: StateEffect<unknown>[] = [setMarked.of(place)];
+      if (place) effects.push(EditorView.scrollIntoView(place.from, { y: "nearest", yMargin: 40 }));
+      view.dispatch({ effects });
+    },
+    select,
+    scrollTo(top) {
+      view.scrollDOM.scrollTop = top;
+    },
+  };
 }

@@ -17,17 +17,7 @@ import { check, type Message } from "../machine/laboratory";
 import type { Source } from "../machine/library";
 import { entryFor } from "../play/entries";
 import { completeNames } from "./complete";
-
-const encoder = new TextEncoder();
-const decoder = new TextDecoder();
-
-/// The position of a line and a column in bytes, both counted from 1.
-function positionOf(doc: Text, line: number, column: number): number {
-  if (line > doc.lines) return doc.length;
-  const at = doc.line(Math.max(1, line));
-  const before = decoder.decode(encoder.encode(at.text).subarray(0, column - 1));
-  return Math.min(at.to, at.from + before.length);
-}
+import { positionOf } from "./places";
 
 function diagnosticsOf(doc: Text, messages: Message[]): Diagnostic[] {
   return messages.map((message) => {

@@ -142,3 +142,11 @@ export function highlightedHtml(program: string): string {
     })
     .join("\n");
 }
+
+/// The same with an element around each line, for a page to number them; each ends with its newline.
+export function picturedHtml(program: string): string {
+  return highlightedHtml(program)
+    .split("\n")
+    .map((line) => `<span class="line">${line}\n</span>`)
+    .join("");
+}

@@ -11,6 +11,13 @@ export interface Piece extends Range {
   name?: string;
 }
 
+const encoder = new TextEncoder();
+const decoder = new TextDecoder();
+
+/// How long the first bytes of a text are.
+export const charactersOf = (text: string, bytes: number) =>
+  decoder.decode(encoder.encode(text).subarray(0, bytes)).length;
+
 /// All tokens of a text, with their places in it.
 export function* tokensOf(text: string): Generator<Token> {
   let open: Open = [];

@@ -1,7 +1,8 @@
 // A playground for other pages: the editor, the output, and the way to all of it. The program comes by
 // the address; who holds the page hears how high it is.
 import { asset, page } from "../assets";
-import { makeEditor } from "../editor/editor";
+import { picturedText } from "../editor/plain_field";
+import { ProgramField } from "../editor/program_field";
 import { warmUp } from "../machine/session";
 import { type Given, givenText } from "../play/given";
 import { Runner } from "../play/runner";
@@ -11,7 +12,7 @@ const by = <E extends HTMLElement>(id: string) => document.getElementById(id) as
 const hash = location.hash;
 
 async function programOfAddress(): Promise<{ given: Given; fault?: string }> {
-  const hello = givenText(by("editor").textContent ?? "");
+  const hello = givenText(picturedText(by("editor")));
   const example = /^#example=([\w/]+)$/.exec(hash)?.[1];
   try {
     if (!example) return { given: (await givenBy(hash)) ?? hello };
@@ -25,17 +26,15 @@ async function programOfAddress(): Promise<{ given: Given; fault?: string }> {
 
 async function setUp() {
   const { given, fault } = await programOfAddress();
-  const place = by("editor");
-  place.replaceChildren();
-  const editor = makeEditor({
-    parent: place,
+  const program = new ProgramField({
+    parent: by("editor"),
     text: given.text,
     label: "Program",
     numbered: false,
     onRun: () => void runner.start(),
     onStop: () => runner.stop(),
   });
-  const now = () => ({ ...given, text: editor.state.doc.toString() });
+  const now = () => ({ ...given, text: program.text() });
   const run = by<HTMLButtonElement>("run");
   const runner = new Runner({ output: by("output"), status: by("status"), button: run }, { given: now });
   run.disabled = false;

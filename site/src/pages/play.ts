@@ -4,7 +4,8 @@
 // place as a whole. The first change of one that came by a link or is an example makes it the
 // reader's: the address no longer tells it then, and the tab keeps it.
 import { asset } from "../assets";
-import { makeEditor, markPlace, replaceText } from "../editor/editor";
+import { picturedText } from "../editor/plain_field";
+import { ProgramField } from "../editor/program_field";
 import { format, type Message } from "../machine/laboratory";
 import { warmUp } from "../machine/session";
 import { type Given, givenText } from "../play/given";
@@ -23,7 +24,7 @@ const fileList = by("file-list");
 const notice = by("notice");
 const recent = by("recent");
 
-const hello = givenText(by("editor").textContent ?? "");
+const hello = givenText(picturedText(by("editor")));
 const programs = new Programs(
   () => localStorage,
   () => sessionStorage,
@@ -58,7 +59,7 @@ function addFile(name: string, text: string) {
 
 function given(): Given {
   return {
-    text: editor.state.doc.toString(),
+    text: program.text(),
     arguments: lines(words.value),
     input: input.value,
     files: [...fileList.children]
@@ -71,7 +72,7 @@ function given(): Given {
 }
 
 function fill(next: Given) {
-  if (editor.state.doc.toString() !== next.text) replaceText(editor, next.text);
+  program.replace(next.text);
   words.value = next.arguments.join("\n");
   input.value = next.input;
   fileList.replaceChildren();
@@ -131,15 +132,11 @@ function undoOpening() {
   if (location.hash) history.replaceState(null, "", location.pathname + location.search);
   open(last, id, own);
   if (own) void take(id);
-  editor.focus();
+  program.focus();
 }
 
 function goTo(message: Message) {
-  const { doc } = editor.state;
-  const line = doc.line(Math.min(doc.lines, Math.max(1, message.line)));
-  const at = Math.min(line.to, line.from + message.column - 1);
-  editor.dispatch({ selection: { anchor: at }, scrollIntoView: true });
-  editor.focus();
+  void program.goTo(message.line, message.column);
 }
 
 /// The first fault below the editor as well, for who has no pointer to hold over it.
@@ -151,10 +148,8 @@ function showVerdict(messages: Message[]) {
   verdict.textContent = first ? `Line ${first.line}: ${first.say}${more}` : "";
 }
 
-const editorPlace = by("editor");
-editorPlace.replaceChildren();
-const editor = makeEditor({
-  parent: editorPlace,
+const program = new ProgramField({
+  parent: by("editor"),
   text: hello.text,
   label: "Program",
   numbered: true,
@@ -172,7 +167,7 @@ const runner = new Runner(
 );
 by("run").addEventListener("click", () => tabs.select("output"));
 
-const mark = (place?: { from: number; to: number }) => markPlace(editor, place);
+const mark = (place?: { from: number; to: number }) => program.mark(place);
 tabs.onSelect("output", () => mark());
 
 /// The panels that have been opened; each is fetched when its tab is selected first.
@@ -228,7 +223,7 @@ async function openExample(name: string) {
   if (!example) return say(`There is no example ${name}.`);
   open(example, makeId(), false);
   say(`${name} is open.`, { label: "Undo", run: undoOpening });
-  editor.focus();
+  program.focus();
 }
 
 /// Opens what the address tells; false when it tells nothing.
@@ -270,8 +265,8 @@ by("share").addEventListener("click", async () => {
 });
 
 by("format").addEventListener("click", async () => {
-  const { text, messages } = await format(editor.state.doc.toString());
-  if (text !== undefined) replaceText(editor, text, true);
+  const { text, messages } = await format(program.text());
+  if (text !== undefined) await program.rewrite(text);
   else say(messages?.[0]?.say ?? "This program has no layout.");
 });
 
@@ -311,7 +306,7 @@ function listRecent() {
     recent.hidePopover();
     open(givenText(""), makeId(), false);
     say("A new program.", { label: "Undo", run: undoOpening });
-    editor.focus();
+    program.focus();
   });
   recent.replaceChildren(fresh, items.length ? list : "Programs that you change are kept here, in this browser alone.");
 }
@@ -341,7 +336,7 @@ document.addEventListener("keydown", (event) => {
 });
 
 setUpFrame();
-setUpKeys(document.querySelector<HTMLElement>(".keys")!, editor, by("run"));
+setUpKeys(document.querySelector<HTMLElement>(".keys")!, program, by("run"));
 warmUp();
 void (async () => {
   if (!(await openFragment())) {

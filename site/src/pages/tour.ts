@@ -3,7 +3,8 @@
 // What a reader has written stays with the browser, by program, and so does which exercises are solved
 // and which chapters read. An exercise is checked by a program of its own: it takes the place of the
 // reader's entry, gives 0 when all is right, and says else what is not.
-import { makeEditor, replaceText } from "../editor/editor";
+import { picturedText } from "../editor/plain_field";
+import { ProgramField } from "../editor/program_field";
 import { checked } from "../language/program";
 import { check, pack } from "../machine/laboratory";
 import { type Run, start, warmUp } from "../machine/session";
@@ -43,36 +44,34 @@ function setUpChapter(workplace: HTMLElement) {
   const checkButton = by<HTMLButtonElement>("check");
   const answerButton = by<HTMLButtonElement>("answer");
 
-  const place = by("editor");
-  place.replaceChildren();
-  const editor = makeEditor({
-    parent: place,
-    text: "",
+  const program = new ProgramField({
+    parent: by("editor"),
+    text: picturedText(by("editor")),
     label: "Program",
     numbered: true,
     onRun: () => void runner.start(),
     onStop: () => runner.stop(),
     onChange: (byReader) => {
-      if (byReader && opened.key) stored.write(`text.${opened.key}`, editor.state.doc.toString());
+      if (byReader && opened.key) stored.write(`text.${opened.key}`, program.text());
     },
   });
   const run = by<HTMLButtonElement>("run");
   const runner = new Runner(
     { output: by("output"), status: by("status"), button: run },
-    { given: () => ({ ...opened.given, text: editor.state.doc.toString() }) },
+    { given: () => ({ ...opened.given, text: program.text() }) },
   );
 
   function show(next: Opened, byClick: boolean) {
     opened = next;
     checking?.stop();
-    replaceText(editor, stored.read(`text.${next.key}`) ?? next.given.text);
+    program.replace(stored.read(`text.${next.key}`) ?? next.given.text);
     by("workplace-title").textContent = next.exercise ? "Exercise" : "Program";
     checkButton.hidden = answerButton.hidden = !next.exercise;
     verdict.textContent = "";
     verdict.className = "";
     if (!byClick) return;
     if (matchMedia("(max-width: 900px)").matches) workplace.scrollIntoView();
-    editor.focus();
+    program.focus();
   }
 
   async function checkExercise(exercise: Exercise) {
@@ -82,7 +81,7 @@ function setUpChapter(workplace: HTMLElement) {
       verdict.textContent = text;
     };
     tell("running", "checking ...");
-    const text = editor.state.doc.toString();
+    const text = program.text();
     const fault = (await check(givenText(text)).catch(() => [])).find(({ severity }) => severity === "fault");
     if (fault) return tell("failed", `Line ${fault.line}: ${fault.say}`);
     const whole = givenText(checked(text, exercise.check, helpers));
@@ -110,11 +109,11 @@ function setUpChapter(workplace: HTMLElement) {
 
   checkButton.addEventListener("click", () => opened.exercise && void checkExercise(opened.exercise));
   answerButton.addEventListener("click", () => {
-    if (opened.exercise) replaceText(editor, opened.exercise.answer, true);
+    if (opened.exercise) void program.rewrite(opened.exercise.answer);
   });
   by("reset").addEventListener("click", () => {
     stored.remove(`text.${opened.key}`);
-    replaceText(editor, opened.given.text);
+    program.replace(opened.given.text);
   });
 
   const openExercise = (name: string, byClick: boolean) => {
@@ -140,7 +139,7 @@ function setUpChapter(workplace: HTMLElement) {
   if (asked) openExercise(asked, true);
   else if (!boxes.length && exercises.length) openExercise(exercises[0].name, false);
   run.disabled = false;
-  setUpKeys(document.querySelector<HTMLElement>(".keys")!, editor, run);
+  setUpKeys(document.querySelector<HTMLElement>(".keys")!, program, run);
   warmUp();
 }
 

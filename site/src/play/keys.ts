@@ -1,19 +1,16 @@
 // A row of the characters that a phone's keyboard hides, above that keyboard.
-import type { EditorView } from "@codemirror/view";
+import type { ProgramField } from "../editor/program_field";
 
 const characters = [..."\\{}[](),;"];
 
-export function setUpKeys(row: HTMLElement, editor: EditorView, run: HTMLElement) {
+export function setUpKeys(row: HTMLElement, program: ProgramField, run: HTMLElement) {
   for (const character of characters) {
     const key = document.createElement("button");
     key.type = "button";
     key.textContent = character;
     // The editor keeps the focus, and so the keyboard stays.
     key.addEventListener("pointerdown", (event) => event.preventDefault());
-    key.addEventListener("click", () => {
-      editor.dispatch(editor.state.replaceSelection(character), { scrollIntoView: true });
-      editor.focus();
-    });
+    key.addEventListener("click", () => program.insert(character));
     row.append(key);
   }
   run.addEventListener("pointerdown", (event) => event.preventDefault());

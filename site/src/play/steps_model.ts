@@ -1,5 +1,5 @@
 // What a state of the reduction shows, apart from how a page draws it.
-import { type Range, unframed } from "../language/program";
+import { charactersOf, type Range, unframed } from "../language/program";
 import type { Step } from "../machine/laboratory";
 import type { Logged } from "../machine/module";
 import type { Link, Why } from "../machine/results";
@@ -49,9 +49,6 @@ export function placeIn(text: string, run: string, place: Step["place"]): Range 
   const from = before + charactersOf(lines[line - 1], column - 1);
   return unframed(text, run, { from, to: from + charactersOf(run.slice(from, from + length), length) });
 }
-
-/// How long the first bytes of a text are.
-const charactersOf = (text: string, bytes: number) => decoder.decode(encoder.encode(text).subarray(0, bytes)).length;
 
 /// What is said of a Z that reaches an effect or the result. `isValue` is for the effect that shows the
 /// value of an expression.
