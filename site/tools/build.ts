@@ -9,7 +9,7 @@ import path from "node:path";
 import zlib from "node:zlib";
 import { bundled, bundledWorker, bundleForNode, bundleScripts } from "./bundle";
 import { cheatsheetText } from "./cheatsheet";
-import { checkExamples, checkExercises, checkSnippet } from "./checks";
+import { checkExamples, checkExercises, checkLinks, checkSnippet } from "./checks";
 import { type Document, needsCommandLine, renderDocument, type Settings } from "./documents";
 import { type Example, readExamples } from "./gallery";
 import { libraryEntries, readLibrary, type Theme } from "./library";
@@ -148,6 +148,7 @@ async function main() {
   pages.writePlaygrounds(all.examples, assets, picture);
   pages.writeNotFound(assets);
   writeSource();
+  checkLinks();
   await writeServiceWorker();
   compress();
   console.log(`${all.guide.programs.length} programs of the guide do what it shows`);

@@ -28,9 +28,12 @@ function named({ entries }: Reference, kind: string, names?: string[]): Referenc
   return names ? names.map((name) => all.find((entry) => entry.name === name)!) : all;
 }
 
+/// A link within the reference leads there from here.
+const fromHere = (text: string) => text.replaceAll("](#", "](reference.html#");
+
 export function cheatsheetText(reference: Reference): string {
   const text = fs.readFileSync(path.join(site, "cheatsheet.md"), "utf8");
-  return text
+  const filled = text
     .replace("{{operators}}", () => operators(reference))
     .replace("{{combinators}}", () =>
       table(named(reference, "combinator").map((entry) => row(line(entry, "rule"), line(entry, "use")))),
@@ -43,6 +46,7 @@ export function cheatsheetText(reference: Reference): string {
         ),
       ),
     );
+  return fromHere(filled);
 }
 
 /// The examples of the text: an expression, and its value as `lisp` prints it.

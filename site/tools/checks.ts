@@ -3,7 +3,7 @@ import fs from "node:fs";
 import path from "node:path";
 import { examplesOf } from "./cheatsheet";
 import { type Document, isProgram, needsCommandLine, type Snippet } from "./documents";
-import { root, source } from "./places";
+import { root, source, www } from "./places";
 import { checkHelpers } from "./tour";
 
 type Machine = typeof import("./machine");
@@ -66,5 +66,24 @@ export async function checkExamples(text: string, { runProgram }: Machine) {
   for (const [expression, value] of examplesOf(text)) {
     const { out } = await runProgram({ text: `a\\done{puts(init(lisp(${expression})))}0` });
     if (out.trimEnd() !== value) fail(`site/cheatsheet.md: ${expression} is ${out.trimEnd()}, not ${value}`);
+  }
+}
+
+/// Each link of a page leads to a file of the site, and to a place in it.
+export function checkLinks() {
+  const all = fs.readdirSync(www, { recursive: true, encoding: "utf8" });
+  const pages = new Map(
+    all.filter((name) => name.endsWith(".html")).map((name) => [name, fs.readFileSync(path.join(www, name), "utf8")]),
+  );
+  for (const [name, html] of pages) {
+    for (const [, href] of html.matchAll(/ href="([^"]*)"/g)) {
+      if (/^[a-z]+:|^\//.test(href)) continue;
+      const [file, place] = href.split("#");
+      const target = file ? path.join(path.dirname(name), file) : name;
+      const isThere = all.includes(target);
+      // What opens a program is no place.
+      const hasPlace = !place || /^(example|program)=|^exercise-/.test(place) || pages.get(target)?.includes(` id="${place}"`);
+      if (!isThere || !hasPlace) fail(`${name} has a link to ${href}, where nothing is`);
+    }
   }
 }

@@ -74,6 +74,7 @@ export function writePage(name: string, page: Page, assets: Assets) {
     .replace("{{styles}}", styles.map((file) => `<link rel="stylesheet" href="${up}${file}">\n`).join(""))
     .replace("{{script}}", up + assets.scripts[page.script])
     .replace("{{preload}}", page.preload ?? "")
+    .replace("{{without}}", page.script === "plain" ? "" : template("noscript.html"))
     .replaceAll("{{up}}", up)
     .replace(`<a href="${up}${name}">`, `<a href="${up}${name}" aria-current="page">`)
     .replace("{{main}}", () => page.main);

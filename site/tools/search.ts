@@ -69,10 +69,10 @@ function ofDocument(document: Document, href: string, synonyms: Map<string, stri
 }
 
 /// The themes of the library and their definitions, each with the note in front of it.
-function ofLibrary(themes: Theme[]): Piece[] {
+function ofLibrary(themes: Theme[], synonyms: Map<string, string>): Piece[] {
   const piece = (title: string, text: string, where: string, id: string): Piece => ({
     title,
-    also: "",
+    also: synonyms.get(title) ?? "",
     text,
     where,
     href: `library.html#${id}`,
@@ -107,7 +107,7 @@ export function searchIndex({ reference, documents, examples, library }: Indexab
       href: `examples.html#${name}`,
       html: `<p>${escapeHtml(about.replaceAll("`", ""))}</p>`,
     })),
-    ...ofLibrary(library),
+    ...ofLibrary(library, synonyms),
   ];
   const titles = new Set(pieces.map(({ title }) => title));
   for (const name of synonyms.keys()) {

@@ -37,6 +37,15 @@ function workplace({ programs, exercises }: Section, picture: Picture): string {
     .replace("{{program}}", () => picture(first));
 }
 
+/// The text of a chapter, with what it says of places in other ones leading there.
+function linked({ body }: Section, chapters: Section[]): string {
+  const isIn = (text: string, id: string) => text.includes(` id="${id}"`);
+  return body.replace(/href="#([^"]*)"/g, (link, id: string) => {
+    const other = isIn(body, id) ? undefined : chapters.find((each) => isIn(each.body, id));
+    return other ? `href="../${chapterOf(other.title)}#${id}"` : link;
+  });
+}
+
 function chapterPage(chapters: Section[], at: number, picture: Picture): TourPage {
   const chapter = chapters[at];
   const link = (to: Section | undefined, word: string, rel: string) =>
@@ -44,7 +53,7 @@ function chapterPage(chapters: Section[], at: number, picture: Picture): TourPag
       ? `<a rel="${rel}" href="../${chapterOf(to.title)}"><span>${word}</span> ${escapeHtml(to.title)}</a>`
       : `<a rel="${rel}" href="index.html"><span>${word}</span> All chapters</a>`;
   const hasPrograms = chapter.programs.length + chapter.exercises.length > 0;
-  const body = chapter.body
+  const body = linked(chapter, chapters)
     .replace(/<h2 id="([^"]*)">.*<\/h2>/, `<h1 id="$1">${escapeHtml(chapter.title)}</h1>`)
     .replace(/<(\/?)h3\b/g, "<$1h2");
   return {

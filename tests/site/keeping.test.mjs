@@ -216,6 +216,7 @@ test("an expression shows its value, a Z is not green, and a large status is exp
     ["1+1", "2\n", "fine", /^the value of an expression/],
     ["fact 20,fact\\n\\(n=0)1(n*fact(n-1))", "2432902008176640000\n", "fine", /^the value/],
     ["(1<2)[yes][no]", "[yes]\n", "fine", /^the value/],
+    ["sum(range(1,4)),[use: list]", "10\n", "fine", /^the value/],
     ["1/0", "Z\n", "doubtful", /^the value is Z, a failure/],
     ["a\\1000", "", "fine", /^exit status 1000 .* a shell shows 232/],
   ]) {

@@ -139,6 +139,11 @@ function setUpChapter(workplace: HTMLElement) {
   if (asked) openExercise(asked, true);
   else if (!boxes.length && exercises.length) openExercise(exercises[0].name, false);
   run.disabled = false;
+  const status = by("status");
+  if (status.classList.contains("loading")) {
+    status.className = "status";
+    status.textContent = "";
+  }
   setUpKeys(document.querySelector<HTMLElement>(".keys")!, program, run);
   warmUp();
 }

@@ -30,10 +30,12 @@ function element<K extends keyof HTMLElementTagNameMap>(name: K, className: stri
 
 const isFault = ({ severity }: Message) => severity === "fault";
 
-/// The program that shows the value of its entry, where that is no function.
+/// The program that shows the value of its entry, where that is no function. What the entry's name
+/// takes the check knows from the program with all that it builds on in it.
 async function valueProgram(given: Given): Promise<string | undefined> {
   if (showingValue(given.text, true) === undefined) return undefined;
-  const messages = await check(given).catch(() => []);
+  const text = await pack(given).catch(() => given.text);
+  const messages = await check({ ...given, text }).catch(() => []);
   if (messages.some(isFault)) return undefined;
   return showingValue(
     given.text,
