@@ -82,7 +82,8 @@ export function checkLinks() {
       const target = file ? path.join(path.dirname(name), file) : name;
       const isThere = all.includes(target);
       // What opens a program is no place.
-      const hasPlace = !place || /^(example|program)=|^exercise-/.test(place) || pages.get(target)?.includes(` id="${place}"`);
+      const hasPlace =
+        !place || /^(example|program)=|^exercise-/.test(place) || pages.get(target)?.includes(` id="${place}"`);
       if (!isThere || !hasPlace) fail(`${name} has a link to ${href}, where nothing is`);
     }
   }
