@@ -88,7 +88,7 @@ function pageOf(href: string, up: string): string | undefined {
   const [file, anchor] = href.split("#");
   const base = path.posix.basename(file);
   const isExample = /(^|\/)examples(\/|$)/.test(file);
-  const page = isExample ? "examples.html" : (pages[base] ?? (base.endsWith(".html") ? base : undefined));
+  const page = isExample ? "examples.html" : (pages[base] ?? (/\.(html|tar\.gz)$/.test(base) ? base : undefined));
   return page && up + (anchor ? `${page}#${anchor}` : page);
 }
 

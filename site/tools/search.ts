@@ -25,6 +25,7 @@ function readSynonyms(): Map<string, string> {
 
 const plain = (html: string) =>
   html
+    .replace(/<\/?(a|code|em|span|strong)\b[^>]*>/g, "")
     .replace(/<[^>]*>/g, " ")
     .replace(/&(amp|lt|gt|quot);/g, " ")
     .replace(/\s+/g, " ")
@@ -61,7 +62,7 @@ function ofDocument(document: Document, href: string, synonyms: Map<string, stri
       title,
       also: synonyms.get(title) ?? "",
       text,
-      where: document.title.replace(" to marl", ""),
+      where: document.title.replace("A guide to marl", "Guide"),
       href: `${href}#${id}`,
       html: `<p>${escapeHtml(prose.slice(0, 160))}${prose.length > 160 ? " …" : ""}</p>`,
     };

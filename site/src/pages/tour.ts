@@ -61,6 +61,9 @@ function setUpChapter(workplace: HTMLElement) {
     { given: () => ({ ...opened.given, text: program.text() }) },
   );
 
+  // On a phone the button is always in sight, and the output is not.
+  run.addEventListener("click", () => by("output").scrollIntoView({ block: "nearest" }));
+
   function show(next: Opened, byClick: boolean) {
     opened = next;
     checking?.stop();
