@@ -189,6 +189,15 @@ function exerciseHtml(exercise: Exercise, highlight: (text: string) => string, c
   );
 }
 
+/// A part of a page that is laid out when it comes near. Its class says about how many lines it has, as
+/// a power of two.
+export function sectionHtml(body: string): string {
+  const lines = body.replace(/<[^>]*>/g, "").split("\n");
+  const folded = lines.reduce((sum, line) => sum + Math.ceil(line.length / 85), 0);
+  const power = Math.min(10, Math.max(3, Math.round(Math.log2(folded))));
+  return `<section class="tall-${power}">${body}</section>\n`;
+}
+
 /// One walk over a document's tokens, which gathers what its sections hold.
 class Renderer {
   private readonly md = new MarkdownIt({ html: false, linkify: false });
@@ -294,7 +303,7 @@ class Renderer {
     }
     const sections = parts.map((part) => this.renderSection(part));
     const [{ text: title }, ...contents] = this.contents;
-    const body = sections.map((section) => section.body).join("");
+    const body = sections.map((section, i) => (i ? sectionHtml(section.body) : section.body)).join("");
     return { title, body, contents, programs: this.programs, shown: this.shown, sections };
   }
 }

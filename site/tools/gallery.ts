@@ -1,7 +1,7 @@
 // The examples by theme, each with a picture of what it prints.
 import fs from "node:fs";
 import path from "node:path";
-import { escapeHtml, needsCommandLine, programHtml, type Snippet, slug, snippetAt } from "./documents";
+import { escapeHtml, needsCommandLine, programHtml, type Snippet, sectionHtml, slug, snippetAt } from "./documents";
 import { root, source } from "./places";
 
 export interface Example extends Snippet {
@@ -63,10 +63,11 @@ export function galleryPage(examples: Example[], highlight: (text: string) => st
     (theme) =>
       `<h2 id="${slug(theme)}">${escapeHtml(theme)}</h2><ul class="gallery">${of(theme).map(card).join("\n")}</ul>`,
   );
-  const programs = examples.map(
-    (example) =>
-      `<section class="example"><h3 id="${slug(example.name)}">${example.name}</h3><p>${plain(example.about)} ` +
-      `<a href="index.html#example=${example.name}">Open ${example.name} in the playground</a></p>${programHtml(example, highlight)}</section>`,
+  const programs = examples.map((example) =>
+    sectionHtml(
+      `<h3 id="${slug(example.name)}">${example.name}</h3><p>${plain(example.about)} ` +
+        `<a href="index.html#example=${example.name}">Open ${example.name} in the playground</a></p>${programHtml(example, highlight)}`,
+    ),
   );
   return {
     title: "Examples",

@@ -2,7 +2,7 @@
 import fs from "node:fs";
 import path from "node:path";
 import type { Document, Heading } from "./documents";
-import { escapeHtml } from "./documents";
+import { escapeHtml, sectionHtml } from "./documents";
 import { root, source } from "./places";
 
 type Machine = typeof import("./machine");
@@ -80,7 +80,7 @@ export function libraryPage(
     '<button type="button" class="change">Edit</button><span role="status" class="status"></span></div></div>\n';
   const sections = themes.map((theme) => {
     const entries = theme.definitions.map((each) => definitionHtml(theme, each, highlight));
-    return `<h2 id="${theme.name}">${theme.name}</h2>\n${paragraphs(theme.about)}${entries.join("")}`;
+    return sectionHtml(`<h2 id="${theme.name}">${theme.name}</h2>\n${paragraphs(theme.about)}${entries.join("")}`);
   });
   const contents: Heading[] = themes.map(({ name }) => ({ tag: "h2", text: name, id: name }));
   return { title: "The library", body: `<h1>The library</h1>\n${intro}${sections.join("")}`, contents };
