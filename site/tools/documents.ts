@@ -189,12 +189,16 @@ function exerciseHtml(exercise: Exercise, highlight: (text: string) => string, c
   );
 }
 
-/// A part of a page that is laid out when it comes near. Its class says about how many lines it has, as
-/// a power of two.
+/// A part of a page that is laid out when it comes near. Its class says how many lines it has at the
+/// most, as a power of two: what stood out of too low a place would seem to lie over the next part.
 export function sectionHtml(body: string): string {
-  const lines = body.replace(/<[^>]*>/g, "").split("\n");
+  const lines = body
+    .replace(/<\/t[dh]>\n/g, " ")
+    .replace(/<[^>]*>/g, "")
+    .split("\n");
   const folded = lines.reduce((sum, line) => sum + Math.ceil(line.length / 85), 0);
-  const power = Math.min(10, Math.max(3, Math.round(Math.log2(folded))));
+  const gaps = body.match(/<(button|div|h\d|li|p|pre|tr)\b/g)?.length ?? 0;
+  const power = Math.min(11, Math.max(3, Math.ceil(Math.log2(folded + gaps))));
   return `<section class="tall-${power}">${body}</section>\n`;
 }
 
