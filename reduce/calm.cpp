@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "reduce/interrupts.h"
@@ -27,10 +28,15 @@ bool is_marker(Node* leaf) { return first_byte(leaf) == ')' || first_byte(leaf) 
 
 using Users = std::unordered_map<const Symbol*, std::vector<Symbol*>>;
 
-/// Notes a definition as a user of all that it names; false for a marker in it.
+/// Where a definition is data, parts of it may stand in it more often than can be counted.
+constexpr int most_parts = 1 << 18;
+
+/// Notes a definition as a user of all that it names; false for a marker in it, and when it is too
+/// large.
 bool note_uses(Symbol& symbol, Users& users) {
+    int parts = 0;
     return walk<ChildrenAndElements>(symbol.definition, [&](Node* node) {
-        if (is_leaf(node) && is_marker(node)) return Go::out;
+        if (++parts > most_parts || (is_leaf(node) && is_marker(node))) return Go::out;
         if (!names_definition(node)) return Go::in;
         std::vector<Symbol*>& known = users[&symbol_of_leaf(node)];
         if (known.empty() || known.back() != &symbol) known.push_back(&symbol);
