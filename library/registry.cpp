@@ -19,9 +19,8 @@ std::vector<Builtin>* collect_rows() {
         const std::span<const Builtin> rows = family();
         table->insert(table->end(), rows.begin(), rows.end());
     }
-    std::sort(table->begin(), table->end(), [](const Builtin& a, const Builtin& b) {
-        return strcmp(a.name, b.name) < 0;
-    });
+    std::sort(table->begin(), table->end(),
+              [](const Builtin& a, const Builtin& b) { return strcmp(a.name, b.name) < 0; });
     return table;
 }
 
