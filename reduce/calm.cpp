@@ -8,9 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "reduce/interrupts.h"
 #include "reduce/needs.h"
-#include "reduce/observer.h"
 #include "reduce/tables.h"
 #include "value/identity.h"
 #include "value/walk.h"
@@ -97,6 +95,8 @@ bool names_definition(Node* node) {
     if (name.size() != 1) return true;
     return !(name[0] >= 'a' && name[0] <= 'z') && name[0] != '\\' && name[0] != '{';
 }
+
+bool has_calm_calls() { return calls_are_calm && !meanings_change && !may_load && !keeps_identity; }
 
 void forget_calm() { is_marked = false; }
 

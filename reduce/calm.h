@@ -2,8 +2,7 @@
 //
 // In a program that names `todo` each drop has its place, since a todo Value acts where it is
 // dropped. Where neither a definition, with all that it reaches, nor the arguments of a call can
-// have one to drop, nobody sees where the call drops what: it is calm, and code does it. What names
-// what the call may give as an address, or loads a text, leaves no call calm.
+// have one to drop, nobody sees where the call drops what: it is calm, and code does it.
 #pragma once
 
 #include "value/node.h"
@@ -18,6 +17,10 @@ bool names_definition(Node* node);
 
 /// Off where the rules themselves are asked for, one by one.
 extern bool calls_are_calm;
+
+/// Whether a program may have calm calls: code takes the combinators for what they are in it, and
+/// it neither loads a text nor asks what node a value is, which might reach more than names tell.
+bool has_calm_calls();
 
 /// Whether nothing that a definition reaches names `todo`, or can come to what it doesn't name. A
 /// constant under way is taken for one that does.

@@ -11,6 +11,9 @@
 // long as it can.
 #include "reduce/machine.h"
 
+#include <span>
+
+#include "reduce/arguments.h"
 #include "reduce/build.h"
 #include "reduce/calm.h"
 #include "reduce/closure.h"
@@ -216,31 +219,9 @@ Symbol* calm_call(Node* context, Node* focus) {
     return &symbol;
 }
 
-/// Moves the arguments of an application behind the last frame.
-void take_arguments(Node* application) {
-    int count = 0;
-    head_of(application, count);
-    while (count > 0) {
-        PairNode* const node = as_pair(application);
-        Node* const argument = right(node);
-        application = node->left;
-        if (count_of(node) == 1) {
-            free_node(node, sizeof(PairNode));
-        } else {
-            retain(argument);
-            retain(application);
-            release(node);
-        }
-        machine.registers.top[--count] = word_of_result(argument);
-    }
-    release(application);
-}
-
 /// Does a call by code, if nobody can see how.
 bool do_calm_call(Value& context, Value& focus) {
-    if (!calls_are_calm || meanings_change || may_load || keeps_identity || definitions_change ||
-        !leaves_calls())
-        return false;
+    if (!has_calm_calls() || definitions_change || !leaves_calls()) return false;
     earn_look();
     Symbol* const symbol = calm_call(context, focus);
     if (!symbol) return false;
@@ -248,7 +229,13 @@ bool do_calm_call(Value& context, Value& focus) {
     const bool was_calm = std::exchange(in_calm_call, true);
     const uint64_t drops = machine.drops;
     begin_run();
-    take_arguments(focus.take());
+    // The arguments go behind the last frame.
+    Word* const arguments = machine.registers.top;
+    const int count = symbol->parameters;
+    take_inner_arguments(focus.take(), count, arguments);
+    for (Word& word : std::span(arguments, static_cast<size_t>(count))) {
+        if (is_node(word)) word = word_of_result(node_of(word));
+    }
     focus = finish_run(run_code(code_of(*symbol)));
     analyse(focus);
     in_calm_call = was_calm;

@@ -1,13 +1,13 @@
-// Runs programs twice each in one process, as they are and by the rules one by one, for
-// random/compare.py, which starts processes only for what differs here.
+// Runs programs in one process, each as it is, by the rules one by one, and with a todo Value in
+// its entry, for random/compare.py, which starts processes only for what differs here.
 //
 //     pairs PROGRAMS FIRST SECONDS <INPUT
 //     pairs --rules FILE
 //
 // PROGRAMS is a file of programs, each with a NUL behind it; the FIRST ones of them are left out.
-// Prints a "=" for each program that does the same both times, and a third time with a todo Value
-// in its entry, else a "!". A program that ends the process, or takes longer than SECONDS, is the
-// last one, and has neither. The second form does what marl does, by the rules alone.
+// Prints a "=" for each program that does the same each time, else a "!". A program that ends the
+// process, or takes longer than SECONDS, is the last one, and has neither. The second form does
+// what marl does, by the rules alone.
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -15,26 +15,20 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <string>
+#include <string_view>
 
 #include "driver/marl.h"
 #include "driver/process.h"
 #include "driver/run.h"
+#include "random/printed.h"
 #include "reduce/calm.h"
 
 namespace {
 
 constexpr char by_the_rules[] = ",\nexact\\x\\todo";
 constexpr char begins_calm[] = "q{todo(I,1)}";  // behind the entry's parameter
-
-/// What has gone to standard output since the last question.
-std::string printed_since() {
-    fflush(stdout);
-    std::string shown(static_cast<size_t>(lseek(STDOUT_FILENO, 0, SEEK_CUR)), '\0');
-    if (pread(STDOUT_FILENO, shown.data(), shown.size(), 0) < 0) abort();
-    lseek(STDOUT_FILENO, 0, SEEK_SET);
-    return shown;
-}
 
 /// All that a program does, in a process as it is at the start.
 std::string behaviour(const std::string& source, bool calm) {
@@ -51,7 +45,7 @@ std::string behaviour(const std::string& source, bool calm) {
     if (result) shown.append(result, size);
     if (fault) shown += fault;
     marl_end(session);
-    return shown + "\n" + printed_since();
+    return shown + "\n" + marl::printed_since();
 }
 
 int run_by_the_rules(char** arguments) {

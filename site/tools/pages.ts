@@ -8,7 +8,7 @@ import { type Example, galleryPage } from "./gallery";
 import { libraryPage, type Theme } from "./library";
 import { writePage } from "./page";
 import { source, template, www } from "./places";
-import { tourPages } from "./tour";
+import { type Picture, tourPages } from "./tour";
 
 type Highlight = (text: string) => string;
 
@@ -76,7 +76,7 @@ export function writeCheatsheet(text: string, assets: Bundle, highlight: Highlig
   writePage("cheatsheet.html", page, assets);
 }
 
-export function writeTour(guide: Document, assets: Bundle, picture: Highlight) {
+export function writeTour(guide: Document, assets: Bundle, picture: Picture) {
   for (const { name, title, main } of tourPages(guide, picture)) {
     const description = `A tour of marl: ${title}.`;
     writePage(name, { title: `${title} · a tour of marl`, description, main, script: "tour", kind: "wide" }, assets);
@@ -105,7 +105,7 @@ function exampleOptions(examples: Example[]): string {
     .join("\n");
 }
 
-export function writePlaygrounds(examples: Example[], assets: Bundle, picture: Highlight) {
+export function writePlaygrounds(examples: Example[], assets: Bundle, picture: Picture) {
   const program = picture(template("hello.marl"));
   const preload = assets.parts.map((part) => `<link rel="modulepreload" href="${part}">\n`).join("");
   writePage(

@@ -27,7 +27,8 @@ function chapterList(chapters: Section[]): string {
   return `<ol class="chapters">${items.join("\n")}</ol>`;
 }
 
-type Picture = (program: string) => string;
+/// Makes the picture of a program that stands where the editor comes.
+export type Picture = (program: string) => string;
 
 /// The editor's place, with the program that a reader begins with.
 function workplace({ programs, exercises }: Section, picture: Picture): string {

@@ -110,7 +110,7 @@ class Marl:
 
 
 class Pairs:
-    """Tells programs that do the same twice in one process, which costs far less than two starts."""
+    """Tells programs that do the same each time in one process, which costs far less than starts."""
 
     def __init__(self, path, folder):
         self.path, self.file = os.path.abspath(path), os.path.join(folder, "programs")
@@ -224,7 +224,8 @@ def make(theme, seed, limit):
 
 def programs_to_run(options, pairs):
     """Programs by turns of the themes: how many were made so far, and theme, seed, text and expected
-    output of one that is to be run by itself; others did the same twice in one process."""
+    output of one that is to be run by itself, or nothing at the end of a batch; all others did the same
+    in one process."""
     themes = options.theme or [each for each in THEMES if not pairs or each not in LARGE]
     size = 200 if pairs else 1
     for start in range(0, options.count, size):

@@ -1,13 +1,9 @@
 // All of it in one process: a run forgets the definitions of the one before.
 #include "random/differences.h"
 
-#include <unistd.h>
-
-#include <cstdio>
-#include <cstdlib>
-
 #include "driver/session.h"
 #include "driver/shutdown.h"
+#include "random/printed.h"
 #include "random/rules.h"
 #include "reduce/calm.h"
 #include "reduce/interrupts.h"
@@ -28,18 +24,18 @@ void allow_steps() {}
 bool ran_out_of_steps() { return false; }
 #endif
 
-/// What has gone to standard output since the last question.
-std::string printed_since() {
-    fflush(stdout);
-    std::string shown(static_cast<size_t>(lseek(STDOUT_FILENO, 0, SEEK_CUR)), '\0');
-    if (pread(STDOUT_FILENO, shown.data(), shown.size(), 0) < 0) abort();
-    lseek(STDOUT_FILENO, 0, SEEK_SET);
-    return shown;
-}
-
 /// Who runs a program: the plain machine all of it, the plain machine but for calm calls, or
 /// whichever the program asks for.
 enum class Way { plain, calm, asked };
+
+std::string name_of(Way way) {
+    switch (way) {
+        case Way::plain: return "plain";
+        case Way::calm: return "calm";
+        case Way::asked: return "fast";
+    }
+    abort();
+}
 
 /// Opens the session of a program.
 bool open(Session& session, const std::string& source, Way way) {
@@ -80,7 +76,7 @@ std::string machines_difference(const std::string& source) {
     for (const Way way : {Way::asked, Way::calm}) {
         const std::string fast = behaviour(source, way);
         if (fast.empty() || plain == fast) continue;
-        return "plain:\n" + plain + (way == Way::calm ? "calm:\n" : "fast:\n") + fast;
+        return "plain:\n" + plain + name_of(way) + ":\n" + fast;
     }
     return "";
 }
@@ -97,7 +93,7 @@ std::string rules_difference(const std::string& source) {
         open(session, source, way);
         const std::string shown = printed_result();
         if (ran_out_of_steps() || shown == rules) continue;
-        return "rules:\n" + rules + (way == Way::plain ? "plain:\n" : "fast:\n") + shown;
+        return "rules:\n" + rules + name_of(way) + ":\n" + shown;
     }
     return "";
 }

@@ -4,14 +4,11 @@
 // Both break their lines as the editor does, so what one shows stands where the other shows it. The
 // picture is the page's own from the first; the field is laid over it by this script.
 import { picturedHtml } from "../language/grammar";
+import type { EditorSettings } from "./editor";
 
-export interface PlainSettings {
-  parent: Element;
-  text: string;
-  label: string;
-  numbered: boolean;
-  onRun(): void;
-  onStop(): void;
+type Shared = Pick<EditorSettings, "parent" | "text" | "label" | "numbered" | "onRun" | "onStop">;
+
+export interface PlainSettings extends Shared {
   /// Told of each change of the reader's.
   onInput(): void;
 }
