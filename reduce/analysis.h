@@ -20,8 +20,11 @@ void analyse_node(Node* node);
 /// The same for a Pair whose children are analysed and which is not: a constant cost.
 void analyse_pair(Node* pair);
 
+inline bool is_analysed(const Node* node) {
+    return (node->header & (uint64_t{0x7F} << top_shift)) != 0;
+}
 inline void analyse(Node* node) {
-    if ((node->header & (uint64_t{0x7F} << top_shift)) == 0) analyse_node(node);
+    if (!is_analysed(node)) analyse_node(node);
 }
 
 /// The following read the header of a node that is analysed.

@@ -109,7 +109,7 @@ Called open_function(Word function, Word* row, int count) {
     // The definition of `\` only gives it a rank.
     if (rank_analysed(node) != count || is_leaf_of(head, '\\')) return {};
     Symbol& symbol = symbol_of_leaf(head);
-    if (!symbol.definition) return {};
+    if (!symbol.definition || (!symbol.builtin && symbol.parameters > inner + count)) return {};
     memmove(row + inner, row, static_cast<size_t>(count) * sizeof(Word));
     take_inner_arguments(node, inner, row);
     return {nullptr, &symbol};

@@ -108,7 +108,7 @@ bool ignores_argument(const Code& part) {
 
 Word remainder_of(Code& part, Word* frame) {
     if (!part.remainder) part.remainder = make_remainder(part);
-    return make_piece(part.remainder->lambda, frame);
+    return make_piece(part.remainder->piece, frame);
 }
 
 Node* make_one_node(Closure* closure) {
@@ -183,6 +183,21 @@ Word construct(Code& part, Word* captured) {
     std::copy_n(captured, part.captures, closure->captured);
     const bool settled = std::all_of(captured, captured + part.captures, is_settled);
     return settled ? word_of(force(word_of(closure))) : word_of(closure);
+}
+
+Word finish_closure(Closure* closure) {
+    Code& part = *closure->code;
+    const Word word = word_of(closure);
+    // A lambda, a cell and a number take one argument.
+    const auto is_partial = [closure](const Applied& applied) {
+        const Word head = closure->captured[applied.captured];
+        return is_node(head) && settled(node_of(head)) && rank_of(node_of(head)) > applied.count;
+    };
+    if (!std::any_of(part.applied.begin(), part.applied.end(), is_partial)) return word;
+    if (!part.hoisting) part.hoisting = make_hoisting(part);
+    const Word made = make_piece(part.hoisting->piece, closure->captured);
+    release_word(word);
+    return made;
 }
 
 void open_closure(Closure* closure, Word* to) {
@@ -313,7 +328,7 @@ Word make_piece(const Piece& piece, Word* frame) {
             Closure* closure = new_closure(*piece.part);
             Word* to = closure->captured;
             for (const Piece& captured : piece.captured) *to++ = make_piece(captured, frame);
-            return word_of(closure);
+            return finish_closure(closure);
         }
         case Piece::Kind::copy: {
             Word words[most_registers];

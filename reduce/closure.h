@@ -15,6 +15,10 @@ inline bool is_settled(Word word) {
 /// The closure of a part, its Words not set but where it captures none.
 Closure* new_closure(Code& part);
 
+/// The Word of a closure whose Words are set. Where it applies one of them to too few arguments the
+/// closure is of another part, which captures that application: it is one node for all calls.
+Word finish_closure(Closure* closure);
+
 /// What a construction makes of the Words that it captures, which are consumed: a node when they
 /// are settled, else its closure.
 Word construct(Code& part, Word* captured);

@@ -128,6 +128,12 @@ struct Piece {
     std::vector<uint8_t> registers{};  // and what its arguments are
 };
 
+/// What a part captures and applies to so many arguments: too few ones, perhaps.
+struct Applied {
+    int captured;
+    int count;
+};
+
 constexpr int most_parameters = 10;
 
 struct Code {
@@ -146,6 +152,7 @@ struct Code {
     uint8_t register_of[26]{};  // which one, for each of them
     RegisterSet unsettled = 0;  // registers that may hold work at the start
     std::vector<Hoisted> hoisted;
+    std::vector<Applied> applied;
 
     bool made = false;
     int frame = 0;  // registers
@@ -162,6 +169,8 @@ struct Code {
     Closure* fixed = nullptr;  // of a part that captures nothing: its one closure
     // Of a lambda with several parameters: the code of what it is applied to its first argument.
     std::unique_ptr<struct Remainder> remainder;
+    // Of a part with a partial application of what it captures: it with such ones hoisted.
+    std::unique_ptr<Remainder> hoisting;
     // The copy of the part, and of what stands behind its first parameter; made when asked for.
     std::unique_ptr<Template> whole_template;
     std::unique_ptr<Template> body_template;
@@ -170,11 +179,12 @@ struct Code {
     bool is_lambda() const { return kind == ClosureKind::lambda; }
 };
 
-/// What a lambda of several parameters becomes when it is applied to the first argument, made of a
-/// frame that holds the argument and then what the lambda captured.
+/// What is made of a part in place of its closure, of a frame that holds what the part captured: a
+/// lambda of several parameters behind its first argument, which comes first in the frame, or the
+/// part with more of it hoisted.
 struct Remainder {
     Code frame;
-    Piece lambda;
+    Piece piece;
 };
 
 /// The Code of a definition with parameters. `strict`: its calls have all arguments settled.
@@ -185,6 +195,9 @@ std::unique_ptr<Code> make_lambda_code(Node* lambda);
 
 /// Makes the Remainder of a lambda with several parameters.
 std::unique_ptr<Remainder> make_remainder(const Code& lambda);
+
+/// Makes the part in which each application of what it captures is hoisted.
+std::unique_ptr<Remainder> make_hoisting(const Code& part);
 
 /// Takes the row of lambdas at the top of a part as its parameters. The captures are known.
 void take_parameters(Code& part);

@@ -16,6 +16,7 @@
 #include "reduce/check_code.h"
 #include "reduce/compiler.h"
 #include "reduce/continuation.h"
+#include "reduce/definitions.h"
 #include "reduce/heads.h"
 #include "reduce/meanings.h"
 #include "reduce/needs.h"
@@ -210,6 +211,7 @@ void Compiler::named_head(Node* name, const Terms& terms, Target target, Registe
         if (known && is_arithmetic(op)) return operation(op, name, terms, target, live);
         return call(name, terms, target, live);
     }
+    if (rank_of(name) != symbol.parameters) return general(constant(name), terms, target, live);
     if (symbol.parameters == 0) return constant_head(name, terms, target, live);
     if (is_lazy_name(symbol.name.view())) return lazy_head(name, terms, target, live);
     if (count < symbol.parameters) return partial(name, false, terms, target, live);
@@ -221,7 +223,9 @@ void Compiler::named_head(Node* name, const Terms& terms, Target target, Registe
 /// with a letter unbound is refused there when it is called.
 void Compiler::constant_head(Node* name, const Terms& terms, Target target, RegisterSet live) {
     Symbol& symbol = symbol_of_leaf(name);
-    if (symbol.unmemoised || !is_closed(symbol.definition) || (target.last && terms.empty())) {
+    const bool is_last = target.last && terms.empty();
+    if (symbol.unmemoised || is_last || !may_analyse(symbol.definition) ||
+        !is_closed(symbol.definition)) {
         return general(constant(name), terms, target, live);
     }
     const int outer = next_;
@@ -285,7 +289,8 @@ void Compiler::lazy_head(Node* name, const Terms& terms, Target target, Register
     if (static_cast<int>(terms.size()) < symbol.parameters) {
         return partial(name, true, terms, target, live);
     }
-    if (arranged_ < most_arranged && arrange(symbol, terms, target, live)) return;
+    const bool may_arrange = arranged_ < most_arranged && may_analyse(symbol.definition);
+    if (may_arrange && arrange(symbol, terms, target, live)) return;
     general(constant(name), terms, target, live);
 }
 

@@ -61,6 +61,8 @@ class Compiler {
     explicit Compiler(Code& code, Continuations* continuations = nullptr);
     void run();
     Piece piece_of(const Term& term);
+    /// From now on an application of a variable counts as settled when its parts are.
+    void hoist_applications() { hoists_applications_ = true; }
 
   private:
     friend class Continuations;
@@ -125,7 +127,7 @@ class Compiler {
     Part part_of(const Term& term);
     Part new_part(const Term& given);
     Value with_parts_apart(const Term& term);
-    static bool is_construction(Node* expression);
+    bool is_construction(Node* expression) const;
     std::vector<Node*> constructions_in(const Term& term);
     bool may_hold_work(const Term& word);
     void close(Op op, const Term& term, int reg, RegisterSet live);
@@ -188,6 +190,7 @@ class Compiler {
     int next_ = 0;           // the first register that is free
     int depth_ = 0;          // of expressions in expressions
     int arranged_ = 0;       // how many lazy definitions are being arranged
+    bool hoists_applications_ = false;
 };
 
 }  // namespace marl

@@ -107,9 +107,21 @@ Word fire_builtin(const Builtin& row, Word* arguments) {
     return is_abort(result) ? abort_with(std::move(result)) : word_of(result.take());
 }
 
+/// A name that was asked for its rank before a backquote gave its definition more parameters.
+Word fire_partly(const Symbol& symbol, const Arguments& arguments, int count) {
+    Value body = Value::share(symbol.definition);
+    for (int i = 0; i < count; ++i) {
+        const Value argument = Value::adopt(force(arguments[i]));
+        Bindings bindings;
+        bind(bindings, static_cast<char>(first_byte(lambda_key(body))), argument);
+        body = Value::adopt(substitute(lambda_body(body), bindings));
+    }
+    return word_of(body.take());
+}
+
 Word fire_symbol(Symbol& symbol, Node* function, int inner, int held) {
     const int count = inner + held;
-    if (symbol.definition && !symbol.builtin) {
+    if (symbol.definition && !symbol.builtin && symbol.parameters <= count) {
         Code& code = code_of(symbol);
         MARL_REQUIRE(code.parameters == count);
         take_arguments(function, inner, held, machine.registers.top);
@@ -118,7 +130,10 @@ Word fire_symbol(Symbol& symbol, Node* function, int inner, int held) {
     MARL_REQUIRE(count <= most_arguments);
     Arguments arguments;
     take_arguments(function, inner, held, arguments.data());
-    if (!symbol.builtin) return fire_undefined(symbol, arguments.data(), count);
+    if (!symbol.builtin) {
+        if (symbol.definition) return fire_partly(symbol, arguments, count);
+        return fire_undefined(symbol, arguments.data(), count);
+    }
     MARL_REQUIRE(symbol.builtin->arity == count);
     return fire_builtin(*symbol.builtin, arguments.data());
 }
@@ -202,7 +217,6 @@ Word fire_name(Node* name) {
     release(name);
     if (symbol.builtin) return fire_builtin(*symbol.builtin, nullptr);
     if (!symbol.definition) return fire_undefined(symbol, nullptr, 0);
-    MARL_REQUIRE(symbol.parameters == 0);
     Node* definition = symbol.definition;
     MARL_REQUIRE(is_closed(definition));  // a failed load may have left a letter unbound
     if (symbol.unmemoised) return word_of(shared(definition));

@@ -5,6 +5,9 @@
 // such a part is settled then (another lambda, a partial application) it can be seen that it is one
 // node. So it is hoisted: built where the closure is made, and captured. The same goes for operands
 // that wait, in a program with a lazy definition that may reduce one twice.
+//
+// Whether the application of a captured function is settled is known when the closure is made. For
+// one that is, the closure is made of a second form of the part (`make_hoisting`).
 #include <algorithm>
 
 #include "reduce/analysis.h"
@@ -36,11 +39,44 @@ void push_parts(std::vector<Place>& rest, Node* node, uint32_t bound) {
     }
 }
 
+/// The same for an application, by its operands: nobody gets hold of a function with only some of
+/// the operands in front of it. Returns the head, which is put there as well when it is no Leaf.
+Node* push_operands(std::vector<Place>& rest, Node* node, uint32_t bound) {
+    for (; !is_atom(node) && form(node) == Form::other; node = left(node)) {
+        rest.push_back({right(node), bound});
+    }
+    if (!is_leaf(node)) rest.push_back({node, bound});
+    return node;
+}
+
+/// Notes in a part what it captures and applies, where all that stands in the application is
+/// captured and nothing of it is hoisted.
+void note_applied(Code& part) {
+    std::vector<Place> rest{{part.whole, 0}};
+    while (!rest.empty()) {
+        const auto [node, bound] = rest.back();
+        rest.pop_back();
+        const auto is_node = [sought = node](const Hoisted& known) { return known.node == sought; };
+        if (is_leaf(node) || is_closed(node)) continue;
+        if (std::any_of(part.hoisted.begin(), part.hoisted.end(), is_node)) continue;
+        if (form(node) != Form::other) {
+            push_parts(rest, node, bound);
+            continue;
+        }
+        std::vector<Place> operands;
+        Node* head = push_operands(operands, node, bound);
+        rest.insert(rest.end(), operands.begin(), operands.end());
+        if (!is_leaf(head) || rank_of(head) != rank_variable || (free_set(node) & bound)) continue;
+        const uint8_t reg = part.register_of[__builtin_ctz(free_set(head))];
+        part.applied.push_back({reg - part.parameters, static_cast<int>(operands.size())});
+    }
+}
+
 }  // namespace
 
 /// Whether an expression with variables in it is settled when these are: a lambda, or a partial
 /// application of a known head to such and to what is settled.
-bool Compiler::is_construction(Node* expression) {
+bool Compiler::is_construction(Node* expression) const {
     std::vector<Node*> rest{expression};
     while (!rest.empty()) {
         Node* node = rest.back();
@@ -50,7 +86,8 @@ bool Compiler::is_construction(Node* expression) {
         if (!settled(node)) return false;
         if (is_leaf(node) || is_closed(node)) continue;
         Node* head = head_of(node);
-        if (!is_leaf(head) || rank_of(head) == rank_variable) return false;
+        if (!is_leaf(head)) return false;
+        if (rank_of(head) == rank_variable && !hoists_applications_) return false;
         for (; node != head; node = left(node)) rest.push_back(right(node));
     }
     return true;
@@ -78,13 +115,7 @@ std::vector<Node*> Compiler::constructions_in(const Term& term) {
         } else if (form(node) != Form::other) {
             push_parts(rest, node, bound);
         } else {
-            // Nobody gets hold of a function with only some of the operands in front of it.
-            for (Node* e = node; !is_atom(e); e = left(e)) {
-                rest.push_back({right(e), bound});
-                if (is_leaf(left(e)) || form(left(e)) == Form::other) continue;
-                rest.push_back({left(e), bound});
-                break;
-            }
+            push_operands(rest, node, bound);
         }
     }
     return found;
@@ -159,6 +190,7 @@ Compiler::Part Compiler::new_part(const Term& given) {
             push_parts(rest, node, bound);
         }
     }
+    if (part->is_lambda() || repeats_operands) note_applied(*part);
     code_.parts.push_back(std::move(part));
     return {static_cast<uint32_t>(code_.parts.size() - 1), given.expression, given.scope,
             std::move(captured)};
@@ -166,8 +198,9 @@ Compiler::Part Compiler::new_part(const Term& given) {
 
 /// Whether a Word that is captured may have work in it.
 bool Compiler::may_hold_work(const Term& word) {
-    if ((registers_of(word) & unsettled_) == 0) return false;
-    return register_of(word) >= 0 || form(word.expression) != Form::lambda;
+    if (register_of(word) < 0 && form(word.expression) == Form::lambda) return false;
+    return (registers_of(word) & unsettled_) != 0 ||
+           (hoists_applications_ && register_of(word) < 0);
 }
 
 /// Puts the closure of a term into a register, or with `construct` what is settled as soon as that
@@ -274,26 +307,45 @@ std::unique_ptr<Code> make_lambda_code(Node* lambda) {
     return code;
 }
 
+namespace {
+
+/// The frame that holds `parameters` and then what a part captures, for an expression of it.
+void lay_out_frame(Code& frame, const Code& part, Node* expression, int parameters) {
+    frame.whole = part.whole;
+    frame.body = expression;
+    frame.parameters = parameters;
+    frame.captures = part.captures;
+    const int moved = part.parameters - parameters;
+    for (uint32_t rest = part.letters & free_set(frame.whole); rest; rest &= rest - 1) {
+        const int letter = __builtin_ctz(rest);
+        frame.letters |= uint32_t{1} << letter;
+        frame.register_of[letter] = static_cast<uint8_t>(part.register_of[letter] - moved);
+    }
+    for (const Hoisted& hoisted : part.hoisted) {
+        frame.hoisted.push_back({hoisted.node, static_cast<uint8_t>(hoisted.reg - moved)});
+    }
+    frame.unsettled = part.unsettled >> moved;
+}
+
+}  // namespace
+
 std::unique_ptr<Remainder> make_remainder(const Code& lambda) {
     auto remainder = std::make_unique<Remainder>();
     Code& frame = remainder->frame;
-    frame.whole = lambda.whole;
-    frame.body = lambda_body(lambda.whole);
-    frame.parameters = 1;
-    frame.captures = lambda.captures;
-    // The captured Words stand behind one parameter here, and behind all of them there.
-    const int moved = lambda.parameters - 1;
-    frame.letters = lambda.letters & (free_set(frame.whole) | free_set(lambda_key(frame.whole)));
-    for (uint32_t rest = frame.letters & free_set(frame.whole); rest; rest &= rest - 1) {
-        const int letter = __builtin_ctz(rest);
-        frame.register_of[letter] = static_cast<uint8_t>(lambda.register_of[letter] - moved);
-    }
-    for (const Hoisted& hoisted : lambda.hoisted) {
-        frame.hoisted.push_back({hoisted.node, static_cast<uint8_t>(hoisted.reg - moved)});
-    }
-    frame.unsettled = lambda.unsettled >> moved;
-    remainder->lambda = Compiler(frame).piece_of({frame.body, 0});
+    lay_out_frame(frame, lambda, lambda_body(lambda.whole), 1);
+    frame.letters |= lambda.letters & free_set(lambda_key(lambda.whole));
+    remainder->piece = Compiler(frame).piece_of({frame.body, 0});
     return remainder;
+}
+
+std::unique_ptr<Remainder> make_hoisting(const Code& part) {
+    auto hoisting = std::make_unique<Remainder>();
+    Code& frame = hoisting->frame;
+    lay_out_frame(frame, part, part.whole, 0);
+    Compiler compiler(frame);
+    compiler.hoist_applications();
+    hoisting->piece = compiler.piece_of({frame.body, 0});
+    return hoisting;
 }
 
 }  // namespace marl

@@ -243,17 +243,19 @@ void fire_constant(Symbol& symbol, Value& context, Value& focus) {
     go_on(focus, applied(marked(')', name), std::move(expression)));
 }
 
+/// A name that was asked for its rank before a backquote gave its definition parameters takes as
+/// many as it had then.
 void fire_definition(Symbol& symbol, const Application& application, Value& context, Value& focus) {
-    Substitution substitution;
     Node* body = symbol.definition;
-    int count = 0;
-    for (; form(body) == Form::lambda; body = lambda_body(body)) {
-        MARL_REQUIRE(count < application.count);
-        // Of two parameters with one letter the last one counts.
-        substitution.bind(first_byte(lambda_key(body)), application.arguments[count++]);
+    if (application.count == 0 || form(body) != Form::lambda) {
+        return fire_constant(symbol, context, focus);
     }
-    if (count == 0) return fire_constant(symbol, context, focus);
-    MARL_REQUIRE(count == application.count);
+    Substitution substitution;
+    for (int i = 0; i < application.count; ++i, body = lambda_body(body)) {
+        MARL_REQUIRE(form(body) == Form::lambda);
+        // Of two parameters with one letter the last one counts.
+        substitution.bind(first_byte(lambda_key(body)), application.arguments[i]);
+    }
     go_on(focus, substitute_in(body, substitution));
 }
 

@@ -38,6 +38,7 @@ void make_anew(Code& code) {
     code.made = false;
     for (const auto& part : code.parts) make_anew(*part);
     if (code.remainder) make_anew(code.remainder->frame);
+    if (code.hoisting) make_anew(code.hoisting->frame);
 }
 
 }  // namespace marl

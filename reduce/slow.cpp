@@ -209,7 +209,7 @@ void slow_cell(MARL_STATE) {
 void slow_closure(MARL_STATE) {
     Closure* closure = new_closure(*at->part);
     get_operands(at, frame, closure->captured);
-    frame[at->a] = word_of(closure);
+    frame[at->a] = finish_closure(closure);
     MARL_NEXT;
 }
 

@@ -3,6 +3,7 @@
 
 #include "reduce/analysis.h"
 #include "reduce/compiler.h"
+#include "reduce/definitions.h"
 #include "reduce/operators.h"
 
 namespace marl {
@@ -105,6 +106,7 @@ Node* Compiler::resolve(Node* name) {
         Node* definition = symbol.definition;
         if (symbol.builtin || !definition || symbol.unmemoised) break;
         if (is_leaf_of(definition, ')')) break;  // it is being reduced
+        if (is_leaf(definition) && !may_analyse(definition)) break;
         meant = definition;
     }
     return is_leaf(meant) && settled(meant) ? meant : name;
