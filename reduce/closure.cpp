@@ -49,7 +49,7 @@ const Template& template_of(Closure* closure) {
 /// Whether the node of a closure is that of the program's text, or a Pair around its body.
 bool needs_no_copy(const Closure* closure) {
     if (closure->code->captures == 0) return true;
-    return kind_of(closure) == ClosureKind::lambda && !keeps_identity;
+    return kind_of(closure) == ClosureKind::lambda && !keeps_identity && !closure->code->is_copied;
 }
 
 /// The lambda as a Pair whose body is still a closure.
@@ -182,12 +182,13 @@ Word construct(Code& part, Word* captured) {
     Closure* closure = new_closure(part);
     std::copy_n(captured, part.captures, closure->captured);
     const bool settled = std::all_of(captured, captured + part.captures, is_settled);
-    return settled ? word_of(force(word_of(closure))) : word_of(closure);
+    return settled || part.is_copied ? word_of(force(word_of(closure))) : word_of(closure);
 }
 
 Word finish_closure(Closure* closure) {
     Code& part = *closure->code;
     const Word word = word_of(closure);
+    if (part.is_copied) return word_of(force(word));
     // A lambda, a cell and a number take one argument.
     const auto is_partial = [closure](const Applied& applied) {
         const Word head = closure->captured[applied.captured];

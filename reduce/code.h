@@ -145,7 +145,7 @@ struct Code {
     Value whole;                           // a definition's body, or the part
     Node* body = nullptr;                  // behind the lambdas of a part, borrowed from it
     ClosureKind kind = ClosureKind::work;  // of the closures of a part
-    bool is_construction = false;          // a part that is settled as soon as what it captures is
+    bool is_copied = false;  // a part that is built at once: more of it would be hoisted than can
     int parameters = 0;
     int captures = 0;           // how many Words are captured
     uint32_t letters = 0;       // the variables that registers stand for at the start

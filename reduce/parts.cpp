@@ -20,6 +20,8 @@ namespace marl {
 
 namespace {
 
+constexpr size_t most_hoisted = 30;  // in a frame, so that registers are left
+
 struct Place {
     Node* node;
     uint32_t bound;
@@ -49,8 +51,26 @@ Node* push_operands(std::vector<Place>& rest, Node* node, uint32_t bound) {
     return node;
 }
 
+/// Whether an expression with variables in it is settled when these are: a lambda, or a partial
+/// application of a known head to such and to what is settled; with `applies` of a variable, too.
+bool is_settled_with(Node* expression, bool applies) {
+    std::vector<Node*> rest{expression};
+    while (!rest.empty()) {
+        Node* node = rest.back();
+        rest.pop_back();
+        const bool is_variable = is_leaf(node) && rank_of(node) == rank_variable;
+        if (is_variable || form(node) == Form::lambda) continue;
+        if (!settled(node)) return false;
+        if (is_leaf(node) || is_closed(node)) continue;
+        Node* head = head_of(node);
+        if (!is_leaf(head) || (rank_of(head) == rank_variable && !applies)) return false;
+        for (; node != head; node = left(node)) rest.push_back(right(node));
+    }
+    return true;
+}
+
 /// Notes in a part what it captures and applies, where all that stands in the application is
-/// captured and nothing of it is hoisted.
+/// captured, has no work, and is not hoisted.
 void note_applied(Code& part) {
     std::vector<Place> rest{{part.whole, 0}};
     while (!rest.empty()) {
@@ -67,6 +87,7 @@ void note_applied(Code& part) {
         Node* head = push_operands(operands, node, bound);
         rest.insert(rest.end(), operands.begin(), operands.end());
         if (!is_leaf(head) || rank_of(head) != rank_variable || (free_set(node) & bound)) continue;
+        if (!is_settled_with(node, true)) continue;
         const uint8_t reg = part.register_of[__builtin_ctz(free_set(head))];
         part.applied.push_back({reg - part.parameters, static_cast<int>(operands.size())});
     }
@@ -74,23 +95,8 @@ void note_applied(Code& part) {
 
 }  // namespace
 
-/// Whether an expression with variables in it is settled when these are: a lambda, or a partial
-/// application of a known head to such and to what is settled.
 bool Compiler::is_construction(Node* expression) const {
-    std::vector<Node*> rest{expression};
-    while (!rest.empty()) {
-        Node* node = rest.back();
-        rest.pop_back();
-        const bool is_variable = is_leaf(node) && rank_of(node) == rank_variable;
-        if (is_variable || form(node) == Form::lambda) continue;
-        if (!settled(node)) return false;
-        if (is_leaf(node) || is_closed(node)) continue;
-        Node* head = head_of(node);
-        if (!is_leaf(head)) return false;
-        if (rank_of(head) == rank_variable && !hoists_applications_) return false;
-        for (; node != head; node = left(node)) rest.push_back(right(node));
-    }
-    return true;
+    return is_settled_with(expression, hoists_applications_);
 }
 
 /// The largest parts of a term that can be hoisted, and that are not yet, each as often as it
@@ -153,8 +159,10 @@ Compiler::Part Compiler::new_part(const Term& given) {
         whole = with_parts_apart(given);
         built = constructions_in({whole, given.scope});
     }
-    const Term term{whole, given.scope};
     auto part = std::make_unique<Code>();
+    part->is_copied = code_.hoisted.size() + built.size() > most_hoisted;
+    if (part->is_copied) built.clear();
+    const Term term{whole, given.scope};
     part->whole = std::move(whole);
     take_parameters(*part);
     const Scope scope = scope_of(term);
