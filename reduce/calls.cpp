@@ -81,6 +81,21 @@ struct Called {
     Symbol* symbol = nullptr;
 };
 
+/// The code of a closure that takes just so many arguments, if it is made; else null.
+const Code* code_of_closure(Word function, int count) {
+    if (!is_closure(function) || kind_of_closure(function) != ClosureKind::lambda) return nullptr;
+    const Code* code = closure_of(function)->code;
+    return code->parameters == count && code->made ? code : nullptr;
+}
+
+/// What a closure captures, which is consumed.
+void take_captured(Closure* closure, Word* to) {
+    if (count_of(closure) == 1) return open_closure(closure, to);
+    --closure->header;
+    const int captures = closure->code->captures;
+    for (int i = 0; i < captures; ++i) to[i] = shared_word(closure->captured[i]);
+}
+
 /// Opens a function that takes just the `count` arguments in the row; leaves it be when it doesn't.
 Called open_function(Word function, Word* row, int count) {
     if (is_cell(function)) return {};
@@ -110,7 +125,7 @@ Called open_function(Word function, Word* row, int count) {
     if (rank_analysed(node) != count || is_leaf_of(head, '\\')) return {};
     Symbol& symbol = symbol_of_leaf(head);
     if (!symbol.definition || (!symbol.builtin && symbol.parameters > inner + count)) return {};
-    memmove(row + inner, row, static_cast<size_t>(count) * sizeof(Word));
+    for (int i = count; i-- > 0;) row[inner + i] = row[i];
     take_inner_arguments(node, inner, row);
     return {nullptr, &symbol};
 }
@@ -206,6 +221,12 @@ void slow_apply(MARL_STATE) {
     const bool taken = (at->fields.f & take_a) != 0;
     const Word function = taken ? frame[at->a] : shared_word(frame[at->a]);
     Word* const row = frame + at->b;
+    if (const Code* code = code_of_closure(function, at->c)) {
+        take_captured(closure_of(function), row + at->c);
+        *top++ = {at + 1, 0};
+        frame = row;
+        MARL_GO_TO(code->start());
+    }
     const Called called = open_function(function, row, at->c);
     const Builtin* builtin = called.symbol ? called.symbol->builtin : nullptr;
     if (builtin && !builtin->is_nested) {
@@ -240,7 +261,11 @@ void slow_apply(MARL_STATE) {
 
 void slow_apply_last(MARL_STATE) {
     const Word function = frame[at->a];
-    memmove(frame, frame + at->b, at->c * sizeof(Word));
+    for (int i = 0; i < at->c; ++i) frame[i] = frame[at->b + i];
+    if (const Code* code = code_of_closure(function, at->c)) {
+        take_captured(closure_of(function), frame + at->c);
+        MARL_GO_TO(code->start());
+    }
     const Called called = open_function(function, frame, at->c);
     m->stack.top = top;
     m->registers.top = frame;

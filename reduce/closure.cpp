@@ -185,7 +185,7 @@ Word construct(Code& part, Word* captured) {
     return settled || part.is_copied ? word_of(force(word_of(closure))) : word_of(closure);
 }
 
-Word finish_closure(Closure* closure) {
+Word hoist_applied(Closure* closure) {
     Code& part = *closure->code;
     const Word word = word_of(closure);
     if (part.is_copied) return word_of(force(word));

@@ -17,7 +17,11 @@ Closure* new_closure(Code& part);
 
 /// The Word of a closure whose Words are set. Where it applies one of them to too few arguments the
 /// closure is of another part, which captures that application: it is one node for all calls.
-Word finish_closure(Closure* closure);
+Word hoist_applied(Closure* closure);
+inline Word finish_closure(Closure* closure) {
+    const Code& part = *closure->code;
+    return part.applied.empty() && !part.is_copied ? word_of(closure) : hoist_applied(closure);
+}
 
 /// What a construction makes of the Words that it captures, which are consumed: a node when they
 /// are settled, else its closure.

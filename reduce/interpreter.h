@@ -308,8 +308,10 @@ MARL_COMPARISON(differ, !=)
 MARL_INSTRUCTION(choose_one) {
     const Word head = frame[at->b];
     if (is_node(head)) {
-        Node* node = node_of(head);
-        if (is_leaf(node) || is_pair_of(node, 'V')) MARL_SLOW(slow_choose);
+        const Node* node = node_of(head);
+        const bool may_have_way =
+            is_leaf(node) ? two_bytes(node) == one_letter('I') : is_pair_of(node, 'V');
+        if (may_have_way) MARL_SLOW(slow_choose);
     } else if (is_cell(head)) {
         MARL_SLOW(slow_choose);
     }

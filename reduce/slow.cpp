@@ -104,14 +104,15 @@ void slow_drop(MARL_STATE) {
     MARL_NEXT;
 }
 
-void slow_compute(MARL_STATE) {
+// Not in what jumps here: those that need no registers saved would save them.
+[[gnu::noinline]] void slow_compute(MARL_STATE) {
     const Word x = first_operand(at, frame);
     const Word y = second_operand(at, frame);
     frame[at->a] = operate_slowly(plain_op(at->op), x, y);
     MARL_NEXT;
 }
 
-void slow_branch(MARL_STATE) {
+[[gnu::noinline]] void slow_branch(MARL_STATE) {
     const Word x = first_operand(at, frame);
     const Word y = second_operand(at, frame);
     switch (compare_slowly(plain_op(at->op), x, y, frame[at->a])) {

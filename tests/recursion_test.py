@@ -22,7 +22,7 @@ BOUNDED = {
     # is made of code meets others by a list of its own.
     "Code::.*|retire|drop_instructions|make_anew|.*unique_ptr::.*|"
     "make_(lambda_code|remainder|hoisting|template|node|one_node|closure_node)|"
-    "node_(in_place_of|of_tagged|of_cell)|remainder_of|template_of|run_template|run|finish_closure|construct|"
+    "node_(in_place_of|of_tagged|of_cell)|remainder_of|template_of|run_template|run|hoist_applied|construct|"
     "lay_out_frame|take_(code_away|parameters)|push_(parts|operands)|"
     "give_code_to_lambdas|take_numbers_from_nodes|is_settled_with|const": "parts nest as expressions in code do",
     "analyse_.*|free_set|symbol_of|bind_symbol|Symbol::~Symbol": "what these ask of a node costs no walk",
