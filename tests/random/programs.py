@@ -383,13 +383,16 @@ class Program:
         self.loop(600)
 
     def captures(self):
-        """A lambda with nearly all letters free, which takes up to ten arguments."""
+        """A lambda with nearly all letters free, which takes up to ten arguments, and perhaps with many
+        parts that are built with it."""
         keys = self.r.sample(LETTERS[:25], self.r.randrange(20, 25))
         other = self.r.choice([each for each in LETTERS[:25] if each not in keys])
         value, kind = self.r.choice(["z+%d n", "[ab]*4999+(z+%d) s", "cray/(z+%d) a"]).split()
         self.begin(20, **dict.fromkeys(keys, kind))
         arguments = self.r.randrange(1, 11)
-        total = "+".join(f"rank({key})" for key in self.r.sample(keys, len(keys)))
+        part = self.r.choice(["%s", "%s", "J(%s,n)", "V(K,%s)", "J(K,(y\\V(%s,y)))"])
+        rows = 1 if part == "%s" else self.r.randrange(1, 4)
+        total = "+".join(f"rank({part % key})" for key in self.r.sample(keys, len(keys)) * rows)
         function = "(" + f"{other}\\" * arguments + f"{total}+{self.sized()})"
         use = self.r.choice(["{0}{1}", "{2}{{{0}}}{2}{1}", "{2}{{{0}}}V({2}{1},lisp({2}))"])
         lets = "".join(f"{key}{{{value % i}}}" for i, key in enumerate(keys))
