@@ -8,8 +8,8 @@
 
 #include "reduce/analysis.h"
 #include "reduce/arguments.h"
+#include "reduce/changing.h"
 #include "reduce/closure.h"
-#include "reduce/definitions.h"
 #include "reduce/heads.h"
 #include "reduce/interpreter.h"
 #include "reduce/interrupts.h"

@@ -13,10 +13,10 @@
 // The compiler recurses by the depth of expressions, and code for a choice holds that of both ways.
 // Where either goes too far, the rest becomes a part of its own, compiled when it is first needed.
 #include "reduce/analysis.h"
+#include "reduce/changing.h"
 #include "reduce/check_code.h"
 #include "reduce/compiler.h"
 #include "reduce/continuation.h"
-#include "reduce/definitions.h"
 #include "reduce/heads.h"
 #include "reduce/meanings.h"
 #include "reduce/needs.h"

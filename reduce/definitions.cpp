@@ -4,15 +4,14 @@
 
 #include "reduce/analysis.h"
 #include "reduce/calm.h"
+#include "reduce/changing.h"
 #include "reduce/needs.h"
 #include "reduce/operators.h"
 #include "reduce/retire.h"
-#include "value/walk.h"
 
 namespace marl {
 
 std::map<String, Value> prelude_definitions;
-bool definitions_change = false;
 
 Symbol::Symbol() = default;
 Symbol::~Symbol() = default;
@@ -62,25 +61,6 @@ void clear_definitions() {
     });
     forget_code();
     clear_needs();
-}
-
-namespace {
-
-/// Whether a name is of a definition that a backquote says all of, behind its parameters.
-bool may_get_parameters(Node* name) {
-    Node* body = symbol_of_leaf(name).definition;
-    while (body && form(body) == Form::lambda) body = lambda_body(body);
-    return body && !is_leaf(body) && is_leaf_of(left(body), '`');
-}
-
-}  // namespace
-
-bool may_analyse(Node* node) {
-    if (!definitions_change) return true;
-    return walk(node, [](Node* part) {
-        if (is_analysed(part)) return Go::past;
-        return names_definition(part) && may_get_parameters(part) ? Go::out : Go::in;
-    });
 }
 
 DefinitionsChange::DefinitionsChange()

@@ -33,11 +33,6 @@ class DefinitionsChange {
     size_t lost_before_;
     bool changed_before_;
 };
-extern bool definitions_change;
-/// Whether code may ask about a node that the rules have not come to. A name keeps the rank that it
-/// has when it is asked about first, and while definitions change one of them may still get
-/// parameters from a backquote.
-bool may_analyse(Node* node);
 
 /// Whether any code has been made.
 bool has_code();

@@ -16,6 +16,7 @@
 #include "reduce/arguments.h"
 #include "reduce/build.h"
 #include "reduce/calm.h"
+#include "reduce/changing.h"
 #include "reduce/closure.h"
 #include "reduce/definitions.h"
 #include "reduce/fire.h"

@@ -3,8 +3,8 @@
 
 #include "reduce/analysis.h"
 #include "reduce/build.h"
+#include "reduce/changing.h"
 #include "reduce/closure.h"
-#include "reduce/definitions.h"
 #include "reduce/heads.h"
 #include "reduce/interpreter.h"
 #include "reduce/meanings.h"

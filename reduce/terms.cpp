@@ -2,8 +2,8 @@
 #include <algorithm>
 
 #include "reduce/analysis.h"
+#include "reduce/changing.h"
 #include "reduce/compiler.h"
-#include "reduce/definitions.h"
 #include "reduce/operators.h"
 
 namespace marl {
