@@ -30,7 +30,7 @@ Reach reach_in(const Bundle& bundle, const Reached& reached, size_t source) {
     for (const Place& place : reached.places) {
         if (place.source == source) roots.push_back(program.pieces[place.piece].key);
     }
-    Reach reach = find_reach(program, std::move(roots));
+    Reach reach = find_reach(program, roots);
     reach.loads = reached.loads();
     return reach;
 }

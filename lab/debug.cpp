@@ -127,7 +127,7 @@ std::string Debugger::go(const Goal& goal) {
         // A replay never goes beyond what the first run has shown.
         Goal bounded = goal;
         bounded.number = std::min(goal.number, first_.number);
-        const std::string why = ask(replay_, bounded);
+        std::string why = ask(replay_, bounded);
         if (!why.empty() || now_.number < first_.number) return why;
         end(replay_);
         if (goal.number == first_.number && first_.id > 0) return {};
@@ -145,7 +145,7 @@ std::string Debugger::forward(int64_t moments) {
 }
 
 std::string Debugger::back(int64_t moments) {
-    if (const std::string why = refusal(); !why.empty()) return why;
+    if (std::string why = refusal(); !why.empty()) return why;
     const int64_t number = std::max<int64_t>(1, now_.number - moments);
     if (number >= now_.number) return "This is the first moment.";
     end(replay_);
@@ -174,7 +174,7 @@ std::string Debugger::next_call(const std::set<std::string>& names) {
 }
 
 std::string Debugger::last_call(const std::set<std::string>& names) {
-    if (const std::string why = refusal(); !why.empty()) return why;
+    if (std::string why = refusal(); !why.empty()) return why;
     if (now_.number <= 1) return "This is the first moment.";
     Goal search;
     search.number = now_.number;
@@ -182,7 +182,7 @@ std::string Debugger::last_call(const std::set<std::string>& names) {
     search.looks_back = true;
     end(replay_);
     replay_ = start(true);
-    if (const std::string why = ask(replay_, search); !why.empty()) return why;
+    if (std::string why = ask(replay_, search); !why.empty()) return why;
     const int64_t number = std::max<int64_t>(1, last_found_);
     return back(now_.number - number);
 }

@@ -65,6 +65,7 @@ struct Descriptor {
     dup2(output, STDOUT_FILENO);
     std::vector<std::string> words = run.arguments;
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string& word : words) arguments.push_back(word.data());
     arguments.push_back(nullptr);
     const bool moved = run.folder.empty() || chdir(run.folder.c_str()) == 0;
