@@ -42,6 +42,7 @@ struct Place {
     const Instruction* instruction;
     Word word;
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): the 0 is the comparison's own.
     auto operator<=>(const Place&) const = default;
 };
 
