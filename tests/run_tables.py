@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Runs the rows of tables through the real marl.
 
-    run_tables.py [--sanitized] [--stack KB] MARL FILE...
+    run_tables.py [--sanitized] [--emulated] [--stack KB] MARL FILE...
 
 A table is text in blocks, with empty lines between them. Three blanks or more stand between the
 fields of a line, "-" is an empty field, and "¶" a newline. A line of a block is one of these:
@@ -29,7 +29,7 @@ import sys
 import tempfile
 
 TIMEOUT = 60  # seconds for one program
-SANITIZED_TIMEOUT = 600
+SLOW_TIMEOUT = 600  # with sanitizers, or in an emulator
 SHOWN = 1000  # characters of a value that is wrong
 ENVIRONMENT = {"PATH": os.environ.get("PATH", ""), "LC_ALL": "C", "TZ": "UTC0",
                "ASAN_OPTIONS": "allocator_may_return_null=1:detect_leaks=1",
@@ -113,7 +113,7 @@ class Runner:
         output, errors = (each.decode("utf-8", "surrogateescape")
                           for each in (done.stdout, done.stderr))
         status = done.returncode if done.returncode >= 0 else 128 - done.returncode
-        return output, re.sub("\x1b\\[\\d*m", "", errors), status
+        return output, re.sub("\x1b\\[\\d*m|qemu: uncaught target signal .*\n", "", errors), status
 
     def faults(self, block):
         """What is wrong in a block, a text for each wrong row."""
@@ -151,11 +151,12 @@ def difference(what, expected, actual):
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--sanitized", action="store_true", help="marl is built with sanitizers")
+    parser.add_argument("--emulated", action="store_true", help="marl runs in an emulator")
     parser.add_argument("--stack", help="the size of marl's stack, in KB")
     parser.add_argument("marl")
     parser.add_argument("tables", nargs="+", type=pathlib.Path)
     options = parser.parse_args()
-    runner = Runner(options.marl, SANITIZED_TIMEOUT if options.sanitized else TIMEOUT,
+    runner = Runner(options.marl, SLOW_TIMEOUT if options.sanitized or options.emulated else TIMEOUT,
                     stack=options.stack)
     blocks = [block for table in options.tables
               for block in read_blocks(table.name, table.read_text()) if block.rows]
