@@ -13,8 +13,6 @@ namespace marl {
 
 namespace {
 
-constexpr uint64_t code_mask = uint64_t{0x7F} << top_shift;
-
 void set_rank(Node* node, int rank) {
     const auto code = static_cast<uint64_t>(rank + rank_zero_code);
     node->header = (node->header & ~code_mask) | (code << top_shift);

@@ -20,9 +20,8 @@ void analyse_node(Node* node);
 /// The same for a Pair whose children are analysed and which is not: a constant cost.
 void analyse_pair(Node* pair);
 
-inline bool is_analysed(const Node* node) {
-    return (node->header & (uint64_t{0x7F} << top_shift)) != 0;
-}
+constexpr uint64_t code_mask = uint64_t{0x7F} << top_shift;
+inline bool is_analysed(const Node* node) { return (node->header & code_mask) != 0; }
 inline void analyse(Node* node) {
     if (!is_analysed(node)) analyse_node(node);
 }

@@ -88,14 +88,6 @@ const Code* code_of_closure(Word function, int count) {
     return code->parameters == count && code->made ? code : nullptr;
 }
 
-/// What a closure captures, which is consumed.
-void take_captured(Closure* closure, Word* to) {
-    if (count_of(closure) == 1) return open_closure(closure, to);
-    --closure->header;
-    const int captures = closure->code->captures;
-    for (int i = 0; i < captures; ++i) to[i] = shared_word(closure->captured[i]);
-}
-
 /// Opens a function that takes just the `count` arguments in the row; leaves it be when it doesn't.
 Called open_function(Word function, Word* row, int count) {
     if (is_cell(function)) return {};
@@ -222,7 +214,7 @@ void slow_apply(MARL_STATE) {
     const Word function = taken ? frame[at->a] : shared_word(frame[at->a]);
     Word* const row = frame + at->b;
     if (const Code* code = code_of_closure(function, at->c)) {
-        take_captured(closure_of(function), row + at->c);
+        open_closure(closure_of(function), row + at->c);
         *top++ = {at + 1, 0};
         frame = row;
         MARL_GO_TO(code->start());
@@ -263,7 +255,7 @@ void slow_apply_last(MARL_STATE) {
     const Word function = frame[at->a];
     for (int i = 0; i < at->c; ++i) frame[i] = frame[at->b + i];
     if (const Code* code = code_of_closure(function, at->c)) {
-        take_captured(closure_of(function), frame + at->c);
+        open_closure(closure_of(function), frame + at->c);
         MARL_GO_TO(code->start());
     }
     const Called called = open_function(function, frame, at->c);

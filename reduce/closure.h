@@ -15,9 +15,12 @@ inline bool is_settled(Word word) {
 /// The closure of a part, its Words not set but where it captures none.
 Closure* new_closure(Code& part);
 
+/// The rest of `finish_closure`, for a part that is to be built at once or applies what it
+/// captures.
+Word hoist_applied(Closure* closure);
+
 /// The Word of a closure whose Words are set. Where it applies one of them to too few arguments the
 /// closure is of another part, which captures that application: it is one node for all calls.
-Word hoist_applied(Closure* closure);
 inline Word finish_closure(Closure* closure) {
     const Code& part = *closure->code;
     return part.applied.empty() && !part.is_copied ? word_of(closure) : hoist_applied(closure);

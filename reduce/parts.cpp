@@ -51,6 +51,11 @@ Node* push_operands(std::vector<Place>& rest, Node* node, uint32_t bound) {
     return node;
 }
 
+bool is_hoisted(const Code& code, const Node* node) {
+    return std::any_of(code.hoisted.begin(), code.hoisted.end(),
+                       [node](const Hoisted& known) { return known.node == node; });
+}
+
 /// Whether an expression with variables in it is settled when these are: a lambda, or a partial
 /// application of a known head to such and to what is settled; with `applies` of a variable, too.
 bool is_settled_with(Node* expression, bool applies) {
@@ -76,9 +81,7 @@ void note_applied(Code& part) {
     while (!rest.empty()) {
         const auto [node, bound] = rest.back();
         rest.pop_back();
-        const auto is_node = [sought = node](const Hoisted& known) { return known.node == sought; };
-        if (is_leaf(node) || is_closed(node)) continue;
-        if (std::any_of(part.hoisted.begin(), part.hoisted.end(), is_node)) continue;
+        if (is_leaf(node) || is_closed(node) || is_hoisted(part, node)) continue;
         if (form(node) != Form::other) {
             push_parts(rest, node, bound);
             continue;
@@ -139,10 +142,8 @@ Compiler::Part Compiler::part_of(const Term& term) {
 /// A term in which no part that has variables, and is not hoisted yet, occurs more than once.
 Value Compiler::with_parts_apart(const Term& term) {
     const auto keep = [this](Node* node) {
-        const bool is_hoisted =
-            std::any_of(code_.hoisted.begin(), code_.hoisted.end(),
-                        [&](const Hoisted& known) { return known.node == node; });
-        return is_leaf(node) || is_closed(node) || is_hoisted ? Value::share(node) : Value();
+        const bool is_kept = is_leaf(node) || is_closed(node) || is_hoisted(code_, node);
+        return is_kept ? Value::share(node) : Value();
     };
     Value apart = rebuild(term.expression, keep, pair);
     analyse(apart);
@@ -183,10 +184,7 @@ Compiler::Part Compiler::new_part(const Term& given) {
         const bool is_built = (free_set(node) & bound) == 0 && node != term.expression &&
                               std::find(built.begin(), built.end(), node) != built.end();
         if (!is_leaf(node) && (reg >= 0 || is_built)) {
-            const auto is_node = [sought = node](const Hoisted& hoisted) {
-                return hoisted.node == sought;
-            };
-            if (std::any_of(part->hoisted.begin(), part->hoisted.end(), is_node)) continue;
+            if (is_hoisted(*part, node)) continue;
             const Term word = reg >= 0 ? Term{nullptr, -1, reg} : Term{node, term.scope};
             part->hoisted.push_back({node, capture(word)});
         } else if (is_leaf(node)) {
