@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Runs random programs twice each through a marl, and says which one it does otherwise.
 
-    compare.py [--theme NAME]... [--count N] [--seconds S] [--seed N] [--all] [--pairs PAIRS] MARL
+    compare.py [--theme NAME]... [--count N] [--seconds S] [--seed N] [--all] [--pairs PAIRS] [--light] MARL
 
 A program is run by the rules one by one, by compiled code, and with a todo Value in its entry, where
 the plain machine leaves calls to code: all must print the same and end with the same status, and
@@ -121,13 +121,13 @@ class Pairs:
         said = ""
         while len(said) < len(batch):
             said += self.run(len(said))
-            said += "?" * (len(said) < len(batch))
-        return [i for i, word in enumerate(said) if word != "="]
+            said += "?" * (len(said) < len(batch) and not said.endswith("-"))
+        return [i for i, word in enumerate(said) if word not in "=-"]
 
     def run(self, first):
         """A byte for each program that was done, from the first one on."""
         with open(self.input, "rb") as given, open(self.said, "wb") as said:
-            subprocess.run([self.path, self.file, str(first), "4"], stdin=given, stdout=said, check=False)
+            subprocess.run([self.path, self.file, str(first), "400"], stdin=given, stdout=said, check=False)
         with open(self.said, "r", encoding="latin-1") as said:
             return said.read()
 
@@ -213,25 +213,25 @@ def without_more(parts, width, is_bad):
     return parts
 
 
-def make(theme, seed, limit):
+def make(theme, seed, options):
     chances = random.Random(f"{theme} {seed}")
     if theme == "spans":
-        return programs.spans(chances, limit)
-    return programs.Program(chances, theme).text(), None
+        return programs.spans(chances, options.span_limit)
+    return programs.Program(chances, theme, 100 if options.light else 1).text(), None
 
 
 def programs_to_run(options, pairs):
     """Programs by turns of the themes: how many were made so far, and theme, seed, text and expected
     output of one that is to be run by itself, or nothing at the end of a batch; all others did the same
     in one process."""
-    themes = options.theme or [each for each in THEMES if not pairs or each not in LARGE]
+    themes = options.theme or [each for each in THEMES if not pairs or options.light or each not in LARGE]
     size = 200 if pairs else 1
     for start in range(0, options.count, size):
         made = []
         for i in range(start, min(start + size, options.count)):
             theme, seed = themes[i % len(themes)], options.seed + i // len(themes)
-            made.append((i + 1, theme, seed, *make(theme, seed, options.span_limit)))
-        light = [each for each in made if pairs and each[1] not in LARGE]
+            made.append((i + 1, theme, seed, *make(theme, seed, options)))
+        light = [each for each in made if pairs and (options.light or each[1] not in LARGE)]
         suspects = pairs.suspects([each[3] for each in light]) if light else []
         yield from [each for each in made if each not in light]
         yield from [light[i] for i in suspects]
@@ -248,6 +248,8 @@ def main():
     parser.add_argument("--all", action="store_true", help="go on behind a program that fails")
     parser.add_argument("--as-it-is", action="store_true", help="don't make it smaller")
     parser.add_argument("--span-limit", type=int, default=1 << 26, help="as marl was built")
+    parser.add_argument("--light", action="store_true",
+                        help="a hundredth of the turns and depth of large themes, which PAIRS then runs, too")
     parser.add_argument("--sanitized", action="store_true", help="marl is built with sanitizers")
     parser.add_argument("--pairs", help="the program that runs light programs, many in a process")
     parser.add_argument("marl")

@@ -115,8 +115,8 @@ class Program:
     """Makes one program, from a source of chances."""
     rules = read_rules()
 
-    def __init__(self, chances, theme):
-        self.r, self.theme = chances, theme
+    def __init__(self, chances, theme, turns_part=1):
+        self.r, self.theme, self.turns_part = chances, theme, turns_part
         self.variables = {}  # the letters in scope, with their types
         self.known = []  # definitions that may be called: name, types of parameters, type, cost
         self.lines = []
@@ -241,7 +241,7 @@ class Program:
     # Bodies about as large as those that get no code.
 
     def sized(self):
-        shape = self.r.randrange(6)
+        shape = self.r.randrange(12)
         if shape == 0:  # deep
             return self.nested("{}+", self.r.choice([20, 140, 148, 149, 150, 310]))
         if shape == 1:  # many registers
@@ -361,6 +361,7 @@ class Program:
         link = self.r.choice(r"""x\f(x+1) x\f(x) x\y\f(y) C(f) B(f,I) V(f) x\f V(f,n) J(f,K)
             J(x\x+n,f) cork((cray/1),0,f) (y\x\y(x))(f) x\y{x}f(y) x\(x<n)(f(x))(n)""".split())
         depth, first = self.r.choice([9000, 30000, 100000]), self.r.choice(["I", "K", r"x\x*2"])
+        depth //= self.turns_part
         self.lines += [rf"deep\n\f\(n=0)f(deep(n-1,{link}))",
                        self.r.choice(["held", "held()"]) + rf"\deep({depth},{first})"]
         self.shown = self.r.choice("""rank(lisp(held)) rank(cork((cray/1),0,held)) held(1)
@@ -371,7 +372,7 @@ class Program:
     def loop(self, turns):
         """What a call of `made` keeps for good, if it does, it keeps many times."""
         self.lines.append(r"loop\n\(n<1)0(seq(made(n),loop(n-1)))")
-        self.shown = f"loop({turns})"
+        self.shown = f"loop({turns // self.turns_part})"
 
     def tables(self):
         """Lambdas that hold a long text, become nodes and are applied again and again."""
