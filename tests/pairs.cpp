@@ -5,10 +5,10 @@
 //     pairs --rules FILE
 //
 // PROGRAMS is a file of programs, each with a NUL behind it; the FIRST ones of them are left out.
-// Prints a "=" for each program that does the same each time, else a "!". A program that takes longer
-// than MILLISECONDS by the rules ends the process with a "-", since nothing can be compared; one that
-// ends the process otherwise, or takes ten times as long elsewhere, is the last one, too, and has none
-// of them. The second form does what marl does, by the rules alone.
+// Prints a "=" for each program that does the same each time, else a "!". A program that takes
+// longer than MILLISECONDS by the rules ends the process with a "-", since nothing can be compared;
+// one that ends the process otherwise, or takes ten times as long elsewhere, is the last one, too,
+// and has none of them. The second form does what marl does, by the rules alone.
 #include <sys/time.h>
 #include <unistd.h>
 
