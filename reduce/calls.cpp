@@ -5,6 +5,7 @@
 // when it comes back.
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 #include "reduce/analysis.h"
 #include "reduce/arguments.h"
@@ -139,6 +140,12 @@ void slow_enter(MARL_STATE) {
     if (m->registers.limit - frame < at->d) grow_registers(at->d);
     top = m->stack.top;
     frame = m->registers.top;
+#if MARL_NATIVE
+    if (at->n < 0) {
+        const_cast<Instruction*>(at)->n = std::numeric_limits<int64_t>::max();
+        make_native(*at->code);
+    }
+#endif
     MARL_NEXT;
 }
 

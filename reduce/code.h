@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "reduce/instructions.h"
+#include "reduce/native/native.h"
 #include "reduce/template.h"
 #include "value/value.h"
 #include "value/word.h"
@@ -80,6 +81,7 @@ struct Instruction {
     union {
         Fields fields{};
         const Operand* operands;
+        Code* code;  // that an `enter` begins
     };
     union {
         int64_t n = 0;
@@ -166,6 +168,7 @@ struct Code {
     std::vector<Value> made_expressions;           // which the body does not hold
     std::unique_ptr<Continuations> continuations;  // in a program that may load a text
 
+    NativeCode native;
     Closure* fixed = nullptr;  // of a part that captures nothing: its one closure
     // Of a lambda with several parameters: the code of what it is applied to its first argument.
     std::unique_ptr<struct Remainder> remainder;

@@ -21,58 +21,10 @@
 #include "reduce/code.h"
 #include "reduce/heads.h"
 #include "reduce/interrupts.h"
+#include "reduce/operands.h"
 #include "reduce/stack.h"
 #include "reduce/tables.h"
 #include "value/short_hint.h"
-
-/// In the laboratory's core the machine knows the instruction that it is at, for whoever takes
-/// samples of a run.
-#ifdef MARL_OBSERVED
-#define MARL_NOTE m->note(at, top)
-#else
-#define MARL_NOTE ((void)0)
-#endif
-
-#if MARL_TAIL_CALLS
-#define MARL_STATE                                                                               \
-    [[maybe_unused]] Word *frame, [[maybe_unused]] StackEntry *top, [[maybe_unused]] Machine *m, \
-        [[maybe_unused]] Word value, [[maybe_unused]] const Instruction *at
-#ifdef __clang__
-#define MARL_JUMP [[clang::musttail]] return
-#else
-#define MARL_JUMP return
-#endif
-#define MARL_GO_TO(place)                            \
-    do {                                             \
-        at = (place);                                \
-        MARL_NOTE;                                   \
-        MARL_JUMP at->run(frame, top, m, value, at); \
-    } while (0)
-#define MARL_LEAVE return
-#else
-#define MARL_STATE                                                                                 \
-    [[maybe_unused]] Word *&frame, [[maybe_unused]] StackEntry *&top, [[maybe_unused]] Machine *m, \
-        [[maybe_unused]] Word &value, [[maybe_unused]] const Instruction *&at
-#define MARL_JUMP return
-#define MARL_GO_TO(place) \
-    do {                  \
-        at = (place);     \
-        return;           \
-    } while (0)
-#define MARL_LEAVE    \
-    do {              \
-        at = nullptr; \
-        return;       \
-    } while (0)
-#endif
-#define MARL_NEXT MARL_GO_TO(at + 1)
-#define MARL_SLOW(function) MARL_JUMP function(frame, top, m, value, at)
-/// Gives `value` to whoever waits for it.
-#define MARL_RETURN            \
-    do {                       \
-        --top;                 \
-        MARL_GO_TO(top->next); \
-    } while (0)
 
 namespace marl {
 
@@ -207,47 +159,55 @@ inline int32_t way_of_leaf(const Choice& choice, const Node* leaf) {
 }
 
 /// The rest of a choice before two operands: a truth value is looked at here.
-inline void choose_truth(MARL_STATE) {
-    const Word head = frame[at->b];
+[[gnu::always_inline]] inline void choose_truth(MARL_STATE) {
+    const Word head = MARL_REGISTER(b);
     if (!is_node(head) || !is_leaf(node_of(head)) || count_of(node_of(head)) == 1) {
         MARL_SLOW(slow_choose);
     }
-    const int32_t way = way_of_leaf(*at->choice, node_of(head));
-    if (way == 0) MARL_SLOW(slow_choose);
-    if ((at->fields.f & take_b) != 0) --node_of(head)->header;
-    MARL_GO_TO(at + way);
+    const uint16_t name = two_bytes(node_of(head));
+    if (name == one_letter('K') && MARL_HAS_WAY(k)) {
+        if (MARL_TAKES(b)) --node_of(head)->header;
+        MARL_WAY(k);
+    }
+    if (name == one_letter('H') && MARL_HAS_WAY(h)) {
+        if (MARL_TAKES(b)) --node_of(head)->header;
+        MARL_WAY(h);
+    }
+    MARL_SLOW(slow_choose);
 }
 
 #define MARL_INSTRUCTION(name) inline void run_##name(MARL_STATE)
 
 MARL_INSTRUCTION(enter) {
-    const bool has_room = m->registers.limit - frame >= at->d && top < m->stack.limit;
-    if (__builtin_expect(!has_room || interrupted || counts_steps, 0)) MARL_SLOW(slow_enter);
+    const bool has_room = MARL_HAS_ROOM && top < m->stack.limit;
+    if (__builtin_expect(!has_room || interrupted || counts_steps || MARL_IS_DUE, 0)) {
+        MARL_SLOW(slow_enter);
+    }
     MARL_NEXT;
 }
 MARL_INSTRUCTION(move) {
-    frame[at->a] = frame[at->b];
+    MARL_REGISTER(a) = MARL_REGISTER(b);
     MARL_NEXT;
 }
 MARL_INSTRUCTION(share) {
-    const Word word = frame[at->b];
+    const Word word = MARL_REGISTER(b);
     retain_word(word);
-    frame[at->a] = word;
+    MARL_REGISTER(a) = word;
     MARL_NEXT;
 }
 MARL_INSTRUCTION(constant) {
-    const Word word = at->word;
+    const Word word = MARL_WORD;
     retain(node_of(word));
-    frame[at->a] = word;
+    MARL_REGISTER(a) = word;
     MARL_NEXT;
 }
 MARL_INSTRUCTION(number) {
-    frame[at->a] = at->word;
+    MARL_REGISTER(a) = MARL_WORD;
     MARL_NEXT;
 }
 MARL_INSTRUCTION(drop) { MARL_SLOW(slow_drop); }
 MARL_INSTRUCTION(drop_one) {
-    const Word word = frame[at->b];
+    const Word word = MARL_REGISTER(b);
     if (is_counted(word)) {
         Node* holder = holder_of(word);
         if (__builtin_expect(count_of(holder) == 1, 0)) MARL_SLOW(slow_drop);
@@ -255,30 +215,32 @@ MARL_INSTRUCTION(drop_one) {
     }
     MARL_NEXT;
 }
-MARL_INSTRUCTION(jump) { MARL_GO_TO(at + at->d); }
+MARL_INSTRUCTION(jump) { MARL_FURTHER; }
 
 #define MARL_ARITHMETIC(name, fast)                                        \
     MARL_INSTRUCTION(name) {                                               \
-        const Word x = frame[at->b];                                       \
-        const Word y = frame[at->c];                                       \
+        const Word x = MARL_REGISTER(b);                                       \
+        const Word y = MARL_REGISTER(c);                                       \
+        [[maybe_unused]] const int64_t even = twice(y); \
         int64_t result;                                                    \
         if (__builtin_expect((x & y & 1) == 0, 0)) MARL_SLOW(slow_##name); \
         if (__builtin_expect(!(fast), 0)) MARL_SLOW(slow_compute);         \
-        frame[at->a] = static_cast<uint64_t>(result) | 1;                  \
+        MARL_REGISTER(a) = static_cast<uint64_t>(result) | 1;                  \
         MARL_NEXT;                                                         \
     }                                                                      \
     MARL_INSTRUCTION(name##_number) {                                      \
-        const Word x = frame[at->b];                                       \
-        const Word y = at->word;                                           \
+        const Word x = MARL_REGISTER(b);                                       \
+        [[maybe_unused]] const auto y = static_cast<Word>(MARL_NUMBER);                      \
+        [[maybe_unused]] const int64_t even = MARL_EVEN_NUMBER; \
         int64_t result;                                                    \
         if (__builtin_expect((x & 1) == 0, 0)) MARL_SLOW(slow_compute);    \
         if (__builtin_expect(!(fast), 0)) MARL_SLOW(slow_compute);         \
-        frame[at->a] = static_cast<uint64_t>(result) | 1;                  \
+        MARL_REGISTER(a) = static_cast<uint64_t>(result) | 1;                  \
         MARL_NEXT;                                                         \
     }
-MARL_ARITHMETIC(add, !__builtin_add_overflow(twice(x), twice(y), &result))
-MARL_ARITHMETIC(subtract, !__builtin_sub_overflow(twice(x), twice(y), &result))
-MARL_ARITHMETIC(multiply, !__builtin_mul_overflow(short_of(x), twice(y), &result))
+MARL_ARITHMETIC(add, !__builtin_add_overflow(twice(x), even, &result))
+MARL_ARITHMETIC(subtract, !__builtin_sub_overflow(twice(x), even, &result))
+MARL_ARITHMETIC(multiply, !__builtin_mul_overflow(short_of(x), even, &result))
 MARL_ARITHMETIC(divide, divide_short(x, y, result))
 MARL_ARITHMETIC(modulo, modulo_short(x, y, result))
 #undef MARL_ARITHMETIC
@@ -286,17 +248,17 @@ MARL_ARITHMETIC(modulo, modulo_short(x, y, result))
 // NOLINTBEGIN(bugprone-macro-parentheses): a sign between operands can't have any.
 #define MARL_COMPARISON(name, sign)                                          \
     MARL_INSTRUCTION(name) {                                                 \
-        const Word x = frame[at->b];                                         \
-        const Word y = frame[at->c];                                         \
+        const Word x = MARL_REGISTER(b);                                         \
+        const Word y = MARL_REGISTER(c);                                         \
         if (__builtin_expect((x & y & 1) == 0, 0)) MARL_SLOW(slow_##name);   \
         if (static_cast<int64_t>(x) sign static_cast<int64_t>(y)) MARL_NEXT; \
-        MARL_GO_TO(at + at->d);                                              \
+        MARL_FURTHER;                                              \
     }                                                                        \
     MARL_INSTRUCTION(name##_number) {                                        \
-        const Word x = frame[at->b];                                         \
+        const Word x = MARL_REGISTER(b);                                         \
         if (__builtin_expect((x & 1) == 0, 0)) MARL_SLOW(slow_branch);       \
-        if (static_cast<int64_t>(x) sign at->n) MARL_NEXT;                   \
-        MARL_GO_TO(at + at->d);                                              \
+        if (static_cast<int64_t>(x) sign MARL_NUMBER) MARL_NEXT;                   \
+        MARL_FURTHER;                                              \
     }
 MARL_COMPARISON(less, <)
 MARL_COMPARISON(not_less, >=)
@@ -306,7 +268,7 @@ MARL_COMPARISON(differ, !=)
 // NOLINTEND(bugprone-macro-parentheses)
 
 MARL_INSTRUCTION(choose_one) {
-    const Word head = frame[at->b];
+    const Word head = MARL_REGISTER(b);
     if (is_node(head)) {
         const Node* node = node_of(head);
         const bool may_have_way =
@@ -315,36 +277,34 @@ MARL_INSTRUCTION(choose_one) {
     } else if (is_cell(head)) {
         MARL_SLOW(slow_choose);
     }
-    if ((at->fields.f & take_b) == 0) retain_word(head);
-    frame[at->a] = head;
-    MARL_GO_TO(at + at->choice->other);
+    if (!MARL_TAKES(b)) retain_word(head);
+    MARL_REGISTER(a) = head;
+    MARL_WAY(other);
 }
 MARL_INSTRUCTION(choose_two) {
-    const Word head = frame[at->b];
+    const Word head = MARL_REGISTER(b);
     if (!is_closure(head)) MARL_SLOW(choose_truth);
-    const Choice& choice = *at->choice;
-    if (kind_of_closure(head) != ClosureKind::list_cell || choice.pair == 0) MARL_SLOW(slow_choose);
+        if (kind_of_closure(head) != ClosureKind::list_cell || !MARL_HAS_WAY(pair)) MARL_SLOW(slow_choose);
     Cell* cell = cell_of(head);
-    const bool taken = (at->fields.f & take_b) != 0;
-    const Word x = frame[choice.x] = cell->x;
-    const Word y = frame[choice.y] = cell->y;
-    at += choice.pair;
+    const bool taken = MARL_TAKES(b);
+    const Word x = MARL_PART(x) = cell->x;
+    const Word y = MARL_PART(y) = cell->y;
     if (taken && count_of(cell) == 1) {
         free_node(cell, sizeof(Cell));
-        MARL_GO_TO(at);
+        MARL_WAY(pair);
     }
     if (taken) --cell->header;
     retain_word(x);
     retain_word(y);
-    MARL_GO_TO(at);
+    MARL_WAY(pair);
 }
 MARL_INSTRUCTION(cell) {
     FreeBlock* const block = next_node(sizeof(Cell));
     if (__builtin_expect(block == nullptr, 0)) MARL_SLOW(slow_cell);
-    const Word x = get(at->operands[0], frame);
-    const Word y = get(at->operands[1], frame);
+    const Word x = MARL_OPERAND(0);
+    const Word y = MARL_OPERAND(1);
     take_next_node(block, sizeof(Cell));
-    frame[at->a] = make_cell(block, static_cast<ClosureKind>(at->d), x, y);
+    MARL_REGISTER(a) = make_cell(block, static_cast<ClosureKind>(MARL_KIND), x, y);
     MARL_NEXT;
 }
 MARL_INSTRUCTION(pairs) { MARL_SLOW(slow_pairs); }
@@ -357,39 +317,39 @@ MARL_INSTRUCTION(builtin_held) { MARL_SLOW(slow_builtin_held); }
 
 // A call holds its symbol until its target is known, and then `target` (reduce/slow.cpp).
 MARL_INSTRUCTION(call) {
-    if (__builtin_expect(at->d == 0, 0)) MARL_SLOW(slow_call);
-    top->next = at + 1;
+    if (__builtin_expect(!MARL_IS_LINKED, 0)) MARL_SLOW(slow_call);
+    top->next = MARL_NEXT_ONE;
     ++top;
-    frame += at->b;
-    MARL_GO_TO(at->target);
+    frame = &MARL_REGISTER(b);
+    MARL_GO_TO(MARL_TARGET);
 }
 MARL_INSTRUCTION(call_last) {
-    if (__builtin_expect(at->d == 0, 0)) MARL_SLOW(slow_call);
-    MARL_GO_TO(at->target);
+    if (__builtin_expect(!MARL_IS_LINKED, 0)) MARL_SLOW(slow_call);
+    MARL_GO_TO(MARL_TARGET);
 }
 MARL_INSTRUCTION(call_held) {
-    if (__builtin_expect(at->d == 0, 0)) MARL_SLOW(slow_call);
-    frame += at->b;
-    MARL_GO_TO(at->target);
+    if (__builtin_expect(!MARL_IS_LINKED, 0)) MARL_SLOW(slow_call);
+    frame = &MARL_REGISTER(b);
+    MARL_GO_TO(MARL_TARGET);
 }
 MARL_INSTRUCTION(apply) {
-    const Word function = frame[at->a];
-    const bool taken = (at->fields.f & take_a) != 0;
-    if (at->c != 1 || !is_counted(function)) MARL_SLOW(slow_apply);
+    const Word function = MARL_REGISTER(a);
+    const bool taken = MARL_TAKES(a);
+    if (MARL_COUNT != 1 || !is_counted(function)) MARL_SLOW(slow_apply);
     if (taken && count_of(holder_of(function)) == 1) MARL_SLOW(slow_apply);
-    const Instruction* start = start_on_one(function, frame + at->b, frame[at->b]);
+    const Instruction* start = start_on_one(function, &MARL_REGISTER(b), MARL_REGISTER(b));
     if (!start) MARL_SLOW(slow_apply);
     if (taken) --holder_of(function)->header;
-    top->next = at + 1;
+    top->next = MARL_NEXT_ONE;
     ++top;
-    frame += at->b;
+    frame = &MARL_REGISTER(b);
     MARL_GO_TO(start);
 }
 MARL_INSTRUCTION(apply_last) {
-    const Word function = frame[at->a];
-    if (at->c != 1 || !is_counted(function)) MARL_SLOW(slow_apply_last);
+    const Word function = MARL_REGISTER(a);
+    if (MARL_COUNT != 1 || !is_counted(function)) MARL_SLOW(slow_apply_last);
     if (count_of(holder_of(function)) == 1) MARL_SLOW(slow_apply_last);
-    const Word argument = frame[at->b];
+    const Word argument = MARL_REGISTER(b);
     const Instruction* start = start_on_one(function, frame, argument);
     if (!start) MARL_SLOW(slow_apply_last);
     --holder_of(function)->header;
@@ -398,49 +358,49 @@ MARL_INSTRUCTION(apply_last) {
 MARL_INSTRUCTION(name) { MARL_SLOW(slow_name); }
 MARL_INSTRUCTION(evaluate) { MARL_SLOW(slow_evaluate); }
 MARL_INSTRUCTION(if_strict) {
-    const Word function = frame[at->b];
+    const Word function = MARL_REGISTER(b);
     if (is_closure(function)) {
         const Closure* closure = closure_of(function);
         const bool is_lambda = kind_of(closure) == ClosureKind::lambda;
-        if (is_lambda && closure->code->parameters >= at->c) MARL_NEXT;
-        MARL_GO_TO(at + at->d);
+        if (is_lambda && closure->code->parameters >= MARL_COUNT) MARL_NEXT;
+        MARL_FURTHER;
     }
     if (!is_node(function)) MARL_SLOW(slow_if_strict);
     const int code = top_byte(node_of(function)) & 0x7F;
-    if (code < rank_zero_code + at->c || code >= zits_code) MARL_SLOW(slow_if_strict);
-    if (lazy_heads[first_byte(name_in_front(node_of(function)))]) MARL_GO_TO(at + at->d);
+    if (code < rank_zero_code + MARL_COUNT || code >= zits_code) MARL_SLOW(slow_if_strict);
+    if (lazy_heads[first_byte(name_in_front(node_of(function)))]) MARL_FURTHER;
     MARL_NEXT;
 }
 MARL_INSTRUCTION(if_held) { MARL_SLOW(slow_if_held); }
 MARL_INSTRUCTION(wait) {
-    top->next = at + at->d;
+    top->next = MARL_FURTHER_ONE;
     ++top;
     MARL_NEXT;
 }
 MARL_INSTRUCTION(push_argument) { MARL_SLOW(slow_push_argument); }
 MARL_INSTRUCTION(return_value) {
-    value = frame[at->b];
+    value = MARL_REGISTER(b);
     MARL_RETURN;
 }
 MARL_INSTRUCTION(return_number) {
-    value = at->word;
+    value = MARL_WORD;
     MARL_RETURN;
 }
 MARL_INSTRUCTION(return_constant) {
-    value = at->word;
+    value = MARL_WORD;
     retain(node_of(value));
     MARL_RETURN;
 }
 MARL_INSTRUCTION(return_work) { MARL_SLOW(slow_return_work); }
 MARL_INSTRUCTION(go) { MARL_SLOW(slow_go); }
 MARL_INSTRUCTION(land) {
-    frame -= at->b;
-    frame[at->a] = value;
+    MARL_MOVE_BACK;
+    MARL_REGISTER(a) = value;
     MARL_NEXT;
 }
 MARL_INSTRUCTION(land_before_choice) {
-    frame -= at->b;
-    frame[at->a] = value;
+    MARL_MOVE_BACK;
+    MARL_REGISTER(a) = value;
     MARL_NEXT;
 }
 

@@ -17,6 +17,9 @@ Code::~Code() {
 namespace {
 
 void drop_instructions(Code& code) {
+#if MARL_NATIVE
+    drop_native(code);
+#endif
     code.instructions.clear();
     for (const Word constant : std::exchange(code.constants, {})) release_word(constant);
 }

@@ -27,9 +27,9 @@ constexpr Run functions[] = {
 
 }  // namespace
 
-void link(Instruction& instruction) {
-    instruction.run = functions[static_cast<size_t>(instruction.op)];
-}
+Run function_of(Op op) { return functions[static_cast<size_t>(op)]; }
+
+void link(Instruction& instruction) { instruction.run = function_of(instruction.op); }
 
 static void run_loop(Word* frame, const Instruction* at, Word value, StackEntry* top) {
     Machine* const m = &machine;
@@ -75,6 +75,11 @@ static const bool entries_are_made = [] {
 void prepare(Code& code) {
     compile(code);
     for (Instruction& instruction : code.instructions) link(instruction);
+#if MARL_NATIVE
+    Instruction& enter = code.instructions.front();
+    enter.code = &code;
+    enter.n = calls_before_native;
+#endif
 }
 
 /// The context ends where `machine` has it, from here on.

@@ -23,6 +23,11 @@ void hold_operands(int above);
 /// The Code of a definition with parameters, made and compiled at its first call.
 Code& code_of(Symbol& symbol);
 
+#if MARL_TAIL_CALLS
+/// The loop's function for an instruction.
+Run function_of(Op op);
+#endif
+
 /// Gives an instruction what runs it.
 void link(Instruction& instruction);
 

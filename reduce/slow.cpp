@@ -222,6 +222,10 @@ void slow_construct(MARL_STATE) {
 }
 
 void slow_name(MARL_STATE) {
+#if MARL_NATIVE
+    // Native code still comes here when the instruction is another one by now.
+    if (at->op != Op::name) MARL_JUMP function_of(at->op)(frame, top, m, value, at);
+#endif
     Node* definition = at->symbol->definition;
     // A constant that is being reduced is a cycle, which the machine finds.
     if (!settled(definition) || is_leaf_of(definition, ')')) {

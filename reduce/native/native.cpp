@@ -1,0 +1,283 @@
+#include "reduce/native/native.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstring>
+#include <vector>
+
+#include "reduce/code.h"
+#include "reduce/native/hole_names.h"
+#include "reduce/operands.h"
+#include "reduce/run_code.h"
+
+namespace marl {
+
+void slow_enter(MARL_STATE);
+
+// What a stencil jumps to when a count is full.
+extern "C" [[noreturn]] void stop_at_count() {
+    Node full;
+    full.header = count_mask;
+    retain(&full);
+    abort();
+}
+
+namespace {
+
+enum class Hole : uint8_t {
+#define MARL_HOLE(name) name,
+    MARL_HOLES(MARL_HOLE) MARL_JUMP_HOLES(MARL_HOLE)
+#undef MARL_HOLE
+};
+
+enum class PatchKind : uint8_t { number, wide, relative };
+
+/// `to` is a Hole, or the complement of a target's number.
+struct Patch {
+    size_t offset;
+    PatchKind kind;
+    int to;
+    int64_t addend;
+};
+
+struct Stencil {
+    const uint8_t* bytes;
+    size_t size;
+    const Patch* patches;
+    size_t patch_count;
+};
+
+struct StencilRow {
+    Op op;
+    Stencil stencil;
+};
+
+}  // namespace
+
+#include "stencils.inc"
+
+namespace {
+
+using StencilTable = std::array<const Stencil*, sizeof instruction_rows / sizeof *instruction_rows>;
+const StencilTable& stencil_table() {
+    static const StencilTable table = [] {
+        StencilTable made{};
+        for (const StencilRow& row : stencil_rows) made[static_cast<size_t>(row.op)] = &row.stencil;
+        return made;
+    }();
+    return table;
+}
+
+/// Whether all that an instruction says fits the holes of its stencil.
+bool fits(const Instruction& in) {
+    switch (in.op) {
+        case Op::number:
+        case Op::return_number:
+        case Op::add_number:
+        case Op::subtract_number:
+        case Op::multiply_number:
+        case Op::divide_number:
+        case Op::modulo_number:
+        case Op::less_number:
+        case Op::not_less_number:
+        case Op::same_number:
+        case Op::differ_number: return in.n == static_cast<int32_t>(in.n);
+        case Op::call:
+        case Op::call_last:
+        case Op::call_held: return in.d != 0;
+        default: return true;
+    }
+}
+
+const Stencil* stencil_of(const Instruction& in) {
+    return fits(in) ? stencil_table()[static_cast<size_t>(in.op)] : nullptr;
+}
+
+// In the place of a stencil: movabs $at, %r8; jmp function.
+constexpr size_t plain_size = 15;
+
+size_t native_size(const Instruction& in) {
+    const Stencil* stencil = stencil_of(in);
+    return stencil ? stencil->size : plain_size;
+}
+
+// The region.
+
+constexpr size_t region_size = size_t{64} << 20;
+
+struct Block {
+    uint8_t* start;
+    size_t size;
+};
+
+struct Region {
+    uint8_t* start = nullptr;
+    size_t used = 0;
+    bool is_refused = false;
+    std::vector<Block> free;
+};
+Region region;
+
+/// Reserves addresses that relative jumps reach the program's text and data from, and back.
+void reserve_region() {
+    const auto text = reinterpret_cast<uintptr_t>(&slow_enter) & ~(region_size - 1);
+    for (uintptr_t distance = 2; distance < 24; ++distance) {
+        auto* const place = reinterpret_cast<void*>(text - distance * region_size);
+        void* const got = mmap(place, region_size, PROT_NONE,
+                               MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_FIXED_NOREPLACE, -1, 0);
+        if (got == place) {
+            region.start = static_cast<uint8_t*>(got);
+            return;
+        }
+        if (got != MAP_FAILED) munmap(got, region_size);
+    }
+    region.is_refused = true;
+}
+
+/// Room for so many bytes; null when there is none.
+uint8_t* take_room(size_t size) {
+    for (Block& block : region.free) {
+        if (block.size < size) continue;
+        uint8_t* const room = block.start;
+        block.start += size;
+        block.size -= size;
+        return room;
+    }
+    if (!region.start && !region.is_refused) reserve_region();
+    if (region.is_refused || region_size - region.used < size) return nullptr;
+    region.used += size;
+    return region.start + region.used - size;
+}
+
+bool protect(const NativeCode& code, int protection) {
+    const auto page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+    const uintptr_t from = reinterpret_cast<uintptr_t>(code.start) & ~(page - 1);
+    const uintptr_t to = reinterpret_cast<uintptr_t>(code.start) + code.size;
+    return mprotect(reinterpret_cast<void*>(from), to - from, protection) == 0;
+}
+
+// Translation.
+
+class Translation {
+   public:
+    Translation(Code& code, const std::vector<size_t>& places, uint8_t* start)
+        : code_(code), places_(places), start_(start) {}
+
+    void write(size_t i) {
+        const Instruction& in = code_.instructions[i];
+        uint8_t* const place = start_ + places_[i];
+        const Stencil* stencil = stencil_of(in);
+        if (!stencil) return write_plain(in, place);
+        memcpy(place, stencil->bytes, stencil->size);
+        for (size_t k = 0; k < stencil->patch_count; ++k) patch(i, place, stencil->patches[k]);
+    }
+
+   private:
+    static void write_plain(const Instruction& in, uint8_t* place) {
+        const auto at = reinterpret_cast<uintptr_t>(&in);
+        memcpy(place, "\x49\xB8", 2);
+        memcpy(place + 2, &at, sizeof at);
+        place[10] = 0xE9;
+        const auto function = reinterpret_cast<uintptr_t>(function_of(in.op));
+        const auto distance =
+            static_cast<int32_t>(function - reinterpret_cast<uintptr_t>(place + plain_size));
+        memcpy(place + 11, &distance, sizeof distance);
+    }
+
+    void patch(size_t i, uint8_t* place, const Patch& patch) const {
+        uint8_t* const to = place + patch.offset;
+        uint64_t value = (patch.to < 0 ? reinterpret_cast<uintptr_t>(targets[~patch.to])
+                                       : value_of(i, static_cast<Hole>(patch.to))) +
+                         static_cast<uint64_t>(patch.addend);
+        if (patch.kind == PatchKind::wide) {
+            memcpy(to, &value, sizeof value);
+            return;
+        }
+        if (patch.kind == PatchKind::relative) value -= reinterpret_cast<uintptr_t>(to);
+        const auto narrow = static_cast<int32_t>(value);
+        memcpy(to, &narrow, sizeof narrow);
+    }
+
+    /// Where the native code of an instruction is, at a distance from another one.
+    uint64_t native(size_t i, int64_t distance) const {
+        return reinterpret_cast<uintptr_t>(start_ + places_[i + static_cast<size_t>(distance)]);
+    }
+
+    uint64_t value_of(size_t i, Hole hole) const {
+        const Instruction& in = code_.instructions[i];
+        const auto in_bytes = [](auto n) { return static_cast<uint64_t>(n) * sizeof(Word); };
+        switch (hole) {
+            case Hole::a: return in_bytes(in.a);
+            case Hole::b: return in_bytes(in.b);
+            case Hole::c: return in_bytes(in.c);
+            case Hole::takes_a: return static_cast<uint64_t>(in.fields.f & take_a);
+            case Hole::takes_b: return static_cast<uint64_t>(in.fields.f & take_b);
+            case Hole::count: return in.c;
+            case Hole::room: return in_bytes(in.d);
+            case Hole::kind: return static_cast<uint64_t>(in.d);
+            case Hole::word: return in.word;
+            case Hole::number: return static_cast<uint64_t>(in.n);
+            case Hole::even_number: return static_cast<uint64_t>(in.n) & ~uint64_t{1};
+            case Hole::operand_0: return in_bytes(in.operands[0].reg);
+            case Hole::operand_1: return in_bytes(in.operands[1].reg);
+            case Hole::from_0: return static_cast<uint64_t>(in.operands[0].from);
+            case Hole::from_1: return static_cast<uint64_t>(in.operands[1].from);
+            case Hole::word_0: return in.operands[0].word;
+            case Hole::word_1: return in.operands[1].word;
+            case Hole::has_k: return in.choice->k != 0;
+            case Hole::has_h: return in.choice->h != 0;
+            case Hole::has_pair: return in.choice->pair != 0;
+            case Hole::part_x: return in_bytes(in.choice->x);
+            case Hole::part_y: return in_bytes(in.choice->y);
+            case Hole::at: return reinterpret_cast<uintptr_t>(&in);
+            case Hole::next_one: return reinterpret_cast<uintptr_t>(&in + 1);
+            case Hole::further_one: return reinterpret_cast<uintptr_t>(&in + in.d);
+            case Hole::target: return reinterpret_cast<uintptr_t>(in.target);
+            case Hole::next: return native(i, 1);
+            case Hole::further: return native(i, in.d);
+            case Hole::way_k: return native(i, in.choice->k);
+            case Hole::way_h: return native(i, in.choice->h);
+            case Hole::way_pair: return native(i, in.choice->pair);
+            case Hole::way_other: return native(i, in.choice->other);
+        }
+        abort();
+    }
+
+    Code& code_;
+    const std::vector<size_t>& places_;
+    uint8_t* start_;
+};
+
+}  // namespace
+
+void make_native(Code& code) {
+    std::vector<size_t> places;
+    size_t size = 0;
+    for (const Instruction& in : code.instructions) {
+        places.push_back(size);
+        size += native_size(in);
+    }
+    uint8_t* const room = take_room(size);
+    if (!room) return;
+    code.native = {room, size};
+    if (!protect(code.native, PROT_READ | PROT_WRITE)) return drop_native(code);
+    Translation translation(code, places, room);
+    for (size_t i = 0; i < places.size(); ++i) translation.write(i);
+    if (!protect(code.native, PROT_READ | PROT_EXEC)) {
+        region.is_refused = true;
+        return drop_native(code);
+    }
+    for (size_t i = 0; i < places.size(); ++i) {
+        code.instructions[i].run = reinterpret_cast<Run>(room + places[i]);
+    }
+}
+
+void drop_native(Code& code) {
+    if (!code.native.start) return;
+    region.free.push_back({code.native.start, code.native.size});
+    code.native = {};
+}
+
+}  // namespace marl
