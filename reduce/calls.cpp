@@ -216,6 +216,32 @@ void slow_call(MARL_STATE) {
     MARL_GO_TO(at);
 }
 
+void apply_node(MARL_STATE) {
+    const Word function = frame[at->a];
+    if (at->c != 1 || !is_node(function)) MARL_SLOW(slow_apply);
+    Node* node = node_of(function);
+    const bool taken = MARL_TAKES(a);
+    if (taken && count_of(node) == 1) MARL_SLOW(slow_apply);
+    const Instruction* start = start_on_one(node, frame + at->b, frame[at->b]);
+    if (!start) MARL_SLOW(slow_apply);
+    if (taken) --node->header;
+    top->next = at + 1;
+    ++top;
+    frame += at->b;
+    MARL_GO_TO(start);
+}
+
+void apply_node_last(MARL_STATE) {
+    const Word function = frame[at->a];
+    if (at->c != 1 || !is_node(function)) MARL_SLOW(slow_apply_last);
+    Node* node = node_of(function);
+    if (count_of(node) == 1) MARL_SLOW(slow_apply_last);
+    const Instruction* start = start_on_one(node, frame, frame[at->b]);
+    if (!start) MARL_SLOW(slow_apply_last);
+    --node->header;
+    MARL_GO_TO(start);
+}
+
 void slow_apply(MARL_STATE) {
     const bool taken = (at->fields.f & take_a) != 0;
     const Word function = taken ? frame[at->a] : shared_word(frame[at->a]);

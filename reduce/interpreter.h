@@ -50,6 +50,8 @@ void slow_builtin_nested(MARL_STATE);
 void slow_call(MARL_STATE);
 void slow_apply(MARL_STATE);
 void slow_apply_last(MARL_STATE);
+void apply_node(MARL_STATE);
+void apply_node_last(MARL_STATE);
 void slow_name(MARL_STATE);
 void slow_evaluate(MARL_STATE);
 void slow_return_work(MARL_STATE);
@@ -109,34 +111,35 @@ inline const Instruction* start_of_name(Node* application, Node* name, int count
     return symbol->code->start();
 }
 
-/// Where a function begins that takes just one argument, when it is a closure, or a name that has
-/// code and may have an argument already. Its registers are set; the function itself keeps what it
-/// holds. Null, and nothing is done, for any other one.
-inline const Instruction* start_on_one(Word function, Word* row, Word argument) {
-    if (is_closure(function)) {
-        const Closure* closure = closure_of(function);
-        if (kind_of(closure) != ClosureKind::lambda) return nullptr;
-        const Code* code = closure->code;
-        if (code->parameters != 1 || !code->made) return nullptr;
-        const Word* captured = closure->captured;
-        *row = argument;
-        for (int i = code->captures; i > 0; --i) *++row = shared_word(*captured++);
-        return code->start();
-    }
-    if (!is_node(function)) return nullptr;
-    Node* node = node_of(function);
-    if (is_leaf(node)) {
-        const Instruction* start = start_of_name(node, node, 1);
+/// Where a name begins that has code and wants just one argument, to which it may have been applied
+/// to one already. Its registers are set; the function itself keeps what it holds. Null, and nothing
+/// is done, for any other function that is a node.
+inline const Instruction* start_on_one(Node* function, Word* row, Word argument) {
+    if (is_leaf(function)) {
+        const Instruction* start = start_of_name(function, function, 1);
         if (start) *row = argument;
         return start;
     }
-    Node* name = as_pair(node)->left;
+    Node* name = as_pair(function)->left;
     if (!is_leaf(name)) return nullptr;
-    const Instruction* start = start_of_name(node, name, 1);
+    const Instruction* start = start_of_name(function, name, 1);
     if (!start) return nullptr;
     row[1] = argument;
-    row[0] = shared_word(as_pair(node)->right);
+    row[0] = shared_word(as_pair(function)->right);
     return start;
+}
+
+/// The code of a lambda that takes just one argument, if it is made; else null.
+inline const Code* code_on_one(const Closure* closure) {
+    if (kind_of(closure) != ClosureKind::lambda) return nullptr;
+    const Code* code = closure->code;
+    return code->parameters == 1 && code->made ? code : nullptr;
+}
+
+/// Copies what a closure captured, which keeps it, behind the argument at `row`.
+inline void share_captured(const Closure* closure, const Code* code, Word* row) {
+    const Word* captured = closure->captured;
+    for (int i = code->captures; i > 0; --i) *++row = shared_word(*captured++);
 }
 
 /// Whether a node is (letter x) y.
@@ -334,26 +337,34 @@ MARL_INSTRUCTION(call_held) {
 }
 MARL_INSTRUCTION(apply) {
     const Word function = MARL_REGISTER(a);
-    const bool taken = MARL_TAKES(a);
-    if (MARL_COUNT != 1 || !is_counted(function)) MARL_SLOW(slow_apply);
-    if (taken && count_of(holder_of(function)) == 1) MARL_SLOW(slow_apply);
-    const Instruction* start = start_on_one(function, &MARL_REGISTER(b), MARL_REGISTER(b));
-    if (!start) MARL_SLOW(slow_apply);
-    if (taken) --holder_of(function)->header;
+    if (MARL_COUNT != 1 || !is_closure(function)) MARL_SLOW(apply_node);
+    Closure* closure = closure_of(function);
+    const Code* code = code_on_one(closure);
+    if (!code) MARL_SLOW(slow_apply);
+    if (MARL_TAKES(a)) {
+        if (count_of(closure) == 1) MARL_SLOW(slow_apply);
+        --closure->header;
+    }
+    MARL_FREE_MACHINE;
+    share_captured(closure, code, &MARL_REGISTER(b));
+    MARL_FIND_MACHINE;
     top->next = MARL_NEXT_ONE;
     ++top;
     frame = &MARL_REGISTER(b);
-    MARL_GO_TO(start);
+    MARL_GO_TO(code->start());
 }
 MARL_INSTRUCTION(apply_last) {
     const Word function = MARL_REGISTER(a);
-    if (MARL_COUNT != 1 || !is_counted(function)) MARL_SLOW(slow_apply_last);
-    if (count_of(holder_of(function)) == 1) MARL_SLOW(slow_apply_last);
-    const Word argument = MARL_REGISTER(b);
-    const Instruction* start = start_on_one(function, frame, argument);
-    if (!start) MARL_SLOW(slow_apply_last);
-    --holder_of(function)->header;
-    MARL_GO_TO(start);
+    if (MARL_COUNT != 1 || !is_closure(function)) MARL_SLOW(apply_node_last);
+    Closure* closure = closure_of(function);
+    const Code* code = code_on_one(closure);
+    if (!code || count_of(closure) == 1) MARL_SLOW(slow_apply_last);
+    --closure->header;
+    *frame = MARL_REGISTER(b);
+    MARL_FREE_MACHINE;
+    share_captured(closure, code, frame);
+    MARL_FIND_MACHINE;
+    MARL_GO_TO(code->start());
 }
 MARL_INSTRUCTION(name) { MARL_SLOW(slow_name); }
 MARL_INSTRUCTION(evaluate) { MARL_SLOW(slow_evaluate); }

@@ -78,7 +78,7 @@ void prepare(Code& code) {
 #if MARL_NATIVE
     Instruction& enter = code.instructions.front();
     enter.code = &code;
-    enter.n = calls_before_native;
+    enter.n = MARL_NATIVE_CALLS;
 #endif
 }
 

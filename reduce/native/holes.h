@@ -60,6 +60,12 @@ MARL_WIDE(word_1)
 #define MARL_FORGET                  \
     __asm__("" : "=r"(value));       \
     __asm__("" : "=r"(at))
+// What needs more registers than there are takes those of the machine, which is always the same one,
+// and of the value.
+#define MARL_FREE_MACHINE __asm__("" : "=r"(m))
+#define MARL_FIND_MACHINE                                            \
+    __asm__("" : "=r"(value));                                       \
+    __asm__("leaq _ZN4marl7machineE(%%rip), %0" : "=r"(m))
 #define MARL_HAND_ON(hole)                        \
     do {                                          \
         MARL_FORGET;                              \

@@ -23,9 +23,6 @@ struct NativeCode {
 };
 
 #if MARL_NATIVE
-/// How often code is called before it gets native code.
-constexpr int64_t calls_before_native = MARL_NATIVE_CALLS;
-
 /// Makes the native code of a Code that has been compiled, if there is room for it.
 void make_native(Code& code);
 
