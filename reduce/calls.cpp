@@ -15,6 +15,7 @@
 #include "reduce/interpreter.h"
 #include "reduce/interrupts.h"
 #include "reduce/meanings.h"
+#include "reduce/native/native.h"
 #include "reduce/needs.h"
 #include "reduce/operators.h"
 #include "reduce/run_code.h"

@@ -18,7 +18,6 @@
 #include <vector>
 
 #include "reduce/instructions.h"
-#include "reduce/native/native.h"
 #include "reduce/template.h"
 #include "value/value.h"
 #include "value/word.h"
@@ -115,6 +114,12 @@ struct Choice {
     uint32_t first = 0;
     int32_t after = -1;
     RegisterSet ends = 0;
+};
+
+/// Where a Code's native code is; null when it has none.
+struct NativeCode {
+    uint8_t* start = nullptr;
+    size_t size = 0;
 };
 
 /// A term as it is, for those who make it of a frame outside of the code's own way: a register, a

@@ -112,8 +112,8 @@ inline const Instruction* start_of_name(Node* application, Node* name, int count
 }
 
 /// Where a name begins that has code and wants just one argument, to which it may have been applied
-/// to one already. Its registers are set; the function itself keeps what it holds. Null, and nothing
-/// is done, for any other function that is a node.
+/// to one already. Its registers are set; the function itself keeps what it holds. Null, and
+/// nothing is done, for any other function that is a node.
 inline const Instruction* start_on_one(Node* function, Word* row, Word argument) {
     if (is_leaf(function)) {
         const Instruction* start = start_of_name(function, function, 1);
@@ -222,23 +222,23 @@ MARL_INSTRUCTION(jump) { MARL_FURTHER; }
 
 #define MARL_ARITHMETIC(name, fast)                                        \
     MARL_INSTRUCTION(name) {                                               \
-        const Word x = MARL_REGISTER(b);                                       \
-        const Word y = MARL_REGISTER(c);                                       \
-        [[maybe_unused]] const int64_t even = twice(y); \
+        const Word x = MARL_REGISTER(b);                                   \
+        const Word y = MARL_REGISTER(c);                                   \
+        [[maybe_unused]] const int64_t even = twice(y);                    \
         int64_t result;                                                    \
         if (__builtin_expect((x & y & 1) == 0, 0)) MARL_SLOW(slow_##name); \
         if (__builtin_expect(!(fast), 0)) MARL_SLOW(slow_compute);         \
-        MARL_REGISTER(a) = static_cast<uint64_t>(result) | 1;                  \
+        MARL_REGISTER(a) = static_cast<uint64_t>(result) | 1;              \
         MARL_NEXT;                                                         \
     }                                                                      \
     MARL_INSTRUCTION(name##_number) {                                      \
-        const Word x = MARL_REGISTER(b);                                       \
-        [[maybe_unused]] const auto y = static_cast<Word>(MARL_NUMBER);                      \
-        [[maybe_unused]] const int64_t even = MARL_EVEN_NUMBER; \
+        const Word x = MARL_REGISTER(b);                                   \
+        [[maybe_unused]] const auto y = static_cast<Word>(MARL_NUMBER);    \
+        [[maybe_unused]] const int64_t even = MARL_EVEN_NUMBER;            \
         int64_t result;                                                    \
         if (__builtin_expect((x & 1) == 0, 0)) MARL_SLOW(slow_compute);    \
         if (__builtin_expect(!(fast), 0)) MARL_SLOW(slow_compute);         \
-        MARL_REGISTER(a) = static_cast<uint64_t>(result) | 1;                  \
+        MARL_REGISTER(a) = static_cast<uint64_t>(result) | 1;              \
         MARL_NEXT;                                                         \
     }
 MARL_ARITHMETIC(add, !__builtin_add_overflow(twice(x), even, &result))
@@ -251,17 +251,17 @@ MARL_ARITHMETIC(modulo, modulo_short(x, y, result))
 // NOLINTBEGIN(bugprone-macro-parentheses): a sign between operands can't have any.
 #define MARL_COMPARISON(name, sign)                                          \
     MARL_INSTRUCTION(name) {                                                 \
-        const Word x = MARL_REGISTER(b);                                         \
-        const Word y = MARL_REGISTER(c);                                         \
+        const Word x = MARL_REGISTER(b);                                     \
+        const Word y = MARL_REGISTER(c);                                     \
         if (__builtin_expect((x & y & 1) == 0, 0)) MARL_SLOW(slow_##name);   \
         if (static_cast<int64_t>(x) sign static_cast<int64_t>(y)) MARL_NEXT; \
-        MARL_FURTHER;                                              \
+        MARL_FURTHER;                                                        \
     }                                                                        \
     MARL_INSTRUCTION(name##_number) {                                        \
-        const Word x = MARL_REGISTER(b);                                         \
+        const Word x = MARL_REGISTER(b);                                     \
         if (__builtin_expect((x & 1) == 0, 0)) MARL_SLOW(slow_branch);       \
-        if (static_cast<int64_t>(x) sign MARL_NUMBER) MARL_NEXT;                   \
-        MARL_FURTHER;                                              \
+        if (static_cast<int64_t>(x) sign MARL_NUMBER) MARL_NEXT;             \
+        MARL_FURTHER;                                                        \
     }
 MARL_COMPARISON(less, <)
 MARL_COMPARISON(not_less, >=)
@@ -287,7 +287,8 @@ MARL_INSTRUCTION(choose_one) {
 MARL_INSTRUCTION(choose_two) {
     const Word head = MARL_REGISTER(b);
     if (!is_closure(head)) MARL_SLOW(choose_truth);
-        if (kind_of_closure(head) != ClosureKind::list_cell || !MARL_HAS_WAY(pair)) MARL_SLOW(slow_choose);
+    if (kind_of_closure(head) != ClosureKind::list_cell || !MARL_HAS_WAY(pair))
+        MARL_SLOW(slow_choose);
     Cell* cell = cell_of(head);
     const bool taken = MARL_TAKES(b);
     const Word x = MARL_PART(x) = cell->x;

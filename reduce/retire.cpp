@@ -4,6 +4,7 @@
 
 #include "reduce/closure.h"
 #include "reduce/continuation.h"
+#include "reduce/native/native.h"
 
 namespace marl {
 

@@ -16,7 +16,7 @@ UPWARD = {"driver/report.h": {"number", "front", "library"}}
 # Files that are one unit, beside a header and the source of its name.
 UNITS = {
     "reduce/compiler": "compile compile_calls compile_choices emit terms parts continuation",
-    "reduce/run_code": "interpreter calls slow held",
+    "reduce/run_code": "interpreter calls slow held operands native/native",
     "number/convert": "digits",
     "value/value": "resize",
 }
@@ -26,9 +26,9 @@ INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
 def read_graph():
     graph = {}
     for folder in FOLDERS:
-        for path in sorted((ROOT / folder).glob("*.[hc]*")):
+        for path in sorted((ROOT / folder).rglob("*.[hc]*")):
             text = path.read_text(encoding="utf-8")
-            graph[f"{folder}/{path.name}"] = INCLUDE.findall(text)
+            graph[path.relative_to(ROOT).as_posix()] = INCLUDE.findall(text)
     return graph
 
 

@@ -42,7 +42,7 @@ const std::string code_section = ".text.stencil_";
 
 /// The sections and symbols of an object file.
 class Object {
-   public:
+  public:
     explicit Object(std::string file) : file_(std::move(file)) {
         const auto* header = at<Elf64_Ehdr>(0);
         if (file_.size() < sizeof *header || memcmp(header->e_ident, ELFMAG, SELFMAG) != 0 ||
@@ -73,7 +73,7 @@ class Object {
         return found;
     }
 
-   private:
+  private:
     template <class Type>
     const Type* at(uint64_t offset) const {
         return reinterpret_cast<const Type*>(file_.data() + offset);
@@ -120,7 +120,8 @@ class Object {
     uint64_t names_ = 0;
 };
 
-/// Takes off the jump to the next instruction, when it comes last: the next one's code stands there.
+/// Takes off the jump to the next instruction, when it comes last: the next one's code stands
+/// there.
 void fall_through(Stencil& stencil) {
     for (auto patch = stencil.patches.begin(); patch != stencil.patches.end(); ++patch) {
         const size_t size = stencil.bytes.size();
@@ -133,7 +134,7 @@ void fall_through(Stencil& stencil) {
 }
 
 class Tables {
-   public:
+  public:
     explicit Tables(const char* path) : file_(fopen(path, "w")) {
         if (!file_) stop(std::string("can't write ") + path);
     }
@@ -147,14 +148,14 @@ class Tables {
         fprintf(file_, "};\nstatic const StencilRow stencil_rows[] = {\n");
         for (const auto& [name, stencil] : stencils) {
             const std::string op = name.substr(code_section.size());
-            fprintf(file_, "{Op::%s, {bytes_of_%s, %zu, patches_of_%s, %zu}},\n", op.c_str(), op.c_str(),
-                    stencil.bytes.size(), op.c_str(), stencil.patches.size());
+            fprintf(file_, "{Op::%s, {bytes_of_%s, %zu, patches_of_%s, %zu}},\n", op.c_str(),
+                    op.c_str(), stencil.bytes.size(), op.c_str(), stencil.patches.size());
         }
         fprintf(file_, "};\n");
         if (fclose(file_) != 0) stop("can't write the tables");
     }
 
-   private:
+  private:
     void write_one(const std::string& op, const Stencil& stencil) {
         fprintf(file_, "static const uint8_t bytes_of_%s[] = {", op.c_str());
         for (const char byte : stencil.bytes) fprintf(file_, "%d,", static_cast<uint8_t>(byte));
@@ -163,7 +164,8 @@ class Tables {
         fprintf(file_, "static const Patch patches_of_%s[] = {", op.c_str());
         for (const Patch& patch : stencil.patches) {
             const bool is_hole = begins(patch.symbol, "hole_");
-            fprintf(file_, "{%llu, PatchKind::%s, ", static_cast<unsigned long long>(patch.offset), patch.kind);
+            fprintf(file_, "{%llu, PatchKind::%s, ", static_cast<unsigned long long>(patch.offset),
+                    patch.kind);
             if (is_hole) {
                 fprintf(file_, "static_cast<int>(Hole::%s)", patch.symbol.c_str() + 5);
             } else {

@@ -19,17 +19,17 @@ MARL_JUMP_HOLES(MARL_HOLE)
 #undef MARL_HOLE
 }
 
-#define MARL_NARROW(name)                                  \
-    [[gnu::always_inline]] inline uint32_t read_##name() { \
-        uint32_t number;                                   \
+#define MARL_NARROW(name)                                   \
+    [[gnu::always_inline]] inline uint32_t read_##name() {  \
+        uint32_t number;                                    \
         __asm__("movl $hole_" #name ", %0" : "=r"(number)); \
-        return number;                                     \
+        return number;                                      \
     }
-#define MARL_WIDE(name)                                       \
-    [[gnu::always_inline]] inline uint64_t read_##name() {    \
-        uint64_t number;                                      \
+#define MARL_WIDE(name)                                        \
+    [[gnu::always_inline]] inline uint64_t read_##name() {     \
+        uint64_t number;                                       \
         __asm__("movabsq $hole_" #name ", %0" : "=r"(number)); \
-        return number;                                        \
+        return number;                                         \
     }
 MARL_NARROW(takes_a)
 MARL_NARROW(takes_b)
@@ -56,15 +56,16 @@ MARL_WIDE(word_1)
 
 }  // namespace marl
 
-// Whoever comes next has no use for `at`, nor for `value` unless it is a `land`: their registers are free.
-#define MARL_FORGET                  \
-    __asm__("" : "=r"(value));       \
+// Whoever comes next has no use for `at`, nor for `value` unless it is a `land`: their registers
+// are free.
+#define MARL_FORGET            \
+    __asm__("" : "=r"(value)); \
     __asm__("" : "=r"(at))
-// What needs more registers than there are takes those of the machine, which is always the same one,
-// and of the value.
+// What needs more registers than there are takes those of the machine, which is always the same
+// one, and of the value.
 #define MARL_FREE_MACHINE __asm__("" : "=r"(m))
-#define MARL_FIND_MACHINE                                            \
-    __asm__("" : "=r"(value));                                       \
+#define MARL_FIND_MACHINE      \
+    __asm__("" : "=r"(value)); \
     __asm__("leaq _ZN4marl7machineE(%%rip), %0" : "=r"(m))
 #define MARL_HAND_ON(hole)                        \
     do {                                          \
@@ -84,17 +85,19 @@ MARL_WIDE(word_1)
 #define MARL_REGISTER(field) MARL_IN_FRAME(field)
 #define MARL_TAKES(field) (read_takes_##field() != 0)
 #define MARL_COUNT static_cast<int>(read_count())
-#define MARL_HAS_ROOM                                                                             \
-    (reinterpret_cast<char*>(m->registers.limit) - reinterpret_cast<char*>(frame) >= MARL_VALUE(room))
+#define MARL_HAS_ROOM                                                                \
+    (reinterpret_cast<char*>(m->registers.limit) - reinterpret_cast<char*>(frame) >= \
+     MARL_VALUE(room))
 #define MARL_WORD read_word()
 #define MARL_NUMBER MARL_VALUE(number)
 #define MARL_EVEN_NUMBER MARL_VALUE(even_number)
-#define MARL_OPERAND(i)                                                 \
-    (read_from_##i() == 0   ? MARL_IN_FRAME(operand_##i)                \
-     : read_from_##i() == 1 ? shared_word(MARL_IN_FRAME(operand_##i))   \
+#define MARL_OPERAND(i)                                               \
+    (read_from_##i() == 0   ? MARL_IN_FRAME(operand_##i)              \
+     : read_from_##i() == 1 ? shared_word(MARL_IN_FRAME(operand_##i)) \
                             : shared_word(read_word_##i()))
 #define MARL_KIND MARL_VALUE(kind)
-#define MARL_MOVE_BACK frame = reinterpret_cast<Word*>(reinterpret_cast<char*>(frame) - MARL_VALUE(b))
+#define MARL_MOVE_BACK \
+    frame = reinterpret_cast<Word*>(reinterpret_cast<char*>(frame) - MARL_VALUE(b))
 
 #define MARL_HAS_WAY(way) (read_has_##way() != 0)
 #define MARL_PART(field) MARL_IN_FRAME(part_##field)

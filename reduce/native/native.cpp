@@ -56,7 +56,7 @@ struct StencilRow {
 
 }  // namespace
 
-#include "stencils.inc"
+#include <stencils.inc>
 
 namespace {
 
@@ -120,18 +120,24 @@ struct Region {
 };
 Region region;
 
-/// Reserves addresses that relative jumps reach the program's text and data from, and back.
+/// Whether the addresses from `place` on were free, and are the region's now.
+bool reserve_region_at(uintptr_t place) {
+    auto* const wanted = reinterpret_cast<void*>(place);
+    const int flags = MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_FIXED_NOREPLACE;
+    void* const got = mmap(wanted, region_size, PROT_NONE, flags, -1, 0);
+    if (got == wanted) region.start = static_cast<uint8_t*>(got);
+    if (got != wanted && got != MAP_FAILED) munmap(got, region_size);
+    return got == wanted;
+}
+
+/// Reserves addresses that relative jumps reach the program's text and data from, and back: below
+/// it, where nothing else grows, else above.
 void reserve_region() {
     const auto text = reinterpret_cast<uintptr_t>(&slow_enter) & ~(region_size - 1);
-    for (uintptr_t distance = 2; distance < 24; ++distance) {
-        auto* const place = reinterpret_cast<void*>(text - distance * region_size);
-        void* const got = mmap(place, region_size, PROT_NONE,
-                               MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_FIXED_NOREPLACE, -1, 0);
-        if (got == place) {
-            region.start = static_cast<uint8_t*>(got);
-            return;
-        }
-        if (got != MAP_FAILED) munmap(got, region_size);
+    for (uintptr_t distance = 2 * region_size; distance < 24 * region_size;
+         distance += region_size) {
+        if (text > distance && reserve_region_at(text - distance)) return;
+        if (reserve_region_at(text + distance)) return;
     }
     region.is_refused = true;
 }
@@ -161,7 +167,7 @@ bool protect(const NativeCode& code, int protection) {
 // Translation.
 
 class Translation {
-   public:
+  public:
     Translation(Code& code, const std::vector<size_t>& places, uint8_t* start)
         : code_(code), places_(places), start_(start) {}
 
@@ -174,7 +180,7 @@ class Translation {
         for (size_t k = 0; k < stencil->patch_count; ++k) patch(i, place, stencil->patches[k]);
     }
 
-   private:
+  private:
     static void write_plain(const Instruction& in, uint8_t* place) {
         const auto at = reinterpret_cast<uintptr_t>(&in);
         memcpy(place, "\x49\xB8", 2);

@@ -1,33 +1,22 @@
 // Native code: for each instruction of a Code a stencil, its holes filled, one behind the other.
 //
-// An Instruction's `run` is its native code or its function in the loop, and both are entered alike,
-// so that the two mix instruction by instruction. An instruction without a stencil is a jump to its
-// function. Native code calls nothing and uses no stack but the machine's own two: whoever it leaves
-// things to goes on at `at`, as in the loop.
+// An Instruction's `run` is its native code or its function in the loop, and both are entered
+// alike, so that the two mix instruction by instruction. An instruction without a stencil is a jump
+// to its function. Native code calls nothing and uses no stack but the machine's own two: whoever
+// it leaves things to goes on at `at`, as in the loop.
 //
 // It lies in one region near the program's own text, and is written or executed, never both at the
 // same time. Where the system refuses that, there is none, and the loop runs everything.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-
 namespace marl {
 
 struct Code;
 
-/// Where a Code's native code is; null when it has none.
-struct NativeCode {
-    uint8_t* start = nullptr;
-    size_t size = 0;
-};
-
-#if MARL_NATIVE
 /// Makes the native code of a Code that has been compiled, if there is room for it.
 void make_native(Code& code);
 
 /// Gives the native code's room back. The instructions don't run any more.
 void drop_native(Code& code);
-#endif
 
 }  // namespace marl

@@ -1,6 +1,7 @@
 // The instructions that have a stencil; all others are run by their function in the loop.
 #pragma once
 
+// clang-format off
 #define MARL_STENCIL_NAMES(X)                                                                    \
     X(enter) X(move) X(share) X(constant) X(number) X(drop_one) X(jump)                          \
     X(add) X(subtract) X(multiply) X(divide) X(modulo)                                           \
@@ -9,3 +10,4 @@
     X(less_number) X(not_less_number) X(same_number) X(differ_number)                            \
     X(choose_one) X(choose_two) X(cell) X(call) X(call_last) X(call_held) X(apply) X(apply_last) \
     X(wait) X(return_value) X(return_number) X(return_constant) X(land) X(land_before_choice)
+// clang-format on
