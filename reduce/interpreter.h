@@ -220,7 +220,8 @@ MARL_INSTRUCTION(drop_one) {
 }
 MARL_INSTRUCTION(jump) { MARL_FURTHER; }
 
-#define MARL_ARITHMETIC(name, fast)                                        \
+// A sum keeps the lowest bit of its first operand, which is set; the second one is even.
+#define MARL_ARITHMETIC(name, tag, fast)                                   \
     MARL_INSTRUCTION(name) {                                               \
         const Word x = MARL_REGISTER(b);                                   \
         const Word y = MARL_REGISTER(c);                                   \
@@ -228,7 +229,7 @@ MARL_INSTRUCTION(jump) { MARL_FURTHER; }
         int64_t result;                                                    \
         if (__builtin_expect((x & y & 1) == 0, 0)) MARL_SLOW(slow_##name); \
         if (__builtin_expect(!(fast), 0)) MARL_SLOW(slow_compute);         \
-        MARL_REGISTER(a) = static_cast<uint64_t>(result) | 1;              \
+        MARL_REGISTER(a) = static_cast<uint64_t>(result) | (tag);          \
         MARL_NEXT;                                                         \
     }                                                                      \
     MARL_INSTRUCTION(name##_number) {                                      \
@@ -238,14 +239,14 @@ MARL_INSTRUCTION(jump) { MARL_FURTHER; }
         int64_t result;                                                    \
         if (__builtin_expect((x & 1) == 0, 0)) MARL_SLOW(slow_compute);    \
         if (__builtin_expect(!(fast), 0)) MARL_SLOW(slow_compute);         \
-        MARL_REGISTER(a) = static_cast<uint64_t>(result) | 1;              \
+        MARL_REGISTER(a) = static_cast<uint64_t>(result) | (tag);          \
         MARL_NEXT;                                                         \
     }
-MARL_ARITHMETIC(add, !__builtin_add_overflow(twice(x), even, &result))
-MARL_ARITHMETIC(subtract, !__builtin_sub_overflow(twice(x), even, &result))
-MARL_ARITHMETIC(multiply, !__builtin_mul_overflow(short_of(x), even, &result))
-MARL_ARITHMETIC(divide, divide_short(x, y, result))
-MARL_ARITHMETIC(modulo, modulo_short(x, y, result))
+MARL_ARITHMETIC(add, 0, !__builtin_add_overflow(static_cast<int64_t>(x), even, &result))
+MARL_ARITHMETIC(subtract, 0, !__builtin_sub_overflow(static_cast<int64_t>(x), even, &result))
+MARL_ARITHMETIC(multiply, 1, !__builtin_mul_overflow(short_of(x), even, &result))
+MARL_ARITHMETIC(divide, 1, divide_short(x, y, result))
+MARL_ARITHMETIC(modulo, 1, modulo_short(x, y, result))
 #undef MARL_ARITHMETIC
 
 // NOLINTBEGIN(bugprone-macro-parentheses): a sign between operands can't have any.
@@ -325,16 +326,16 @@ MARL_INSTRUCTION(call) {
     top->next = MARL_NEXT_ONE;
     ++top;
     frame = &MARL_REGISTER(b);
-    MARL_GO_TO(MARL_TARGET);
+    MARL_ENTER_TARGET;
 }
 MARL_INSTRUCTION(call_last) {
     if (__builtin_expect(!MARL_IS_LINKED, 0)) MARL_SLOW(slow_call);
-    MARL_GO_TO(MARL_TARGET);
+    MARL_ENTER_TARGET;
 }
 MARL_INSTRUCTION(call_held) {
     if (__builtin_expect(!MARL_IS_LINKED, 0)) MARL_SLOW(slow_call);
     frame = &MARL_REGISTER(b);
-    MARL_GO_TO(MARL_TARGET);
+    MARL_ENTER_TARGET;
 }
 MARL_INSTRUCTION(apply) {
     const Word function = MARL_REGISTER(a);

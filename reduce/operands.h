@@ -85,7 +85,7 @@
 #define MARL_NEXT_ONE (at + 1)
 #define MARL_FURTHER_ONE (at + at->d)
 #define MARL_IS_LINKED (at->d != 0)
-#define MARL_TARGET at->target
+#define MARL_ENTER_TARGET MARL_GO_TO(at->target)
 
 #if MARL_NATIVE
 /// Whether the code that begins here has been called so often that it gets native code.

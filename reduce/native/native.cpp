@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstddef>
 #include <cstring>
 #include <vector>
 
@@ -70,6 +71,8 @@ const StencilTable& stencil_table() {
     return table;
 }
 
+bool is_call(Op op) { return op == Op::call || op == Op::call_last || op == Op::call_held; }
+
 /// Whether all that an instruction says fits the holes of its stencil.
 bool fits(const Instruction& in) {
     switch (in.op) {
@@ -84,10 +87,7 @@ bool fits(const Instruction& in) {
         case Op::not_less_number:
         case Op::same_number:
         case Op::differ_number: return in.n == static_cast<int32_t>(in.n);
-        case Op::call:
-        case Op::call_last:
-        case Op::call_held: return in.d != 0;
-        default: return true;
+        default: return !is_call(in.op) || in.d != 0;
     }
 }
 
@@ -98,9 +98,14 @@ const Stencil* stencil_of(const Instruction& in) {
 // In the place of a stencil: movabs $at, %r8; jmp function.
 constexpr size_t plain_size = 15;
 
+// Behind the stencil of a call: movabs $target, %r8; jmp *(%r8).
+constexpr size_t to_target_size = 13;
+static_assert(offsetof(Instruction, run) == 0);
+
 size_t native_size(const Instruction& in) {
     const Stencil* stencil = stencil_of(in);
-    return stencil ? stencil->size : plain_size;
+    if (!stencil) return plain_size;
+    return stencil->size + (is_call(in.op) ? to_target_size : 0);
 }
 
 // The region.
@@ -178,13 +183,31 @@ class Translation {
         if (!stencil) return write_plain(in, place);
         memcpy(place, stencil->bytes, stencil->size);
         for (size_t k = 0; k < stencil->patch_count; ++k) patch(i, place, stencil->patches[k]);
+        if (is_call(in.op)) write_to_target(in, place + stencil->size);
     }
 
   private:
-    static void write_plain(const Instruction& in, uint8_t* place) {
-        const auto at = reinterpret_cast<uintptr_t>(&in);
+    /// Sets `at`.
+    static void write_at(const Instruction* at, uint8_t* place) {
         memcpy(place, "\x49\xB8", 2);
         memcpy(place + 2, &at, sizeof at);
+    }
+
+    static void write_to_target(const Instruction& in, uint8_t* place) {
+        write_at(in.target, place);
+        memcpy(place + 10, "\x41\xFF\x20", 3);
+    }
+
+    /// Where a call goes: straight to native code that is there by now.
+    uint64_t target(size_t i) const {
+        const Instruction& in = code_.instructions[i];
+        const Code* callee = in.target->code;
+        if (callee->native.start) return reinterpret_cast<uintptr_t>(callee->native.start);
+        return native(i, 0) + stencil_of(in)->size;
+    }
+
+    static void write_plain(const Instruction& in, uint8_t* place) {
+        write_at(&in, place);
         place[10] = 0xE9;
         const auto function = reinterpret_cast<uintptr_t>(function_of(in.op));
         const auto distance =
@@ -240,9 +263,9 @@ class Translation {
             case Hole::at: return reinterpret_cast<uintptr_t>(&in);
             case Hole::next_one: return reinterpret_cast<uintptr_t>(&in + 1);
             case Hole::further_one: return reinterpret_cast<uintptr_t>(&in + in.d);
-            case Hole::target: return reinterpret_cast<uintptr_t>(in.target);
             case Hole::next: return native(i, 1);
             case Hole::further: return native(i, in.d);
+            case Hole::enter: return target(i);
             case Hole::way_k: return native(i, in.choice->k);
             case Hole::way_h: return native(i, in.choice->h);
             case Hole::way_pair: return native(i, in.choice->pair);
