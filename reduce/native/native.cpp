@@ -6,6 +6,7 @@
 #include <array>
 #include <cstddef>
 #include <cstring>
+#include <limits>
 #include <vector>
 
 #include "reduce/code.h"
@@ -73,7 +74,8 @@ const StencilTable& stencil_table() {
 
 bool is_call(Op op) { return op == Op::call || op == Op::call_last || op == Op::call_held; }
 
-/// Whether all that an instruction says fits the holes of its stencil.
+/// Whether all that an instruction says fits the holes of its stencil. The compiler extends a
+/// number of 32 bits as it likes, with zeros or with its sign.
 bool fits(const Instruction& in) {
     switch (in.op) {
         case Op::number:
@@ -86,7 +88,7 @@ bool fits(const Instruction& in) {
         case Op::less_number:
         case Op::not_less_number:
         case Op::same_number:
-        case Op::differ_number: return in.n == static_cast<int32_t>(in.n);
+        case Op::differ_number: return in.n >= 0 && in.n <= std::numeric_limits<int32_t>::max();
         default: return !is_call(in.op) || in.d != 0;
     }
 }
