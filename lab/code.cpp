@@ -7,6 +7,7 @@
 #include "driver/session.h"
 #include "lab/lab.h"
 #include "reduce/listing.h"
+#include "reduce/native/native.h"
 #include "reduce/run_code.h"
 #include "reduce/tables.h"
 
@@ -19,7 +20,13 @@ void compile_all(Code& code) {
     for (const auto& part : code.parts) compile_all(*part);
 }
 
-CodeOf code_of_definition(const String& name) {
+#if MARL_LISTS_NATIVE
+constexpr Beside native_code = native_text;
+#else
+constexpr Beside native_code = nullptr;
+#endif
+
+CodeOf code_of_definition(const String& name, bool with_native) {
     CodeOf told;
     told.name = name.empty() ? "(entry)" : std::string(name.view());
     Symbol& symbol = symbol_of(name.view());
@@ -27,7 +34,7 @@ CodeOf code_of_definition(const String& name) {
     Code& code = code_of(symbol);
     compile_all(code);
     told.registers = code.frame;
-    told.text = listing(code);
+    told.text = listing(code, with_native ? native_code : nullptr);
     return told;
 }
 
@@ -40,7 +47,7 @@ std::vector<String> defined_names(const Module& module) {
 
 }  // namespace
 
-Listed list_code(std::string_view text, std::string_view only) {
+Listed list_code(std::string_view text, std::string_view only, bool with_native) {
     Listed listed;
     Session session;
     load_session(session, String(text));
@@ -53,7 +60,7 @@ Listed list_code(std::string_view text, std::string_view only) {
     for (const String& name : names) {
         const Symbol* symbol = find_symbol(name.view());
         if (!symbol || symbol->builtin || !symbol->definition) continue;
-        listed.definitions.push_back(code_of_definition(name));
+        listed.definitions.push_back(code_of_definition(name, with_native));
     }
     end_session(session);
     return listed;

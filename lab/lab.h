@@ -75,8 +75,8 @@ struct Listed {
 };
 
 /// The code of the definitions that the program reaches, or of one that is named, which may be the
-/// prelude's. Runs nothing but the backquotes.
-Listed list_code(std::string_view text, std::string_view only);
+/// prelude's, and its native code, if that is asked for. Runs nothing but the backquotes.
+Listed list_code(std::string_view text, std::string_view only, bool with_native = false);
 
 /// A place for a person, both counted from 1, the column in bytes. Line 0 is none.
 struct Spot {

@@ -137,9 +137,10 @@ struct ProfileCommand {
 struct CodeCommand {
     std::string path;
     std::string only;
+    bool with_native = false;
 
     int run(const std::string& text) const {
-        const Listed listed = list_code(text, only);
+        const Listed listed = list_code(text, only, with_native);
         fputs(listed.report.c_str(), stderr);
         if (!listed.report.empty()) return 1;
         for (const CodeOf& one : listed.definitions) {
@@ -192,6 +193,10 @@ void add_code(CLI::App& lab, int& status) {
     command->add_option("FILE", code->path, "The program; - is standard input")->required();
     command->add_option("NAME", code->only,
                         "A definition; without it all that the program reaches");
+#if MARL_LISTS_NATIVE
+    command->add_flag("--native", code->with_native,
+                      "Show the native code that is made of it, too");
+#endif
     command->callback([code, &status] {
         PackedFile packed = packed_file(code->path);
         status = packed.text ? code->run(*packed.text) : packed.status;

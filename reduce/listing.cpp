@@ -163,12 +163,15 @@ class Line {
 
 }  // namespace
 
-std::string listing(const Code& code) {
+std::string listing(const Code& code, Beside beside) {
     std::string text;
-    for (size_t i = 0; i < code.instructions.size(); ++i) text += Line(code, i).text();
+    for (size_t i = 0; i < code.instructions.size(); ++i) {
+        text += Line(code, i).text();
+        if (beside) text += beside(code, i);
+    }
     for (const auto& part : code.parts) {
         if (!part->made) continue;
-        text += '{' + std::string(print_value(part->whole).view()) + "}\n" + listing(*part);
+        text += '{' + std::string(print_value(part->whole).view()) + "}\n" + listing(*part, beside);
     }
     return text;
 }

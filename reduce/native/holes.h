@@ -57,9 +57,7 @@ MARL_WIDE(word_1)
 
 // Whoever comes next has no use for `at`, nor for `value` unless it is a `land`: their registers
 // are free.
-#define MARL_FORGET            \
-    __asm__("" : "=r"(value)); \
-    __asm__("" : "=r"(at))
+#define MARL_FORGET __asm__("" : "=c"(value), "=r"(at))
 // What needs more registers than there are takes those of the machine, which is always the same
 // one, and of the value.
 #define MARL_FREE_MACHINE __asm__("" : "=r"(m))

@@ -3,10 +3,13 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdio>
 #include <cstring>
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include "reduce/code.h"
@@ -175,10 +178,10 @@ bool protect(const NativeCode& code, int protection) {
 
 class Translation {
   public:
-    Translation(Code& code, const std::vector<size_t>& places, uint8_t* start)
-        : code_(code), places_(places), start_(start) {}
+    Translation(const Code& code, std::vector<size_t> places, uint8_t* start)
+        : code_(code), places_(std::move(places)), start_(start) {}
 
-    void write(size_t i) {
+    void write(size_t i) const {
         const Instruction& in = code_.instructions[i];
         uint8_t* const place = start_ + places_[i];
         const Stencil* stencil = stencil_of(in);
@@ -186,6 +189,22 @@ class Translation {
         memcpy(place, stencil->bytes, stencil->size);
         for (size_t k = 0; k < stencil->patch_count; ++k) patch(i, place, stencil->patches[k]);
         if (is_call(in.op)) write_to_target(in, place + stencil->size);
+    }
+
+    /// Which bytes of an instruction's native code differ from run to run.
+    void mark_addresses(size_t i, std::vector<bool>& marks) const {
+        const auto mark = [&](size_t from, size_t count) {
+            std::fill_n(marks.begin() + static_cast<ptrdiff_t>(from), count, true);
+        };
+        const Instruction& in = code_.instructions[i];
+        const Stencil* stencil = stencil_of(in);
+        if (!stencil || is_call(in.op)) mark((stencil ? stencil->size : 0) + 2, sizeof(uint64_t));
+        if (!stencil) return mark(plain_size - sizeof(int32_t), sizeof(int32_t));
+        for (size_t k = 0; k < stencil->patch_count; ++k) {
+            const Patch& patch = stencil->patches[k];
+            if (patch.kind == PatchKind::wide) mark(patch.offset, sizeof(uint64_t));
+            if (patch.kind == PatchKind::relative) mark(patch.offset, sizeof(int32_t));
+        }
     }
 
   private:
@@ -276,8 +295,8 @@ class Translation {
         abort();
     }
 
-    Code& code_;
-    const std::vector<size_t>& places_;
+    const Code& code_;
+    const std::vector<size_t> places_;
     uint8_t* start_;
 };
 
@@ -294,7 +313,7 @@ void make_native(Code& code) {
     if (!room) return;
     code.native = {room, size};
     if (!protect(code.native, PROT_READ | PROT_WRITE)) return drop_native(code);
-    Translation translation(code, places, room);
+    const Translation translation(code, places, room);
     for (size_t i = 0; i < places.size(); ++i) translation.write(i);
     if (!protect(code.native, PROT_READ | PROT_EXEC)) {
         region.is_refused = true;
@@ -303,6 +322,25 @@ void make_native(Code& code) {
     for (size_t i = 0; i < places.size(); ++i) {
         code.instructions[i].run = reinterpret_cast<Run>(room + places[i]);
     }
+}
+
+std::string native_text(const Code& code, size_t place) {
+    const Instruction& in = code.instructions[place];
+    std::vector<uint8_t> bytes(native_size(in));
+    std::vector<bool> is_address(bytes.size());
+    const Translation translation(code, std::vector<size_t>(code.instructions.size()),
+                                  bytes.data());
+    translation.write(place);
+    translation.mark_addresses(place, is_address);
+    constexpr size_t most_on_a_line = 24;
+    std::string text;
+    for (size_t i = 0; i < bytes.size(); ++i) {
+        if (i % most_on_a_line == 0) text += i == 0 ? "     " : "\n     ";
+        char digits[4];
+        snprintf(digits, sizeof digits, " %02x", bytes[i]);
+        text += is_address[i] ? " .." : digits;
+    }
+    return bytes.empty() ? text : text + '\n';
 }
 
 void drop_native(Code& code) {

@@ -9,12 +9,19 @@
 // same time. Where the system refuses that, there is none, and the loop runs everything.
 #pragma once
 
+#include <cstddef>
+#include <string>
+
 namespace marl {
 
 struct Code;
 
 /// Makes the native code of a Code that has been compiled, if there is room for it.
 void make_native(Code& code);
+
+/// The native code of an instruction, in hexadecimal on lines of their own, with dots for
+/// addresses.
+std::string native_text(const Code& code, size_t place);
 
 /// Gives the native code's room back. The instructions don't run any more.
 void drop_native(Code& code);
