@@ -25,6 +25,7 @@ _marl_lab() {
                 debug) words="--input --dap --help" ;;
                 steps) words="--from --count --until --only --why-z --full --output --color --help" ;;
                 profile) words="--folded --sort --output --help" ;;
+                code) words="--native --help" ;;
                 *) words="--help" ;;
             esac
         fi

@@ -193,10 +193,8 @@ void add_code(CLI::App& lab, int& status) {
     command->add_option("FILE", code->path, "The program; - is standard input")->required();
     command->add_option("NAME", code->only,
                         "A definition; without it all that the program reaches");
-#if MARL_LISTS_NATIVE
     command->add_flag("--native", code->with_native,
-                      "Show the native code that is made of it, too");
-#endif
+                      "Show the native code that is made of it, too, where marl makes such");
     command->callback([code, &status] {
         PackedFile packed = packed_file(code->path);
         status = packed.text ? code->run(*packed.text) : packed.status;
