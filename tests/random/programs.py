@@ -111,6 +111,9 @@ def read_rules():
     return rules
 
 
+MOST_DEFINITIONS = {"interrupts": 5, "lambdas": 9}  # large ones, or with few that matter
+
+
 class Program:
     """Makes one program, from a source of chances."""
     rules = read_rules()
@@ -131,7 +134,7 @@ class Program:
         """The program, one definition a line."""
         getattr(self, self.theme, lambda: None)()
         if not self.shown:
-            for _ in range(self.r.randrange(2, 5 if self.theme == "interrupts" else 25)):
+            for _ in range(self.r.randrange(2, MOST_DEFINITIONS.get(self.theme, 25))):
                 if self.one_in(4):
                     self.constant("c", self.r.choice(TYPES))
                 else:
