@@ -24,6 +24,7 @@
 #include "reduce/operands.h"
 #include "reduce/stack.h"
 #include "reduce/tables.h"
+#include "value/real_word.h"
 #include "value/short_hint.h"
 
 namespace marl {
@@ -162,7 +163,7 @@ inline int32_t way_of_leaf(const Choice& choice, const Node* leaf) {
 }
 
 /// The rest of a choice before two operands: a truth value is looked at here.
-[[gnu::always_inline]] inline void choose_truth(MARL_STATE) {
+MARL_INLINE void choose_truth(MARL_STATE) {
     const Word head = MARL_REGISTER(b);
     if (!is_node(head) || !is_leaf(node_of(head)) || count_of(node_of(head)) == 1) {
         MARL_SLOW(slow_choose);
@@ -220,27 +221,60 @@ MARL_INSTRUCTION(drop_one) {
 }
 MARL_INSTRUCTION(jump) { MARL_FURTHER; }
 
+// Two reals that are Words, and whose result is one. In the loop this is outside, in
+// reduce/slow.cpp, so that what works on integers saves no register for it.
+#define MARL_ON_REALS(name, result)                                  \
+    MARL_INLINE void reals_##name(MARL_STATE) {                      \
+        const Word x = MARL_REGISTER(b);                             \
+        const Word y = MARL_REGISTER(c);                             \
+        if (!is_real(x) || !is_real(y)) MARL_SLOW(slow_compute);     \
+        const Word word = real_word(result);                         \
+        if (__builtin_expect(word == 0, 0)) MARL_SLOW(slow_compute); \
+        MARL_REGISTER(a) = word;                                     \
+        MARL_NEXT;                                                   \
+    }
+MARL_ON_REALS(add, real_of(x) + real_of(y))
+MARL_ON_REALS(subtract, real_of(x) - real_of(y))
+MARL_ON_REALS(multiply, real_of(x) * real_of(y))
+MARL_ON_REALS(divide, real_of(x) / real_of(y))
+#undef MARL_ON_REALS
+
+#define MARL_BETWEEN_REALS(name, sign)                          \
+    MARL_INLINE void reals_##name(MARL_STATE) {                 \
+        const Word x = MARL_REGISTER(b);                        \
+        const Word y = MARL_REGISTER(c);                        \
+        if (!is_real(x) || !is_real(y)) MARL_SLOW(slow_branch); \
+        if (real_of(x) sign real_of(y)) MARL_NEXT;              \
+        MARL_FURTHER;                                           \
+    }
+MARL_BETWEEN_REALS(less, <)
+MARL_BETWEEN_REALS(not_less, >=)
+MARL_BETWEEN_REALS(same, ==)
+MARL_BETWEEN_REALS(differ, !=)
+#undef MARL_BETWEEN_REALS
+MARL_INLINE void reals_modulo(MARL_STATE) { MARL_SLOW(slow_compute); }
+
 // A sum keeps the lowest bit of its first operand, which is set; the second one is even.
-#define MARL_ARITHMETIC(name, tag, fast)                                   \
-    MARL_INSTRUCTION(name) {                                               \
-        const Word x = MARL_REGISTER(b);                                   \
-        const Word y = MARL_REGISTER(c);                                   \
-        [[maybe_unused]] const int64_t even = twice(y);                    \
-        int64_t result;                                                    \
-        if (__builtin_expect((x & y & 1) == 0, 0)) MARL_SLOW(slow_##name); \
-        if (__builtin_expect(!(fast), 0)) MARL_SLOW(slow_compute);         \
-        MARL_REGISTER(a) = static_cast<uint64_t>(result) | (tag);          \
-        MARL_NEXT;                                                         \
-    }                                                                      \
-    MARL_INSTRUCTION(name##_number) {                                      \
-        const Word x = MARL_REGISTER(b);                                   \
-        [[maybe_unused]] const auto y = static_cast<Word>(MARL_NUMBER);    \
-        [[maybe_unused]] const int64_t even = MARL_EVEN_NUMBER;            \
-        int64_t result;                                                    \
-        if (__builtin_expect((x & 1) == 0, 0)) MARL_SLOW(slow_compute);    \
-        if (__builtin_expect(!(fast), 0)) MARL_SLOW(slow_compute);         \
-        MARL_REGISTER(a) = static_cast<uint64_t>(result) | (tag);          \
-        MARL_NEXT;                                                         \
+#define MARL_ARITHMETIC(name, tag, fast)                                \
+    MARL_INSTRUCTION(name) {                                            \
+        const Word x = MARL_REGISTER(b);                                \
+        const Word y = MARL_REGISTER(c);                                \
+        [[maybe_unused]] const int64_t even = twice(y);                 \
+        int64_t result;                                                 \
+        if (__builtin_expect((x & y & 1) == 0, 0)) MARL_REALS(name);    \
+        if (__builtin_expect(!(fast), 0)) MARL_SLOW(slow_compute);      \
+        MARL_REGISTER(a) = static_cast<uint64_t>(result) | (tag);       \
+        MARL_NEXT;                                                      \
+    }                                                                   \
+    MARL_INSTRUCTION(name##_number) {                                   \
+        const Word x = MARL_REGISTER(b);                                \
+        [[maybe_unused]] const auto y = static_cast<Word>(MARL_NUMBER); \
+        [[maybe_unused]] const int64_t even = MARL_EVEN_NUMBER;         \
+        int64_t result;                                                 \
+        if (__builtin_expect((x & 1) == 0, 0)) MARL_SLOW(slow_compute); \
+        if (__builtin_expect(!(fast), 0)) MARL_SLOW(slow_compute);      \
+        MARL_REGISTER(a) = static_cast<uint64_t>(result) | (tag);       \
+        MARL_NEXT;                                                      \
     }
 MARL_ARITHMETIC(add, 0, !__builtin_add_overflow(static_cast<int64_t>(x), even, &result))
 MARL_ARITHMETIC(subtract, 0, !__builtin_sub_overflow(static_cast<int64_t>(x), even, &result))
@@ -254,7 +288,7 @@ MARL_ARITHMETIC(modulo, 1, modulo_short(x, y, result))
     MARL_INSTRUCTION(name) {                                                 \
         const Word x = MARL_REGISTER(b);                                     \
         const Word y = MARL_REGISTER(c);                                     \
-        if (__builtin_expect((x & y & 1) == 0, 0)) MARL_SLOW(slow_##name);   \
+        if (__builtin_expect((x & y & 1) == 0, 0)) MARL_REALS(name);         \
         if (static_cast<int64_t>(x) sign static_cast<int64_t>(y)) MARL_NEXT; \
         MARL_FURTHER;                                                        \
     }                                                                        \

@@ -57,6 +57,8 @@
         MARL_GO_TO(top->next); \
     } while (0)
 
+#define MARL_INLINE [[gnu::always_inline]] inline
+
 #ifdef MARL_STENCILS
 #include "reduce/native/holes.h"
 #else
@@ -67,6 +69,8 @@
 #define MARL_FURTHER MARL_GO_TO(at + at->d)
 #define MARL_WAY(way) MARL_GO_TO(at + at->choice->way)
 #define MARL_SLOW(function) MARL_JUMP function(frame, top, m, value, at)
+
+#define MARL_REALS(name) MARL_SLOW(slow_##name)
 
 #define MARL_REGISTER(field) frame[at->field]
 #define MARL_TAKES(field) ((at->fields.f & take_##field) != 0)

@@ -12,7 +12,6 @@
 #include "reduce/operators.h"
 #include "reduce/run_code.h"
 #include "reduce/tables.h"
-#include "value/real_word.h"
 
 namespace marl {
 
@@ -123,43 +122,18 @@ void slow_drop(MARL_STATE) {
     MARL_GO_TO(at + at->fields.e);
 }
 
-// Two reals that are Words, and whose result is one.
-
-#define MARL_ON_REALS(name, result)               \
-    void slow_##name(MARL_STATE) {                \
-        const Word x = frame[at->b];              \
-        const Word y = frame[at->c];              \
-        if (is_real(x) && is_real(y)) {           \
-            const Word word = real_word(result);  \
-            if (__builtin_expect(word != 0, 1)) { \
-                frame[at->a] = word;              \
-                MARL_NEXT;                        \
-            }                                     \
-        }                                         \
-        MARL_SLOW(slow_compute);                  \
-    }
-MARL_ON_REALS(add, real_of(x) + real_of(y))
-MARL_ON_REALS(subtract, real_of(x) - real_of(y))
-MARL_ON_REALS(multiply, real_of(x) * real_of(y))
-MARL_ON_REALS(divide, real_of(x) / real_of(y))
-#undef MARL_ON_REALS
+#define MARL_OUTSIDE(name) \
+    void slow_##name(MARL_STATE) { MARL_JUMP reals_##name(frame, top, m, value, at); }
+MARL_OUTSIDE(add)
+MARL_OUTSIDE(subtract)
+MARL_OUTSIDE(multiply)
+MARL_OUTSIDE(divide)
+MARL_OUTSIDE(less)
+MARL_OUTSIDE(not_less)
+MARL_OUTSIDE(same)
+MARL_OUTSIDE(differ)
+#undef MARL_OUTSIDE
 void slow_modulo(MARL_STATE) { MARL_SLOW(slow_compute); }
-
-#define MARL_BETWEEN_REALS(name, sign)                 \
-    void slow_##name(MARL_STATE) {                     \
-        const Word x = frame[at->b];                   \
-        const Word y = frame[at->c];                   \
-        if (is_real(x) && is_real(y)) {                \
-            if (real_of(x) sign real_of(y)) MARL_NEXT; \
-            MARL_GO_TO(at + at->d);                    \
-        }                                              \
-        MARL_SLOW(slow_branch);                        \
-    }
-MARL_BETWEEN_REALS(less, <)
-MARL_BETWEEN_REALS(not_less, >=)
-MARL_BETWEEN_REALS(same, ==)
-MARL_BETWEEN_REALS(differ, !=)
-#undef MARL_BETWEEN_REALS
 
 void slow_choose(MARL_STATE) {
     const Choice& choice = *at->choice;

@@ -79,6 +79,8 @@ MARL_WIDE(word_1)
         MARL_JUMP function(frame, top, m, value, at);         \
     } while (0)
 
+#define MARL_REALS(name) MARL_JUMP reals_##name(frame, top, m, value, at)
+
 #define MARL_REGISTER(field) MARL_IN_FRAME(field)
 #define MARL_TAKES(field) (read_takes_##field() != 0)
 #define MARL_COUNT static_cast<int>(read_count())
