@@ -8,7 +8,9 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <limits>
+#include <map>
 #include <utility>
 #include <vector>
 
@@ -117,16 +119,11 @@ size_t native_size(const Instruction& in) {
 
 constexpr size_t region_size = size_t{64} << 20;
 
-struct Block {
-    uint8_t* start;
-    size_t size;
-};
-
 struct Region {
     uint8_t* start = nullptr;
     size_t used = 0;
     bool is_refused = false;
-    std::vector<Block> free;
+    std::map<uint8_t*, size_t> free;  // what was given back, no two of which touch
 };
 Region region;
 
@@ -154,17 +151,35 @@ void reserve_region() {
 
 /// Room for so many bytes; null when there is none.
 uint8_t* take_room(size_t size) {
-    for (Block& block : region.free) {
-        if (block.size < size) continue;
-        uint8_t* const room = block.start;
-        block.start += size;
-        block.size -= size;
-        return room;
+    const auto fits_in = [&](const auto& block) { return block.second >= size; };
+    const auto block = std::find_if(region.free.begin(), region.free.end(), fits_in);
+    if (block != region.free.end()) {
+        const auto [start, free] = *block;
+        region.free.erase(block);
+        if (free > size) region.free.emplace(start + size, free - size);
+        return start;
     }
     if (!region.start && !region.is_refused) reserve_region();
     if (region.is_refused || region_size - region.used < size) return nullptr;
     region.used += size;
     return region.start + region.used - size;
+}
+
+/// Takes room back, and joins it with what is free beside it.
+void give_room_back(uint8_t* start, size_t size) {
+    auto next = region.free.lower_bound(start);
+    if (next != region.free.end() && next->first == start + size) {
+        size += next->second;
+        next = region.free.erase(next);
+    }
+    if (next != region.free.begin()) {
+        const auto before = std::prev(next);
+        if (before->first + before->second == start) {
+            before->second += size;
+            return;
+        }
+    }
+    region.free.emplace(start, size);
 }
 
 bool protect(const NativeCode& code, int protection) {
@@ -345,7 +360,7 @@ std::string native_text(const Code& code, size_t place) {
 
 void drop_native(Code& code) {
     if (!code.native.start) return;
-    region.free.push_back({code.native.start, code.native.size});
+    give_room_back(code.native.start, code.native.size);
     code.native = {};
 }
 
