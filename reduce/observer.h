@@ -3,15 +3,13 @@
 // marl-lab links a core of its own, which is compiled with MARL_OBSERVED. When an observer is set
 // there, all runs go to the plain machine, whose states are expressions that a person can read, and
 // the machine hands each state to the observer before it takes the next step. In marl, which is
-// compiled without MARL_OBSERVED, the functions below are empty and cost nothing.
+// compiled without MARL_OBSERVED, no observer can be set, and the functions below cost nothing.
 #pragma once
 
 #include "reduce/tables.h"
 #include "value/value.h"
 
 namespace marl {
-
-#ifdef MARL_OBSERVED
 
 class Observer {
   public:
@@ -42,7 +40,11 @@ class Observer {
 };
 
 /// The observer that is set; null when nobody watches.
+#ifdef MARL_OBSERVED
 extern Observer* observer;
+#else
+constexpr Observer* observer = nullptr;
+#endif
 
 inline bool is_observed() { return observer != nullptr; }
 inline bool leaves_calls() { return !observer || observer->leaves_calls(); }
@@ -65,19 +67,5 @@ inline Value observe_builtin(const Builtin& row, Value* arguments) {
     if (observer) observer->called(row, result);
     return result;
 }
-
-#else
-
-constexpr bool is_observed() { return false; }
-constexpr bool leaves_calls() { return true; }
-constexpr void observe_begin() {}
-constexpr bool observe_state(Node*, const Value&) { return true; }
-constexpr void observe_fire(const Symbol&, Node*) {}
-constexpr void observe_copy(Node*, Node*) {}
-inline Value observe_builtin(const Builtin& row, Value* arguments) {
-    return row.function(arguments);
-}
-
-#endif
 
 }  // namespace marl

@@ -76,7 +76,7 @@ Verdict run_batch(unsigned from, unsigned to, const MakeProgram& make_program, c
             snprintf(finding().text, sizeof finding().text, "%s", fault.c_str());
             _exit(wrong_status);
         }
-        _exit(0);
+        exit(0);  // in full: a build that measures coverage writes it then
     }
     int status = 0;
     waitpid(child, &status, 0);
