@@ -33,6 +33,11 @@ std::string filled(const std::string& line, const std::vector<std::string>& left
     return whole + line.substr(from) + (next < left_out.size() ? "?" : "");
 }
 
+std::string bare(std::string line) {
+    std::erase_if(line, [](char c) { return c == ' ' || c == '(' || c == ')'; });
+    return line;
+}
+
 }  // namespace
 
 int main() {
@@ -49,7 +54,7 @@ int main() {
         for (size_t i = 0; i < full.size(); ++i) {
             shortened += brief[i].line != full[i].line;
             const std::string whole = filled(brief[i].line, full[i].left_out);
-            if (whole == full[i].line && brief[i].left_out.empty()) continue;
+            if (bare(whole) == bare(full[i].line) && brief[i].left_out.empty()) continue;
             if (++wrong < 4)
                 printf("%s\n%s\n%s\n", text.c_str(), full[i].line.c_str(), whole.c_str());
         }
