@@ -76,7 +76,8 @@ class Breaking {
         constexpr uint8_t never_filled = most_registers - 1;
         const InstructionRow& row = row_of(in.op);
         const auto read = [&](Role role, uint8_t& reg) {
-            if (role == Role::none || role == Role::write || (role == Role::row && in.c == 0)) return;
+            if (role == Role::none || role == Role::write || (role == Role::row && in.c == 0))
+                return;
             must_be_found(code, reg, never_filled);
         };
         read(row.a, in.a);
