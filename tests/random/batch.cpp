@@ -14,7 +14,9 @@
 #include <random>
 
 #ifdef MARL_COVERAGE
+extern "C" {
 #include <gcov.h>
+}
 #endif
 
 namespace marl {
