@@ -308,16 +308,16 @@ size_t intern_set_size() { return intern_set().members.size(); }
 void drop_todos_from(size_t from) {
     InternSet& set = intern_set();
     std::unordered_set<Node*> holders;  // children come in before their parents
+    std::vector<uint32_t> places;
     for (size_t i = from; i < set.members.size(); ++i) {
         Node* node = set.members[i].node;
         if (is_leaf(node)) continue;
         if (is_todo(node) || holders.contains(left(node)) || holders.contains(right(node))) {
             holders.insert(node);
+            places.push_back(static_cast<uint32_t>(i));
         }
     }
-    for (size_t i = set.members.size(); i-- > from;) {
-        if (holders.contains(set.members[i].node)) set.remove(static_cast<uint32_t>(i));
-    }
+    for (; !places.empty(); places.pop_back()) set.remove(places.back());
 }
 
 void clear_intern_set() {

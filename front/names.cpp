@@ -66,12 +66,6 @@ std::vector<Symbol*> free_names(Node* expression) {
     return names;
 }
 
-bool has_text_with(Node* expression, std::string_view word) {
-    return any_node(expression, [&](Node* node) {
-        return is_leaf_of(node, '[') && leaf_bytes(node).find(word) != std::string_view::npos;
-    });
-}
-
 void add_references(References& references, Symbol& name, std::vector<Symbol*> free) {
     references.places[&name] = references.entries.size();
     references.entries.push_back({&name, std::move(free)});

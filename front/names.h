@@ -30,9 +30,6 @@ std::vector<Use> free_uses(Node* expression);
 /// Their names, in the order of their text.
 std::vector<Symbol*> free_names(Node* expression);
 
-/// Whether a text in an expression has the word in it.
-bool has_text_with(Node* expression, std::string_view word);
-
 /// Some definitions, and the names that each of them refers to.
 struct References {
     struct Entry {

@@ -5,6 +5,7 @@
 #include <bit>
 #include <optional>
 #include <string_view>
+#include <unordered_set>
 #include <utility>
 
 #include "front/backquote.h"
@@ -45,7 +46,16 @@ std::optional<Fault::Kind> name_fault(ModuleKind module, const String& key) {
     return std::nullopt;
 }
 
-bool is_backquote(Node* node) { return is_leaf_of(node, '`'); }
+/// Whether a backquote stands in an expression, which may be a value that a backquote of another
+/// definition has given: such a value may hold one part far too often to go there each time.
+bool holds_backquote(Node* expression) {
+    std::unordered_set<Node*> seen;
+    return !walk(expression, [&](Node* node) {
+        if (is_leaf(node)) return is_leaf_of(node, '`') ? Go::out : Go::past;
+        const bool again = count_of(node) > 1 && !seen.insert(node).second;
+        return again ? Go::past : Go::in;
+    });
+}
 
 // Behind `publish`.
 
@@ -230,7 +240,7 @@ void evaluate_backquotes(Module& module) {
     for (auto& [name, slot] : module.definitions) {
         Node* expression = current(name, slot);
         // What is loaded becomes a copy of what was interned in any case.
-        if (module.kind == ModuleKind::program && !any_node(expression, is_backquote)) continue;
+        if (module.kind == ModuleKind::program && !holds_backquote(expression)) continue;
         // A program can tell copies in its text apart. A value may hold one part far too often to
         // be copied out.
         const Shared shared = expression == slot.get() ? Shared::copied : Shared::kept;

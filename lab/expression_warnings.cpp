@@ -61,8 +61,9 @@ void look_for_loose_blank(const Look& look) {
 /// Warns of a point between digits.
 bool warn_of_point(const Look& look, Range point) {
     const std::string& source = look.program.text;
+    // The text ends in a NUL.
     const auto is_digit_at = [&](size_t i) {
-        return i < source.size() && is_digit_byte(static_cast<uint8_t>(source[i]));
+        return is_digit_byte(static_cast<uint8_t>(source[i]));
     };
     Range range = point;
     while (range.begin > 0 && is_digit_at(range.begin - 1)) --range.begin;

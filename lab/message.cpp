@@ -50,12 +50,13 @@ std::string ticked(std::string_view text) { return "`" + std::string(text) + "`"
 
 std::string one_line(std::string_view say) {
     std::string line;
-    for (size_t i = 0; i < say.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(say[i]);
-        const bool is_break = byte == '\n' || byte == '\r' || byte == '\t';
+    bool behind_break = false;
+    for (const char c : say) {
+        const bool is_break = c == '\n' || c == '\r' || c == '\t';
         if (is_break && !line.empty() && line.back() != ' ') line += ' ';
-        if (!is_break) line += byte < 32 || byte == 127 ? '?' : say[i];
-        while (is_break && i + 1 < say.size() && say[i + 1] == ' ') ++i;
+        behind_break = is_break || (behind_break && c == ' ');
+        const auto byte = static_cast<unsigned char>(c);
+        if (!behind_break) line += byte < 32 || byte == 127 ? '?' : c;
     }
     return line;
 }

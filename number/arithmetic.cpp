@@ -277,7 +277,6 @@ constexpr Operator mult_rules = {
     repeat_cray,
     repeat_text};
 
-Value append_element(Node* x, Node* y) { return cray_append(Value::share(x), Value::share(y)); }
 Value prepend_element(Node* x, Node* y) { return cray_prepend(Value::share(y), x); }
 
 constexpr Operator over_rules = {
@@ -293,7 +292,7 @@ constexpr Operator over_rules = {
     nullptr,
     [](double x, double y) { return x / y; },
     nullptr,
-    append_element,
+    nullptr,
     nullptr};
 
 constexpr Operator cent_rules = {
@@ -325,7 +324,7 @@ constexpr Operator powa_rules = {
     numb_pow,
     [](double x, double y) { return std::pow(x, y); },
     nullptr,
-    append_element,
+    nullptr,
     nullptr};
 
 // A text that nobody else holds grows and shrinks at its end in its own place, so that a program
@@ -357,7 +356,7 @@ Value append_text(Value x, Node* y) {
     return longer;
 }
 
-/// For an operator that puts an element behind a cray, which may be nobody else's.
+/// For an operator whose rule for a cray puts an element behind it. The cray may be nobody else's.
 Value append_or_rule(const Operator& op, Value* arguments) {
     Value& x = arguments[0];
     if (is_leaf_of(x, '\n') && op.rules[kind_index(x)][kind_index(arguments[1])] == 'c') {

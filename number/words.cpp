@@ -87,11 +87,6 @@ Limbs words_of_leaf(Node* leaf) {
 
 }  // namespace
 
-Limbs words_of_digits(std::string_view digits) {
-    const size_t zeros = std::min(digits.find_first_not_of('0'), digits.size());
-    return words_of_parts(zeros, decimal_of_text(digits.substr(zeros)));
-}
-
 bool is_cell(Node* pair) {
     Node* cell = left(pair);
     if (is_leaf(cell) || first_byte(left(cell)) != 'J') return false;

@@ -29,8 +29,6 @@ Limbs shift_right(const Limbs& a, uint64_t n);
 /// The little-endian number that the bytes are.
 Limbs words_of_bytes(std::string_view bytes);
 
-/// The list of a digit text.
-Limbs words_of_digits(std::string_view digits);
 /// The list of a Value in any form, K included; nothing when it is no list.
 std::optional<Limbs> words_of_list(Node* x);
 /// A new Value of a list: K for the empty one, else a digit Leaf. 0 is a fatal stop.

@@ -115,9 +115,7 @@ void analyse_node(Node* root) {
     std::vector<Node*> waiting{root};
     while (!waiting.empty()) {
         Node* node = waiting.back();
-        if (is_analysed(node)) {
-            waiting.pop_back();
-        } else if (is_leaf(node)) {
+        if (is_leaf(node)) {
             analyse_leaf(node);
             waiting.pop_back();
         } else if (!is_analysed(as_pair(node)->left)) {

@@ -46,7 +46,7 @@ constexpr int most_arguments = 11;
 /// A head and its arguments, first to last.
 struct Application {
     Node* head;
-    int count = 0;
+    int count;
     std::array<Node*, most_arguments> arguments;
 };
 Application take_apart(Node* expression);

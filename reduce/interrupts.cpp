@@ -1,12 +1,10 @@
-// The two flags. No handler writes anything else.
+// No handler writes anything but `interrupted`.
 #include "reduce/interrupts.h"
 
 namespace marl {
 
 volatile sig_atomic_t interrupted = 0;
 
-#ifdef MARL_STEP_LIMIT
 int64_t steps_left = step_limit;
-#endif
 
 }  // namespace marl

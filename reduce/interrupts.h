@@ -12,16 +12,14 @@ namespace marl {
 extern volatile sig_atomic_t interrupted;
 [[noreturn]] void run_interrupt();
 
-#ifdef MARL_STEP_LIMIT
 /// Builds for fuzzing end a run after so many steps, with the result Z. The count goes on over
-/// nested runs; whoever wants another run sets it anew.
-constexpr int64_t step_limit = MARL_STEP_LIMIT;
-extern int64_t steps_left;
-constexpr bool counts_steps = true;
-inline bool is_out_of_steps() { return steps_left <= 0 || --steps_left == 0; }
-#else
-constexpr bool counts_steps = false;
-constexpr bool is_out_of_steps() { return false; }
+/// nested runs; whoever wants another run sets it anew. In other builds there is no end to them.
+#ifndef MARL_STEP_LIMIT
+#define MARL_STEP_LIMIT 0
 #endif
+constexpr int64_t step_limit = MARL_STEP_LIMIT;
+constexpr bool counts_steps = step_limit > 0;
+extern int64_t steps_left;
+inline bool is_out_of_steps() { return counts_steps && (steps_left <= 0 || --steps_left == 0); }
 
 }  // namespace marl

@@ -3,15 +3,13 @@
 // marl-lab links a core of its own, which is compiled with MARL_OBSERVED. When an observer is set
 // there, all runs go to the plain machine, whose states are expressions that a person can read, and
 // the machine hands each state to the observer before it takes the next step. In marl, which is
-// compiled without MARL_OBSERVED, the functions below are empty and cost nothing.
+// compiled without MARL_OBSERVED, nobody can watch, and the functions below cost nothing.
 #pragma once
 
 #include "reduce/tables.h"
 #include "value/value.h"
 
 namespace marl {
-
-#ifdef MARL_OBSERVED
 
 class Observer {
   public:
@@ -41,43 +39,40 @@ class Observer {
     virtual void called(const Builtin& /*row*/, Node* /*result*/) {}
 };
 
-/// The observer that is set; null when nobody watches.
+/// Set in marl-lab, and only there.
 extern Observer* observer;
 
-inline bool is_observed() { return observer != nullptr; }
-inline bool leaves_calls() { return !observer || observer->leaves_calls(); }
+/// Null when nobody watches.
+inline Observer* who_watches() {
+#ifdef MARL_OBSERVED
+    return observer;
+#else
+    return nullptr;
+#endif
+}
+
+inline bool is_observed() { return who_watches() != nullptr; }
+inline bool leaves_calls() { return !is_observed() || who_watches()->leaves_calls(); }
 inline void observe_begin() {
-    if (observer) observer->begin();
+    if (Observer* watcher = who_watches()) watcher->begin();
 }
 inline bool observe_state(Node* context, Value& focus) {
-    return !observer || observer->see(context, focus);
+    Observer* watcher = who_watches();
+    return !watcher || watcher->see(context, focus);
 }
 inline void observe_fire(const Symbol& symbol, Node* context) {
-    if (observer) observer->fires(symbol, context);
+    if (Observer* watcher = who_watches()) watcher->fires(symbol, context);
 }
 inline void observe_copy(Node* part, Node* copy) {
-    if (observer) observer->copied(part, copy);
+    if (Observer* watcher = who_watches()) watcher->copied(part, copy);
 }
 inline Value observe_builtin(const Builtin& row, Value* arguments) {
+    Observer* watcher = who_watches();
     Value result;
-    if (observer && observer->answers(row, arguments, result)) return result;
+    if (watcher && watcher->answers(row, arguments, result)) return result;
     result = row.function(arguments);
-    if (observer) observer->called(row, result);
+    if (watcher) watcher->called(row, result);
     return result;
 }
-
-#else
-
-constexpr bool is_observed() { return false; }
-constexpr bool leaves_calls() { return true; }
-constexpr void observe_begin() {}
-constexpr bool observe_state(Node*, const Value&) { return true; }
-constexpr void observe_fire(const Symbol&, Node*) {}
-constexpr void observe_copy(Node*, Node*) {}
-inline Value observe_builtin(const Builtin& row, Value* arguments) {
-    return row.function(arguments);
-}
-
-#endif
 
 }  // namespace marl

@@ -39,16 +39,8 @@
     [[maybe_unused]] Word *&frame, [[maybe_unused]] StackEntry *&top, [[maybe_unused]] Machine *m, \
         [[maybe_unused]] Word &value, [[maybe_unused]] const Instruction *&at
 #define MARL_JUMP return
-#define MARL_GO_TO(place) \
-    do {                  \
-        at = (place);     \
-        return;           \
-    } while (0)
-#define MARL_LEAVE    \
-    do {              \
-        at = nullptr; \
-        return;       \
-    } while (0)
+#define MARL_GO_TO(place) return void(at = (place))
+#define MARL_LEAVE return void(at = nullptr)
 #endif
 /// Gives `value` to whoever waits for it.
 #define MARL_RETURN            \

@@ -28,6 +28,7 @@ ROWS = (
     ("ulimit -v 100000; $M p", FILLED, "said\n", "marl: out of memory\n", 1),
     ("$M p 2>&-; cat o", OPENED, "(V01 (V9 3))\n", "", 0),
     ("$M p 0<&- 2>&-", OPENED, "(V01 (V9 3))\n", "", 0),
+    ("cat p | $M /dev/stdin", r"a\say[said];7," + SAYS, "said\n", "", 7),
     ("$M p", OPEN, "VZ0\n", "", 0),  # left behind by a load that failed
     ("{ $M p; } 2>/dev/null; echo $?", OPEN_CALLED, "134\n", "", 0),
     ("$M p & sleep 1; kill -INT $!; sleep 0.3; kill -INT $!; wait $!", LONG, "", "\n", 1),

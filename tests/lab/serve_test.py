@@ -184,9 +184,11 @@ class Serve(unittest.TestCase):
         for text, label, active in [
                 ("a\\both(", "both(left_one, right_one)", 0), ("a\\both(f(1,2),", None, 1),
                 ("a\\trim([a,b(],1,", "trim(x, I first, I last)", 2), ("a\\1+(2", "", 0),
-                ("a\\both([x,", "", 0), ("a\\both(1,(2)+3", None, 1), ("a\\x{1}x(", "", 0)]:
+                ("a\\both([x,", "", 0), ("a\\both(1,(2)+3", None, 1), ("a\\x{1}x(", "", 0),
+                ("a\\plus(1,", "plus(a, b)", 1), ("a\\both(1,\nff\\2", "", 0), ("a\\both(1,\nf\\2", None, 1)]:
             with self.subTest(text):
-                found = ask(text + program, "signatureHelp", 0, len(text))
+                line = text.split("\n")[-1]
+                found = ask(text + program, "signatureHelp", text.count("\n"), len(line))
                 if label == "":
                     self.assertIsNone(found)
                     continue

@@ -16,13 +16,8 @@ namespace marl {
 
 namespace {
 
-#ifdef MARL_STEP_LIMIT
 void allow_steps() { steps_left = step_limit; }
-bool ran_out_of_steps() { return steps_left <= 0; }
-#else
-void allow_steps() {}
-bool ran_out_of_steps() { return false; }
-#endif
+bool ran_out_of_steps() { return counts_steps && steps_left <= 0; }
 
 /// Who runs a program: the plain machine all of it, the plain machine but for calm calls, or
 /// whichever the program asks for.

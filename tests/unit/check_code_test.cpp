@@ -6,6 +6,8 @@
 
 #include <set>
 #include <sstream>
+#include <utility>
+#include <vector>
 
 #include "driver/session.h"
 #include "reduce/run_code.h"
@@ -16,10 +18,10 @@ namespace {
 
 // Branches, choices, rows, calls that wait in each way, and parts.
 constexpr const char* program =
-    R"(a\sum(K)+map(I,K)(K)(K)+pick(1,2,3)+many(1,2)(K)(1)(2)(3)+eval(1),
+    R"(a\sum(K)+map(I,K)(K)(K)+pick(1,2,3)+many(1,2)(K)(1)(2)(3)+eval(1)+both(1,2),
 sum\l\l(0,h\t\h+sum(t)),map\f\l\l(K,h\t\J(f h,map(f,t))),pick\a\b\c\(a<b)(V(b,c))(c(a)(b)),
 many\f\x\sum(x)(f)(x)(1)(2)+look(x,five)+lisp(x)(f)(x)(f)+sum(f)(x),eval\x\Q(x+1)(x),five\sum(K),
-Q\a\b\(a=b)a(b+a))";
+Q\a\b\(a=b)a(b+a),both\x\y\(x<1)0(x+y))";
 
 /// What is wrong, without the words that have numbers in them: places and registers.
 std::string kind_of_fault(const Code& code) {
@@ -38,7 +40,11 @@ class Breaking {
     void all_of(Code& code) {
         if (!code.made) compile(code);
         ASSERT_EQ(code_fault(code), "");
-        for (Instruction& in : code.instructions) all_fields(code, in);
+        for (Instruction& in : code.instructions) {
+            must_be_found(code, in.op, Op::base);
+            all_reads(code, in);
+            all_fields(code, in);
+        }
         for (const auto& map : code.maps) {
             with(code, map->live, [](RegisterSet live) { return live ^ 1; });
         }
@@ -56,6 +62,36 @@ class Breaking {
         field = change(saved);
         kinds.insert(kind_of_fault(code));
         field = saved;
+    }
+
+    template <class Field>
+    void must_be_found(const Code& code, Field& field, Field value) {
+        const Field saved = std::exchange(field, value);
+        EXPECT_NE(code_fault(code), "");
+        field = saved;
+    }
+
+    /// Nobody reads a register that nothing has filled.
+    void all_reads(const Code& code, Instruction& in) {
+        constexpr uint8_t never_filled = most_registers - 1;
+        const InstructionRow& row = row_of(in.op);
+        const auto read = [&](Role role, uint8_t& reg) {
+            if (role == Role::none || role == Role::write || (role == Role::row && in.c == 0))
+                return;
+            must_be_found(code, reg, never_filled);
+        };
+        read(row.a, in.a);
+        read(row.b, in.b);
+        read(row.c, in.c);
+        if (in.op == Op::drop) must_be_found(code, in.set, in.set | set_of(never_filled));
+        if (!row.has_operands) return;
+        std::vector<Operand> operands(in.operands, in.operands + in.c);
+        for (Operand& operand : operands) {
+            if (operand.from == From::constant) continue;
+            const uint8_t saved = std::exchange(operand.reg, never_filled);
+            must_be_found<const Operand*>(code, in.operands, operands.data());
+            operand.reg = saved;
+        }
     }
 
     void all_fields(const Code& code, Instruction& in) {
@@ -78,7 +114,7 @@ TEST(CheckCode, finds_each_kind_of_fault) {
     Session session;
     ASSERT_TRUE(open_session(session, program));
     Breaking breaking;
-    for (const char* name : {"sum", "map", "pick", "many", "eval"}) {
+    for (const char* name : {"sum", "map", "pick", "many", "eval", "both"}) {
         breaking.all_of(code_of(symbol_of(name)));
     }
     end_session(session);
