@@ -74,15 +74,16 @@ String read_source(const String& path) {
     // A regular file comes in one piece of its size, so that a large one is in memory once.
     String source = String::with_size(size_of_file(file));
     const size_t size = fread(source.mutable_data(), 1, static_cast<size_t>(source.length()), file);
+    if (static_cast<int64_t>(size) < source.length()) {
+        source = sub(source, 0, static_cast<int64_t>(size));
+    }
     Rope rest;
     char buffer[4096];
-    while (const size_t more = fread(buffer, 1, sizeof buffer, file)) {
+    while (const size_t more = fread(buffer, 1, sizeof buffer - 1, file)) {
         rope_append(rest, std::string_view(buffer, more));
     }
     MARL_REQUIRE(fclose(file) == 0);
-    if (static_cast<int64_t>(size) < source.length() || rope_length(rest) > 0) {
-        return joined({source.view().substr(0, size), rest.bytes});
-    }
+    if (rope_length(rest) > 0) append(source, rope_flatten(rest).view());
     return source;
 }
 

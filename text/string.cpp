@@ -84,6 +84,13 @@ String concat(std::string_view a, std::string_view b) {
     return joined;
 }
 
+void append(String& s, std::string_view t) { s = concat(s.view(), t); }
+
+String sub(const String& s, int64_t start, int64_t count) {
+    MARL_REQUIRE(start >= 0 && count >= 0 && start <= s.length());
+    return String(s.view().substr(static_cast<size_t>(start), static_cast<size_t>(count)));
+}
+
 uint8_t at(const String& s, int64_t i) {
     MARL_REQUIRE(i >= 0 && i <= s.length());
     return static_cast<uint8_t>(s.data()[i]);

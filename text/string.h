@@ -50,6 +50,11 @@ class String {
 /// A new String: a followed by b.
 String concat(std::string_view a, std::string_view b);
 inline String concat(const String& a, const String& b) { return concat(a.view(), b.view()); }
+/// s becomes s followed by t.
+void append(String& s, std::string_view t);
+/// At most `count` bytes from `start` on. A negative start or count, and a start past the end, are
+/// fatal stops.
+String sub(const String& s, int64_t start, int64_t count);
 /// The byte at i, 0 <= i <= length, where length reads the NUL; else a fatal stop.
 uint8_t at(const String& s, int64_t i);
 /// A pointer to the byte at i for writing, same bounds; copies a shared body first.
