@@ -1,7 +1,7 @@
 # Native code is made of stencils, which are compiled for themselves and cut out of the object file.
 if(MARL_TAIL_CALLS AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_SYSTEM_NAME STREQUAL "Linux" AND
    CMAKE_SYSTEM_PROCESSOR STREQUAL "x86_64" AND NOT CMAKE_CROSSCOMPILING AND
-   NOT CMAKE_CXX_FLAGS MATCHES "--coverage|-pg")
+   NOT CMAKE_CXX_FLAGS MATCHES "--coverage|-pg|-fsanitize")
   set(MARL_HAS_STENCILS ON)
 else()
   set(MARL_HAS_STENCILS OFF)
@@ -16,12 +16,12 @@ if(MARL_NATIVE)
     MARL_TAIL_CALLS=1 MARL_NATIVE=1)
   # No register is saved, no function called, nothing stands on the stack, and every hole is a number in
   # an instruction.
-  set_target_properties(marl_stencils PROPERTIES COMPILE_OPTIONS "-O2;-g0;-w;\
+  set_target_properties(marl_stencils PROPERTIES COMPILE_OPTIONS "-O2;-g0;-w;-fno-lto;\
 -fno-pic;-fno-pie;-mcmodel=small;-mno-red-zone;-fcf-protection=none;-fno-exceptions;-fno-stack-protector;\
 -U_FORTIFY_SOURCE;-fno-asynchronous-unwind-tables;-fno-unwind-tables;-ffunction-sections;\
 -fomit-frame-pointer;-fno-align-jumps;-fno-align-labels;-fno-align-loops;-fno-jump-tables;\
--fno-reorder-blocks-and-partition;-fno-tree-vectorize;-fno-tree-loop-distribute-patterns;-finline-functions;--param=max-inline-insns-single=10000;\
---param=max-inline-insns-auto=10000;--param=inline-unit-growth=1000;\
+-fno-reorder-blocks-and-partition;-fno-tree-vectorize;-fno-tree-loop-distribute-patterns;-finline-functions;\
+--param=max-inline-insns-single=10000;--param=max-inline-insns-auto=10000;--param=inline-unit-growth=1000;\
 -ffixed-rbx;-ffixed-rbp;-ffixed-r12;-ffixed-r13;-ffixed-r14;-ffixed-r15")
   add_executable(extract_stencils reduce/native/extract.cpp)
   set(MARL_STENCIL_TABLES ${PROJECT_BINARY_DIR}/stencils/stencils.inc)
