@@ -78,7 +78,9 @@ class Breaking {
         const auto read = [&](Role role, uint8_t& reg) {
             if (role == Role::none || role == Role::write || (role == Role::row && in.c == 0))
                 return;
-            must_be_found(code, reg, never_filled);
+            // A row ends with the last register that there is.
+            const int length = role == Role::row ? in.c : 1;
+            must_be_found(code, reg, static_cast<uint8_t>(most_registers - length));
         };
         read(row.a, in.a);
         read(row.b, in.b);
