@@ -132,8 +132,8 @@ MARL_OUTSIDE(less)
 MARL_OUTSIDE(not_less)
 MARL_OUTSIDE(same)
 MARL_OUTSIDE(differ)
+MARL_OUTSIDE(modulo)
 #undef MARL_OUTSIDE
-void slow_modulo(MARL_STATE) { MARL_SLOW(slow_compute); }
 
 void slow_choose(MARL_STATE) {
     const Choice& choice = *at->choice;

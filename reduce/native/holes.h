@@ -20,13 +20,13 @@ MARL_JUMP_HOLES(MARL_HOLE)
 }
 
 #define MARL_NARROW(name)                                   \
-    [[gnu::always_inline]] inline uint32_t read_##name() {  \
+    MARL_INLINE uint32_t read_##name() {                    \
         uint32_t number;                                    \
         __asm__("movl $hole_" #name ", %0" : "=r"(number)); \
         return number;                                      \
     }
 #define MARL_WIDE(name)                                        \
-    [[gnu::always_inline]] inline uint64_t read_##name() {     \
+    MARL_INLINE uint64_t read_##name() {                       \
         uint64_t number;                                       \
         __asm__("movabsq $hole_" #name ", %0" : "=r"(number)); \
         return number;                                         \

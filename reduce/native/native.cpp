@@ -1,27 +1,24 @@
+// Translation: the stencils' bytes are copied, and each patch of a stencil says which of its bytes
+// are a hole, or the distance to a function or a table of the program. Sizes are known before
+// anything is written, so that jumps find their targets at once.
 #include "reduce/native/native.h"
-
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
-#include <iterator>
 #include <limits>
-#include <map>
 #include <utility>
 #include <vector>
 
 #include "reduce/code.h"
 #include "reduce/native/hole_names.h"
+#include "reduce/native/region.h"
 #include "reduce/operands.h"
 #include "reduce/run_code.h"
 
 namespace marl {
-
-void slow_enter(MARL_STATE);
 
 // What a stencil jumps to when a count is full.
 extern "C" [[noreturn]] void stop_at_count() {
@@ -114,82 +111,6 @@ size_t native_size(const Instruction& in) {
     if (!stencil) return plain_size;
     return stencil->size + (is_call(in.op) ? to_target_size : 0);
 }
-
-// The region.
-
-constexpr size_t region_size = size_t{64} << 20;
-
-struct Region {
-    uint8_t* start = nullptr;
-    size_t used = 0;
-    bool is_refused = false;
-    std::map<uint8_t*, size_t> free;  // what was given back, no two of which touch
-};
-Region region;
-
-/// Whether the addresses from `place` on were free, and are the region's now.
-bool reserve_region_at(uintptr_t place) {
-    auto* const wanted = reinterpret_cast<void*>(place);
-    const int flags = MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_FIXED_NOREPLACE;
-    void* const got = mmap(wanted, region_size, PROT_NONE, flags, -1, 0);
-    if (got == wanted) region.start = static_cast<uint8_t*>(got);
-    if (got != wanted && got != MAP_FAILED) munmap(got, region_size);
-    return got == wanted;
-}
-
-/// Reserves addresses that relative jumps reach the program's text and data from, and back: below
-/// it, where nothing else grows, else above.
-void reserve_region() {
-    const auto text = reinterpret_cast<uintptr_t>(&slow_enter) & ~(region_size - 1);
-    for (uintptr_t distance = 2 * region_size; distance < 24 * region_size;
-         distance += region_size) {
-        if (text > distance && reserve_region_at(text - distance)) return;
-        if (reserve_region_at(text + distance)) return;
-    }
-    region.is_refused = true;
-}
-
-/// Room for so many bytes; null when there is none.
-uint8_t* take_room(size_t size) {
-    const auto fits_in = [&](const auto& block) { return block.second >= size; };
-    const auto block = std::find_if(region.free.begin(), region.free.end(), fits_in);
-    if (block != region.free.end()) {
-        const auto [start, free] = *block;
-        region.free.erase(block);
-        if (free > size) region.free.emplace(start + size, free - size);
-        return start;
-    }
-    if (!region.start && !region.is_refused) reserve_region();
-    if (region.is_refused || region_size - region.used < size) return nullptr;
-    region.used += size;
-    return region.start + region.used - size;
-}
-
-/// Takes room back, and joins it with what is free beside it.
-void give_room_back(uint8_t* start, size_t size) {
-    auto next = region.free.lower_bound(start);
-    if (next != region.free.end() && next->first == start + size) {
-        size += next->second;
-        next = region.free.erase(next);
-    }
-    if (next != region.free.begin()) {
-        const auto before = std::prev(next);
-        if (before->first + before->second == start) {
-            before->second += size;
-            return;
-        }
-    }
-    region.free.emplace(start, size);
-}
-
-bool protect(const NativeCode& code, int protection) {
-    const auto page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
-    const uintptr_t from = reinterpret_cast<uintptr_t>(code.start) & ~(page - 1);
-    const uintptr_t to = reinterpret_cast<uintptr_t>(code.start) + code.size;
-    return mprotect(reinterpret_cast<void*>(from), to - from, protection) == 0;
-}
-
-// Translation.
 
 class Translation {
   public:
@@ -327,13 +248,10 @@ void make_native(Code& code) {
     uint8_t* const room = take_room(size);
     if (!room) return;
     code.native = {room, size};
-    if (!protect(code.native, PROT_READ | PROT_WRITE)) return drop_native(code);
+    if (!let_write(room, size)) return drop_native(code);
     const Translation translation(code, places, room);
     for (size_t i = 0; i < places.size(); ++i) translation.write(i);
-    if (!protect(code.native, PROT_READ | PROT_EXEC)) {
-        region.is_refused = true;
-        return drop_native(code);
-    }
+    if (!let_run(room, size)) return drop_native(code);
     for (size_t i = 0; i < places.size(); ++i) {
         code.instructions[i].run = reinterpret_cast<Run>(room + places[i]);
     }

@@ -5,8 +5,7 @@
 // to its function. Native code calls nothing and uses no stack but the machine's own two: whoever
 // it leaves things to goes on at `at`, as in the loop.
 //
-// It lies in one region near the program's own text, and is written or executed, never both at the
-// same time. Where the system refuses that, there is none, and the loop runs everything.
+// Where the system refuses memory for it (reduce/native/region.h), the loop runs everything.
 #pragma once
 
 #include <cstddef>

@@ -37,6 +37,12 @@ class Code(unittest.TestCase):
             made = code_of(rf"a\{name}(3),{definition}", name).stdout
             self.assertEqual(text, made.split("\n", 1)[1].removesuffix("\n"), definition)
 
+    def test_native_code_stands_below_its_instruction(self):
+        source = r"a\twice(3),twice\n\n*2"
+        plain, shown = (code_of(source, "twice", *more).stdout for more in ([], ["--native"]))
+        self.assertEqual(re.sub(r"^ {6}(?:[0-9a-f.]{2} ?)+\n", "", shown, flags=re.M), plain)
+        self.assertEqual(shown != plain, (LAB.parent / "stencils").is_dir())  # which the build makes of them
+
     def test_what_has_no_code(self):
         faulty = code_of(r"a\gone")
         self.assertEqual((faulty.returncode, "gone" in faulty.stderr), (1, True))
