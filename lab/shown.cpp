@@ -34,7 +34,7 @@ int64_t size_of(Node* expression, int64_t limit) {
             rest.push_back(right(node));
             rest.push_back(left(node));
         } else if (is_cray(node)) {
-            const int64_t count = std::min<int64_t>(span_of(node), limit + 1 - size);
+            const int64_t count = std::min<int64_t>(span_of(node), limit - size + 1);
             for (int64_t i = 0; i < count; ++i) rest.push_back(cray_slot(node, i));
         }
     }
