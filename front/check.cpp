@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -32,11 +31,18 @@ void forget_prelude(Module& module) {
 
 void publish_builtins(Module&) { define_builtins(); }
 
-/// Adds what the backquotes have loaded.
+/// Adds what the backquotes have loaded. All that the module defines, but for the entry, is defined
+/// by now.
 void gather_definitions(Module& module) {
-    for (const Symbol* symbol : defined_symbols()) {
-        if (!symbol->builtin) module.definitions.try_emplace(symbol->name, symbol->definition);
-    }
+    const auto is_here = [](const Symbol& symbol) {
+        return symbol.definition && !symbol.builtin && !symbol.name.empty();
+    };
+    size_t count = 0;
+    for_each_symbol([&](const Symbol& symbol) { count += is_here(symbol); });
+    if (count + module.definitions.contains("") == module.definitions.size()) return;
+    for_each_symbol([&](const Symbol& symbol) {
+        if (is_here(symbol)) module.definitions.try_emplace(symbol.name, symbol.definition);
+    });
 }
 
 void empty_intern_set(Module&) { clear_intern_set(); }
@@ -51,21 +57,18 @@ void forget_early_code(Module& module) {
 }
 
 void intern_builtins(Module&) {
-    std::unordered_map<Node*, Value> interned;  // many of them have one definition
-    for (Symbol* symbol : defined_symbols()) {
-        if (!symbol->builtin) continue;
-        Value& shared = interned[symbol->definition];
-        if (!shared) shared = intern(symbol->definition);
-        set_definition(*symbol, shared);
-    }
+    std::vector<Value> by_arity = builtin_definitions;
+    for (Value& definition : by_arity) definition = intern(std::move(definition));
+    define_builtins(std::move(by_arity));
 }
 
 void drop_all_unsettled(Module&) { drop_unsettled_members(); }
 
 void publish_entry(Module& module) { set_definition("", module.definitions[""]); }
 
-void analyse_definitions(Module&) {
-    for (Symbol* symbol : defined_symbols()) analyse(symbol->definition);
+void analyse_definitions(Module& module) {
+    for (const auto& [name, slot] : module.definitions) analyse(find_definition(name.view()));
+    for (const Value& definition : builtin_definitions) analyse(definition);
 }
 
 constexpr Stage parse_stages[] = {check_text, cut_text};

@@ -50,10 +50,12 @@ DefinedName defined_name(Node* piece) {
     return {leaf_bytes(left(written)), true};
 }
 
-String definition_key(std::string_view text) {
+std::string_view key_in(std::string_view text) {
     MARL_REQUIRE(is_definable(text));
-    return String(text[0] == '[' ? text.substr(1, 1) : text);
+    return text[0] == '[' ? text.substr(1, 1) : text;
 }
+
+String definition_key(std::string_view text) { return String(key_in(text)); }
 
 std::vector<int64_t> backquote_lines(std::string_view source) {
     std::vector<int64_t> lines;

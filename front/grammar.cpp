@@ -151,6 +151,10 @@ template <class Tracking>
 class Parser {
   public:
     Parser(std::string_view text, Tracking tracker) : text_(text), tracker_(tracker) {
+        // What most definitions need.
+        frames_.reserve(8);
+        operands_.reserve(16);
+        operators_.reserve(16);
         open(Bracket::none);
     }
 

@@ -6,13 +6,13 @@
 #include "front/intern.h"
 
 #include <bit>
-#include <cstring>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
 #include <vector>
 
 #include "reduce/analysis.h"
+#include "text/hash_index.h"
 #include "value/todo.h"
 #include "value/walk.h"
 
@@ -20,115 +20,13 @@ namespace marl {
 
 namespace {
 
-uint64_t mix(uint64_t h) {
-    h ^= h >> 32;
-    h *= 0xD6E8FEB86659FD93;
-    h ^= h >> 32;
-    h *= 0xD6E8FEB86659FD93;
-    h ^= h >> 32;
-    return h;
-}
-
-uint64_t hash_of_leaf(Node* leaf) {
-    std::string_view bytes = leaf_bytes(leaf);
-    uint64_t h = mix(bytes.size());
-    for (; bytes.size() >= sizeof h; bytes.remove_prefix(sizeof h)) {
-        uint64_t word;
-        memcpy(&word, bytes.data(), sizeof word);
-        h = mix(h ^ word);
-    }
-    uint64_t word = 0;
-    memcpy(&word, bytes.data(), bytes.size());
-    return mix(h ^ word);
-}
-
 uint64_t hash_of_pair(uint64_t left_hash, uint64_t right_hash) {
     return mix(std::rotl(left_hash, 23) * 0x9E3779B97F4A7C15 + right_hash);
 }
 
+constexpr uint32_t no_member = no_place;
+
 uint64_t hash_of_address(Node* node) { return mix(reinterpret_cast<uint64_t>(node)); }
-
-constexpr uint32_t no_member = 0xFFFFFFFF;
-
-/// Places of members by the low half of a hash: open addressing, linear probing, at most two thirds
-/// full. The half hash stands in the slot, so the index grows and shrinks without a look elsewhere.
-class Index {
-  public:
-    /// The first place entered under the hash for which the test holds, else `no_member`.
-    template <class Test>
-    uint32_t find(uint64_t hash, Test test) const {
-        if (slots_.empty()) return no_member;
-        const auto half = static_cast<uint32_t>(hash);
-        for (size_t i = half & mask();; i = (i + 1) & mask()) {
-            const Slot& slot = slots_[i];
-            if (slot.free()) return no_member;
-            if (slot.half_hash == half && test(slot.place())) return slot.place();
-        }
-    }
-
-    /// Has the slots of a hash brought into the cache.
-    void fetch(uint64_t hash) const {
-        if (!slots_.empty()) __builtin_prefetch(&slots_[static_cast<uint32_t>(hash) & mask()]);
-    }
-
-    void enter(uint64_t hash, uint32_t place) {
-        if ((used_ + 1) * 3 > slots_.size() * 2) grow();
-        put({static_cast<uint32_t>(hash), place + 1});
-        ++used_;
-    }
-
-    /// Replaces a place that was entered under the hash by another one.
-    void move(uint64_t hash, uint32_t from, uint32_t to) {
-        slots_[slot_of(hash, from)].place_plus_1 = to + 1;
-    }
-
-    void remove(uint64_t hash, uint32_t place) {
-        // Later slots of the run move up, unless that would put them in front of where they belong.
-        size_t hole = slot_of(hash, place);
-        for (size_t i = (hole + 1) & mask(); !slots_[i].free(); i = (i + 1) & mask()) {
-            const size_t home = slots_[i].half_hash & mask();
-            if (((i - home) & mask()) < ((i - hole) & mask())) continue;
-            slots_[hole] = slots_[i];
-            hole = i;
-        }
-        slots_[hole] = {};
-        --used_;
-    }
-
-  private:
-    struct Slot {
-        uint32_t half_hash = 0;
-        uint32_t place_plus_1 = 0;  // 0: the slot is free
-
-        bool free() const { return place_plus_1 == 0; }
-        uint32_t place() const { return place_plus_1 - 1; }
-    };
-
-    size_t mask() const { return slots_.size() - 1; }
-
-    void put(Slot slot) {
-        size_t i = slot.half_hash & mask();
-        while (!slots_[i].free()) i = (i + 1) & mask();
-        slots_[i] = slot;
-    }
-
-    size_t slot_of(uint64_t hash, uint32_t place) const {
-        size_t i = static_cast<uint32_t>(hash) & mask();
-        while (slots_[i].place() != place) i = (i + 1) & mask();
-        return i;
-    }
-
-    void grow() {
-        std::vector<Slot> old(slots_.empty() ? 1024 : slots_.size() * 2);
-        old.swap(slots_);
-        for (const Slot& slot : old) {
-            if (!slot.free()) put(slot);
-        }
-    }
-
-    std::vector<Slot> slots_;  // a power of two of them
-    size_t used_ = 0;
-};
 
 /// A member; what a walk has found is borrowed, as nothing leaves the set meanwhile.
 struct Member {
@@ -138,8 +36,8 @@ struct Member {
 
 struct InternSet {
     std::vector<Member> members;  // each owns a reference
-    Index by_structure;
-    Index by_address;
+    HashIndex by_structure;
+    HashIndex by_address;
 
     uint32_t place_of(Node* node) const {
         if (count_of(node) < 2) return no_member;  // the set's reference and the caller's
@@ -197,6 +95,12 @@ struct Interning {
     std::vector<Member> found;                // the members of what is done and looked up
     std::unordered_map<Node*, Member> known;  // those of shared nodes that are no members
 
+    void begin_anew() {
+        hashes.clear();
+        found.clear();
+        if (!known.empty()) known = {};
+    }
+
     void add_step(Node* node, uint64_t hash, Step::Kind kind) {
         hashes.push_back(hash);
         steps.push_back({node, hash, kind});
@@ -223,7 +127,7 @@ struct Interning {
     /// Whether the children are due.
     bool begin(Node* node) {
         if (count_of(node) > 1 && meet_again(node)) return false;
-        if (is_leaf(node)) add_step(node, hash_of_leaf(node), Step::find_leaf);
+        if (is_leaf(node)) add_step(node, hash_of_bytes(leaf_bytes(node)), Step::find_leaf);
         return !is_leaf(node);
     }
 
@@ -278,7 +182,9 @@ struct Interning {
 }  // namespace
 
 Value intern(Value v) {
-    Interning work;
+    // Kept for the next time: nothing in here runs program code.
+    static Interning& work = *new Interning;
+    work.begin_anew();
     walk_both_ways(
         v, [&](Node* node) { return work.begin(node); }, [&](Node* node) { work.end(node); });
     work.look_up();

@@ -27,22 +27,20 @@ Symbol& symbol_of_name(Node* leaf) {
     return is_name_byte(first_byte(leaf)) ? symbol_of_leaf(leaf) : symbol_of(leaf_bytes(leaf));
 }
 
-Symbol& symbol_of_key(Node* key) { return symbol_of(definition_key(leaf_bytes(key)).view()); }
+Symbol& symbol_of_key(Node* key) { return symbol_of(key_in(leaf_bytes(key))); }
 
 /// Collects the Leaves of free names. A name counts the binders around the place where the walk
 /// stands, so that entering and leaving a scope costs a constant.
 struct FreeWalk {
     std::vector<Use> uses = {};
-    std::unordered_map<const Symbol*, int> binders = {};
 
     void leaf(Node* node) {
         if (!is_reference(node)) return;
         Symbol& name = symbol_of_name(node);
-        const auto count = binders.find(&name);
-        if (count == binders.end() || count->second == 0) uses.push_back({node, &name});
+        if (name.binders == 0) uses.push_back({node, &name});
     }
-    void enter(Node* binder) { ++binders[&symbol_of_key(binder_key(binder))]; }
-    void leave(Node* binder) { --binders[&symbol_of_key(binder_key(binder))]; }
+    void enter(Node* binder) { ++symbol_of_key(binder_key(binder)).binders; }
+    void leave(Node* binder) { --symbol_of_key(binder_key(binder)).binders; }
 };
 
 }  // namespace

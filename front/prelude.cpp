@@ -2,11 +2,13 @@
 // every start, before a program's first byte is looked at.
 #include "front/prelude.h"
 
+#include <algorithm>
 #include <string_view>
 #include <utility>
 
 #include "front/stages.h"
 #include "reduce/definitions.h"
+#include "reduce/operators.h"
 #include "reduce/tables.h"
 
 namespace marl {
@@ -55,20 +57,18 @@ std::map<String, Value> read_prelude() { return read_module().definitions; }
 
 void build_prelude() {
     clear_definitions();
-    bind_builtins();
+    bind_operators();
     Module module = read_module();
     prelude_definitions = module.definitions;
     publish(module);
 }
 
 void define_builtins() {
+    int most = 0;
+    for (const Builtin& row : builtin_table()) most = std::max<int>(most, row.arity);
     std::vector<Value> by_arity;
-    for (const Builtin& row : builtin_table()) {
-        while (by_arity.size() <= row.arity) {
-            by_arity.push_back(lambdas_around_Z(static_cast<int>(by_arity.size())));
-        }
-        set_definition(row.name, by_arity[row.arity]);
-    }
+    for (int arity = 0; arity <= most; ++arity) by_arity.push_back(lambdas_around_Z(arity));
+    define_builtins(std::move(by_arity));
 }
 
 }  // namespace marl

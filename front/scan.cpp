@@ -3,6 +3,8 @@
 // counted together, since text that comes here balances.
 #include "front/scan.h"
 
+#include <array>
+
 #include "text/fatal.h"
 #include "text/rope.h"
 
@@ -10,13 +12,37 @@ namespace marl {
 
 namespace {
 
-bool contains(std::string_view set, char byte) { return set.find(byte) != set.npos; }
+/// A set of bytes.
+using Bytes = std::array<bool, 256>;
+
+constexpr Bytes bytes_in(std::string_view set) {
+    Bytes bytes{};
+    for (const char byte : set) bytes[static_cast<uint8_t>(byte)] = true;
+    return bytes;
+}
+bool contains(const Bytes& set, char byte) { return set[static_cast<uint8_t>(byte)]; }
+
+constexpr Bytes spacing_operators = bytes_in("\n #%&'*+,-./:;<=>?@\\^|");
+constexpr Bytes prefix_operators = bytes_in("~!\"$`");
+constexpr Bytes opening_brackets = bytes_in("([{");
+constexpr Bytes no_blank_behind = bytes_in("({}");
+constexpr Bytes no_blank_before = bytes_in("){}");
+
+constexpr std::array<char, 256> partners = [] {
+    std::array<char, 256> table{};
+    for (size_t i = 0; i < table.size(); ++i) table[i] = static_cast<char>(i);
+    for (const std::string_view both : {"()", "[]", "{}"}) {
+        table[static_cast<uint8_t>(both[0])] = both[1];
+        table[static_cast<uint8_t>(both[1])] = both[0];
+    }
+    return table;
+}();
 
 /// Whether a run of white space between the two bytes means something.
 bool separates(char before, char behind) {
     return !is_spacing_operator(static_cast<uint8_t>(before)) &&
-           !is_spacing_operator(static_cast<uint8_t>(behind)) && !contains("({}", before) &&
-           !contains("){}", behind);
+           !is_spacing_operator(static_cast<uint8_t>(behind)) &&
+           !contains(no_blank_behind, before) && !contains(no_blank_before, behind);
 }
 
 /// How far one byte takes a walk down (+1) or up (-1), for a walk from left to right.
@@ -46,17 +72,11 @@ int64_t walk(std::string_view text, int64_t position, bool square, int direction
 
 }  // namespace
 
-bool is_spacing_operator(uint8_t byte) {
-    return contains("\n #%&'*+,-./:;<=>?@\\^|", static_cast<char>(byte));
-}
+bool is_spacing_operator(uint8_t byte) { return spacing_operators[byte]; }
 
-bool is_prefix_operator(uint8_t byte) { return contains("~!\"$`", static_cast<char>(byte)); }
+bool is_prefix_operator(uint8_t byte) { return prefix_operators[byte]; }
 
-char partner(char bracket) {
-    constexpr std::string_view brackets = "()[]{}";
-    const size_t place = brackets.find(bracket);
-    return place == brackets.npos ? bracket : brackets[place ^ 1];
-}
+char partner(char bracket) { return partners[static_cast<uint8_t>(bracket)]; }
 
 namespace {
 
@@ -103,15 +123,16 @@ String normalise(std::string_view source, std::vector<size_t>& places) {
 int64_t match_bracket(std::string_view text, int64_t position) {
     const char byte = text[static_cast<size_t>(position)];
     if (partner(byte) == byte) return position;
-    const int direction = contains("([{", byte) ? 1 : -1;
+    const int direction = contains(opening_brackets, byte) ? 1 : -1;
     return walk(text, position, is_square(byte), direction);
 }
 
 std::vector<int64_t> find_operators(std::string_view text, std::string_view set) {
     std::vector<int64_t> positions;
+    const Bytes wanted = bytes_in(set);
     const auto size = static_cast<int64_t>(text.size());
     for (int64_t i = 0; i < size; ++i) {
-        if (contains(set, text[static_cast<size_t>(i)])) positions.push_back(i);
+        if (contains(wanted, text[static_cast<size_t>(i)])) positions.push_back(i);
         i = match_bracket(text, i);
     }
     return positions;

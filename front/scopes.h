@@ -3,10 +3,9 @@
 // A lambda binds its key in its body, a let binds its own in its body, but not in its value.
 #pragma once
 
-#include <vector>
-
 #include "reduce/analysis.h"
 #include "value/value.h"
+#include "value/worklist.h"
 
 namespace marl {
 
@@ -25,10 +24,10 @@ void walk_scopes(Node* root, Visitor& visitor) {
         enum Step { visit, enter, leave } step;
     };
     // Taken from the back.
-    std::vector<Work> rest{{root, Work::visit}};
+    Worklist<Work> rest;
+    rest.push({root, Work::visit});
     while (!rest.empty()) {
-        const auto [node, step] = rest.back();
-        rest.pop_back();
+        const auto [node, step] = rest.pop();
         if (step == Work::enter) {
             visitor.enter(node);
         } else if (step == Work::leave) {
@@ -36,13 +35,13 @@ void walk_scopes(Node* root, Visitor& visitor) {
         } else if (is_leaf(node)) {
             visitor.leaf(node);
         } else if (const Form shape = form(node); shape == Form::other) {
-            rest.push_back({right(node), Work::visit});
-            rest.push_back({left(node), Work::visit});
+            rest.push({right(node), Work::visit});
+            rest.push({left(node), Work::visit});
         } else {
-            rest.push_back({node, Work::leave});
-            rest.push_back({binder_body(node), Work::visit});
-            rest.push_back({node, Work::enter});
-            if (shape == Form::let) rest.push_back({let_value(node), Work::visit});
+            rest.push({node, Work::leave});
+            rest.push({binder_body(node), Work::visit});
+            rest.push({node, Work::enter});
+            if (shape == Form::let) rest.push({let_value(node), Work::visit});
         }
     }
 }

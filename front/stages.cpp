@@ -252,7 +252,8 @@ void evaluate_backquotes(Module& module) {
 void intern_definitions(Module& module) {
     module.members_before = intern_set_size();
     for (auto& [name, slot] : module.definitions) {
-        store(name, slot, intern(Value::share(current(name, slot))));
+        slot = intern(Value::share(current(name, slot)));
+        if (!name.empty()) replace_definition(symbol_of(name.view()), slot);
         module.interned.push_back(slot);
     }
 }

@@ -71,7 +71,6 @@ Reach find_reach(const Program& program) {
 
 Reach find_reach(const Program& program, const std::vector<std::string>& roots) {
     static const auto* prelude = new auto(read_prelude());
-    bind_builtins();
     Reach reach{};
     Module& module = reach.module;
     module.all_faults = true;

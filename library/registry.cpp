@@ -11,16 +11,35 @@ namespace marl {
 
 namespace {
 
+struct Entry {
+    uint64_t order;  // the first bytes of the name, the first one on top
+    const Builtin* row;
+};
+
+Entry entry_of(const Builtin& row) {
+    uint64_t order = 0;
+    for (size_t i = 0; i < sizeof order && row.name[i]; ++i) {
+        order |= uint64_t{static_cast<uint8_t>(row.name[i])} << (56 - 8 * i);
+    }
+    return {order, &row};
+}
+
+bool is_before(const Entry& a, const Entry& b) {
+    return a.order != b.order ? a.order < b.order : strcmp(a.row->name, b.row->name) < 0;
+}
+
 std::vector<Builtin>* collect_rows() {
-    auto* table = new std::vector<Builtin>;
+    std::vector<Entry> entries;
+    entries.reserve(256);
     for (const auto family : {arithmetic_rows, comparison_rows, packing_rows, text_rows,
                               structure_rows, record_rows, memory_rows, file_rows, directory_rows,
                               string_rows, math_rows, socket_rows, process_rows, load_rows}) {
-        const std::span<const Builtin> rows = family();
-        table->insert(table->end(), rows.begin(), rows.end());
+        for (const Builtin& row : family()) entries.push_back(entry_of(row));
     }
-    std::sort(table->begin(), table->end(),
-              [](const Builtin& a, const Builtin& b) { return strcmp(a.name, b.name) < 0; });
+    std::sort(entries.begin(), entries.end(), is_before);
+    auto* table = new std::vector<Builtin>;
+    table->reserve(entries.size());
+    for (const Entry& entry : entries) table->push_back(*entry.row);
     return table;
 }
 

@@ -4,10 +4,10 @@
 #include "reduce/analysis.h"
 
 #include <array>
-#include <vector>
 
 #include "reduce/tables.h"
 #include "value/word.h"
+#include "value/worklist.h"
 
 namespace marl {
 
@@ -112,19 +112,18 @@ void analyse_pair(Node* node) {
 
 void analyse_node(Node* root) {
     if (is_leaf(root)) return analyse_leaf(root);
-    std::vector<Node*> waiting{root};
+    Worklist<Node*> waiting;
+    waiting.push(root);
     while (!waiting.empty()) {
-        Node* node = waiting.back();
+        Node* node = waiting.top();
         if (is_leaf(node)) {
-            analyse_leaf(node);
-            waiting.pop_back();
+            analyse_leaf(waiting.pop());
         } else if (!is_analysed(as_pair(node)->left)) {
-            waiting.push_back(as_pair(node)->left);
+            waiting.push(as_pair(node)->left);
         } else if (!is_analysed(seen(as_pair(node)->right))) {
-            waiting.push_back(right(node));
+            waiting.push(right(node));
         } else {
-            analyse_pair(node);
-            waiting.pop_back();
+            analyse_pair(waiting.pop());
         }
     }
 }

@@ -6,7 +6,6 @@
 #include "reduce/calm.h"
 #include "reduce/changing.h"
 #include "reduce/needs.h"
-#include "reduce/operators.h"
 #include "reduce/retire.h"
 
 namespace marl {
@@ -38,10 +37,14 @@ void lose_code(Symbol& symbol) {
 
 void set_definition(Symbol& symbol, Value expression) {
     symbol.parameters = count_parameters(expression);
+    note_definition(symbol.name.view(), expression);
+    replace_definition(symbol, std::move(expression));
+}
+
+void replace_definition(Symbol& symbol, Value equal) {
     lose_code(symbol);
     forget_calm();
-    note_definition(symbol.name.view(), expression);
-    symbol.definition = std::move(expression);  // last: what ends here may run a todo action
+    symbol.definition = std::move(equal);  // last: what ends here may run a todo action
 }
 
 void set_definition(std::string_view name, Value expression) {
@@ -59,6 +62,7 @@ void clear_definitions() {
         erase_definition(symbol);
         symbol.unmemoised = false;
     });
+    builtin_definitions.clear();
     forget_code();
     clear_needs();
 }
@@ -98,9 +102,11 @@ void retire_code() {
     for (const auto& code : lost_code) retire(*code);
 }
 
-void bind_builtins() {
-    for (const Builtin& row : builtin_table()) symbol_of(row.name).builtin = &row;
-    bind_operators();
+void define_builtins(std::vector<Value> by_arity) {
+    builtin_definitions = std::move(by_arity);
+    for_each_symbol([](Symbol& symbol) {
+        if (symbol.builtin) define_builtin(symbol);
+    });
 }
 
 }  // namespace marl

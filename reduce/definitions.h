@@ -10,6 +10,8 @@ namespace marl {
 /// Sets the definition of a name. The old one is released.
 void set_definition(Symbol& symbol, Value expression);
 void set_definition(std::string_view name, Value expression);
+/// Puts an expression that equals the definition in its place.
+void replace_definition(Symbol& symbol, Value equal);
 /// Takes the definition of a name away.
 void erase_definition(Symbol& symbol);
 
@@ -42,8 +44,8 @@ void forget_code();
 /// left, and can still become nodes.
 void retire_code();
 
-/// Binds the rows of the built-in table to their symbols; done again, it changes nothing.
-void bind_builtins();
+/// Defines all built-ins, each as its arity says.
+void define_builtins(std::vector<Value> by_arity);
 
 /// A copy of the definitions as the prelude left them, until the program check has restored from it
 /// what it needs.

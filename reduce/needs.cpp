@@ -3,11 +3,11 @@
 
 #include <algorithm>
 #include <span>
-#include <vector>
 
 #include "reduce/analysis.h"
 #include "reduce/heads.h"
 #include "reduce/meanings.h"
+#include "value/worklist.h"
 
 namespace marl {
 
@@ -35,14 +35,14 @@ bool is_repeated(std::string_view name, Node* expression) {
         bool in_lambda;
     };
     bool seen = false;
-    std::vector<Place> rest{{expression, false}};
+    Worklist<Place> rest;
+    rest.push({expression, false});
     while (!rest.empty()) {
-        const auto [node, in_lambda] = rest.back();
-        rest.pop_back();
+        const auto [node, in_lambda] = rest.pop();
         if (!is_leaf(node)) {
             const bool inner = in_lambda || form(node) == Form::lambda;
-            rest.push_back({left(node), inner});
-            rest.push_back({right(node), inner});
+            rest.push({left(node), inner});
+            rest.push({right(node), inner});
         } else if (is_leaf_text(node, name)) {
             if (seen || in_lambda) return true;
             seen = true;

@@ -1,46 +1,107 @@
-// A map from names to Symbols that only grows, with names of one byte in an array in front of it.
-// The definitions are no table of their own: they are found by going through the Symbols, which
-// happens a few times in a run, and never in a call.
+// The Symbols stand in a row that only grows, with an index by the hashes of their names, and names
+// of one byte in an array in front of it. The definitions are no table of their own: they are found
+// by going through the Symbols, which happens a few times in a run, and never in a call.
 #include "reduce/tables.h"
 
-#include <map>
+#include <algorithm>
+#include <deque>
+
+#include "text/hash_index.h"
 
 namespace marl {
 
-namespace {
+std::vector<Value> builtin_definitions;
 
-// Keyed by views of the symbols' own names. Never destroyed: Leaves point into it to the end.
-using SymbolMap = std::map<std::string_view, std::unique_ptr<Symbol>>;
-SymbolMap& symbols() {
-    static auto* map = new SymbolMap;
-    return *map;
+void define_builtin(Symbol& symbol) {
+    const auto arity = static_cast<size_t>(symbol.builtin->arity);
+    if (arity >= builtin_definitions.size()) return;
+    symbol.definition = builtin_definitions[arity];
+    symbol.parameters = symbol.builtin->arity;
 }
 
-// Names of one byte, which most Leaves hold, are found without a search.
-Symbol* one_byte_symbols[256];
+namespace {
+
+struct SymbolTable {
+    std::deque<Symbol> all;  // as they were made
+    HashIndex by_name;
+    std::vector<Symbol*> in_key_order;  // of those that there were when somebody asked last
+    Symbol* of_one_byte[256] = {};      // which most Leaves hold
+};
+
+// Never destroyed: Leaves point into it to the end.
+SymbolTable& symbols() {
+    static auto* table = new SymbolTable;
+    return *table;
+}
+
+bool is_before(const Symbol* a, const Symbol* b) { return a->name.view() < b->name.view(); }
+
+const std::vector<Symbol*>& symbols_in_key_order() {
+    SymbolTable& table = symbols();
+    std::vector<Symbol*>& sorted = table.in_key_order;
+    const auto known = static_cast<std::ptrdiff_t>(sorted.size());
+    if (sorted.size() == table.all.size()) return sorted;
+    for (auto symbol = table.all.begin() + known; symbol != table.all.end(); ++symbol) {
+        sorted.push_back(&*symbol);
+    }
+    std::sort(sorted.begin() + known, sorted.end(), is_before);
+    std::inplace_merge(sorted.begin(), sorted.begin() + known, sorted.end(), is_before);
+    return sorted;
+}
+
+const HashIndex& builtins_by_name() {
+    static const auto* index = [] {
+        auto* made = new HashIndex;
+        const std::span<const Builtin> rows = builtin_table();
+        for (uint32_t i = 0; i < rows.size(); ++i) made->enter(hash_of_bytes(rows[i].name), i);
+        return made;
+    }();
+    return *index;
+}
+
+const Builtin* find_builtin(std::string_view name, uint64_t hash) {
+    const std::span<const Builtin> rows = builtin_table();
+    const uint32_t place =
+        builtins_by_name().find(hash, [&](uint32_t i) { return rows[i].name == name; });
+    return place == no_place ? nullptr : &rows[place];
+}
+
+Symbol& make_symbol(std::string_view name, uint64_t hash, const Builtin* builtin) {
+    SymbolTable& table = symbols();
+    table.by_name.enter(hash, static_cast<uint32_t>(table.all.size()));
+    Symbol& symbol = table.all.emplace_back();
+    symbol.name = String(name);
+    if (name.size() == 1) table.of_one_byte[static_cast<uint8_t>(name[0])] = &symbol;
+    symbol.builtin = builtin;
+    if (builtin) define_builtin(symbol);
+    return symbol;
+}
+
+Symbol* known_symbol(std::string_view name, uint64_t hash) {
+    SymbolTable& table = symbols();
+    const uint32_t place =
+        table.by_name.find(hash, [&](uint32_t i) { return table.all[i].name.view() == name; });
+    return place == no_place ? nullptr : &table.all[place];
+}
 
 }  // namespace
 
 Symbol* find_symbol(std::string_view name) {
-    if (name.size() == 1) return one_byte_symbols[static_cast<uint8_t>(name[0])];
-    const auto found = symbols().find(name);
-    return found == symbols().end() ? nullptr : found->second.get();
+    if (name.size() == 1) return symbols().of_one_byte[static_cast<uint8_t>(name[0])];
+    const uint64_t hash = hash_of_bytes(name);
+    if (Symbol* known = known_symbol(name, hash)) return known;
+    const Builtin* builtin = find_builtin(name, hash);
+    return builtin ? &make_symbol(name, hash, builtin) : nullptr;
 }
 
 Symbol& symbol_of(std::string_view name) {
     if (name.size() == 1) {
         if (Symbol* known = find_symbol(name)) return *known;
+        return make_symbol(name, hash_of_bytes(name), nullptr);
     }
-    // The first names of a process come in order.
-    const bool is_last = !symbols().empty() && symbols().rbegin()->first < name;
-    const auto place = is_last ? symbols().end() : symbols().lower_bound(name);
-    if (place != symbols().end() && place->first == name) return *place->second;
-    auto made = std::make_unique<Symbol>();
-    made->name = String(name);
-    Symbol& symbol = *made;
-    symbols().emplace_hint(place, symbol.name.view(), std::move(made));
-    if (name.size() == 1) one_byte_symbols[static_cast<uint8_t>(name[0])] = &symbol;
-    return symbol;
+    const uint64_t hash = hash_of_bytes(name);
+    if (Symbol* known = known_symbol(name, hash)) return *known;
+    return make_symbol(name, hash, find_builtin(name, hash));
 }
 
 Symbol& bind_symbol(Node* name_leaf) {
@@ -55,20 +116,21 @@ Node* find_definition(std::string_view name) {
 }
 
 Symbol* next_defined_symbol(const Symbol* after) {
-    const auto& map = symbols();
-    auto next = after ? map.upper_bound(after->name.view()) : map.begin();
-    while (next != map.end() && !next->second->definition) ++next;
-    return next == map.end() ? nullptr : next->second.get();
+    const std::vector<Symbol*>& sorted = symbols_in_key_order();
+    auto next =
+        after ? std::upper_bound(sorted.begin(), sorted.end(), after, is_before) : sorted.begin();
+    while (next != sorted.end() && !(*next)->definition) ++next;
+    return next == sorted.end() ? nullptr : *next;
 }
 
 void for_each_symbol(const std::function<void(Symbol&)>& see) {
-    for (const auto& [name, symbol] : symbols()) see(*symbol);
+    for (Symbol& symbol : symbols().all) see(symbol);
 }
 
 std::vector<Symbol*> defined_symbols() {
     std::vector<Symbol*> defined;
-    for (const auto& [name, symbol] : symbols()) {
-        if (symbol->definition) defined.push_back(symbol.get());
+    for (Symbol* symbol : symbols_in_key_order()) {
+        if (symbol->definition) defined.push_back(symbol);
     }
     return defined;
 }

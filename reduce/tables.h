@@ -48,14 +48,16 @@ struct Symbol {
     int8_t operation = -1;       // the Op of reduce/code.h that does what the built-in does, or -1
     Value definition;            // null when the name has none
     int parameters = 0;          // the lambdas at the top of `definition`, 11 for that many or more
+    int binders = 0;             // of the name around where a walk over scopes stands
     bool calm = false;           // as reduce/calm.cpp knows it
     bool unmemoised = false;     // a constant that is evaluated anew at each use
     std::unique_ptr<Code> code;  // the code of `definition`, made at the first call; null before
 };
 
-/// The one Symbol of a name, made at the first question.
+/// The one Symbol of a name, made at the first question; that of a built-in knows it, and has its
+/// definition.
 Symbol& symbol_of(std::string_view name);
-/// The Symbol of a name if anything has asked for it, else null.
+/// The Symbol of a name if anything has asked for it or it is a built-in's, else null.
 Symbol* find_symbol(std::string_view name);
 /// Finds the Symbol of a name Leaf and keeps it in the Leaf.
 Symbol& bind_symbol(Node* name_leaf);
@@ -67,13 +69,19 @@ inline Symbol& symbol_of_leaf(Node* name_leaf) {
 
 /// The definition of a name, borrowed; null when it has none.
 Node* find_definition(std::string_view name);
-/// Calls a function with each Symbol that there is.
+/// Calls a function with each Symbol that there is, in the order in which they were made.
 void for_each_symbol(const std::function<void(Symbol&)>& see);
-/// The symbols that have a definition, in key order, as they stand now.
+/// The symbols that have a definition, in key order, as they stand now; of the built-ins only those
+/// that anything has asked for.
 std::vector<Symbol*> defined_symbols();
 /// The first symbol behind `after` that has a definition, null when there is none; the first of all
 /// for null. For a walk that meets what is defined ahead of it meanwhile.
 Symbol* next_defined_symbol(const Symbol* after);
+/// What the built-ins of each arity are defined as; none before they are defined. A Symbol of one
+/// that is made later takes it from here.
+extern std::vector<Value> builtin_definitions;
+/// Gives the Symbol of a built-in its definition, if there is one yet.
+void define_builtin(Symbol& symbol);
 /// The built-in table: all rows, in key order (library/registry.cpp).
 std::span<const Builtin> builtin_table();
 }  // namespace marl

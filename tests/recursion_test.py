@@ -16,7 +16,7 @@ import sys
 
 # What may be on a cycle, and why that is bounded.
 BOUNDED = {
-    "Compiler::.*": "a body is cut from a depth of expressions on",
+    "Compiler::.*|walk_both_ways": "a body is cut from a depth of expressions on",
     "Piece::.*|make_piece|.*vector::~vector": "pieces nest as expressions in code do",
     # Parts are cut likewise, and what stands in the program's text has its nodes: a closure whose node
     # is made of code meets others by a list of its own.
@@ -25,7 +25,8 @@ BOUNDED = {
     "node_(in_place_of|of_tagged|of_cell)|remainder_of|template_of|run_template|run|hoist_applied|construct|"
     "lay_out_frame|take_(code_away|parameters)|push_(parts|operands)|"
     "give_code_to_lambdas|take_numbers_from_nodes|is_settled_with|const": "parts nest as expressions in code do",
-    "analyse_.*|free_set|symbol_of|bind_symbol|Symbol::~Symbol": "what these ask of a node costs no walk",
+    "analyse_.*|free_set|(find|make|bind)_symbol|symbol_of|define_builtin|Symbol::~Symbol":
+        "what these ask of a node costs no walk",
     "destroy|Value::~Value|run_todo_action": "runs within runs have a limit",
     "mag_(add|mul)|multiply(_equal)?|forward|backward|change_base|read_bits|unfold_bits|bracket_code|"
     "divide_(by_(top|newton)|newton|numbers|run)|multiply_limbs|reciprocal": "the size halves",

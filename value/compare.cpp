@@ -1,14 +1,12 @@
 // The total order on Values. Walks with a list of its own, so that depth costs heap and no stack.
 #include <algorithm>
 #include <cstring>
-#include <tuple>
-#include <utility>
-#include <vector>
 
 #include "value/identity.h"
 #include "value/real_word.h"
 #include "value/value.h"
 #include "value/word.h"
+#include "value/worklist.h"
 
 namespace marl {
 
@@ -59,12 +57,16 @@ int compare_leaves(Node* a, Node* b) {
 }  // namespace
 
 int compare(Node* a, Node* b) {
-    std::vector<std::pair<Node*, Node*>> rest;
+    struct Both {
+        Node* a;
+        Node* b;
+    };
+    Worklist<Both> rest;
     for (;;) {
         if (a != b) {
             if (is_leaf(a) != is_leaf(b)) return is_leaf(a) ? 1 : -1;
             if (!is_leaf(a)) {
-                rest.emplace_back(right(a), right(b));
+                rest.push({right(a), right(b)});
                 a = left(a);
                 b = left(b);
                 continue;
@@ -72,8 +74,9 @@ int compare(Node* a, Node* b) {
             if (const int order = compare_leaves(a, b)) return order;
         }
         if (rest.empty()) return 0;
-        std::tie(a, b) = rest.back();
-        rest.pop_back();
+        const Both next = rest.pop();
+        a = next.a;
+        b = next.b;
     }
 }
 

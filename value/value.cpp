@@ -125,7 +125,11 @@ int64_t length(Node* node) {
             const PostExtent extent = post_extent(node);
             return extent.offset + extent.length;
         }
-        default: return static_cast<int64_t>(strlen(leaf_text(node)));
+        default: {
+            const char* bytes = leaf_text(node);
+            if (kind != 0 && bytes[1] == 0) return 1;  // as nearly all names are
+            return static_cast<int64_t>(strlen(bytes));
+        }
     }
 }
 

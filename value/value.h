@@ -94,7 +94,8 @@ std::string_view leaf_bytes(Node* node);
 /// The same as a String of its own.
 inline String text(Node* node) { return String(leaf_bytes(node)); }
 inline bool is_leaf_text(Node* node, std::string_view bytes) {
-    return is_leaf(node) && leaf_bytes(node) == bytes;
+    const bool may_be = is_leaf(node) && (bytes.empty() || *leaf_text(node) == bytes[0]);
+    return may_be && leaf_bytes(node) == bytes;
 }
 
 /// The slots of a cray, unaligned and of 64 bits: read and write them through these. Each holds a

@@ -4,9 +4,9 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
 
 #include "value/value.h"
+#include "value/worklist.h"
 
 namespace marl {
 
@@ -38,16 +38,13 @@ enum class Go { in, past, out };
 /// parts, these from left to right. Whether it got to the end.
 template <class Parts = Children, class See>
 bool walk(Node* root, See see) {
-    std::vector<Node*> rest;
+    Worklist<Node*> rest;
     for (Node* node = root;;) {
         const Go go = see(node);
         if (go == Go::out) return false;
-        if (go == Go::in) {
-            Parts::from_the_back(node, [&](Node* part) { rest.push_back(part); });
-        }
+        if (go == Go::in) Parts::from_the_back(node, [&](Node* part) { rest.push(part); });
         if (rest.empty()) return true;
-        node = rest.back();
-        rest.pop_back();
+        node = rest.pop();
     }
 }
 
@@ -74,15 +71,15 @@ void walk_both_ways(Node* root, Begin begin, End end) {
         Node* node;
         bool parts_done;
     };
-    std::vector<Task> tasks{{root, false}};
+    Worklist<Task> tasks;
+    tasks.push({root, false});
     while (!tasks.empty()) {
-        const auto [node, parts_done] = tasks.back();
-        tasks.pop_back();
+        const auto [node, parts_done] = tasks.pop();
         if (parts_done) {
             end(node);
         } else if (begin(node)) {
-            tasks.push_back({node, true});
-            Parts::from_the_back(node, [&](Node* part) { tasks.push_back({part, false}); });
+            tasks.push({node, true});
+            Parts::from_the_back(node, [&](Node* part) { tasks.push({part, false}); });
         }
     }
 }

@@ -1,0 +1,118 @@
+// Hashes, and an index that leads from them to places in a row which somebody else keeps.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+#include <vector>
+
+namespace marl {
+
+/// Spreads what differs in any bit over all of them.
+inline uint64_t mix(uint64_t h) {
+    h ^= h >> 32;
+    h *= 0xD6E8FEB86659FD93;
+    h ^= h >> 32;
+    h *= 0xD6E8FEB86659FD93;
+    h ^= h >> 32;
+    return h;
+}
+
+inline uint64_t hash_of_bytes(std::string_view bytes) {
+    uint64_t h = bytes.size() * 0x9E3779B97F4A7C15;
+    if (bytes.size() == 1) return mix(h ^ static_cast<uint8_t>(bytes[0]));
+    for (; bytes.size() >= sizeof h; bytes.remove_prefix(sizeof h)) {
+        uint64_t word;
+        memcpy(&word, bytes.data(), sizeof word);
+        h = mix(h ^ word);
+    }
+    uint64_t word = 0;
+    memcpy(&word, bytes.data(), bytes.size());
+    return mix(h ^ word);
+}
+
+/// The place of nobody.
+constexpr uint32_t no_place = 0xFFFFFFFF;
+
+/// Places by the low half of a hash: open addressing, linear probing, at most two thirds
+/// full. The half hash stands in the slot, so the index grows and shrinks without a look elsewhere.
+class HashIndex {
+  public:
+    /// The first place entered under the hash for which the test holds, else `no_place`.
+    template <class Test>
+    uint32_t find(uint64_t hash, Test test) const {
+        if (slots_.empty()) return no_place;
+        const auto half = static_cast<uint32_t>(hash);
+        for (size_t i = half & mask();; i = (i + 1) & mask()) {
+            const Slot& slot = slots_[i];
+            if (slot.free()) return no_place;
+            if (slot.half_hash == half && test(slot.place())) return slot.place();
+        }
+    }
+
+    /// Has the slots of a hash brought into the cache.
+    void fetch(uint64_t hash) const {
+        if (!slots_.empty()) __builtin_prefetch(&slots_[static_cast<uint32_t>(hash) & mask()]);
+    }
+
+    void enter(uint64_t hash, uint32_t place) {
+        if ((used_ + 1) * 3 > slots_.size() * 2) grow();
+        put({static_cast<uint32_t>(hash), place + 1});
+        ++used_;
+    }
+
+    /// Replaces a place that was entered under the hash by another one.
+    void move(uint64_t hash, uint32_t from, uint32_t to) {
+        slots_[slot_of(hash, from)].place_plus_1 = to + 1;
+    }
+
+    void remove(uint64_t hash, uint32_t place) {
+        // Later slots of the run move up, unless that would put them in front of where they belong.
+        size_t hole = slot_of(hash, place);
+        for (size_t i = (hole + 1) & mask(); !slots_[i].free(); i = (i + 1) & mask()) {
+            const size_t home = slots_[i].half_hash & mask();
+            if (((i - home) & mask()) < ((i - hole) & mask())) continue;
+            slots_[hole] = slots_[i];
+            hole = i;
+        }
+        slots_[hole] = {};
+        --used_;
+    }
+
+  private:
+    struct Slot {
+        uint32_t half_hash = 0;
+        uint32_t place_plus_1 = 0;  // 0: the slot is free
+
+        bool free() const { return place_plus_1 == 0; }
+        uint32_t place() const { return place_plus_1 - 1; }
+    };
+
+    size_t mask() const { return slots_.size() - 1; }
+
+    void put(Slot slot) {
+        size_t i = slot.half_hash & mask();
+        while (!slots_[i].free()) i = (i + 1) & mask();
+        slots_[i] = slot;
+    }
+
+    size_t slot_of(uint64_t hash, uint32_t place) const {
+        size_t i = static_cast<uint32_t>(hash) & mask();
+        while (slots_[i].place() != place) i = (i + 1) & mask();
+        return i;
+    }
+
+    void grow() {
+        std::vector<Slot> old(slots_.empty() ? 1024 : slots_.size() * 2);
+        old.swap(slots_);
+        for (const Slot& slot : old) {
+            if (!slot.free()) put(slot);
+        }
+    }
+
+    std::vector<Slot> slots_;  // a power of two of them
+    size_t used_ = 0;
+};
+
+}  // namespace marl
