@@ -7,28 +7,15 @@
 #include <cstdint>
 #include <cstring>
 
-#include "number/lanes.h"
+#include "number/decimal_runs.h"
 #include "number/radix.h"
 
 namespace marl {
 
-/// r = a + b + carry, of n limbs. Gives the carry.
+/// r = a + b, of n limbs. Gives the carry.
 inline uint64_t add_equal(Binary, uint64_t* r, const uint64_t* a, const uint64_t* b, size_t n) {
     uint64_t carry = 0;
     for (size_t i = 0; i < n; ++i) r[i] = Binary::add(a[i], b[i], carry);
-    return carry;
-}
-inline uint64_t add_equal(Decimal, uint64_t* r, const uint64_t* a, const uint64_t* b, size_t n) {
-    Lanes carries = {};
-    size_t i = 0;
-    for (; i + lanes_at_once <= n; i += lanes_at_once) {
-        if (add_lanes(r + i, a + i, b + i, carries)) continue;
-        uint64_t carry = carries[1] & 1;
-        for (size_t k = i; k < i + lanes_at_once; ++k) r[k] = Decimal::add(a[k], b[k], carry);
-        carries[1] = -static_cast<int64_t>(carry);
-    }
-    uint64_t carry = carries[1] & 1;
-    for (; i < n; ++i) r[i] = Decimal::add(a[i], b[i], carry);
     return carry;
 }
 
@@ -37,22 +24,6 @@ inline uint64_t subtract_equal(Binary, uint64_t* r, const uint64_t* a, const uin
                                size_t n) {
     uint64_t borrow = 0;
     for (size_t i = 0; i < n; ++i) r[i] = Binary::subtract(a[i], b[i], borrow);
-    return borrow;
-}
-inline uint64_t subtract_equal(Decimal, uint64_t* r, const uint64_t* a, const uint64_t* b,
-                               size_t n) {
-    Lanes borrows = {};
-    size_t i = 0;
-    for (; i + lanes_at_once <= n; i += lanes_at_once) {
-        if (subtract_lanes(r + i, a + i, b + i, borrows)) continue;
-        uint64_t borrow = borrows[1] & 1;
-        for (size_t k = i; k < i + lanes_at_once; ++k) {
-            r[k] = Decimal::subtract(a[k], b[k], borrow);
-        }
-        borrows[1] = -static_cast<int64_t>(borrow);
-    }
-    uint64_t borrow = borrows[1] & 1;
-    for (; i < n; ++i) r[i] = Decimal::subtract(a[i], b[i], borrow);
     return borrow;
 }
 

@@ -1,0 +1,100 @@
+// Sums and differences of decimal limbs, r = a + b and r = a - b.
+//
+// On x86-64 the carry stays in the processor's flag from limb to limb. A sum is formed with
+// 2^64 - base more, which overflows just when it reaches the base; where it doesn't, the base is
+// added again. A difference that is negative gets it likewise. Nothing but the additions themselves
+// may touch the flag, which no compiler takes into account, so these few instructions are written
+// out.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "number/radix.h"
+
+namespace marl {
+
+#if defined(__x86_64__)
+
+/// For n limbs, n a positive multiple of 4. Gives the carry.
+inline uint64_t add_fours(uint64_t* r, const uint64_t* a, const uint64_t* b, size_t n) {
+    uint64_t limb, other, carry = 0;
+    size_t fours = n / 4;
+    asm volatile(
+        "clc\n"
+        "1: .irp place, 0, 8, 16, 24\n"
+        "mov \\place(%[b]), %[limb]\n"
+        "lea (%[limb], %[above]), %[limb]\n"
+        "adc \\place(%[a]), %[limb]\n"
+        "lea (%[limb], %[base]), %[other]\n"
+        "cmovnc %[other], %[limb]\n"
+        "mov %[limb], \\place(%[r])\n"
+        ".endr\n"
+        "lea 32(%[a]), %[a]\n"
+        "lea 32(%[b]), %[b]\n"
+        "lea 32(%[r]), %[r]\n"
+        "dec %[fours]\n"
+        "jnz 1b\n"
+        "setc %b[carry]\n"
+        : [r] "+r"(r), [a] "+r"(a), [b] "+r"(b), [fours] "+r"(fours), [carry] "+r"(carry),
+          [limb] "=&r"(limb), [other] "=&r"(other)
+        : [base] "r"(Decimal::base), [above] "r"(uint64_t{0} - Decimal::base)
+        : "cc", "memory");
+    return carry;
+}
+
+/// The same for a difference. Gives the borrow.
+inline uint64_t subtract_fours(uint64_t* r, const uint64_t* a, const uint64_t* b, size_t n) {
+    uint64_t limb, other, borrow = 0;
+    size_t fours = n / 4;
+    asm volatile(
+        "clc\n"
+        "1: .irp place, 0, 8, 16, 24\n"
+        "mov \\place(%[a]), %[limb]\n"
+        "sbb \\place(%[b]), %[limb]\n"
+        "lea (%[limb], %[base]), %[other]\n"
+        "cmovc %[other], %[limb]\n"
+        "mov %[limb], \\place(%[r])\n"
+        ".endr\n"
+        "lea 32(%[a]), %[a]\n"
+        "lea 32(%[b]), %[b]\n"
+        "lea 32(%[r]), %[r]\n"
+        "dec %[fours]\n"
+        "jnz 1b\n"
+        "setc %b[borrow]\n"
+        : [r] "+r"(r), [a] "+r"(a), [b] "+r"(b), [fours] "+r"(fours), [borrow] "+r"(borrow),
+          [limb] "=&r"(limb), [other] "=&r"(other)
+        : [base] "r"(Decimal::base)
+        : "cc", "memory");
+    return borrow;
+}
+
+/// How many of n limbs go four at a time.
+constexpr size_t in_fours(size_t n) { return n / 4 * 4; }
+
+#else
+
+inline uint64_t add_fours(uint64_t*, const uint64_t*, const uint64_t*, size_t) { return 0; }
+inline uint64_t subtract_fours(uint64_t*, const uint64_t*, const uint64_t*, size_t) { return 0; }
+constexpr size_t in_fours(size_t) { return 0; }
+
+#endif
+
+/// r = a + b, of n limbs. Gives the carry.
+inline uint64_t add_equal(Decimal, uint64_t* r, const uint64_t* a, const uint64_t* b, size_t n) {
+    size_t i = in_fours(n);
+    uint64_t carry = i > 0 ? add_fours(r, a, b, i) : 0;
+    for (; i < n; ++i) r[i] = Decimal::add(a[i], b[i], carry);
+    return carry;
+}
+
+/// r = a - b, of n limbs. Gives the borrow.
+inline uint64_t subtract_equal(Decimal, uint64_t* r, const uint64_t* a, const uint64_t* b,
+                               size_t n) {
+    size_t i = in_fours(n);
+    uint64_t borrow = i > 0 ? subtract_fours(r, a, b, i) : 0;
+    for (; i < n; ++i) r[i] = Decimal::subtract(a[i], b[i], borrow);
+    return borrow;
+}
+
+}  // namespace marl
