@@ -94,17 +94,46 @@ bool fits_transform(size_t n) {
     return piece_count<Radix>(n) <= Radix::most_pieces;
 }
 
+/// The product in `length` pieces, over whose top it goes to the low end.
+template <class Radix>
+PieceList wrapped_product(const uint64_t* a, size_t na, const uint64_t* b, size_t nb,
+                          size_t length) {
+    Spectrum x = spectrum_of(pieces_of(Radix{}, a, na), length);
+    if (a == b && na == nb) return cyclic_product<Radix>(x, x);
+    const Spectrum y = spectrum_of(pieces_of(Radix{}, b, nb), length);
+    return cyclic_product<Radix>(std::move(x), y);
+}
+
+/// The lowest pieces of a product.
+template <class Radix>
+PieceList lowest_pieces(size_t count, const uint64_t* a, size_t na, const uint64_t* b, size_t nb) {
+    const size_t enough =
+        (count * Radix::group_limbs + Radix::group_pieces - 1) / Radix::group_pieces;
+    na = std::min(na, enough);
+    nb = std::min(nb, enough);
+    Limbs product(na + nb);
+    multiply_limbs<Radix>(product.data(), a, na, b, nb);
+    PieceList pieces = pieces_of(Radix{}, product.data(), std::min(product.size(), enough));
+    pieces.resize(count);
+    return pieces;
+}
+
+/// Where a product is longer than a transform by few pieces, it takes that one, and these are
+/// worked out by themselves.
 template <class Radix>
 void multiply_transform(uint64_t* r, const uint64_t* a, size_t na, const uint64_t* b, size_t nb) {
     const size_t n = na + nb;
-    const size_t length = convolution_length(piece_count<Radix>(n));
-    Spectrum x = spectrum_of(pieces_of(Radix{}, a, na), length);
-    if (a == b && na == nb) {
-        limbs_of(Radix{}, r, n, cyclic_product<Radix>(x, x));
-    } else {
-        const Spectrum y = spectrum_of(pieces_of(Radix{}, b, nb), length);
-        limbs_of(Radix{}, r, n, cyclic_product<Radix>(std::move(x), y));
+    const size_t count = piece_count<Radix>(n);
+    const size_t length = convolution_length(count);
+    const size_t shorter = length % 3 == 0 ? length / 3 * 2 : length / 4 * 3;
+    const size_t more = count - shorter;
+    if (more * 8 <= shorter && piece_count<Radix>(na) <= shorter) {
+        PieceList product = wrapped_product<Radix>(a, na, b, nb, shorter);
+        if (unwrap<Radix>(product, lowest_pieces<Radix>(more, a, na, b, nb))) {
+            return limbs_of(Radix{}, r, n, product);
+        }
     }
+    limbs_of(Radix{}, r, n, wrapped_product<Radix>(a, na, b, nb, length));
 }
 
 /// r = |a - b|, of na limbs, where na >= nb. Tells whether a < b.

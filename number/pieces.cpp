@@ -115,6 +115,18 @@ void wrap(PieceList& pieces, Wide carry) {
     }
 }
 
+/// a - b modulo the power of the base that a's length says, where b is no longer.
+template <class Radix>
+PieceList subtracted(PieceList a, const PieceList& b) {
+    bool borrow = false;
+    for (size_t i = 0; i < b.size() || (borrow && i < a.size()); ++i) {
+        const Wide less = (i < b.size() ? b[i] : 0) + (borrow ? 1 : 0);
+        borrow = a[i] < less;
+        a[i] = a[i] - less + (borrow ? Radix::piece_base : 0);
+    }
+    return a;
+}
+
 }  // namespace
 
 PieceList pieces_of(Decimal, const uint64_t* limbs, size_t n) { return cut_all<Decimal>(limbs, n); }
@@ -156,9 +168,24 @@ PieceList cyclic_product(Spectrum a, const Spectrum& b) {
     return product;
 }
 
+// The product is H * base^n + L, and the cyclic one H + L, or less than that by base^n - 1. Less
+// can only be what is below H, and so has zeros from the length of H on.
+template <class Radix>
+bool unwrap(PieceList& product, const PieceList& lowest) {
+    const size_t more = lowest.size();
+    const auto top = product.begin() + static_cast<std::ptrdiff_t>(more);
+    if (std::all_of(top, product.end(), [](Wide piece) { return piece == 0; })) return false;
+    const PieceList high = subtracted<Radix>(PieceList(product.begin(), top), lowest);
+    product = subtracted<Radix>(std::move(product), high);
+    product.insert(product.end(), high.begin(), high.end());
+    return true;
+}
+
 template PieceList folded<Decimal>(const PieceList&, size_t);
 template PieceList folded<Binary>(const PieceList&, size_t);
 template PieceList cyclic_product<Decimal>(Spectrum, const Spectrum&);
 template PieceList cyclic_product<Binary>(Spectrum, const Spectrum&);
+template bool unwrap<Decimal>(PieceList&, const PieceList&);
+template bool unwrap<Binary>(PieceList&, const PieceList&);
 
 }  // namespace marl

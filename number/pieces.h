@@ -35,5 +35,10 @@ PieceList folded(const PieceList& pieces, size_t n);
 /// shorter one has at most `most_pieces`.
 template <class Radix>
 PieceList cyclic_product(Spectrum a, const Spectrum& b);
+/// Makes a product of its cyclic one of n pieces, which is shorter by as many pieces as `lowest`
+/// has, the lowest ones of the product: at most n. False, with nothing changed, where the cyclic
+/// one doesn't tell enough, which hardly any does.
+template <class Radix>
+bool unwrap(PieceList& product, const PieceList& lowest);
 
 }  // namespace marl
