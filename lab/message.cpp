@@ -62,8 +62,8 @@ std::string one_line(std::string_view say) {
 }
 
 Lines::Lines(std::string_view text) : text_(text), begins_{0} {
-    for (size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '\n') begins_.push_back(i + 1);
+    for (size_t at = text.find('\n'); at != text.npos; at = text.find('\n', at + 1)) {
+        begins_.push_back(at + 1);
     }
 }
 

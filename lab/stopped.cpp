@@ -21,8 +21,7 @@ constexpr size_t most_shown = 20;
 
 struct Shown {
     ShownOnSignal::Tell tell;
-    bool is_interrupted = false;
-    std::vector<std::string> at_interrupt;
+    std::optional<std::vector<std::string>> at_interrupt;
 };
 Shown& shown_now() {
     static auto* shown = new Shown;
@@ -61,16 +60,13 @@ void (*interrupt_before)(int) = nullptr;
 
 void on_interrupt(int number) {
     Shown& shown = shown_now();
-    if (shown.tell && !shown.is_interrupted) {
-        shown.is_interrupted = true;
-        shown.at_interrupt = shown.tell();
-    }
+    if (shown.tell && !shown.at_interrupt) shown.at_interrupt = shown.tell();
     interrupt_before(number);
 }
 
 void at_end() {
     Shown& shown = shown_now();
-    if (shown.is_interrupted && shown.tell) show("Interrupted;", shown.at_interrupt);
+    if (shown.at_interrupt && shown.tell) show("Interrupted;", *shown.at_interrupt);
 }
 
 void handle(int number, void (*handler)(int)) {
@@ -98,7 +94,7 @@ void make_signal_stack() {
 ShownOnSignal::ShownOnSignal(Tell tell) {
     static const bool registered = std::atexit(at_end) == 0;
     MARL_REQUIRE(registered);
-    shown_now() = {std::move(tell), false, {}};
+    shown_now() = {std::move(tell), {}};
     make_signal_stack();
     for (const int number : ending) handle(number, on_ending);
 }

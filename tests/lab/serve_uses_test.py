@@ -47,6 +47,8 @@ class Uses(unittest.TestCase):
             path = self.folder / "project" / f"{name}.marl"
             path.parent.mkdir(parents=True, exist_ok=True)
             path.write_text(text)
+        (self.folder / "project/main.txt").write_text(MAIN)
+        (self.folder / "project/old.marl").mkdir()
         installed = packing_test.Installed(self.folder / "installed", LAB)
         installed.library(self.folder / "project/lib")
         serve_test.LAB = installed.lab
