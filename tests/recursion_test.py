@@ -28,8 +28,8 @@ BOUNDED = {
     "analyse_.*|free_set|(find|make|bind)_symbol|symbol_of|define_builtin|Symbol::~Symbol":
         "what these ask of a node costs no walk",
     "destroy|Value::~Value|run_todo_action": "runs within runs have a limit",
-    "mag_(add|mul)|multiply(_equal|_transform)?|lowest_pieces|forward|backward|change_base|read_bits|unfold_bits|bracket_code|"
-    "divide_(by_(top|newton)|newton|numbers|run)|multiply_limbs|reciprocal": "the size halves",
+    "mag_(add|mul)|multiply(_equal|_transform)?|lowest_pieces|forward|backward|change_base|read_bits|"
+    "unfold_bits|bracket_code|divide_(by_(top|newton)|newton|numbers|run)|multiply_limbs|reciprocal": "the size halves",
     "TreeBuilder::push_text|walk": "once: what is called is of the other kind",
 }
 NESTED = ("marl::reduce(", "marl::reduce_call(")
