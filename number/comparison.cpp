@@ -106,6 +106,7 @@ struct Elements {
             if (both != 0 && both == cray_word(y, i)) continue;
             a = cray_slot(x, i);
             b = cray_slot(y, i);
+            if (a && a == b) continue;  // a closure in one of them, and its node in the other
             if (!a) a = empty;
             if (!b) b = empty;
             return true;

@@ -37,6 +37,7 @@ int compare_arrays(Node* x, Node* y) {
         if (hold_one_node(cray_word(x, i), cray_word(y, i))) continue;
         Node* const a = cray_slot(x, i);
         Node* const b = cray_slot(y, i);
+        if (a == b) continue;  // a closure in one of them, and its node in the other
         return compare_bytes(reinterpret_cast<const char*>(&a), reinterpret_cast<const char*>(&b),
                              sizeof a);
     }
