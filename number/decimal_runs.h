@@ -16,58 +16,49 @@ namespace marl {
 
 #if defined(__x86_64__)
 
+// The loop, for an operation on the limbs at `place` and the condition on which the base is added.
+#define MARL_IN_FOURS(operation, add_base)                                                      \
+    asm volatile(                                                                               \
+        "clc\n"                                                                                 \
+        "1: .irp place, 0, 8, 16, 24\n" operation "lea (%[limb], %[base]), %[other]\n" add_base \
+        " %[other], %[limb]\n"                                                                  \
+        "mov %[limb], \\place(%[r])\n"                                                          \
+        ".endr\n"                                                                               \
+        "lea 32(%[a]), %[a]\n"                                                                  \
+        "lea 32(%[b]), %[b]\n"                                                                  \
+        "lea 32(%[r]), %[r]\n"                                                                  \
+        "dec %[fours]\n"                                                                        \
+        "jnz 1b\n"                                                                              \
+        "setc %b[over]\n"                                                                       \
+        : [r] "+r"(r), [a] "+r"(a), [b] "+r"(b), [fours] "+r"(fours), [over] "+r"(over),        \
+          [limb] "=&r"(limb), [other] "=&r"(other)                                              \
+        : [base] "r"(Decimal::base), [above] "r"(uint64_t{0} - Decimal::base)                   \
+        : "cc", "memory")
+
 /// For n limbs, n a positive multiple of 4. Gives the carry.
 inline uint64_t add_fours(uint64_t* r, const uint64_t* a, const uint64_t* b, size_t n) {
-    uint64_t limb, other, carry = 0;
+    uint64_t limb, other, over = 0;
     size_t fours = n / 4;
-    asm volatile(
-        "clc\n"
-        "1: .irp place, 0, 8, 16, 24\n"
+    MARL_IN_FOURS(
         "mov \\place(%[b]), %[limb]\n"
         "lea (%[limb], %[above]), %[limb]\n"
-        "adc \\place(%[a]), %[limb]\n"
-        "lea (%[limb], %[base]), %[other]\n"
-        "cmovnc %[other], %[limb]\n"
-        "mov %[limb], \\place(%[r])\n"
-        ".endr\n"
-        "lea 32(%[a]), %[a]\n"
-        "lea 32(%[b]), %[b]\n"
-        "lea 32(%[r]), %[r]\n"
-        "dec %[fours]\n"
-        "jnz 1b\n"
-        "setc %b[carry]\n"
-        : [r] "+r"(r), [a] "+r"(a), [b] "+r"(b), [fours] "+r"(fours), [carry] "+r"(carry),
-          [limb] "=&r"(limb), [other] "=&r"(other)
-        : [base] "r"(Decimal::base), [above] "r"(uint64_t{0} - Decimal::base)
-        : "cc", "memory");
-    return carry;
+        "adc \\place(%[a]), %[limb]\n",
+        "cmovnc");
+    return over;
 }
 
 /// The same for a difference. Gives the borrow.
 inline uint64_t subtract_fours(uint64_t* r, const uint64_t* a, const uint64_t* b, size_t n) {
-    uint64_t limb, other, borrow = 0;
+    uint64_t limb, other, over = 0;
     size_t fours = n / 4;
-    asm volatile(
-        "clc\n"
-        "1: .irp place, 0, 8, 16, 24\n"
+    MARL_IN_FOURS(
         "mov \\place(%[a]), %[limb]\n"
-        "sbb \\place(%[b]), %[limb]\n"
-        "lea (%[limb], %[base]), %[other]\n"
-        "cmovc %[other], %[limb]\n"
-        "mov %[limb], \\place(%[r])\n"
-        ".endr\n"
-        "lea 32(%[a]), %[a]\n"
-        "lea 32(%[b]), %[b]\n"
-        "lea 32(%[r]), %[r]\n"
-        "dec %[fours]\n"
-        "jnz 1b\n"
-        "setc %b[borrow]\n"
-        : [r] "+r"(r), [a] "+r"(a), [b] "+r"(b), [fours] "+r"(fours), [borrow] "+r"(borrow),
-          [limb] "=&r"(limb), [other] "=&r"(other)
-        : [base] "r"(Decimal::base)
-        : "cc", "memory");
-    return borrow;
+        "sbb \\place(%[b]), %[limb]\n",
+        "cmovc");
+    return over;
 }
+
+#undef MARL_IN_FOURS
 
 /// How many of n limbs go four at a time.
 constexpr size_t in_fours(size_t n) { return n / 4 * 4; }
