@@ -321,6 +321,12 @@ size_t convolution_length(size_t n) {
     return length >= 4 && length / 4 * 3 >= n ? length / 4 * 3 : length;
 }
 
+size_t length_to_wrap(size_t n) {
+    const size_t length = convolution_length(n);
+    const size_t shorter = length % 3 == 0 ? length / 3 * 2 : length / 4 * 3;
+    return (n - shorter) * 8 <= shorter ? shorter : length;
+}
+
 Spectrum spectrum_of(const std::vector<Wide>& sequence, size_t length) {
     MARL_REQUIRE(sequence.size() <= length && length == convolution_length(length));
     Spectrum spectrum;

@@ -26,6 +26,9 @@ using Sum = std::array<uint64_t, 3>;
 /// The length of the transform for a product of n elements: the least 2^k or 3 * 2^k that holds it.
 size_t convolution_length(size_t n);
 
+/// The same for one that may be some elements shorter, a ninth of n at most.
+size_t length_to_wrap(size_t n);
+
 /// The spectrum of a sequence of numbers below 2^80 that is no longer than `length`, one that
 /// `convolution_length` gives.
 Spectrum spectrum_of(const std::vector<Wide>& sequence, size_t length);

@@ -213,43 +213,72 @@ Division divide_numbers(const Limbs& a, const Limbs& b) {
 // what is divided, and the rest is short: the product is only wanted modulo a power of the base
 // less 1, which takes transforms of half the length.
 
-/// a less a product known modulo piece_base^n - 1, when that is nearer to 0 than half the modulus.
+/// A number that is multiplied with others, transformed once for all of them.
 template <class Radix>
+struct Factor {
+    Limbs limbs;
+    size_t count;  // of pieces, that are wanted of its products
+    size_t length;
+    Spectrum spectrum;
+
+    /// Of products the pieces of n limbs are wanted.
+    Factor(Limbs a, size_t n)
+        : limbs(std::move(a)),
+          count(piece_count<Radix>(n)),
+          length(length_to_wrap(count)),
+          spectrum(spectrum_of_limbs(limbs)) {}
+
+    Spectrum spectrum_of_limbs(const Limbs& a) const {
+        PieceList pieces = pieces_of(Radix{}, a.data(), a.size());
+        if (pieces.size() > length) pieces = folded<Radix>(pieces, length);
+        return spectrum_of(pieces, length);
+    }
+    /// A product modulo piece_base^length - 1.
+    PieceList cyclic(const Limbs& a) const {
+        return cyclic_product<Radix>(spectrum_of_limbs(a), spectrum);
+    }
+    /// As many of its lowest pieces as the length is less than what is wanted.
+    PieceList lowest(const Limbs& a) const {
+        if (a.empty()) return PieceList(count - length);
+        return lowest_pieces<Radix>(count - length, a.data(), a.size(), limbs.data(), limbs.size());
+    }
+};
+
+/// The product, which has n limbs at most, the n that are wanted.
+template <class Radix>
+Limbs product_of(const Factor<Radix>& x, const Limbs& a, size_t n) {
+    PieceList pieces = x.cyclic(a);
+    if (x.length < x.count) unwrap<Radix>(pieces, x.lowest(a));
+    Limbs product(n);
+    limbs_of(Radix{}, product.data(), n, pieces);
+    mag_trim(product);
+    return product;
+}
+
+/// a less a product, when that is nearer to 0 than a quarter of what is wanted can tell.
 struct Difference {
     bool negative;
     Limbs magnitude;
 };
 template <class Radix>
-Difference<Radix> difference_from(const Limbs& a, const PieceList& product) {
-    const size_t n = product.size();
-    PieceList rest = folded<Radix>(pieces_of(Radix{}, a.data(), a.size()), n);
-    bool borrow = false;
-    const auto take = [&](size_t i, Wide piece) {
-        const Wide taken = piece + borrow;
-        borrow = rest[i] < taken;
-        rest[i] += borrow ? Radix::piece_base - taken : Wide{0} - taken;
-    };
-    for (size_t i = 0; i < n; ++i) take(i, product[i]);
-    for (size_t i = 0; borrow && i < n; ++i) take(i, 0);
-    const bool negative = rest.back() >= Radix::piece_base / 2;
-    if (negative) {
+Difference difference_from(const Limbs& a, const Factor<Radix>& x, const Limbs& b) {
+    const PieceList pieces = pieces_of(Radix{}, a.data(), a.size());
+    PieceList rest = folded<Radix>(pieces, x.length);
+    if (subtract_pieces<Radix>(rest, x.cyclic(b))) subtract_pieces<Radix>(rest, {1});
+    bool negative = rest.back() >= Radix::piece_base / 2;
+    if (x.length < x.count) {
+        PieceList lowest = pieces;
+        lowest.resize(x.count - x.length);
+        subtract_pieces<Radix>(lowest, x.lowest(b));
+        negative = unwrap_signed<Radix>(rest, lowest);
+    } else if (negative) {
         for (Wide& piece : rest) piece = Radix::piece_base - 1 - piece;
     }
-    Limbs magnitude((n * Radix::group_limbs + Radix::group_pieces - 1) / Radix::group_pieces);
+    const size_t limbs = rest.size() * Radix::group_limbs + Radix::group_pieces - 1;
+    Limbs magnitude(limbs / Radix::group_pieces);
     limbs_of(Radix{}, magnitude.data(), magnitude.size(), rest);
     mag_trim(magnitude);
     return {negative, std::move(magnitude)};
-}
-
-template <class Radix>
-Spectrum spectrum_of_limbs(const Limbs& a, size_t length) {
-    return spectrum_of(pieces_of(Radix{}, a.data(), a.size()), length);
-}
-
-/// The length of transforms for n limbs.
-template <class Radix>
-size_t length_for(size_t n) {
-    return convolution_length(piece_count<Radix>(n));
 }
 
 Limbs power_of_base(size_t n) {
@@ -265,21 +294,13 @@ Limbs reciprocal(const Limbs& b, size_t h) {
     if (h < Radix::newton_limit) return divide_numbers<Radix>(power_of_base(2 * h), top).quotient;
     // One limb more than half of them, so that what the step leaves over is below 1.
     const size_t half = h / 2 + 1;
-    Limbs x = reciprocal<Radix>(top, half);
-    const size_t length = length_for<Radix>(2 * half + 4);
-    const Spectrum spectrum = spectrum_of_limbs<Radix>(x, length);
-    const Difference<Radix> error = difference_from<Radix>(
-        power_of_base(h + half),
-        cyclic_product<Radix>(spectrum_of_limbs<Radix>(top, length), spectrum));
+    const Factor<Radix> x(reciprocal<Radix>(top, half), 2 * half + 4);
+    const Difference error = difference_from(power_of_base(h + half), x, top);
     const size_t dropped = h - half - 1;
-    const PieceList product = cyclic_product<Radix>(
-        spectrum_of_limbs<Radix>(above(error.magnitude, dropped), length), spectrum);
-    Limbs step(2 * half + 4);
-    limbs_of(Radix{}, step.data(), step.size(), product);
-    mag_trim(step);
+    Limbs step = product_of(x, above(error.magnitude, dropped), 2 * half + 4);
     step = above(step, 3 * half - h + 1);
-    x = above_of(x, h - half, {});
-    return error.negative ? mag_sub<Radix>(x, step) : mag_add<Radix>(x, step);
+    const Limbs known = above_of(x.limbs, h - half, {});
+    return error.negative ? mag_sub<Radix>(known, step) : mag_add<Radix>(known, step);
 }
 
 /// A quotient of any length, the divisor and its reciprocal being transformed once for all parts.
@@ -290,10 +311,8 @@ Division divide_newton(const Limbs& a, const Limbs& b) {
     // The quotient in parts of h limbs, two at least, so that the reciprocal is that short.
     const size_t parts = std::max<size_t>(2, (m + n - 1) / n);
     const size_t h = (m + parts - 1) / parts;
-    const size_t x_length = length_for<Radix>(2 * h + 2);
-    const size_t b_length = length_for<Radix>(n + 2);
-    const Spectrum x = spectrum_of_limbs<Radix>(reciprocal<Radix>(b, h), x_length);
-    const Spectrum b_spectrum = spectrum_of_limbs<Radix>(b, b_length);
+    const Factor<Radix> x(reciprocal<Radix>(b, h), 2 * h + 2);
+    const Factor<Radix> divisor(b, n + 2);
     Division result{{}, above(a, m)};
     if (mag_compare(result.remainder, b) >= 0) {
         result = {{1}, mag_sub<Radix>(result.remainder, b)};
@@ -302,13 +321,8 @@ Division divide_newton(const Limbs& a, const Limbs& b) {
         const size_t k = (left - 1) % h + 1;
         left -= k;
         const Limbs rest = above_of(result.remainder, k, below(above(a, left), k));
-        Limbs product(2 * h + 2);
-        limbs_of(Radix{}, product.data(), product.size(),
-                 cyclic_product<Radix>(spectrum_of_limbs<Radix>(above(rest, n - 1), x_length), x));
-        mag_trim(product);
-        Limbs part = above(product, h + 1);
-        Difference<Radix> left_over = difference_from<Radix>(
-            rest, cyclic_product<Radix>(spectrum_of_limbs<Radix>(part, b_length), b_spectrum));
+        Limbs part = above(product_of(x, above(rest, n - 1), 2 * h + 2), h + 1);
+        Difference left_over = difference_from(rest, divisor, part);
         while (left_over.negative) {
             part = mag_sub<Radix>(part, {1});
             left_over.negative = mag_compare(left_over.magnitude, b) > 0;

@@ -104,36 +104,19 @@ PieceList wrapped_product(const uint64_t* a, size_t na, const uint64_t* b, size_
     return cyclic_product<Radix>(std::move(x), y);
 }
 
-/// The lowest pieces of a product.
-template <class Radix>
-PieceList lowest_pieces(size_t count, const uint64_t* a, size_t na, const uint64_t* b, size_t nb) {
-    const size_t enough =
-        (count * Radix::group_limbs + Radix::group_pieces - 1) / Radix::group_pieces;
-    na = std::min(na, enough);
-    nb = std::min(nb, enough);
-    Limbs product(na + nb);
-    multiply_limbs<Radix>(product.data(), a, na, b, nb);
-    PieceList pieces = pieces_of(Radix{}, product.data(), std::min(product.size(), enough));
-    pieces.resize(count);
-    return pieces;
-}
-
 /// Where a product is longer than a transform by few pieces, it takes that one, and these are
 /// worked out by themselves.
 template <class Radix>
 void multiply_transform(uint64_t* r, const uint64_t* a, size_t na, const uint64_t* b, size_t nb) {
     const size_t n = na + nb;
     const size_t count = piece_count<Radix>(n);
-    const size_t length = convolution_length(count);
-    const size_t shorter = length % 3 == 0 ? length / 3 * 2 : length / 4 * 3;
-    const size_t more = count - shorter;
-    if (more * 8 <= shorter && piece_count<Radix>(na) <= shorter) {
-        PieceList product = wrapped_product<Radix>(a, na, b, nb, shorter);
-        if (unwrap<Radix>(product, lowest_pieces<Radix>(more, a, na, b, nb))) {
-            return limbs_of(Radix{}, r, n, product);
-        }
+    size_t length = length_to_wrap(count);
+    if (length < piece_count<Radix>(na)) length = convolution_length(count);
+    PieceList product = wrapped_product<Radix>(a, na, b, nb, length);
+    if (length < count) {
+        unwrap<Radix>(product, lowest_pieces<Radix>(count - length, a, na, b, nb));
     }
-    limbs_of(Radix{}, r, n, wrapped_product<Radix>(a, na, b, nb, length));
+    limbs_of(Radix{}, r, n, product);
 }
 
 /// r = |a - b|, of na limbs, where na >= nb. Tells whether a < b.
@@ -206,6 +189,23 @@ void multiply_limbs(uint64_t* r, const uint64_t* a, size_t na, const uint64_t* b
         }
         add_limbs_in_place<Radix>(r + from, product.data(), n + nb);
     }
+}
+
+template <class Radix>
+PieceList lowest_pieces(size_t count, const uint64_t* a, size_t na, const uint64_t* b, size_t nb) {
+    const size_t enough =
+        (count * Radix::group_limbs + Radix::group_pieces - 1) / Radix::group_pieces;
+    na = std::min(na, enough);
+    nb = std::min(nb, enough);
+    Limbs product(na + nb);
+    if (na < nb) {
+        multiply_limbs<Radix>(product.data(), b, nb, a, na);
+    } else {
+        multiply_limbs<Radix>(product.data(), a, na, b, nb);
+    }
+    PieceList pieces = pieces_of(Radix{}, product.data(), std::min(product.size(), enough));
+    pieces.resize(count);
+    return pieces;
 }
 
 void mag_trim(Limbs& a) {
@@ -287,6 +287,8 @@ Limbs mag_pow(const Limbs& a, uint64_t n) {
 
 template void multiply_limbs<Binary>(uint64_t*, const uint64_t*, size_t, const uint64_t*, size_t);
 template void multiply_limbs<Decimal>(uint64_t*, const uint64_t*, size_t, const uint64_t*, size_t);
+template PieceList lowest_pieces<Binary>(size_t, const uint64_t*, size_t, const uint64_t*, size_t);
+template PieceList lowest_pieces<Decimal>(size_t, const uint64_t*, size_t, const uint64_t*, size_t);
 template Limbs mag_add<Binary>(const Limbs&, const Limbs&);
 template Limbs mag_sub<Binary>(const Limbs&, const Limbs&);
 template Limbs mag_mul<Binary>(const Limbs&, const Limbs&);

@@ -115,16 +115,21 @@ void wrap(PieceList& pieces, Wide carry) {
     }
 }
 
-/// a - b modulo the power of the base that a's length says, where b is no longer.
+/// a += b, where b is no longer. Whether it goes over the top of a, which is left out.
 template <class Radix>
-PieceList subtracted(PieceList a, const PieceList& b) {
-    bool borrow = false;
-    for (size_t i = 0; i < b.size() || (borrow && i < a.size()); ++i) {
-        const Wide less = (i < b.size() ? b[i] : 0) + (borrow ? 1 : 0);
-        borrow = a[i] < less;
-        a[i] = a[i] - less + (borrow ? Radix::piece_base : 0);
+bool add(PieceList& a, const PieceList& b) {
+    bool carry = false;
+    for (size_t i = 0; i < b.size() || (carry && i < a.size()); ++i) {
+        a[i] += (i < b.size() ? b[i] : 0) + (carry ? 1 : 0);
+        carry = a[i] >= Radix::piece_base;
+        if (carry) a[i] -= Radix::piece_base;
     }
-    return a;
+    return carry;
+}
+
+template <class Radix>
+bool is_negative(const PieceList& a) {
+    return a.back() >= Radix::piece_base / 2;
 }
 
 }  // namespace
@@ -168,24 +173,63 @@ PieceList cyclic_product(Spectrum a, const Spectrum& b) {
     return product;
 }
 
-// The product is H * base^n + L, and the cyclic one H + L, or less than that by base^n - 1. Less
-// can only be what is below H, and so has zeros from the length of H on.
 template <class Radix>
-bool unwrap(PieceList& product, const PieceList& lowest) {
-    const size_t more = lowest.size();
-    const auto top = product.begin() + static_cast<std::ptrdiff_t>(more);
-    if (std::all_of(top, product.end(), [](Wide piece) { return piece == 0; })) return false;
-    const PieceList high = subtracted<Radix>(PieceList(product.begin(), top), lowest);
-    product = subtracted<Radix>(std::move(product), high);
-    product.insert(product.end(), high.begin(), high.end());
-    return true;
+bool subtract_pieces(PieceList& a, const PieceList& b) {
+    bool borrow = false;
+    for (size_t i = 0; i < b.size() || (borrow && i < a.size()); ++i) {
+        const Wide less = (i < b.size() ? b[i] : 0) + (borrow ? 1 : 0);
+        borrow = a[i] < less;
+        a[i] += (borrow ? Radix::piece_base : 0) - less;
+    }
+    return borrow;
+}
+
+// The number is H * base^n + L, and what it is cyclically H + L, or that but for base^n - 1, which
+// shows when H is taken away: then L is below 0 or not below base^n, and H is 1 off.
+template <class Radix>
+void unwrap(PieceList& pieces, const PieceList& lowest) {
+    PieceList high(pieces.begin(), pieces.begin() + static_cast<std::ptrdiff_t>(lowest.size()));
+    subtract_pieces<Radix>(high, lowest);
+    if (subtract_pieces<Radix>(pieces, high)) subtract_pieces<Radix>(high, {1});
+    pieces.insert(pieces.end(), high.begin(), high.end());
+}
+
+namespace {
+
+/// -a modulo the power of the base that its length says.
+template <class Radix>
+PieceList negative_of(const PieceList& a) {
+    PieceList negative(a.size());
+    subtract_pieces<Radix>(negative, a);
+    return negative;
+}
+
+}  // namespace
+
+template <class Radix>
+bool unwrap_signed(PieceList& pieces, const PieceList& lowest) {
+    PieceList high(pieces.begin(), pieces.begin() + static_cast<std::ptrdiff_t>(lowest.size()));
+    subtract_pieces<Radix>(high, lowest);
+    if (is_negative<Radix>(high)) {
+        if (add<Radix>(pieces, negative_of<Radix>(high))) add<Radix>(high, {1});
+    } else if (subtract_pieces<Radix>(pieces, high)) {
+        subtract_pieces<Radix>(high, {1});
+    }
+    pieces.insert(pieces.end(), high.begin(), high.end());
+    const bool negative = is_negative<Radix>(pieces);
+    if (negative) pieces = negative_of<Radix>(pieces);
+    return negative;
 }
 
 template PieceList folded<Decimal>(const PieceList&, size_t);
 template PieceList folded<Binary>(const PieceList&, size_t);
 template PieceList cyclic_product<Decimal>(Spectrum, const Spectrum&);
 template PieceList cyclic_product<Binary>(Spectrum, const Spectrum&);
-template bool unwrap<Decimal>(PieceList&, const PieceList&);
-template bool unwrap<Binary>(PieceList&, const PieceList&);
+template bool subtract_pieces<Decimal>(PieceList&, const PieceList&);
+template bool subtract_pieces<Binary>(PieceList&, const PieceList&);
+template void unwrap<Decimal>(PieceList&, const PieceList&);
+template void unwrap<Binary>(PieceList&, const PieceList&);
+template bool unwrap_signed<Decimal>(PieceList&, const PieceList&);
+template bool unwrap_signed<Binary>(PieceList&, const PieceList&);
 
 }  // namespace marl

@@ -35,10 +35,25 @@ PieceList folded(const PieceList& pieces, size_t n);
 /// shorter one has at most `most_pieces`.
 template <class Radix>
 PieceList cyclic_product(Spectrum a, const Spectrum& b);
-/// Makes a product of its cyclic one of n pieces, which is shorter by as many pieces as `lowest`
-/// has, the lowest ones of the product: at most n. False, with nothing changed, where the cyclic
-/// one doesn't tell enough, which hardly any does.
+
+/// a -= b, where b is no longer. Whether that is below 0, where it is a power of the base too much.
 template <class Radix>
-bool unwrap(PieceList& product, const PieceList& lowest);
+bool subtract_pieces(PieceList& a, const PieceList& b);
+
+/// The lowest pieces of a product, na and nb being at least 1 (number/magnitude.cpp).
+template <class Radix>
+PieceList lowest_pieces(size_t count, const uint64_t* a, size_t na, const uint64_t* b, size_t nb);
+
+// A transform may be some pieces shorter than what it is to tell, if so many of the lowest pieces
+// are worked out by themselves: `length_to_wrap` gives such a length.
+
+/// Makes a number of what it is modulo piece_base^n - 1, in n pieces, and of its lowest ones, of
+/// which there are as many as it has pieces more than n.
+template <class Radix>
+void unwrap(PieceList& pieces, const PieceList& lowest);
+/// The same for one that may be below 0, nearer to 0 than a quarter of the power of the base. Makes
+/// it positive and says whether it was negative.
+template <class Radix>
+bool unwrap_signed(PieceList& pieces, const PieceList& lowest);
 
 }  // namespace marl
