@@ -25,7 +25,8 @@ if(MARL_NATIVE)
 -ffixed-rbx;-ffixed-rbp;-ffixed-r12;-ffixed-r13;-ffixed-r14;-ffixed-r15")
   add_executable(extract_stencils reduce/native/extract.cpp)
   set(MARL_STENCIL_TABLES ${PROJECT_BINARY_DIR}/stencils/stencils.inc)
-  add_custom_command(OUTPUT ${MARL_STENCIL_TABLES} DEPENDS marl_stencils $<TARGET_OBJECTS:marl_stencils>
+  add_custom_command(OUTPUT ${MARL_STENCIL_TABLES}
+    DEPENDS marl_stencils $<TARGET_OBJECTS:marl_stencils> extract_stencils reduce/native/check.cmake
     COMMAND ${CMAKE_COMMAND} -DOBJDUMP=${CMAKE_OBJDUMP} -DOBJECT=$<TARGET_OBJECTS:marl_stencils>
       -P ${PROJECT_SOURCE_DIR}/reduce/native/check.cmake
     COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/stencils

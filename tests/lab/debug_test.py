@@ -28,6 +28,7 @@ LINES = [
     (FACT, ["n fact", "n fact", "l fact", "o"], [r"fact\(2\)»", r"fact\(1\)»", r"fact\(2\)»", r"«3\*2»"]),
     (EFFECTS, ["e", "b 3", "b 100", "w", "e"], [r"\n\| 2\n\| 1|\n\| 1\n\| 2", "The end", "The end"]),
     ("a\\x{leak[a]}1+1", ["f", "f", "b"], ["`leak` can't be gone through backwards"]),
+    ("a\\" + "ff(1)*" * 30 + "2,\n\nff\\n\\n+1", ["n ff"] * 9, [r"\n  \(1\)\*(ff\(1\)\*){5}«ff\(1\)»"]),
     ("a\\raise 9", ["e"], ["ended by a signal"]),
 ]
 

@@ -144,6 +144,9 @@ def check_why():
     places = "a\\ff(1)+\n  ff(0),\n\nff\\x\\5*\n(6/x)-gg(x,6/x),\ngg\\x\\y\\x{y}x"
     shown = re.findall(r"program.marl:(\S+)", run("steps", places, "--why-z").stdout)
     expect("places", shown, ["5:2", "4:6", "4:6", "1:3"])
+    parts = "a\\ff(0),\n\nff\\x\\\n(p q){V(1,6/x)}(p+q)"
+    shown = re.findall(r"program.marl:(\S+)", run("steps", parts, "--why-z").stdout)
+    expect("places in a pair's value", shown, ["4:11", "4:17"])
     many = r"a\far(30,1/0),far\n\x\(n=0)x(far(n-1,x+1))"
     lines = run("steps", many, "--why-z").stdout.splitlines()
     expect("long chain", (len(lines), lines[-1].strip()), (22, "and 11 more"))
