@@ -26,8 +26,9 @@ namespace {
 /// Whether the header alone shows free variables; a node that is not analysed shows none.
 bool shows_free_variables(Node* node) {
     const uint8_t byte = first_byte(node);
-    const bool has_length = is_leaf(node) ? byte == '[' || byte == '\n' || is_digit_byte(byte)
-                                          : top_byte(node) == zits_code;
+    const bool has_length = is_leaf(node)
+                                ? byte == '[' || byte == '(' || byte == '\n' || is_digit_byte(byte)
+                                : top_byte(node) == zits_code;
     return !has_length && span_of(node) != 0;
 }
 

@@ -66,15 +66,10 @@ bool walk_tree(Node* x, Take take) {
     return true;
 }
 
-/// Where the payload of n bytes begins: behind "(", the digits of n and ")".
-int64_t payload_offset(int64_t n) {
-    int64_t digits = 0;
-    for (int64_t rest = n; rest != 0; rest /= 64) ++digits;
-    return digits + 2;
-}
-
-void write_length(char* text, int64_t n) {
-    int64_t i = payload_offset(n) - 1;
+void write_length(Node* post, int64_t n) {
+    keep_post_length(post, n);
+    char* text = leaf_text(post);
+    int64_t i = post_offset(n) - 1;
     text[i] = ')';
     for (int64_t rest = n; rest != 0; rest /= 64) text[--i] = base64_digits[rest % 64];
 }
@@ -84,14 +79,14 @@ void write_length(char* text, int64_t n) {
 Value post_with_size(int64_t n) {
     MARL_REQUIRE(n >= 0);
     if (n > INT64_MAX - 64) out_of_memory();  // no sum below wraps
-    Value made = leaf_with_size('(', payload_offset(n) + n);
-    write_length(leaf_text(made), n);
+    Value made = leaf_with_size('(', post_offset(n) + n);
+    write_length(made, n);
     return made;
 }
 
 Value post_resized(Value post, int64_t n) {
     const PostExtent old = post_extent(post);
-    const int64_t offset = payload_offset(n);
+    const int64_t offset = post_offset(n);
     const auto kept = static_cast<size_t>(std::min(old.length, n));
     const auto move = [&] {
         char* text = leaf_text(post);
@@ -100,7 +95,7 @@ Value post_resized(Value post, int64_t n) {
     if (offset < old.offset) move();
     post = resized_leaf(std::move(post), old.offset + old.length, offset + n);
     if (offset > old.offset) move();
-    write_length(leaf_text(post), n);
+    write_length(post, n);
     return post;
 }
 

@@ -1,13 +1,16 @@
 // Making Leaves, and reading them back. How long a Leaf is stands in one of three places, by its
-// first byte: in the header (text and digits that are not too long, crays), in the text itself (the
-// count in front of a post's payload), or at its NUL. Text too long for the header has its length
-// in a word in front of it; digits too long for it are measured again at each question.
+// first byte: in the header (text and digits that are not too long, crays, and posts where nobody
+// can look at it), in the text itself (the count in front of a post's payload), or at its NUL. Text
+// too long for the header has its length in a word in front of it; digits too long for it are
+// measured again at each question.
 #include "value/value.h"
 
 #include <array>
+#include <bit>
 #include <cstring>
 #include <new>
 
+#include "value/identity.h"
 #include "value/long_number.h"
 #include "value/resize.h"
 #include "value/word.h"
@@ -101,9 +104,16 @@ Value pair(Value left, Value right) {
     return Value::adopt(node);
 }
 
+int64_t post_offset(int64_t n) { return (std::bit_width(static_cast<uint64_t>(n)) + 5) / 6 + 2; }
+
+void keep_post_length(Node* post, int64_t n) {
+    set_span(post, !keeps_identity && n < span_limit ? n : 0);
+}
+
 PostExtent post_extent(Node* post) {
     const char* bytes = leaf_text(post);
     MARL_REQUIRE(*bytes == '(');
+    if (const int64_t known = span_of(post)) return {post_offset(known), known};
     int64_t n = 0;
     int64_t i = 1;
     for (; bytes[i] != ')'; ++i) {

@@ -118,6 +118,10 @@ struct PostExtent {
     int64_t length;
 };
 PostExtent post_extent(Node* post);
+/// Where a payload of n bytes begins: behind "(", the digits of n and ")".
+int64_t post_offset(int64_t n);
+/// Keeps the length of a payload in the header, where no program can look at it.
+void keep_post_length(Node* post, int64_t n);
 
 /// The total order on Values, with the sign turned round: 1 when a sorts before b, 0 when they are
 /// equal, -1 when a sorts after b. Leaves sort before Pairs; Leaves by unsigned bytes, then the
