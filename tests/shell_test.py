@@ -26,6 +26,8 @@ ROWS = (
     ("ulimit -s 8192; X=$(printf %99999s) $M p", NESTED, "said\n",
      "marl: runs are nested too deeply\n", 1),
     ("ulimit -v 100000; $M p", FILLED, "said\n", "marl: out of memory\n", 1),
+    ("$M p", r"a\002^(2^70)", "", "marl: out of memory\n", 1),
+    ("$M p", r"a\0001^(2^70)", "", "marl: out of memory\n", 1),
     ("$M p 2>&-; cat o", OPENED, "(V01 (V9 3))\n", "", 0),
     ("$M p 0<&- 2>&-", OPENED, "(V01 (V9 3))\n", "", 0),
     ("cat p | $M /dev/stdin", r"a\say[said];7," + SAYS, "said\n", "", 7),
