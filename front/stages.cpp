@@ -98,6 +98,7 @@ void check_text(Module& module) {
 
 void cut_text(Module& module) {
     const std::vector<int64_t> lines = backquote_lines(module.text.view());
+    module.has_backquotes = !lines.empty();
     const String text = normalise(module.text.view());
     size_t next_line = 0;
     for (const auto [begin, end] : cut_pieces(text.view())) {
@@ -236,11 +237,13 @@ void publish(Module& module) {
 }
 
 void evaluate_backquotes(Module& module) {
+    // What is loaded becomes a copy of what was interned in any case.
+    const bool in_any_case = module.kind != ModuleKind::program;
+    if (!in_any_case && !module.has_backquotes) return;
     DefinitionsChange change;
     for (auto& [name, slot] : module.definitions) {
         Node* expression = current(name, slot);
-        // What is loaded becomes a copy of what was interned in any case.
-        if (module.kind == ModuleKind::program && !holds_backquote(expression)) continue;
+        if (!in_any_case && !holds_backquote(expression)) continue;
         // A program can tell copies in its text apart. A value may hold one part far too often to
         // be copied out.
         const Shared shared = expression == slot.get() ? Shared::copied : Shared::kept;

@@ -27,6 +27,7 @@ struct Module {
     bool all_faults = false;                 // else the first one ends the check
     std::vector<Fault> faults;               // in the order in which they were found
     std::map<String, Value> definitions;     // the entry expression under the empty name
+    bool has_backquotes = false;             // in the text
     std::set<String> unmemoised;             // constants that are evaluated anew at each use
     std::vector<String> roots = {String()};  // the keys of what is alive in any case: the entry's
     const std::map<String, Value>* prelude = nullptr;  // what is defined anyway; null: nothing
