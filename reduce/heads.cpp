@@ -6,7 +6,7 @@
 namespace marl {
 
 bool is_lazy_name(std::string_view name) {
-    return !name.empty() && lazy_heads[static_cast<uint8_t>(name[0])];
+    return !name.empty() && is_lazy_byte(static_cast<uint8_t>(name[0]));
 }
 
 bool is_abort(Node* r) {

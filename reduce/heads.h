@@ -10,16 +10,25 @@
 
 namespace marl {
 
-/// The first bytes of lazy heads.
-constexpr auto lazy_heads = [] {
-    std::array<bool, 256> table{};
-    for (char c : std::string_view("&|ABCDEFHIJKLNQRTUVXZ")) table[static_cast<uint8_t>(c)] = true;
-    return table;
-}();
+/// The first bytes of lazy heads from `from` on, a bit each.
+constexpr uint64_t lazy_bytes(int from) {
+    uint64_t bits = 0;
+    for (const char c : std::string_view("&|ABCDEFHIJKLNQRTUVXZ")) {
+        if (c / 64 * 64 == from) bits |= uint64_t{1} << c % 64;
+    }
+    return bits;
+}
+/// Whether a head with that first byte is lazy; by numbers that fit an instruction.
+constexpr bool is_lazy_byte(uint8_t byte) {
+    constexpr uint64_t low = lazy_bytes(0);
+    constexpr uint64_t high = lazy_bytes(64);
+    const uint64_t bits = byte < 64 ? low : byte < 128 ? high : 0;
+    return (bits >> byte % 64 & 1) != 0;
+}
 
 /// Whether a head is lazy: an application of it fires without a look at its arguments. A zits Pair
 /// is strict.
-inline bool lazy_head(const Node* head) { return is_leaf(head) && lazy_heads[first_byte(head)]; }
+inline bool lazy_head(const Node* head) { return is_leaf(head) && is_lazy_byte(first_byte(head)); }
 /// The same for the head with that text.
 bool is_lazy_name(std::string_view name);
 

@@ -415,10 +415,15 @@ MARL_INSTRUCTION(if_strict) {
     if (!is_node(function)) MARL_SLOW(slow_if_strict);
     const int code = top_byte(node_of(function)) & 0x7F;
     if (code < rank_zero_code + MARL_COUNT || code >= zits_code) MARL_SLOW(slow_if_strict);
-    if (lazy_heads[first_byte(name_in_front(node_of(function)))]) MARL_FURTHER;
+    if (is_lazy_byte(first_byte(name_in_front(node_of(function))))) MARL_FURTHER;
     MARL_NEXT;
 }
-MARL_INSTRUCTION(if_held) { MARL_SLOW(slow_if_held); }
+MARL_INSTRUCTION(if_held) {
+    // Mostly nothing is.
+    const StackEntry& entry = top[-1];
+    if (is_argument(entry) || entry.kind() == Op::land_before_choice) MARL_SLOW(slow_if_held);
+    MARL_NEXT;
+}
 MARL_INSTRUCTION(wait) {
     top->next = MARL_FURTHER_ONE;
     ++top;
