@@ -59,7 +59,7 @@ void forget_early_code(Module& module) {
 void intern_builtins(Module&) {
     std::vector<Value> by_arity = builtin_definitions;
     for (Value& definition : by_arity) definition = intern(std::move(definition));
-    define_builtins(std::move(by_arity));
+    set_builtin_definitions(std::move(by_arity));
 }
 
 void drop_all_unsettled(Module&) { drop_unsettled_members(); }

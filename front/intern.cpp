@@ -24,8 +24,6 @@ uint64_t hash_of_pair(uint64_t left_hash, uint64_t right_hash) {
     return mix(std::rotl(left_hash, 23) * 0x9E3779B97F4A7C15 + right_hash);
 }
 
-constexpr uint32_t no_member = no_place;
-
 uint64_t hash_of_address(Node* node) { return mix(reinterpret_cast<uint64_t>(node)); }
 
 /// A member; what a walk has found is borrowed, as nothing leaves the set meanwhile.
@@ -40,13 +38,13 @@ struct InternSet {
     HashIndex by_address;
 
     uint32_t place_of(Node* node) const {
-        if (count_of(node) < 2) return no_member;  // the set's reference and the caller's
+        if (count_of(node) < 2) return no_place;  // the set's reference and the caller's
         return by_address.find(hash_of_address(node),
                                [&](uint32_t place) { return members[place].node == node; });
     }
 
     Member add(Value node, uint64_t hash) {
-        MARL_REQUIRE(members.size() < no_member - 1);
+        MARL_REQUIRE(members.size() < no_place - 1);
         const auto place = static_cast<uint32_t>(members.size());
         by_structure.enter(hash, place);
         by_address.enter(hash_of_address(node), place);
@@ -114,7 +112,7 @@ struct Interning {
     /// The walk comes to a node that may have been met before.
     bool meet_again(Node* node) {
         if (!is_leaf(node)) look_up();
-        if (const uint32_t place = set.place_of(node); place != no_member) {
+        if (const uint32_t place = set.place_of(node); place != no_place) {
             add_step(node, set.members[place].hash, Step::is_member);
             return true;
         }
@@ -161,7 +159,7 @@ struct Interning {
             const Member& member = set.members[i];
             return member.hash == hash && is_leaf(member.node) && same(member.node, node);
         });
-        if (place != no_member) return set.members[place];
+        if (place != no_place) return set.members[place];
         return set.add(Value::share(node), hash);
     }
 
@@ -171,7 +169,7 @@ struct Interning {
             return member.hash == hash && !is_leaf(member.node) &&
                    same(left(member.node), function) && same(right(member.node), argument);
         });
-        if (place != no_member) return set.members[place];
+        if (place != no_place) return set.members[place];
         if (left(node) == function && right(node) == argument) {
             return set.add(Value::share(node), hash);
         }
@@ -203,7 +201,7 @@ void drop_unsettled(Node* expression) {
     walk(expression, [&](Node* node) {
         if (settled(node)) return Go::past;
         const uint32_t place = set.place_of(node);
-        if (place == no_member) return Go::past;
+        if (place == no_place) return Go::past;
         set.remove(place);
         return Go::in;
     });

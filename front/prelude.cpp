@@ -68,7 +68,7 @@ void define_builtins() {
     for (const Builtin& row : builtin_table()) most = std::max<int>(most, row.arity);
     std::vector<Value> by_arity;
     for (int arity = 0; arity <= most; ++arity) by_arity.push_back(lambdas_around_Z(arity));
-    define_builtins(std::move(by_arity));
+    set_builtin_definitions(std::move(by_arity));
 }
 
 }  // namespace marl

@@ -35,46 +35,44 @@ namespace marl {
         : [base] "r"(Decimal::base), [above] "r"(uint64_t{0} - Decimal::base)                   \
         : "cc", "memory")
 
-/// For n limbs, n a positive multiple of 4. Gives the carry.
-inline uint64_t add_fours(uint64_t* r, const uint64_t* a, const uint64_t* b, size_t n) {
-    uint64_t limb, other, over = 0;
+/// Adds the lowest of n limbs, as many as it gives: all that are whole fours. The carry goes out.
+inline size_t add_fours(uint64_t* r, const uint64_t* a, const uint64_t* b, size_t n,
+                        uint64_t& over) {
+    uint64_t limb, other;
     size_t fours = n / 4;
+    if (fours == 0) return 0;
     MARL_IN_FOURS(
         "mov \\place(%[b]), %[limb]\n"
         "lea (%[limb], %[above]), %[limb]\n"
         "adc \\place(%[a]), %[limb]\n",
         "cmovnc");
-    return over;
+    return n / 4 * 4;
 }
 
-/// The same for a difference. Gives the borrow.
-inline uint64_t subtract_fours(uint64_t* r, const uint64_t* a, const uint64_t* b, size_t n) {
-    uint64_t limb, other, over = 0;
+/// The same for a difference and its borrow.
+inline size_t subtract_fours(uint64_t* r, const uint64_t* a, const uint64_t* b, size_t n,
+                             uint64_t& over) {
+    uint64_t limb, other;
     size_t fours = n / 4;
+    if (fours == 0) return 0;
     MARL_IN_FOURS(
         "mov \\place(%[a]), %[limb]\n"
         "sbb \\place(%[b]), %[limb]\n",
         "cmovc");
-    return over;
+    return n / 4 * 4;
 }
 
 #undef MARL_IN_FOURS
-
-/// How many of n limbs go four at a time.
-constexpr size_t in_fours(size_t n) { return n / 4 * 4; }
-
-#else
-
-inline uint64_t add_fours(uint64_t*, const uint64_t*, const uint64_t*, size_t) { return 0; }
-inline uint64_t subtract_fours(uint64_t*, const uint64_t*, const uint64_t*, size_t) { return 0; }
-constexpr size_t in_fours(size_t) { return 0; }
 
 #endif
 
 /// r = a + b, of n limbs. Gives the carry.
 inline uint64_t add_equal(Decimal, uint64_t* r, const uint64_t* a, const uint64_t* b, size_t n) {
-    size_t i = in_fours(n);
-    uint64_t carry = i > 0 ? add_fours(r, a, b, i) : 0;
+    uint64_t carry = 0;
+    size_t i = 0;
+#if defined(__x86_64__)
+    i = add_fours(r, a, b, n, carry);
+#endif
     for (; i < n; ++i) r[i] = Decimal::add(a[i], b[i], carry);
     return carry;
 }
@@ -82,8 +80,11 @@ inline uint64_t add_equal(Decimal, uint64_t* r, const uint64_t* a, const uint64_
 /// r = a - b, of n limbs. Gives the borrow.
 inline uint64_t subtract_equal(Decimal, uint64_t* r, const uint64_t* a, const uint64_t* b,
                                size_t n) {
-    size_t i = in_fours(n);
-    uint64_t borrow = i > 0 ? subtract_fours(r, a, b, i) : 0;
+    uint64_t borrow = 0;
+    size_t i = 0;
+#if defined(__x86_64__)
+    i = subtract_fours(r, a, b, n, borrow);
+#endif
     for (; i < n; ++i) r[i] = Decimal::subtract(a[i], b[i], borrow);
     return borrow;
 }

@@ -215,14 +215,14 @@ Division divide_numbers(const Limbs& a, const Limbs& b) {
 
 /// A number that is multiplied with others, transformed once for all of them.
 template <class Radix>
-struct Factor {
+struct Transformed {
     Limbs limbs;
     size_t count;  // of pieces, that are wanted of its products
     size_t length;
     Spectrum spectrum;
 
     /// Of products the pieces of n limbs are wanted.
-    Factor(Limbs a, size_t n)
+    Transformed(Limbs a, size_t n)
         : limbs(std::move(a)),
           count(piece_count<Radix>(n)),
           length(length_to_wrap(count)),
@@ -246,7 +246,7 @@ struct Factor {
 
 /// The product, which has n limbs at most, the n that are wanted.
 template <class Radix>
-Limbs product_of(const Factor<Radix>& x, const Limbs& a, size_t n) {
+Limbs product_of(const Transformed<Radix>& x, const Limbs& a, size_t n) {
     PieceList pieces = x.cyclic(a);
     if (x.length < x.count) unwrap<Radix>(pieces, x.lowest(a));
     Limbs product(n);
@@ -261,7 +261,7 @@ struct Difference {
     Limbs magnitude;
 };
 template <class Radix>
-Difference difference_from(const Limbs& a, const Factor<Radix>& x, const Limbs& b) {
+Difference difference_from(const Limbs& a, const Transformed<Radix>& x, const Limbs& b) {
     const PieceList pieces = pieces_of(Radix{}, a.data(), a.size());
     PieceList rest = folded<Radix>(pieces, x.length);
     if (subtract_pieces<Radix>(rest, x.cyclic(b))) subtract_pieces<Radix>(rest, {1});
@@ -294,7 +294,7 @@ Limbs reciprocal(const Limbs& b, size_t h) {
     if (h < Radix::newton_limit) return divide_numbers<Radix>(power_of_base(2 * h), top).quotient;
     // One limb more than half of them, so that what the step leaves over is below 1.
     const size_t half = h / 2 + 1;
-    const Factor<Radix> x(reciprocal<Radix>(top, half), 2 * half + 4);
+    const Transformed<Radix> x(reciprocal<Radix>(top, half), 2 * half + 4);
     const Difference error = difference_from(power_of_base(h + half), x, top);
     const size_t dropped = h - half - 1;
     Limbs step = product_of(x, above(error.magnitude, dropped), 2 * half + 4);
@@ -311,8 +311,8 @@ Division divide_newton(const Limbs& a, const Limbs& b) {
     // The quotient in parts of h limbs, two at least, so that the reciprocal is that short.
     const size_t parts = std::max<size_t>(2, (m + n - 1) / n);
     const size_t h = (m + parts - 1) / parts;
-    const Factor<Radix> x(reciprocal<Radix>(b, h), 2 * h + 2);
-    const Factor<Radix> divisor(b, n + 2);
+    const Transformed<Radix> x(reciprocal<Radix>(b, h), 2 * h + 2);
+    const Transformed<Radix> divisor(b, n + 2);
     Division result{{}, above(a, m)};
     if (mag_compare(result.remainder, b) >= 0) {
         result = {{1}, mag_sub<Radix>(result.remainder, b)};

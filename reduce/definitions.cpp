@@ -102,7 +102,7 @@ void retire_code() {
     for (const auto& code : lost_code) retire(*code);
 }
 
-void define_builtins(std::vector<Value> by_arity) {
+void set_builtin_definitions(std::vector<Value> by_arity) {
     builtin_definitions = std::move(by_arity);
     for_each_symbol([](Symbol& symbol) {
         if (symbol.builtin) define_builtin(symbol);

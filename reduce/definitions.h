@@ -45,7 +45,7 @@ void forget_code();
 void retire_code();
 
 /// Defines all built-ins, each as its arity says.
-void define_builtins(std::vector<Value> by_arity);
+void set_builtin_definitions(std::vector<Value> by_arity);
 
 /// A copy of the definitions as the prelude left them, until the program check has restored from it
 /// what it needs.

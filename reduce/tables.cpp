@@ -95,13 +95,8 @@ Symbol* find_symbol(std::string_view name) {
 }
 
 Symbol& symbol_of(std::string_view name) {
-    if (name.size() == 1) {
-        if (Symbol* known = find_symbol(name)) return *known;
-        return make_symbol(name, hash_of_bytes(name), nullptr);
-    }
-    const uint64_t hash = hash_of_bytes(name);
-    if (Symbol* known = known_symbol(name, hash)) return *known;
-    return make_symbol(name, hash, find_builtin(name, hash));
+    if (Symbol* known = find_symbol(name)) return *known;
+    return make_symbol(name, hash_of_bytes(name), nullptr);
 }
 
 Symbol& bind_symbol(Node* name_leaf) {

@@ -19,6 +19,7 @@ inline uint64_t mix(uint64_t h) {
     return h;
 }
 
+/// Equal for equal bytes, the same in every run.
 inline uint64_t hash_of_bytes(std::string_view bytes) {
     uint64_t h = bytes.size() * 0x9E3779B97F4A7C15;
     if (bytes.size() == 1) return mix(h ^ static_cast<uint8_t>(bytes[0]));

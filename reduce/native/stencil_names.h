@@ -9,5 +9,6 @@
     X(less) X(not_less) X(same) X(differ)                                                        \
     X(less_number) X(not_less_number) X(same_number) X(differ_number)                            \
     X(choose_one) X(choose_two) X(cell) X(call) X(call_last) X(call_held) X(apply) X(apply_last) \
-    X(if_strict) X(if_held) X(wait) X(return_value) X(return_number) X(return_constant) X(land) X(land_before_choice)
+    X(if_strict) X(if_held) X(wait) X(return_value) X(return_number) X(return_constant)          \
+    X(land) X(land_before_choice)
 // clang-format on

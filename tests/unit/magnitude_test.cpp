@@ -72,7 +72,7 @@ TYPED_TEST(Magnitudes, all_methods_give_the_same_product) {
 }
 
 // A product that is some pieces longer than a transform is put together from what went round. That
-// of 2 z - 1 and 2 z + 1, z being a power of the base, tells too little for it at some lengths.
+// of 2 z - 1 and 2 z + 1, z being a power of the base, goes round once more at some lengths.
 TYPED_TEST(Magnitudes, products_of_all_lengths_are_those_of_the_schoolbook) {
     for (size_t n = 4; n < 80; ++n) {
         Limbs below(n, TypeParam::largest);
