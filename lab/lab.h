@@ -199,8 +199,8 @@ struct Profiled : Ending {
 };
 
 /// Runs the program by the rules and counts: for pages, where no clock tells what marl itself
-/// spends. All that goes to `tell`, once, at the end of the run or, when the
-/// program ends the process, at that end.
+/// spends. All that goes to `tell`, once, at the end of the run or, when the program ends the
+/// process, at that end.
 void profile(std::string_view text, const std::vector<std::string>& arguments,
              const std::function<void(const Profiled&)>& tell);
 

@@ -83,13 +83,6 @@ struct Called {
     Symbol* symbol = nullptr;
 };
 
-/// The code of a closure that takes just so many arguments, if it is made; else null.
-const Code* code_of_closure(Word function, int count) {
-    if (!is_closure(function) || kind_of_closure(function) != ClosureKind::lambda) return nullptr;
-    const Code* code = closure_of(function)->code;
-    return code->parameters == count && code->made ? code : nullptr;
-}
-
 /// Opens a function that takes just the `count` arguments in the row; leaves it be when it doesn't.
 Called open_function(Word function, Word* row, int count) {
     if (is_cell(function)) return {};
@@ -247,7 +240,7 @@ void slow_apply(MARL_STATE) {
     const bool taken = (at->fields.f & take_a) != 0;
     const Word function = taken ? frame[at->a] : shared_word(frame[at->a]);
     Word* const row = frame + at->b;
-    if (const Code* code = code_of_closure(function, at->c)) {
+    if (const Code* code = is_closure(function) ? code_on(closure_of(function), at->c) : nullptr) {
         open_closure(closure_of(function), row + at->c);
         *top++ = {at + 1, 0};
         frame = row;
@@ -288,7 +281,7 @@ void slow_apply(MARL_STATE) {
 void slow_apply_last(MARL_STATE) {
     const Word function = frame[at->a];
     for (int i = 0; i < at->c; ++i) frame[i] = frame[at->b + i];
-    if (const Code* code = code_of_closure(function, at->c)) {
+    if (const Code* code = is_closure(function) ? code_on(closure_of(function), at->c) : nullptr) {
         open_closure(closure_of(function), frame + at->c);
         MARL_GO_TO(code->start());
     }

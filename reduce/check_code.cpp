@@ -93,11 +93,6 @@ class Walk {
         read(state, row.b, in.b, (taken & take_b) != 0, in.c);
         read(state, row.c, in.c, (taken & take_c) != 0, 0);
         read(state, row.a, in.a, (taken & take_a) != 0, 0);
-        if (in.op == Op::drop) {
-            for (RegisterSet set = in.set; set; set &= set - 1) {
-                take(state, __builtin_ctzll(set));
-            }
-        }
     }
 
     const Instruction* landing(int place) {

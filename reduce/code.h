@@ -85,7 +85,6 @@ struct Instruction {
     union {
         int64_t n = 0;
         Word word;
-        RegisterSet set;
         const Builtin* builtin;
         Symbol* symbol;
         const Instruction* target;

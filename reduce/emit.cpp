@@ -30,12 +30,7 @@ uint8_t Compiler::new_register() {
 }
 
 void Compiler::drop(RegisterSet set) {
-    if (set == 0) return;
-    if ((set & (set - 1)) == 0) {
-        emit(Op::drop_one, 0, __builtin_ctzll(set));
-    } else {
-        emit(Op::drop).set = set;
-    }
+    for (; set; set &= set - 1) emit(Op::drop, 0, __builtin_ctzll(set));
 }
 
 /// A constant of the code. A number needs no node, unless the program can ask which node it is.

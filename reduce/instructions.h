@@ -43,8 +43,7 @@ enum class Role : uint8_t {
     X(share,               next,   write, keep, none, "a = b, one more reference")                 \
     X(constant,            next,   write, none, none, "a = the constant")                          \
     X(number,              next,   write, none, none, "a = the number n")                          \
-    X(drop,                next,   none,  none, none, "release the registers of the set")          \
-    X(drop_one,            next,   none,  take, none, "release b")                                 \
+    X(drop,                next,   none,  take, none, "release b")                                 \
     X(jump,                jump,   none,  none, none, "go on d further")                           \
     X(add,                 next,   write, use,  use,  "a = b + c")                                 \
     X(subtract,            next,   write, use,  use,  "a = b - c")                                 \

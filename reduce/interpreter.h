@@ -130,17 +130,28 @@ inline const Instruction* start_on_one(Node* function, Word* row, Word argument)
     return start;
 }
 
-/// The code of a lambda that takes just one argument, if it is made; else null.
-inline const Code* code_on_one(const Closure* closure) {
+/// The code of a lambda that takes just so many arguments, if it is made; else null.
+inline const Code* code_on(const Closure* closure, int count) {
     if (kind_of(closure) != ClosureKind::lambda) return nullptr;
     const Code* code = closure->code;
-    return code->parameters == 1 && code->made ? code : nullptr;
+    return code->parameters == count && code->made ? code : nullptr;
 }
 
-/// Copies what a closure captured, which keeps it, behind the argument at `row`.
-inline void share_captured(const Closure* closure, const Code* code, Word* row) {
+/// Whether a closure that nobody else holds can be opened without a call.
+inline bool opens_at_once(const Closure* closure, const Code* code) {
+    return MARL_POOL && !closure->node && code->captures <= most_pooled_captures;
+}
+/// Moves what such a closure captured to `to`, and frees it.
+inline void move_captured(Closure* closure, const Code* code, Word* to) {
     const Word* captured = closure->captured;
-    for (int i = code->captures; i > 0; --i) *++row = shared_word(*captured++);
+    for (int i = code->captures; i > 0; --i) *to++ = *captured++;
+    const size_t size = closure_size(static_cast<uint64_t>(code->captures));
+    free_small_node(closure, size, MARL_FREE_LISTS);
+}
+/// Copies what a closure captured, which keeps it, to `to`.
+inline void share_captured(const Closure* closure, const Code* code, Word* to) {
+    const Word* captured = closure->captured;
+    for (int i = code->captures; i > 0; --i) *to++ = shared_word(*captured++);
 }
 
 /// Whether a node is (letter x) y.
@@ -209,8 +220,7 @@ MARL_INSTRUCTION(number) {
     MARL_REGISTER(a) = MARL_WORD;
     MARL_NEXT;
 }
-MARL_INSTRUCTION(drop) { MARL_SLOW(slow_drop); }
-MARL_INSTRUCTION(drop_one) {
+MARL_INSTRUCTION(drop) {
     const Word word = MARL_REGISTER(b);
     if (is_counted(word)) {
         Node* holder = holder_of(word);
@@ -373,32 +383,44 @@ MARL_INSTRUCTION(call_held) {
 }
 MARL_INSTRUCTION(apply) {
     const Word function = MARL_REGISTER(a);
-    if (MARL_COUNT != 1 || !is_closure(function)) MARL_SLOW(apply_node);
+    if (!is_closure(function)) MARL_SLOW(apply_node);
     Closure* closure = closure_of(function);
-    const Code* code = code_on_one(closure);
+    const Code* code = code_on(closure, MARL_COUNT);
     if (!code) MARL_SLOW(slow_apply);
-    if (MARL_TAKES(a)) {
-        if (count_of(closure) == 1) MARL_SLOW(slow_apply);
-        --closure->header;
-    }
-    MARL_FREE_MACHINE;
-    share_captured(closure, code, &MARL_REGISTER(b));
-    MARL_FIND_MACHINE;
+    const bool taken = MARL_TAKES(a);
+    const bool alone = taken && count_of(closure) == 1;
+    if (alone && !opens_at_once(closure, code)) MARL_SLOW(slow_apply);
     top->next = MARL_NEXT_ONE;
     ++top;
     frame = &MARL_REGISTER(b);
+    MARL_FREE_MACHINE;
+    if (alone) {
+        move_captured(closure, code, frame + MARL_COUNT);
+    } else {
+        if (taken) --closure->header;
+        share_captured(closure, code, frame + MARL_COUNT);
+    }
+    MARL_FIND_MACHINE;
     MARL_GO_TO(code->start());
 }
 MARL_INSTRUCTION(apply_last) {
     const Word function = MARL_REGISTER(a);
-    if (MARL_COUNT != 1 || !is_closure(function)) MARL_SLOW(apply_node_last);
+    if (!is_closure(function)) MARL_SLOW(apply_node_last);
     Closure* closure = closure_of(function);
-    const Code* code = code_on_one(closure);
-    if (!code || count_of(closure) == 1) MARL_SLOW(slow_apply_last);
-    --closure->header;
-    *frame = MARL_REGISTER(b);
+    const Code* code = code_on(closure, MARL_COUNT);
+    if (!code || (count_of(closure) == 1 && !opens_at_once(closure, code))) {
+        MARL_SLOW(slow_apply_last);
+    }
     MARL_FREE_MACHINE;
-    share_captured(closure, code, frame);
+    const Word* argument = &MARL_REGISTER(b);
+    Word* to = frame;
+    for (int i = MARL_COUNT; i > 0; --i) *to++ = *argument++;
+    if (count_of(closure) == 1) {
+        move_captured(closure, code, to);
+    } else {
+        --closure->header;
+        share_captured(closure, code, to);
+    }
     MARL_FIND_MACHINE;
     MARL_GO_TO(code->start());
 }

@@ -78,11 +78,6 @@ class Line {
             case Op::return_constant:
             case Op::cell:
             case Op::pairs: words_.push_back(constant(in_.word)); break;
-            case Op::drop:
-                for (int i = 0; i < most_registers; ++i) {
-                    if (in_.set & set_of(i)) words_.push_back(reg(i));
-                }
-                break;
             case Op::builtin:
             case Op::builtin_nested:
             case Op::builtin_last:

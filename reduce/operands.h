@@ -57,6 +57,7 @@
 
 #define MARL_FREE_MACHINE ((void)0)
 #define MARL_FIND_MACHINE ((void)0)
+#define MARL_FREE_LISTS free_lists
 #define MARL_NEXT MARL_GO_TO(at + 1)
 #define MARL_FURTHER MARL_GO_TO(at + at->d)
 #define MARL_WAY(way) MARL_GO_TO(at + at->choice->way)

@@ -93,13 +93,7 @@ Word constant_of(Node* definition) {
 }  // namespace
 
 void slow_drop(MARL_STATE) {
-    if (at->op == Op::drop_one) {
-        release_word(frame[at->b]);
-    } else {
-        for (RegisterSet set = at->set; set; set &= set - 1) {
-            release_word(frame[__builtin_ctzll(set)]);
-        }
-    }
+    release_word(frame[at->b]);
     MARL_NEXT;
 }
 

@@ -81,24 +81,32 @@ inline void take_next_node(FreeBlock* block, size_t size) {
     free_lists[(size + word_size - 1) / word_size] = block->next;
 }
 
-/// `size` is the size that the block was allocated with, give or take what rounding up to words
-/// hides.
-inline void free_node(void* node, [[maybe_unused]] size_t size) {
+inline void count_freed_node([[maybe_unused]] const void* node) {
 #if MARL_COUNT_NODES
     --live_nodes;
 #endif
 #ifdef MARL_OBSERVED
     if (on_freed) on_freed(node);
 #endif
+}
+
+/// Frees one of at most `pooled_limit` bytes, where there are free lists, of which `lists` is the
+/// first one.
+inline void free_small_node(void* node, size_t size, FreeBlock** lists) {
+    count_freed_node(node);
+    auto* block = static_cast<FreeBlock*>(node);
+    FreeBlock*& list = lists[(size + word_size - 1) / word_size];
+    block->next = list;
+    list = block;
+}
+
+/// `size` is the size that the block was allocated with, give or take what rounding up to words
+/// hides.
+inline void free_node(void* node, [[maybe_unused]] size_t size) {
 #if MARL_POOL
-    if (size <= pooled_limit) {
-        auto* block = static_cast<FreeBlock*>(node);
-        FreeBlock*& list = free_lists[(size + word_size - 1) / word_size];
-        block->next = list;
-        list = block;
-        return;
-    }
+    if (size <= pooled_limit) return free_small_node(node, size, free_lists);
 #endif
+    count_freed_node(node);
     free(node);
 }
 

@@ -96,6 +96,9 @@ inline size_t closure_size(uint64_t captured) {
     return sizeof(Closure) - sizeof(Word) + captured * sizeof(Word);
 }
 
+/// How many Words the largest closure holds that comes from a free list.
+constexpr int most_pooled_captures = (pooled_limit - sizeof(Closure)) / sizeof(Word) + 1;
+
 inline void retain_word(Word word) {
     if (is_counted(word)) retain(holder_of(word));
 }

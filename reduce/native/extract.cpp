@@ -148,7 +148,7 @@ class Tables {
         fprintf(file_, "};\nstatic const StencilRow stencil_rows[] = {\n");
         for (const auto& [name, stencil] : stencils) {
             const std::string op = name.substr(code_section.size());
-            fprintf(file_, "{Op::%s, {bytes_of_%s, %zu, patches_of_%s, %zu}},\n", op.c_str(),
+            fprintf(file_, "{Name::%s, {bytes_of_%s, %zu, patches_of_%s, %zu}},\n", op.c_str(),
                     op.c_str(), stencil.bytes.size(), op.c_str(), stencil.patches.size());
         }
         fprintf(file_, "};\n");

@@ -45,8 +45,19 @@ MARL_WIDE(further_one)
 MARL_WIDE(word)
 MARL_WIDE(word_0)
 MARL_WIDE(word_1)
+MARL_WIDE(free_list)
+MARL_WIDE(header)
+MARL_WIDE(part)
+MARL_WIDE(captured_word)
 #undef MARL_NARROW
 #undef MARL_WIDE
+
+/// The address of the free lists, which no stencil may name in a number of 32 bits.
+MARL_INLINE FreeBlock** find_free_lists() {
+    FreeBlock** lists;
+    __asm__("leaq _ZN4marl10free_listsE(%%rip), %0" : "=r"(lists));
+    return lists;
+}
 
 /// A hole that is a distance in bytes from a frame's start, or a number.
 #define MARL_VALUE(name) static_cast<int64_t>(reinterpret_cast<uintptr_t>(hole_##name))
@@ -64,12 +75,19 @@ MARL_WIDE(word_1)
 #define MARL_FIND_MACHINE      \
     __asm__("" : "=r"(value)); \
     __asm__("leaq _ZN4marl7machineE(%%rip), %0" : "=r"(m))
+#define MARL_FREE_LISTS find_free_lists()
 #define MARL_HAND_ON(hole)                        \
     do {                                          \
         MARL_FORGET;                              \
         MARL_JUMP hole(frame, top, m, value, at); \
     } while (0)
 #define MARL_NEXT MARL_HAND_ON(hole_next)
+// From one step of an instruction to the next, which goes on with the value.
+#define MARL_NEXT_STEP                                 \
+    do {                                               \
+        __asm__("" : "=r"(at));                        \
+        MARL_JUMP hole_next(frame, top, m, value, at); \
+    } while (0)
 #define MARL_FURTHER MARL_HAND_ON(hole_further)
 #define MARL_WAY(way) MARL_HAND_ON(hole_way_##way)
 #define MARL_SLOW(function)                                   \

@@ -15,6 +15,7 @@
 #include "reduce/code.h"
 #include "reduce/native/hole_names.h"
 #include "reduce/native/region.h"
+#include "reduce/native/stencil_names.h"
 #include "reduce/operands.h"
 #include "reduce/run_code.h"
 
@@ -53,9 +54,21 @@ struct Stencil {
     size_t patch_count;
 };
 
+enum class Name : uint8_t {
+#define MARL_NAME(name) name,
+    MARL_STENCIL_NAMES(MARL_NAME) MARL_STEP_NAMES(MARL_NAME)
+#undef MARL_NAME
+};
+
 struct StencilRow {
-    Op op;
+    Name name;
     Stencil stencil;
+};
+
+/// A stencil, and the operand that it is about.
+struct Step {
+    const Stencil* stencil;
+    int operand = 0;
 };
 
 }  // namespace
@@ -64,14 +77,27 @@ struct StencilRow {
 
 namespace {
 
-using StencilTable = std::array<const Stencil*, sizeof instruction_rows / sizeof *instruction_rows>;
-const StencilTable& stencil_table() {
+using StencilTable = std::array<const Stencil*, sizeof stencil_rows / sizeof *stencil_rows>;
+const Stencil* stencil_named(Name name) {
     static const StencilTable table = [] {
         StencilTable made{};
-        for (const StencilRow& row : stencil_rows) made[static_cast<size_t>(row.op)] = &row.stencil;
+        for (const StencilRow& row : stencil_rows) {
+            made[static_cast<size_t>(row.name)] = &row.stencil;
+        }
         return made;
     }();
-    return table;
+    return table[static_cast<size_t>(name)];
+}
+
+/// The stencil that does all of an instruction; null for none.
+const Stencil* stencil_of_op(Op op) {
+    switch (op) {
+#define MARL_CASE(name) \
+    case Op::name: return stencil_named(Name::name);
+        MARL_STENCIL_NAMES(MARL_CASE)
+#undef MARL_CASE
+        default: return nullptr;
+    }
 }
 
 bool is_call(Op op) { return op == Op::call || op == Op::call_last || op == Op::call_held; }
@@ -95,8 +121,27 @@ bool fits(const Instruction& in) {
     }
 }
 
-const Stencil* stencil_of(const Instruction& in) {
-    return fits(in) ? stencil_table()[static_cast<size_t>(in.op)] : nullptr;
+/// Whether closures of the part are just what they capture, in a block of a free list.
+bool is_plain_closure(const Code& part) {
+    return MARL_POOL && part.applied.empty() && !part.is_copied && part.captures > 0 &&
+           part.captures <= most_pooled_captures;
+}
+
+/// What an instruction's native code consists of; nothing when its function in the loop runs it.
+std::vector<Step> steps_of(const Instruction& in) {
+    if (in.op == Op::closure && is_plain_closure(*in.part)) {
+        std::vector<Step> steps{{stencil_named(Name::begin_closure)}};
+        for (int i = 0; i < in.c; ++i) {
+            constexpr Name names[] = {Name::capture_taken, Name::capture_shared,
+                                      Name::capture_constant};
+            steps.push_back({stencil_named(names[static_cast<int>(in.operands[i].from)]), i});
+        }
+        steps.push_back({stencil_named(Name::end_closure)});
+        return steps;
+    }
+    const Stencil* stencil = fits(in) ? stencil_of_op(in.op) : nullptr;
+    if (!stencil) return {};
+    return {{stencil}};
 }
 
 // In the place of a stencil: movabs $at, %r8; jmp function.
@@ -107,9 +152,11 @@ constexpr size_t to_target_size = 13;
 static_assert(offsetof(Instruction, run) == 0);
 
 size_t native_size(const Instruction& in) {
-    const Stencil* stencil = stencil_of(in);
-    if (!stencil) return plain_size;
-    return stencil->size + (is_call(in.op) ? to_target_size : 0);
+    const std::vector<Step> steps = steps_of(in);
+    if (steps.empty()) return plain_size;
+    size_t size = is_call(in.op) ? to_target_size : 0;
+    for (const Step& step : steps) size += step.stencil->size;
+    return size;
 }
 
 class Translation {
@@ -119,12 +166,17 @@ class Translation {
 
     void write(size_t i) const {
         const Instruction& in = code_.instructions[i];
-        uint8_t* const place = start_ + places_[i];
-        const Stencil* stencil = stencil_of(in);
-        if (!stencil) return write_plain(in, place);
-        memcpy(place, stencil->bytes, stencil->size);
-        for (size_t k = 0; k < stencil->patch_count; ++k) patch(i, place, stencil->patches[k]);
-        if (is_call(in.op)) write_to_target(in, place + stencil->size);
+        uint8_t* place = start_ + places_[i];
+        const std::vector<Step> steps = steps_of(in);
+        if (steps.empty()) return write_plain(in, place);
+        for (const Step& step : steps) {
+            const Stencil& stencil = *step.stencil;
+            memcpy(place, stencil.bytes, stencil.size);
+            for (size_t k = 0; k < stencil.patch_count; ++k)
+                patch(i, step, place, stencil.patches[k]);
+            place += stencil.size;
+        }
+        if (is_call(in.op)) write_to_target(in, place);
     }
 
     /// Which bytes of an instruction's native code differ from run to run.
@@ -133,14 +185,19 @@ class Translation {
             std::fill_n(marks.begin() + static_cast<ptrdiff_t>(from), count, true);
         };
         const Instruction& in = code_.instructions[i];
-        const Stencil* stencil = stencil_of(in);
-        if (!stencil || is_call(in.op)) mark((stencil ? stencil->size : 0) + 2, sizeof(uint64_t));
-        if (!stencil) return mark(plain_size - sizeof(int32_t), sizeof(int32_t));
-        for (size_t k = 0; k < stencil->patch_count; ++k) {
-            const Patch& patch = stencil->patches[k];
-            if (patch.kind == PatchKind::wide) mark(patch.offset, sizeof(uint64_t));
-            if (patch.kind == PatchKind::relative) mark(patch.offset, sizeof(int32_t));
+        const std::vector<Step> steps = steps_of(in);
+        size_t from = 0;
+        for (const Step& step : steps) {
+            for (size_t k = 0; k < step.stencil->patch_count; ++k) {
+                const Patch& patch = step.stencil->patches[k];
+                if (patch.kind == PatchKind::wide) mark(from + patch.offset, sizeof(uint64_t));
+                if (patch.kind == PatchKind::relative) mark(from + patch.offset, sizeof(int32_t));
+            }
+            from += step.stencil->size;
         }
+        // Behind them stands what sets `at`.
+        if (from < marks.size()) mark(from + 2, sizeof(uint64_t));
+        if (steps.empty()) mark(plain_size - sizeof(int32_t), sizeof(int32_t));
     }
 
   private:
@@ -160,7 +217,7 @@ class Translation {
         const Instruction& in = code_.instructions[i];
         const Code* callee = in.target->code;
         if (callee->native.start) return reinterpret_cast<uintptr_t>(callee->native.start);
-        return native(i, 0) + stencil_of(in)->size;
+        return native(i, 0) + stencil_of_op(in.op)->size;
     }
 
     static void write_plain(const Instruction& in, uint8_t* place) {
@@ -172,10 +229,10 @@ class Translation {
         memcpy(place + 11, &distance, sizeof distance);
     }
 
-    void patch(size_t i, uint8_t* place, const Patch& patch) const {
+    void patch(size_t i, const Step& step, uint8_t* place, const Patch& patch) const {
         uint8_t* const to = place + patch.offset;
         uint64_t value = (patch.to < 0 ? reinterpret_cast<uintptr_t>(targets[~patch.to])
-                                       : value_of(i, static_cast<Hole>(patch.to))) +
+                                       : value_of(i, step, place, static_cast<Hole>(patch.to))) +
                          static_cast<uint64_t>(patch.addend);
         if (patch.kind == PatchKind::wide) {
             memcpy(to, &value, sizeof value);
@@ -191,7 +248,8 @@ class Translation {
         return reinterpret_cast<uintptr_t>(start_ + places_[i + static_cast<size_t>(distance)]);
     }
 
-    uint64_t value_of(size_t i, Hole hole) const {
+    /// What stands in a hole of a step, whose code is at `place`.
+    uint64_t value_of(size_t i, const Step& step, const uint8_t* place, Hole hole) const {
         const Instruction& in = code_.instructions[i];
         const auto in_bytes = [](auto n) { return static_cast<uint64_t>(n) * sizeof(Word); };
         switch (hole) {
@@ -220,7 +278,16 @@ class Translation {
             case Hole::at: return reinterpret_cast<uintptr_t>(&in);
             case Hole::next_one: return reinterpret_cast<uintptr_t>(&in + 1);
             case Hole::further_one: return reinterpret_cast<uintptr_t>(&in + in.d);
-            case Hole::next: return native(i, 1);
+            case Hole::free_list: {
+                const size_t size = closure_size(static_cast<uint64_t>(in.part->captures));
+                return reinterpret_cast<uintptr_t>(free_lists + size / word_size);
+            }
+            case Hole::header: return closure_header(in.part->kind, in.part->captures);
+            case Hole::part: return reinterpret_cast<uintptr_t>(in.part);
+            case Hole::slot: return closure_size(static_cast<uint64_t>(step.operand));
+            case Hole::captured: return in_bytes(in.operands[step.operand].reg);
+            case Hole::captured_word: return in.operands[step.operand].word;
+            case Hole::next: return reinterpret_cast<uintptr_t>(place + step.stencil->size);
             case Hole::further: return native(i, in.d);
             case Hole::enter: return target(i);
             case Hole::way_k: return native(i, in.choice->k);

@@ -15,12 +15,14 @@
 
 #include "reduce/interpreter.h"
 #include "reduce/native/stencil_names.h"
+#include "reduce/native/steps.h"
 
 namespace marl {
 
 #define MARL_STENCIL(name) \
     extern "C" void stencil_##name(MARL_STATE) { MARL_JUMP run_##name(frame, top, m, value, at); }
 MARL_STENCIL_NAMES(MARL_STENCIL)
+MARL_STEP_NAMES(MARL_STENCIL)
 #undef MARL_STENCIL
 
 }  // namespace marl

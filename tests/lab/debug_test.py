@@ -26,6 +26,7 @@ LINES = [
     (FACT, ["n fact", "b", "f", "b 100", "e"],
      [r"\n4  ", r"\n3  ", r"\n4  ", r"\n1  ", "The end; the status is 6"]),
     (FACT, ["n fact", "n fact", "l fact", "o"], [r"fact\(2\)»", r"fact\(1\)»", r"fact\(2\)»", r"«3\*2»"]),
+    (r"a\ff 3,ff\n\x y{V(n*2)(n+7)}x+y", ["f"] * 11, [r"«n\*2»", r"«n\+7»", r"«x\+y»"]),
     (EFFECTS, ["e", "b 3", "b 100", "w", "e"], [r"\n\| 2\n\| 1|\n\| 1\n\| 2", "The end", "The end"]),
     ("a\\x{leak[a]}1+1", ["f", "f", "b"], ["`leak` can't be gone through backwards"]),
     ("a\\" + "ff(1)*" * 30 + "2,\n\nff\\n\\n+1", ["n ff"] * 9, [r"\n  \(1\)\*(ff\(1\)\*){5}«ff\(1\)»"]),

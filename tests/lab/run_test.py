@@ -39,6 +39,10 @@ I . 1
 I . «(mult3 2)»
 I . 6
 """),
+    # What is lopsided and short isn't shortened.
+    (r"a\K 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16", ["--from", "1", "--count", "1"], """\
+I . «(K1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16)»
+"""),
     # All that a lazy head lacks fires with it, and lets and lambdas wait.
     (r"a\x{1+1}x", ["--from", "1", "--count", "2"], """\
 I . «({x (+1 1) x)»

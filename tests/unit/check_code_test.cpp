@@ -85,7 +85,6 @@ class Breaking {
         read(row.a, in.a);
         read(row.b, in.b);
         read(row.c, in.c);
-        if (in.op == Op::drop) must_be_found(code, in.set, in.set | set_of(never_filled));
         if (!row.has_operands) return;
         std::vector<Operand> operands(in.operands, in.operands + in.c);
         for (Operand& operand : operands) {

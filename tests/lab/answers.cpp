@@ -1,5 +1,6 @@
 // What a shortened line leaves out stands beside the line in full: put in the places of the marks,
-// it gives the line in full. What isn't known stands in no answer.
+// it gives the line in full. What isn't known stands in no answer. What a run costs is counted by
+// name.
 #include <cstdio>
 #include <regex>
 #include <string>
@@ -46,10 +47,28 @@ bool has_place_of_effect() {
     return with.at("effect_place").at("line") == 1 && !without.contains("effect_place");
 }
 
+/// Whether each name's calls are counted, and the steps of a loop are as many as its turns.
+bool has_costs() {
+    const auto cost = [](const char* text) {
+        marl::lab::ProfileRow loop;
+        marl::lab::profile(text, {}, [&](const marl::lab::Profiled& told) {
+            for (const auto& row : told.rows) {
+                if (row.name == "loop") loop = row;
+            }
+        });
+        return loop;
+    };
+    const auto few = cost(R"(a\loop 3,loop\n\(n=0)1(loop(n-1)))");
+    const auto many = cost(R"(a\loop 6,loop\n\(n=0)1(loop(n-1)))");
+    const auto most = cost(R"(a\loop 9,loop\n\(n=0)1(loop(n-1)))");
+    return few.calls == 4 && most.calls == 10 && many.steps > few.steps + 3 &&
+           most.steps - many.steps == many.steps - few.steps;
+}
+
 }  // namespace
 
 int main() {
-    int wrong = !has_place_of_effect();
+    int wrong = !has_place_of_effect() + !has_costs();
     int shortened = 0;
     for (const std::string text :
          {R"(a\size(range(1,40)),range\i\n\(n<i)K(J(i,range(i+1,n))),size\l\l(0,h\t\1+size(t)))",
