@@ -117,6 +117,36 @@ Called open_function(Word function, Word* row, int count) {
     return {nullptr, &symbol};
 }
 
+/// The arithmetic operator that a function of two arguments is; null for any other function.
+const Symbol* operator_of(Word function) {
+    if (!is_node(function) || !is_leaf(node_of(function))) return nullptr;
+    Node* name = node_of(function);
+    if (!is_name_byte(first_byte(name)) || rank_analysed(name) != 2) return nullptr;
+    const Symbol* symbol = symbol_slot(name);
+    if (!symbol || !symbol->definition || !symbol->builtin || symbol->operation < 0) return nullptr;
+    return is_arithmetic(static_cast<Op>(symbol->operation)) ? symbol : nullptr;
+}
+
+/// Where a name with code begins that wants `count` arguments, and how many it is applied to; null
+/// for any other function.
+const Instruction* start_of_any(Word function, int count, int& inner) {
+    if (!is_node(function) || is_zits_analysed(node_of(function))) return nullptr;
+    Node* name = node_of(function);
+    for (inner = 0; !is_leaf(name); ++inner) name = as_pair(name)->left;
+    return start_of_name(node_of(function), name, count);
+}
+
+/// Puts what a function is applied to in front of a row of arguments that stands behind `to`.
+void put_in_front(Node* function, int inner, Word* to, const Word* row, int count) {
+    Word* last = to + inner + count;
+    if (row + count < last) {
+        for (int i = count; i-- > 0;) *--last = row[i];
+    } else {
+        for (int i = 0; i < count; ++i) to[inner + i] = row[i];
+    }
+    take_inner_arguments(function, inner, to);
+}
+
 }  // namespace
 
 void slow_enter(MARL_STATE) {
@@ -143,27 +173,36 @@ void slow_enter(MARL_STATE) {
     MARL_NEXT;
 }
 
-void slow_builtin(MARL_STATE) {
-    // By way of the machine: a local whose address is known leaves no jump at the end.
-    Word result;
-    if (call_on_words(*at->builtin, frame + at->b, m->focus)) {
-        result = m->focus;
-    } else {
-        m->stack.top = top;
-        m->registers.top = frame + at->b;
-        result = call_on_nodes(*at->builtin, frame + at->b);
-        top = m->stack.top;
-        frame = m->registers.top - at->b;
-    }
-    if (is_done(result)) {
-        frame[at->a] = result;
+/// The rest of a built-in whose result is `value`: it goes into a register, or is the focus.
+[[gnu::noinline]] void builtin_gives(MARL_STATE) {
+    if (is_done(value)) {
+        frame[at->a] = value;
         MARL_NEXT;
     }
     *top++ = {at + at->d, 0};
     m->stack.top = top;
     m->registers.top = frame + at->b;
-    m->focus = focus_of(result);
+    m->focus = focus_of(value);
     MARL_LEAVE;
+}
+
+[[gnu::noinline]] void builtin_on_nodes(MARL_STATE) {
+    m->stack.top = top;
+    m->registers.top = frame + at->b;
+    value = call_on_nodes(*at->builtin, frame + at->b);
+    top = m->stack.top;
+    frame = m->registers.top - at->b;
+    MARL_SLOW(builtin_gives);
+}
+
+void slow_builtin(MARL_STATE) {
+    // By way of the machine: a local whose address is known leaves no jump at the end.
+    if (!call_on_words(*at->builtin, frame + at->b, m->focus)) MARL_SLOW(builtin_on_nodes);
+    value = m->focus;
+    // What was changed in place is as settled as it was.
+    if (is_counted(value) && value != frame[at->b]) MARL_SLOW(builtin_gives);
+    frame[at->a] = value;
+    MARL_NEXT;
 }
 
 /// The frame waits from the start, since a text that is loaded may take all frames apart.
@@ -210,14 +249,59 @@ void slow_call(MARL_STATE) {
     MARL_GO_TO(at);
 }
 
-void apply_node(MARL_STATE) {
+/// A name with code that is applied to some arguments already: those come in front of the row's.
+[[gnu::noinline]] void apply_name(MARL_STATE) {
     const Word function = frame[at->a];
-    if (at->c != 1 || !is_node(function)) MARL_SLOW(slow_apply);
+    int inner;
+    const Instruction* start = start_of_any(function, at->c, inner);
+    if (!start) MARL_SLOW(slow_apply);
+    top->next = at + 1;
+    ++top;
+    if (!MARL_TAKES(a)) retain_word(function);
+    frame += at->b;
+    put_in_front(node_of(function), inner, frame, frame, at->c);
+    MARL_GO_TO(start);
+}
+
+[[gnu::noinline]] void apply_name_last(MARL_STATE) {
+    const Word function = frame[at->a];
+    int inner;
+    const Instruction* start = start_of_any(function, at->c, inner);
+    if (!start) MARL_SLOW(slow_apply_last);
+    put_in_front(node_of(function), inner, frame, frame + at->b, at->c);
+    MARL_GO_TO(start);
+}
+
+/// An operator's value lands at once.
+[[gnu::noinline]] void apply_to_two(MARL_STATE) {
+    const Word function = frame[at->a];
+    const Symbol* symbol = at->c == 2 ? operator_of(function) : nullptr;
+    if (!symbol) MARL_SLOW(apply_name);
+    if (MARL_TAKES(a)) release_word(function);
+    frame += at->b;
+    value = operate_slowly(static_cast<Op>(symbol->operation), frame[0], frame[1]);
+    MARL_NEXT;
+}
+
+[[gnu::noinline]] void apply_to_two_last(MARL_STATE) {
+    const Word function = frame[at->a];
+    const Symbol* symbol = at->c == 2 ? operator_of(function) : nullptr;
+    if (!symbol) MARL_SLOW(apply_name_last);
+    release_word(function);
+    const Word* const row = frame + at->b;
+    value = operate_slowly(static_cast<Op>(symbol->operation), row[0], row[1]);
+    MARL_RETURN;
+}
+
+void apply_node(MARL_STATE) {
+    if (at->c != 1) MARL_SLOW(apply_to_two);
+    const Word function = frame[at->a];
+    if (!is_node(function)) MARL_SLOW(slow_apply);
     Node* node = node_of(function);
     const bool taken = MARL_TAKES(a);
-    if (taken && count_of(node) == 1) MARL_SLOW(slow_apply);
+    if (taken && count_of(node) == 1) MARL_SLOW(apply_name);
     const Instruction* start = start_on_one(node, frame + at->b, frame[at->b]);
-    if (!start) MARL_SLOW(slow_apply);
+    if (!start) MARL_SLOW(apply_name);
     if (taken) --node->header;
     top->next = at + 1;
     ++top;
@@ -226,12 +310,13 @@ void apply_node(MARL_STATE) {
 }
 
 void apply_node_last(MARL_STATE) {
+    if (at->c != 1) MARL_SLOW(apply_to_two_last);
     const Word function = frame[at->a];
-    if (at->c != 1 || !is_node(function)) MARL_SLOW(slow_apply_last);
+    if (!is_node(function)) MARL_SLOW(slow_apply_last);
     Node* node = node_of(function);
-    if (count_of(node) == 1) MARL_SLOW(slow_apply_last);
+    if (count_of(node) == 1) MARL_SLOW(apply_name_last);
     const Instruction* start = start_on_one(node, frame, frame[at->b]);
-    if (!start) MARL_SLOW(slow_apply_last);
+    if (!start) MARL_SLOW(apply_name_last);
     --node->header;
     MARL_GO_TO(start);
 }

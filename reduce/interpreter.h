@@ -59,6 +59,7 @@ void slow_return_work(MARL_STATE);
 void slow_cell(MARL_STATE);
 void slow_pairs(MARL_STATE);
 void slow_closure(MARL_STATE);
+void finish_slowly(MARL_STATE);
 void slow_construct(MARL_STATE);
 void slow_push_argument(MARL_STATE);
 void slow_go(MARL_STATE);
@@ -173,22 +174,28 @@ inline int32_t way_of_leaf(const Choice& choice, const Node* leaf) {
     }
 }
 
-/// The rest of a choice before two operands: a truth value is looked at here.
-MARL_INLINE void choose_truth(MARL_STATE) {
+/// The rest of a choice before two operands, for what is no closure: each truth value has a way.
+MARL_INLINE void choose_other(MARL_STATE) {
     const Word head = MARL_REGISTER(b);
-    if (!is_node(head) || !is_leaf(node_of(head)) || count_of(node_of(head)) == 1) {
-        MARL_SLOW(slow_choose);
+    if (is_node(head)) {
+        Node* node = node_of(head);
+        if (!is_leaf(node)) MARL_SLOW(slow_choose);
+        const uint16_t name = two_bytes(node);
+        if (name == one_letter('K') && MARL_HAS_WAY(k) && count_of(node) > 1) {
+            if (MARL_TAKES(b)) --node->header;
+            MARL_WAY(k);
+        }
+        if (name == one_letter('H') && MARL_HAS_WAY(h) && count_of(node) > 1) {
+            if (MARL_TAKES(b)) --node->header;
+            MARL_WAY(h);
+        }
+        const bool may_have_way =
+            name == one_letter('K') || name == one_letter('H') || name == one_letter('I');
+        if (may_have_way) MARL_SLOW(slow_choose);
+        if (!MARL_TAKES(b)) retain(node);
     }
-    const uint16_t name = two_bytes(node_of(head));
-    if (name == one_letter('K') && MARL_HAS_WAY(k)) {
-        if (MARL_TAKES(b)) --node_of(head)->header;
-        MARL_WAY(k);
-    }
-    if (name == one_letter('H') && MARL_HAS_WAY(h)) {
-        if (MARL_TAKES(b)) --node_of(head)->header;
-        MARL_WAY(h);
-    }
-    MARL_SLOW(slow_choose);
+    MARL_REGISTER(a) = head;
+    MARL_WAY(other);
 }
 
 #define MARL_INSTRUCTION(name) inline void run_##name(MARL_STATE)
@@ -331,7 +338,7 @@ MARL_INSTRUCTION(choose_one) {
 }
 MARL_INSTRUCTION(choose_two) {
     const Word head = MARL_REGISTER(b);
-    if (!is_closure(head)) MARL_SLOW(choose_truth);
+    if (!is_closure(head)) MARL_SLOW(choose_other);
     if (kind_of_closure(head) != ClosureKind::list_cell || !MARL_HAS_WAY(pair))
         MARL_SLOW(slow_choose);
     Cell* cell = cell_of(head);

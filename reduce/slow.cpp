@@ -182,6 +182,12 @@ void slow_closure(MARL_STATE) {
     MARL_NEXT;
 }
 
+/// The rest of it, when `value` is the block of the closure.
+void finish_slowly(MARL_STATE) {
+    frame[at->a] = finish_closure(reinterpret_cast<Closure*>(value));
+    MARL_NEXT;
+}
+
 void slow_construct(MARL_STATE) {
     Word captured[most_registers];
     get_operands(at, frame, captured);

@@ -1,5 +1,6 @@
-// The slow side of the free lists: slabs of 64 KiB, cut from the front into blocks as lists run
-// empty. A block never goes back to its slab; when it is freed it stays on the list of its size.
+// The slow side of the free lists: slabs of 64 KiB and more, cut from the front into blocks, a few
+// dozen at once, as lists run empty. A block never goes back to its slab; when it is freed it stays
+// on the list of its size.
 #include "value/allocate.h"
 
 #include <sys/mman.h>
@@ -55,10 +56,19 @@ void* allocate_from_slab(size_t words) {
         rest = slab_size - sizeof *slab;
         slab_size = std::min(slab_size * 2, large_page);
     }
-    void* block = next;
-    next += size;
-    rest -= size;
-    return block;
+    // Those behind it wait on the list: to take one off takes no call.
+    constexpr size_t most_at_once = 32;
+    const size_t count = std::min(rest / size, most_at_once);
+    FreeBlock*& list = free_lists[words];
+    for (size_t i = count; --i > 0;) {
+        auto* block = reinterpret_cast<FreeBlock*>(next + i * size);
+        block->next = list;
+        list = block;
+    }
+    void* first = next;
+    next += count * size;
+    rest -= count * size;
+    return first;
 }
 
 }  // namespace marl

@@ -57,6 +57,9 @@ constexpr Word nothing = 0;
 uint64_t cray_progress(Node* cray) { return cray_word(cray, 0); }
 void set_cray_progress(Node* cray, uint64_t progress) { set_cray_word(cray, 0, progress); }
 
+/// The Word, when this was its last reference; else nothing.
+Word dropped(Word word) { return drops_to_zero(word) ? word : nothing; }
+
 /// Releases further slots of the cray on top of the list, up to one whose element dies, and gives
 /// that element; nothing when the cray is done, and then it is freed.
 Word next_dying_element(Unfinished& unfinished) {
@@ -102,7 +105,7 @@ Word next_dying_child(Unfinished& unfinished) {
     unfinished.pop();
     const Word child = as_pair(pair)->right;
     free_node(pair, sizeof(PairNode));
-    return drops_to_zero(child) ? child : nothing;
+    return dropped(child);
 }
 
 /// Goes on with the list's first node; gives the next Word to end, or nothing.
@@ -132,14 +135,22 @@ Word begin_closure(Closure* closure, Unfinished& unfinished) {
     const Word made = word_of(closure->node);
     unfinished.push(closure, pending_bit);
     closure_progress(closure) = n << 32;
-    return made != 0 && drops_to_zero(made) ? made : nothing;
+    return made != 0 ? dropped(made) : nothing;
 }
 
-/// Begins the end of a cell, whose y waits in the list as the right child of a Pair does.
+/// Releases the first of two things that a block of a Pair's size holds, then the second one, which
+/// waits in the list while the first one dies.
+Word begin_two(Node* node, Word first, Word second, Unfinished& unfinished) {
+    if (drops_to_zero(first)) {
+        unfinished.push(node, 0);
+        return first;
+    }
+    free_node(node, sizeof(PairNode));
+    return dropped(second);
+}
+
 Word begin_cell(Cell* cell, Unfinished& unfinished) {
-    const Word x = cell->x;
-    unfinished.push(cell, 0);
-    return drops_to_zero(x) ? x : nothing;
+    return begin_two(cell, cell->x, cell->y, unfinished);
 }
 
 /// Begins the end of a node; gives what dies with it next, or nothing.
@@ -151,9 +162,7 @@ Word begin(Node* node, Unfinished& unfinished) {
         if ((top == todo_rank_code || top == 0) && todo_armed && is_todo(node)) {
             run_todo_action(node);
         }
-        const Word child = word_of(as_pair(node)->left);
-        unfinished.push(node, 0);
-        return drops_to_zero(child) ? child : nothing;
+        return begin_two(node, word_of(as_pair(node)->left), as_pair(node)->right, unfinished);
     }
     if (*leaf_text(node) == '\n' && span_of(node) > 0) return begin_cray(node, unfinished);
     free_leaf(node);

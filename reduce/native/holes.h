@@ -39,6 +39,7 @@ MARL_NARROW(has_pair)
 MARL_NARROW(count)
 MARL_NARROW(from_0)
 MARL_NARROW(from_1)
+MARL_NARROW(applied_code)
 MARL_WIDE(at)
 MARL_WIDE(next_one)
 MARL_WIDE(further_one)
@@ -87,6 +88,11 @@ MARL_INLINE FreeBlock** find_free_lists() {
     do {                                               \
         __asm__("" : "=r"(at));                        \
         MARL_JUMP hole_next(frame, top, m, value, at); \
+    } while (0)
+#define MARL_SLOW_STEP(function)                              \
+    do {                                                      \
+        at = reinterpret_cast<const Instruction*>(read_at()); \
+        MARL_JUMP function(frame, top, m, value, at);         \
     } while (0)
 #define MARL_FURTHER MARL_HAND_ON(hole_further)
 #define MARL_WAY(way) MARL_HAND_ON(hole_way_##way)

@@ -65,7 +65,7 @@ struct StencilRow {
     Stencil stencil;
 };
 
-/// A stencil, and the operand that it is about.
+/// A stencil, and the operand that it is about, or the place in what a part applies.
 struct Step {
     const Stencil* stencil;
     int operand = 0;
@@ -121,20 +121,23 @@ bool fits(const Instruction& in) {
     }
 }
 
-/// Whether closures of the part are just what they capture, in a block of a free list.
-bool is_plain_closure(const Code& part) {
-    return MARL_POOL && part.applied.empty() && !part.is_copied && part.captures > 0 &&
+/// Whether closures of the part are made of steps: each is a block of its own, from a free list.
+bool is_made_in_steps(const Code& part) {
+    return MARL_POOL && !part.is_copied && part.captures > 0 &&
            part.captures <= most_pooled_captures;
 }
 
 /// What an instruction's native code consists of; nothing when its function in the loop runs it.
 std::vector<Step> steps_of(const Instruction& in) {
-    if (in.op == Op::closure && is_plain_closure(*in.part)) {
+    if (in.op == Op::closure && is_made_in_steps(*in.part)) {
         std::vector<Step> steps{{stencil_named(Name::begin_closure)}};
         for (int i = 0; i < in.c; ++i) {
             constexpr Name names[] = {Name::capture_taken, Name::capture_shared,
                                       Name::capture_constant};
             steps.push_back({stencil_named(names[static_cast<int>(in.operands[i].from)]), i});
+        }
+        for (size_t i = 0; i < in.part->applied.size(); ++i) {
+            steps.push_back({stencil_named(Name::check_applied), static_cast<int>(i)});
         }
         steps.push_back({stencil_named(Name::end_closure)});
         return steps;
@@ -287,6 +290,14 @@ class Translation {
             case Hole::slot: return closure_size(static_cast<uint64_t>(step.operand));
             case Hole::captured: return in_bytes(in.operands[step.operand].reg);
             case Hole::captured_word: return in.operands[step.operand].word;
+            case Hole::applied_slot: {
+                const int captured = in.part->applied[static_cast<size_t>(step.operand)].captured;
+                return closure_size(static_cast<uint64_t>(captured));
+            }
+            case Hole::applied_code: {
+                const int count = in.part->applied[static_cast<size_t>(step.operand)].count;
+                return static_cast<uint64_t>(rank_zero_code + count);
+            }
             case Hole::next: return reinterpret_cast<uintptr_t>(place + step.stencil->size);
             case Hole::further: return native(i, in.d);
             case Hole::enter: return target(i);

@@ -13,7 +13,9 @@
     X(if_strict) X(if_held) X(wait) X(return_value) X(return_number) X(return_constant)          \
     X(land) X(land_before_choice)
 
-// Making a closure: its block, each Word that it captures, and its Word.
-#define MARL_STEP_NAMES(X) \
-    X(begin_closure) X(capture_taken) X(capture_shared) X(capture_constant) X(end_closure)
+// Making a closure: its block, each Word that it captures, a look at those that it applies, and its
+// Word.
+#define MARL_STEP_NAMES(X)                                                     \
+    X(begin_closure) X(capture_taken) X(capture_shared) X(capture_constant)    \
+    X(check_applied) X(end_closure)
 // clang-format on

@@ -8,9 +8,7 @@
 namespace marl {
 
 MARL_INLINE Closure* being_made(Word value) { return reinterpret_cast<Closure*>(value); }
-MARL_INLINE Word& slot_in(Word value) {
-    return *reinterpret_cast<Word*>(value + static_cast<uint64_t>(MARL_VALUE(slot)));
-}
+#define MARL_SLOT(name) (*reinterpret_cast<Word*>(value + static_cast<uint64_t>(MARL_VALUE(name))))
 
 MARL_INLINE void run_begin_closure(MARL_STATE) {
     auto* const list = reinterpret_cast<FreeBlock**>(read_free_list());
@@ -25,15 +23,25 @@ MARL_INLINE void run_begin_closure(MARL_STATE) {
     MARL_NEXT_STEP;
 }
 MARL_INLINE void run_capture_taken(MARL_STATE) {
-    slot_in(value) = MARL_IN_FRAME(captured);
+    MARL_SLOT(slot) = MARL_IN_FRAME(captured);
     MARL_NEXT_STEP;
 }
 MARL_INLINE void run_capture_shared(MARL_STATE) {
-    slot_in(value) = shared_word(MARL_IN_FRAME(captured));
+    MARL_SLOT(slot) = shared_word(MARL_IN_FRAME(captured));
     MARL_NEXT_STEP;
 }
 MARL_INLINE void run_capture_constant(MARL_STATE) {
-    slot_in(value) = shared_word(read_captured_word());
+    MARL_SLOT(slot) = shared_word(read_captured_word());
+    MARL_NEXT_STEP;
+}
+MARL_INLINE void run_check_applied(MARL_STATE) {
+    // Too few arguments are hoisted, and only a node may want more.
+    const Word head = MARL_SLOT(applied_slot);
+    if (is_node(head)) {
+        const uint32_t code = top_byte(node_of(head)) & 0x7F;
+        const bool fires = code >= rank_zero_code && code <= read_applied_code();
+        if (!fires) MARL_SLOW_STEP(finish_slowly);
+    }
     MARL_NEXT_STEP;
 }
 MARL_INLINE void run_end_closure(MARL_STATE) {
