@@ -240,7 +240,7 @@ void Compiler::constant_head(Node* name, const Terms& terms, Target target, Regi
     attach(made, {leaf});
     Rest behind{target.rest};
     behind.later = &terms;
-    land_later(place, place + 1, landing(reg, kept, needed, &behind));
+    land_later(place, place, landing(reg, kept, needed, &behind));
     if (!direct) register_head(reg, terms, target, live);
     next_ = outer;
 }

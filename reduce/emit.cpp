@@ -83,6 +83,8 @@ void Compiler::place_later_landings() {
             instruction.d = here() - from;
         }
         land(landing);
+        // A constant is asked for again: from now on it is one of the code's.
+        if (back == from) drop(set_of(landing.reg));
         const int32_t jump = here();
         emit(Op::jump).d = back - jump;
     }
