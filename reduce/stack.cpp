@@ -25,8 +25,8 @@ void grow_stack() {
     Stack& stack = machine.stack;
     const auto used = static_cast<size_t>(stack.top - stack.entries);
     const size_t room = used ? used * 2 : 1024;
-    stack.entries = static_cast<StackEntry*>(
-        grow_large(stack.entries, used * sizeof(StackEntry), room * sizeof(StackEntry)));
+    stack.entries =
+        static_cast<StackEntry*>(reallocate_bytes(stack.entries, room * sizeof(StackEntry)));
     stack.top = stack.entries + used;
     stack.limit = stack.entries + room - spare_entries;
 }
@@ -36,10 +36,8 @@ void grow_registers(int frame) {
     const auto used = static_cast<size_t>(registers.top - registers.words);
     const size_t room = std::max<size_t>(
         used * 2, used + static_cast<size_t>(frame) + 2 * static_cast<size_t>(spare_registers));
-    // What is on its way into the next frame stands behind the last one.
-    const size_t taken = registers.words ? used + most_registers : 0;
-    registers.words =
-        static_cast<Word*>(grow_large(registers.words, taken * sizeof(Word), room * sizeof(Word)));
+    // What is on its way into the next frame stands behind the last one, and stays there.
+    registers.words = static_cast<Word*>(reallocate_bytes(registers.words, room * sizeof(Word)));
     registers.top = registers.words + used;
     registers.limit = registers.words + room - spare_registers;
 }

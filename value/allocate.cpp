@@ -6,7 +6,6 @@
 #include <sys/mman.h>
 
 #include <algorithm>
-#include <cstring>
 
 namespace marl {
 
@@ -30,13 +29,6 @@ void* allocate_large(size_t size) {
     (void)madvise(block, rounded, MADV_HUGEPAGE);
 #endif
     return block;
-}
-
-void* grow_large(void* block, size_t used, size_t size) {
-    void* grown = allocate_large(size);
-    if (used > 0) memcpy(grown, block, used);
-    free(block);
-    return grown;
 }
 
 void* allocate_from_slab(size_t words) {

@@ -38,8 +38,6 @@ constexpr size_t large_page = size_t{1} << 21;
 
 /// A block of which all will be used: in large pages, when it is large. Freed by `free`.
 void* allocate_large(size_t size);
-/// Such a block in the place of another, or of none, whose first `used` bytes it takes over.
-void* grow_large(void* block, size_t used, size_t size);
 
 /// A block for a free list that has run empty.
 void* allocate_from_slab(size_t words);
