@@ -1,10 +1,11 @@
 // Division of long magnitudes.
 //
 // By one limb it goes limb by limb. By several limbs, the top limbs of both tell a limb of the
-// quotient nearly, and what it takes from the rest shows whether it was right: a row for each limb.
-// From `divide_limit` limbs on the quotient is found in halves, each from as many limbs of the
-// divisor as it needs; the others are multiplied out at once, which is faster than row by row. All
-// this happens where the dividend stands. From `newton_limit` limbs on the divisor's reciprocal is
+// quotient nearly, and what it takes from the rest shows whether it was right: a row for each limb,
+// or, for decimal ones, a column (number/column_division.h). From `divide_limit` limbs on the
+// quotient is found in halves, each from as many limbs of the divisor as it needs; the others are
+// multiplied out at once, which is faster than row by row. All this happens where the dividend
+// stands. From `newton_limit` limbs on the divisor's reciprocal is
 // found, by Newton's step, and multiplied by: a quotient as long as its divisor then costs about
 // two and a half products.
 //
@@ -14,6 +15,8 @@
 #include <bit>
 #include <utility>
 
+#include "number/column_division.h"
+#include "number/guess.h"
 #include "number/limb_runs.h"
 #include "number/magnitude.h"
 #include "number/pieces.h"
@@ -55,60 +58,6 @@ uint64_t divide_in_place(Limbs& a, uint64_t d) {
 // Division of runs: n + m limbs at a by n at b, n at least 2, where the top n limbs at a are less
 // than b. The quotient goes to the m limbs at q, the remainder stays in the lowest n at a, and
 // above it are zeros. Binary divisors have their top bit set; decimal ones may be any.
-
-/// From the top limbs, a limb of the quotient; for a top limb of at most b's.
-template <class Radix>
-struct Guess;
-
-/// At most 1 too large.
-template <>
-struct Guess<Binary> {
-    Divider by_first;
-    uint64_t first;
-    uint64_t second;
-
-    Guess(const uint64_t* b, size_t n) : by_first(b[n - 1]), first(b[n - 1]), second(b[n - 2]) {}
-
-    uint64_t operator()(const uint64_t* top) const {
-        if (*top >= first) return Binary::largest;
-        uint64_t rest;
-        uint64_t guess = by_first.divide(Binary::join(*top, top[-1]), rest);
-        while (Wide{guess} * second > Binary::join(rest, top[-2])) {
-            --guess;
-            if (Binary::largest - rest < first) break;
-            rest += first;
-        }
-        return guess;
-    }
-};
-
-/// At most 2 too small. The top two limbs are multiplied by about base / b, with b as its top two
-/// limbs say, in 63 bits. What is left out of a is below the least that b can be, and what the
-/// reciprocal lacks makes less than a quarter.
-template <>
-struct Guess<Decimal> {
-    uint64_t reciprocal;  // 2^67 * base / b's highest 64 bits
-    int shift;
-
-    Guess(const uint64_t* b, size_t n) {
-        const Wide top = Decimal::join(b[n - 1], b[n - 2]);
-        const auto high = static_cast<uint64_t>(top >> 64);
-        const int leading =
-            high ? std::countl_zero(high) : 64 + std::countl_zero(static_cast<uint64_t>(top));
-        const int bits = 128 - leading;
-        const Wide divisor = (bits > 64 ? top >> (bits - 64) : top << (64 - bits)) + 1;
-        reciprocal = static_cast<uint64_t>((Wide{Decimal::base} << 67) / divisor);
-        // Four bits are moved out of the way so that the shift is none to the left.
-        shift = bits - 64 + 7;
-    }
-
-    uint64_t operator()(const uint64_t* top) const {
-        const Wide x = Decimal::join(*top, top[-1]) << 4;
-        const Wide low = Wide{static_cast<uint64_t>(x)} * reciprocal;
-        const Wide product = (x >> 64) * reciprocal + (low >> 64);
-        return static_cast<uint64_t>(product >> shift);
-    }
-};
 
 /// Limb by limb, each one guessed.
 template <class Radix>
@@ -164,12 +113,23 @@ void divide_by_top(uint64_t* q, size_t m, uint64_t* a, const uint64_t* b, size_t
     }
 }
 
+/// Quotients of few limbs, or by few.
+void divide_short(Binary, uint64_t* q, size_t m, uint64_t* a, const uint64_t* b, size_t n,
+                  uint64_t* scratch) {
+    if (m > 2 && n > 2 * m + 2) return divide_by_top<Binary>(q, m, a, b, n, scratch);
+    divide_by_rows<Binary>(q, m, a, b, n);
+}
+void divide_short(Decimal, uint64_t* q, size_t m, uint64_t* a, const uint64_t* b, size_t n,
+                  uint64_t* /*scratch*/) {
+    if (m > 1 && n > 2) return divide_by_columns(q, m, a, b, n);
+    divide_by_rows<Decimal>(q, m, a, b, n);
+}
+
 template <class Radix>
 void divide_run(uint64_t* q, size_t m, uint64_t* a, const uint64_t* b, size_t n,
                 uint64_t* scratch) {
     if (m < Radix::divide_limit || n < Radix::divide_limit) {
-        if (m > 2 && n > 2 * m + 2) return divide_by_top<Radix>(q, m, a, b, n, scratch);
-        return divide_by_rows<Radix>(q, m, a, b, n);
+        return divide_short(Radix{}, q, m, a, b, n, scratch);
     }
     if (n > m + 1) return divide_by_top<Radix>(q, m, a, b, n, scratch);
     if (n >= Radix::newton_limit && n <= Radix::most_pieces) {

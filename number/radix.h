@@ -95,7 +95,7 @@ struct Decimal {
     static constexpr uint64_t largest = base - 1;
     static inline size_t karatsuba_limit = 80;   // 4 to 200
     static inline size_t transform_limit = 460;  // at least 1
-    static inline size_t divide_limit = 10;      // at least 2
+    static inline size_t divide_limit = 40;      // 2 to most_columns
     static inline size_t newton_limit = 800;     // at least 4
     static constexpr bool guesses_scaled = false;
 
