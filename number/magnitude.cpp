@@ -226,34 +226,44 @@ void mag_mul_add_limb(Limbs& a, uint64_t m, uint64_t c) {
     mag_trim(a);
 }
 
+namespace {
+
+/// As many factors as a limb holds are one.
+template <class Radix>
+Limbs power_of_limb(uint64_t a, uint64_t n) {
+    uint64_t factor = a;
+    uint64_t count = 1;
+    uint64_t next;
+    while (!__builtin_mul_overflow(factor, a, &next) && next <= Radix::largest) {
+        factor = next;
+        ++count;
+    }
+    const uint64_t factors = n / count;
+    uint64_t rest = 1;
+    for (uint64_t i = n % count; i > 0; --i) rest *= a;
+    Limbs result{1};
+    for (auto bit = static_cast<int>(std::bit_width(factors)); bit-- > 0;) {
+        result = mag_mul<Radix>(result, result);
+        if ((factors >> bit) & 1) mag_mul_add_limb<Radix>(result, factor, 0);
+    }
+    mag_mul_add_limb<Radix>(result, rest, 0);
+    return result;
+}
+
+}  // namespace
+
 template <class Radix>
 Limbs mag_pow(const Limbs& a, uint64_t n) {
     if (n == 0) return {1};
     if (a.empty() || (a.size() == 1 && a[0] == 1)) return a;
-    const bool is_limb = a.size() == 1;
     // No memory holds more limbs than this, and less keeps every count of them within its type.
     constexpr uint64_t most_limbs = uint64_t{1} << 44;
     if (n / 64 >= most_limbs || (a.size() - 1) * (n / 64) >= most_limbs) out_of_memory();
-    int bit = static_cast<int>(std::bit_width(n)) - 1;
+    if (a.size() == 1) return power_of_limb<Radix>(a[0], n);
     Limbs result = a;
-    // The first ones within a limb.
-    constexpr uint64_t half_limb = uint64_t{1} << 29;
-    while (is_limb && bit > 0 && result[0] < half_limb) {
-        const uint64_t square = result[0] * result[0];
-        const bool times = (n >> (bit - 1)) & 1;
-        uint64_t next = square;
-        if (times && (__builtin_mul_overflow(square, a[0], &next) || next > Radix::largest)) break;
-        result[0] = next;
-        --bit;
-    }
-    while (bit-- > 0) {
+    for (int bit = static_cast<int>(std::bit_width(n)) - 1; bit-- > 0;) {
         result = mag_mul<Radix>(result, result);
-        if (((n >> bit) & 1) == 0) continue;
-        if (is_limb) {
-            mag_mul_add_limb<Radix>(result, a[0], 0);
-        } else {
-            result = mag_mul<Radix>(result, a);
-        }
+        if ((n >> bit) & 1) result = mag_mul<Radix>(result, a);
     }
     return result;
 }
