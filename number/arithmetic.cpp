@@ -407,7 +407,7 @@ Value mult(Value* arguments) {
 Value over(Value* arguments) {
     int64_t x, y;
     if (short_hint(arguments[0], x) && short_hint(arguments[1], y) && y != 0) {
-        return short_leaf(short_div(x, y));
+        return short_leaf(integer_div(x, y));
     }
     return append_or_rule(over_rules, arguments);
 }
@@ -415,7 +415,7 @@ Value over(Value* arguments) {
 Value cent(Value* arguments) {
     int64_t x, y;
     if (short_hint(arguments[0], x) && short_hint(arguments[1], y) && y != 0) {
-        return short_leaf(short_mod(x, y));
+        return short_leaf(integer_mod(x, y));
     }
     return by_rule(cent_rules, arguments[0], arguments[1]);
 }

@@ -1,6 +1,6 @@
-// Every operation has two ways. Operands that fit a machine word are added up or multiplied there,
-// and only a result that doesn't fit goes on; everything else is done on the sign and the magnitude
-// in limbs. A list in cells is brought to one of these first.
+// Every operation has two ways. Operands that fit 128 bits are added up or multiplied there, and
+// only a result that doesn't fit goes on; everything else is done on the sign and the magnitude in
+// limbs. A list in cells is brought to one of these first.
 #include "number/hint.h"
 
 #include <optional>
@@ -10,7 +10,7 @@
 #include "number/decimal.h"
 #include "number/digit_leaf.h"
 #include "number/words.h"
-#include "value/short_hint.h"
+#include "value/wide_hint.h"
 
 namespace marl {
 
@@ -43,8 +43,8 @@ Magnitude magnitude_of(Node* x) {
     return made;
 }
 
-bool both_short(Node* x, Node* y, int64_t& a, int64_t& b) {
-    return short_hint(x, a) && short_hint(y, b);
+bool both_wide(Node* x, Node* y, WideInt& a, WideInt& b) {
+    return wide_hint(x, a) && wide_hint(y, b);
 }
 
 Value hint_of(bool negative, Limbs decimal) {
@@ -65,31 +65,25 @@ Value sum_or_difference(Node* x, Node* y, bool subtract) {
     return hint_of(!a.negative, mag_sub<Decimal>(b.limbs(), a.limbs()));
 }
 
-Value short_product(int64_t a, int64_t b) {
-    int64_t product;
-    if (!__builtin_mul_overflow(a, b, &product)) return short_leaf(product);
-    uint64_t high;
-    const uint64_t low = Decimal::split(Wide(a < 0 ? -a : a) * Wide(b < 0 ? -b : b), high);
-    return hint_of((a < 0) != (b < 0), {low, high});
-}
-
 }  // namespace
 
 Value hint_add(Node* x, Node* y) {
-    int64_t a, b;
-    if (both_short(x, y, a, b)) return short_leaf(a + b);
+    WideInt a, b;
+    if (both_wide(x, y, a, b)) return wide_leaf(a + b);
     return sum_or_difference(x, y, false);
 }
 
 Value hint_sub(Node* x, Node* y) {
-    int64_t a, b;
-    if (both_short(x, y, a, b)) return short_leaf(a - b);
+    WideInt a, b;
+    if (both_wide(x, y, a, b)) return wide_leaf(a - b);
     return sum_or_difference(x, y, true);
 }
 
 Value hint_mul(Node* x, Node* y) {
-    int64_t short_a, short_b;
-    if (both_short(x, y, short_a, short_b)) return short_product(short_a, short_b);
+    WideInt wide_a, wide_b, product;
+    if (both_wide(x, y, wide_a, wide_b) && !__builtin_mul_overflow(wide_a, wide_b, &product)) {
+        return wide_leaf(product);
+    }
     const Magnitude a = magnitude_of(x);
     if (!a.is_list) return leaf_Z();
     if (x == y) return hint_of(false, mag_mul<Decimal>(a.limbs(), a.limbs()));
@@ -99,9 +93,9 @@ Value hint_mul(Node* x, Node* y) {
 }
 
 Value hint_div(Node* x, Node* y) {
-    int64_t short_a, short_b;
-    if (both_short(x, y, short_a, short_b)) {
-        return short_b == 0 ? leaf_Z() : short_leaf(short_div(short_a, short_b));
+    WideInt wide_a, wide_b;
+    if (both_wide(x, y, wide_a, wide_b)) {
+        return wide_b == 0 ? leaf_Z() : wide_leaf(integer_div(wide_a, wide_b));
     }
     const Magnitude a = magnitude_of(x);
     const Magnitude b = magnitude_of(y);
@@ -114,9 +108,9 @@ Value hint_div(Node* x, Node* y) {
 }
 
 Value hint_mod(Node* x, Node* y) {
-    int64_t short_a, short_b;
-    if (both_short(x, y, short_a, short_b)) {
-        return short_b == 0 ? leaf_Z() : short_leaf(short_mod(short_a, short_b));
+    WideInt wide_a, wide_b;
+    if (both_wide(x, y, wide_a, wide_b)) {
+        return wide_b == 0 ? leaf_Z() : wide_leaf(integer_mod(wide_a, wide_b));
     }
     const Magnitude a = magnitude_of(x);
     const Magnitude b = magnitude_of(y);
@@ -144,8 +138,8 @@ Value hint_pow(Node* x, Node* y) {
 }
 
 Value hint_neg(Node* x) {
-    int64_t n;
-    if (short_hint(x, n)) return short_leaf(-n);
+    WideInt n;
+    if (wide_hint(x, n)) return wide_leaf(-n);
     if (is_leaf_of(x, 'K')) return Value::share(x);
     const Magnitude a = magnitude_of(x);
     return a.is_list ? hint_of(!a.negative, a.limbs()) : leaf_Z();
@@ -157,8 +151,8 @@ bool hint_sign(Node* x) {
 }
 
 std::optional<int> hint_compare(Node* x, Node* y) {
-    int64_t short_a, short_b;
-    if (both_short(x, y, short_a, short_b)) return (short_a > short_b) - (short_a < short_b);
+    WideInt wide_a, wide_b;
+    if (both_wide(x, y, wide_a, wide_b)) return (wide_a > wide_b) - (wide_a < wide_b);
     const Magnitude a = magnitude_of(x);
     const Magnitude b = magnitude_of(y);
     if (!a.is_list || !b.is_list) return std::nullopt;

@@ -73,11 +73,12 @@ inline int64_t twice(Word word) { return static_cast<int64_t>(word & ~Word{1}); 
 inline bool divide_short(Word x, Word y, int64_t& twice_quotient) {
     const int64_t divisor = short_of(y);
     return divisor != 0 &&
-           !__builtin_mul_overflow(short_div(short_of(x), divisor), 2, &twice_quotient);
+           !__builtin_mul_overflow(integer_div(short_of(x), divisor), 2, &twice_quotient);
 }
 inline bool modulo_short(Word x, Word y, int64_t& twice_rest) {
     const int64_t divisor = short_of(y);
-    return divisor != 0 && !__builtin_mul_overflow(short_mod(short_of(x), divisor), 2, &twice_rest);
+    return divisor != 0 &&
+           !__builtin_mul_overflow(integer_mod(short_of(x), divisor), 2, &twice_rest);
 }
 
 /// The first two bytes of a Leaf's text: those of a name of one letter, and its end. An array of no

@@ -1,4 +1,4 @@
-// Numbers of up to 18 digits and reals are worked out here; everything else is the business of the
+// Numbers of up to 37 digits and reals are worked out here; everything else is the business of the
 // built-in that the operator names.
 #include "reduce/operators.h"
 
@@ -10,7 +10,7 @@
 #include "reduce/needs.h"
 #include "reduce/tables.h"
 #include "value/real_word.h"
-#include "value/short_hint.h"
+#include "value/wide_hint.h"
 
 namespace marl {
 
@@ -36,25 +36,39 @@ bool number_of(Word word, int64_t& n) {
     return true;
 }
 
-/// x op y when it is a short integer.
-bool operate_short(Op op, int64_t x, int64_t y, int64_t& result) {
+bool wide_number_of(Word word, WideInt& n) {
+    if (!is_short(word)) return is_node(word) && wide_hint(node_of(word), n);
+    n = short_of(word);
+    return true;
+}
+
+/// x op y when it is an integer of that many bits.
+template <class Int>
+bool operate_integers(Op op, Int x, Int y, Int& result) {
     switch (op) {
-        case Op::add: return !__builtin_add_overflow(x, y, &result) && fits_short(result);
-        case Op::subtract: return !__builtin_sub_overflow(x, y, &result) && fits_short(result);
-        case Op::multiply: return !__builtin_mul_overflow(x, y, &result) && fits_short(result);
+        case Op::add: return !__builtin_add_overflow(x, y, &result);
+        case Op::subtract: return !__builtin_sub_overflow(x, y, &result);
+        case Op::multiply: return !__builtin_mul_overflow(x, y, &result);
         case Op::divide:
             if (y == 0) return false;
-            result = short_div(x, y);
-            return fits_short(result);
+            result = integer_div(x, y);
+            return true;
         case Op::modulo:
             if (y == 0) return false;
-            result = short_mod(x, y);
-            return fits_short(result);
+            result = integer_mod(x, y);
+            return true;
         default: return false;
     }
 }
 
-bool compare_short(Op op, int64_t x, int64_t y) {
+Word word_of_wide(WideInt n) {
+    const auto low = static_cast<int64_t>(n);
+    const bool is_word = !keeps_identity && low == n && fits_short(low);
+    return is_word ? word_of_short(low) : word_of(wide_leaf(n).take());
+}
+
+template <class Int>
+bool compare_integers(Op op, Int x, Int y) {
     switch (op) {
         case Op::less: return x < y;
         case Op::not_less: return x >= y;
@@ -128,16 +142,23 @@ Word word_of_result(Node* node) {
 
 Word operate_slowly(Op op, Word x, Word y) {
     int64_t a, b, result;
-    if (number_of(x, a) && number_of(y, b) && operate_short(op, a, b, result)) {
+    if (number_of(x, a) && number_of(y, b) && operate_integers(op, a, b, result)) {
         release_word(x);
         release_word(y);
-        return keeps_identity ? word_of(short_leaf(result).take()) : word_of_short(result);
+        return word_of_wide(result);
     }
     double d, e;
     if ((is_any_real(x) || is_any_real(y)) && double_of(x, d) && double_of(y, e)) {
         release_word(x);
         release_word(y);
         return word_of_real(operate_real(op, d, e));
+    }
+    WideInt wide_a, wide_b, wide_result;
+    if (wide_number_of(x, wide_a) && wide_number_of(y, wide_b) &&
+        operate_integers(op, wide_a, wide_b, wide_result)) {
+        release_word(x);
+        release_word(y);
+        return word_of_wide(wide_result);
     }
     return word_of_result(call(builtin_of(op), x, y));
 }
@@ -147,7 +168,7 @@ Truth compare_slowly(Op op, Word x, Word y, Word& result) {
     if (number_of(x, a) && number_of(y, b)) {
         release_word(x);
         release_word(y);
-        return compare_short(op, a, b) ? Truth::yes : Truth::no;
+        return compare_integers(op, a, b) ? Truth::yes : Truth::no;
     }
     // One node is the same as itself, whatever it is.
     double d, e;
@@ -158,6 +179,12 @@ Truth compare_slowly(Op op, Word x, Word y, Word& result) {
         release_word(x);
         release_word(y);
         return yes ? Truth::yes : Truth::no;
+    }
+    WideInt wide_a, wide_b;
+    if (wide_number_of(x, wide_a) && wide_number_of(y, wide_b)) {
+        release_word(x);
+        release_word(y);
+        return compare_integers(op, wide_a, wide_b) ? Truth::yes : Truth::no;
     }
     Node* truth = call(builtin_of(op), x, y);
     const uint8_t kind = first_byte(truth);

@@ -110,16 +110,19 @@ inline Value short_leaf(int64_t n) {
     return short_leaf(n < 0, n < 0 ? uint64_t{0} - bits : bits);
 }
 
-/// The quotient rounded toward minus infinity. y is not 0, and both are of at most 18 digits.
-inline int64_t short_div(int64_t x, int64_t y) {
-    const int64_t quotient = x / y;
+/// The quotient of integers rounded toward minus infinity. y is not 0, and neither is the least
+/// one.
+template <class Int>
+Int integer_div(Int x, Int y) {
+    const Int quotient = x / y;
     return quotient * y != x && (x < 0) != (y < 0) ? quotient - 1 : quotient;
 }
 
 /// |x| mod |y| for the same signs, else what is missing from |x| to a multiple of |y|.
-inline int64_t short_mod(int64_t x, int64_t y) {
-    const int64_t divisor = y < 0 ? -y : y;
-    const int64_t rest = (x < 0 ? -x : x) % divisor;
+template <class Int>
+Int integer_mod(Int x, Int y) {
+    const Int divisor = y < 0 ? -y : y;
+    const Int rest = (x < 0 ? -x : x) % divisor;
     return rest != 0 && (x < 0) != (y < 0) ? divisor - rest : rest;
 }
 
