@@ -55,6 +55,43 @@ uint64_t divide_in_place(Limbs& a, uint64_t d) {
     return rest;
 }
 
+/// The remainder alone.
+template <class Radix>
+uint64_t rest_by_limb(const Limbs& a, uint64_t d) {
+    const Divider divider(d);
+    uint64_t rest = 0;
+    for (size_t i = a.size(); i-- > 0;) divider.divide(Radix::join(rest, a[i]), rest);
+    return rest;
+}
+
+uint64_t divide_by_limb(Binary, Limbs& a, uint64_t d) { return divide_in_place<Binary>(a, d); }
+uint64_t rest_by_limb(Binary, const Limbs& a, uint64_t d) { return rest_by_limb<Binary>(a, d); }
+
+// Where a decimal divisor goes into the base, no limb waits for the ones above it.
+
+uint64_t divide_by_limb(Decimal, Limbs& a, uint64_t d) {
+    if (Decimal::base % d != 0) return divide_in_place<Decimal>(a, d);
+    const uint64_t share = Decimal::base / d;
+    const uint64_t reciprocal = ~uint64_t{0} / d;
+    uint64_t above = 0;
+    for (size_t i = a.size(); i-- > 0;) {
+        auto quotient = static_cast<uint64_t>((Wide{a[i]} * reciprocal) >> 64);
+        uint64_t rest = a[i] - quotient * d;
+        if (rest >= d) {
+            ++quotient;
+            rest -= d;
+        }
+        a[i] = quotient + above * share;
+        above = rest;
+    }
+    mag_trim(a);
+    return above;
+}
+uint64_t rest_by_limb(Decimal, const Limbs& a, uint64_t d) {
+    if (Decimal::base % d != 0) return rest_by_limb<Decimal>(a, d);
+    return a.empty() ? 0 : a[0] % d;
+}
+
 // Division of runs: n + m limbs at a by n at b, n at least 2, where the top n limbs at a are less
 // than b. The quotient goes to the m limbs at q, the remainder stays in the lowest n at a, and
 // above it are zeros. Binary divisors have their top bit set; decimal ones may be any.
@@ -315,7 +352,7 @@ Limbs mag_divide(const Limbs& a, const Limbs& b, Limbs& remainder) {
     MARL_REQUIRE(!b.empty());
     if (b.size() == 1) {
         Limbs quotient = a;
-        remainder.assign(1, divide_in_place<Radix>(quotient, b[0]));
+        remainder.assign(1, divide_by_limb(Radix{}, quotient, b[0]));
         mag_trim(remainder);
         return quotient;
     }
@@ -340,7 +377,20 @@ Limbs mag_divide(const Limbs& a, const Limbs& b, Limbs& remainder) {
     return std::move(division.quotient);
 }
 
+template <class Radix>
+Limbs mag_rest(const Limbs& a, const Limbs& b) {
+    Limbs rest;
+    if (b.size() != 1) {
+        mag_divide<Radix>(a, b, rest);
+    } else if (const uint64_t limb = rest_by_limb(Radix{}, a, b[0])) {
+        rest.push_back(limb);
+    }
+    return rest;
+}
+
 template Limbs mag_divide<Binary>(const Limbs&, const Limbs&, Limbs&);
 template Limbs mag_divide<Decimal>(const Limbs&, const Limbs&, Limbs&);
+template Limbs mag_rest<Binary>(const Limbs&, const Limbs&);
+template Limbs mag_rest<Decimal>(const Limbs&, const Limbs&);
 
 }  // namespace marl

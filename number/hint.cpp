@@ -115,8 +115,7 @@ Value hint_mod(Node* x, Node* y) {
     const Magnitude a = magnitude_of(x);
     const Magnitude b = magnitude_of(y);
     if (!a.is_list || !b.is_list || b.is_zero()) return leaf_Z();
-    Limbs remainder;
-    mag_divide<Decimal>(a.limbs(), b.limbs(), remainder);
+    Limbs remainder = mag_rest<Decimal>(a.limbs(), b.limbs());
     if (a.negative != b.negative && !remainder.empty()) {
         remainder = mag_sub<Decimal>(b.limbs(), remainder);
     }

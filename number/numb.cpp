@@ -233,8 +233,7 @@ Value numb_mod(Node* x, Node* y) {
     std::optional<Number> b = number_of(y);
     if (!a || !b || b->is_zero()) return leaf_Z();
     align(*a, *b);
-    Limbs rest;
-    mag_divide<Binary>(a->mantissa, b->mantissa, rest);
+    Limbs rest = mag_rest<Binary>(a->mantissa, b->mantissa);
     if (a->negative != b->negative && !rest.empty()) rest = mag_sub<Binary>(b->mantissa, rest);
     return value_of({false, std::move(rest), a->places});
 }
