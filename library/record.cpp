@@ -107,6 +107,25 @@ Value read_checked(Value* arguments) {
     return from_u64(load(bytes.start + *offset, width));
 }
 
+/// The same on a Leaf and a number that has no node.
+template <class Place, size_t width>
+bool read_on_words(Word* arguments, Word& result) {
+    if (!is_node(arguments[0]) || !is_short(arguments[1])) return false;
+    Node* x = node_of(arguments[0]);
+    if (!is_leaf(x) || !Place::fits(x)) return false;
+    const Bytes bytes = Place::bytes(x);
+    const auto offset = offset_in(bytes.length, short_of(arguments[1]), width);
+    if (!offset) return false;
+    result = word_of_u64(load(bytes.start + *offset, width));
+    release(x);
+    return true;
+}
+
+template <class Place, size_t width>
+constexpr Builtin checked(const char* name) {
+    return {name, 2, read_checked<Place, width>, read_on_words<Place, width>};
+}
+
 template <class Place, size_t width>
 Value write_checked(Value* arguments) {
     if (!Place::fits(arguments[0]) || !is_integer(arguments[1]) || !is_integer(arguments[2])) {
@@ -152,26 +171,46 @@ void write_memory(char* address, uint64_t number) {
 }
 
 constexpr Builtin rows[] = {
-    {"rech", 2, read_checked<Text, 1>},        {"reci", 2, read_checked<Text, 2>},
-    {"recj", 2, read_checked<Text, 4>},        {"reck", 2, read_checked<Text, 8>},
-    {"recl", 3, write_checked<Text, 1>},       {"recm", 3, write_checked<Text, 2>},
-    {"recn", 3, write_checked<Text, 4>},       {"reco", 3, write_checked<Text, 8>},
-    {"redh", 2, read_unchecked<Text, 1>},      {"redi", 2, read_unchecked<Text, 2>},
-    {"redj", 2, read_unchecked<Text, 4>},      {"redk", 2, read_unchecked<Text, 8>},
-    {"redl", 3, write_unchecked<Text, 1>},     {"redm", 3, write_unchecked<Text, 2>},
-    {"redn", 3, write_unchecked<Text, 4>},     {"redo", 3, write_unchecked<Text, 8>},
-    wrap<U(I), read_memory<1>>("refh", 1),     wrap<U(I), read_memory<2>>("refi", 1),
-    wrap<U(I), read_memory<4>>("refj", 1),     wrap<U(I), read_memory<8>>("refk", 1),
-    wrap<V(I, I), write_memory<1>>("refl", 2), wrap<V(I, I), write_memory<2>>("refm", 2),
-    wrap<V(I, I), write_memory<4>>("refn", 2), wrap<V(I, I), write_memory<8>>("refo", 2),
-    {"relh", 2, read_checked<Post, 1>},        {"reli", 2, read_checked<Post, 2>},
-    {"relj", 2, read_checked<Post, 4>},        {"relk", 2, read_checked<Post, 8>},
-    {"rell", 3, write_checked<Post, 1>},       {"relm", 3, write_checked<Post, 2>},
-    {"reln", 3, write_checked<Post, 4>},       {"relo", 3, write_checked<Post, 8>},
-    {"remh", 2, read_unchecked<Post, 1>},      {"remi", 2, read_unchecked<Post, 2>},
-    {"remj", 2, read_unchecked<Post, 4>},      {"remk", 2, read_unchecked<Post, 8>},
-    {"reml", 3, write_unchecked<Post, 1>},     {"remm", 3, write_unchecked<Post, 2>},
-    {"remn", 3, write_unchecked<Post, 4>},     {"remo", 3, write_unchecked<Post, 8>},
+    checked<Text, 1>("rech"),
+    checked<Text, 2>("reci"),
+    checked<Text, 4>("recj"),
+    checked<Text, 8>("reck"),
+    {"recl", 3, write_checked<Text, 1>},
+    {"recm", 3, write_checked<Text, 2>},
+    {"recn", 3, write_checked<Text, 4>},
+    {"reco", 3, write_checked<Text, 8>},
+    {"redh", 2, read_unchecked<Text, 1>},
+    {"redi", 2, read_unchecked<Text, 2>},
+    {"redj", 2, read_unchecked<Text, 4>},
+    {"redk", 2, read_unchecked<Text, 8>},
+    {"redl", 3, write_unchecked<Text, 1>},
+    {"redm", 3, write_unchecked<Text, 2>},
+    {"redn", 3, write_unchecked<Text, 4>},
+    {"redo", 3, write_unchecked<Text, 8>},
+    wrap<U(I), read_memory<1>>("refh", 1),
+    wrap<U(I), read_memory<2>>("refi", 1),
+    wrap<U(I), read_memory<4>>("refj", 1),
+    wrap<U(I), read_memory<8>>("refk", 1),
+    wrap<V(I, I), write_memory<1>>("refl", 2),
+    wrap<V(I, I), write_memory<2>>("refm", 2),
+    wrap<V(I, I), write_memory<4>>("refn", 2),
+    wrap<V(I, I), write_memory<8>>("refo", 2),
+    checked<Post, 1>("relh"),
+    checked<Post, 2>("reli"),
+    checked<Post, 4>("relj"),
+    checked<Post, 8>("relk"),
+    {"rell", 3, write_checked<Post, 1>},
+    {"relm", 3, write_checked<Post, 2>},
+    {"reln", 3, write_checked<Post, 4>},
+    {"relo", 3, write_checked<Post, 8>},
+    {"remh", 2, read_unchecked<Post, 1>},
+    {"remi", 2, read_unchecked<Post, 2>},
+    {"remj", 2, read_unchecked<Post, 4>},
+    {"remk", 2, read_unchecked<Post, 8>},
+    {"reml", 3, write_unchecked<Post, 1>},
+    {"remm", 3, write_unchecked<Post, 2>},
+    {"remn", 3, write_unchecked<Post, 4>},
+    {"remo", 3, write_unchecked<Post, 8>},
 };
 
 }  // namespace

@@ -4,7 +4,9 @@
 // An answer is K, H or, where equality can't be told, Z: two voids that are not one node. Arrays
 // are compared element by element, to any depth of nesting, with a list of the arrays that are
 // open; an element that both hold as one node is passed over.
+#include <functional>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "number/convert.h"
@@ -14,8 +16,10 @@
 #include "number/kind.h"
 #include "number/numb.h"
 #include "number/post.h"
+#include "number/word_results.h"
 #include "number/zits.h"
 #include "reduce/tables.h"
+#include "value/real_word.h"
 #include "value/short_hint.h"
 
 namespace marl {
@@ -236,11 +240,26 @@ Value diff_builtin(Value* arguments) {
     }
 }
 
+/// The same for two integers or two reals that have no nodes.
+template <class Compare>
+bool compare_on_words(Word* arguments, Word& result) {
+    constexpr Compare holds;
+    const auto [x, y] = std::pair(arguments[0], arguments[1]);
+    if (is_short(x) && is_short(y)) {
+        result = word_of_truth(holds(short_of(x), short_of(y)));
+    } else if (is_real(x) && is_real(y)) {
+        result = word_of_truth(holds(real_of(x), real_of(y)));
+    } else {
+        return false;
+    }
+    return true;
+}
+
 constexpr Builtin rows[] = {
-    {"less", 2, less_builtin},
-    {"gteq", 2, gteq_builtin},
-    {"same", 2, same_builtin},
-    {"diff", 2, diff_builtin},
+    {"less", 2, less_builtin, compare_on_words<std::less<>>},
+    {"gteq", 2, gteq_builtin, compare_on_words<std::greater_equal<>>},
+    {"same", 2, same_builtin, compare_on_words<std::equal_to<>>},
+    {"diff", 2, diff_builtin, compare_on_words<std::not_equal_to<>>},
 };
 
 }  // namespace

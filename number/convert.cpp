@@ -49,9 +49,13 @@ LowBits low_bits(Node* x) {
 
 /// A new Leaf of a one-byte name, born with its symbol.
 Value name_leaf(Symbol& symbol) {
-    Value made = leaf_with_size(symbol.name.data()[0], 1);
-    symbol_slot(made) = &symbol;
-    return made;
+    char* block = static_cast<char*>(allocate_node(letter_leaf_size));
+    auto* node = reinterpret_cast<Node*>(block + sizeof(SymbolWord));
+    node->header = leaf_bit | 1;
+    symbol_slot(node) = &symbol;
+    leaf_text(node)[0] = symbol.name.view()[0];
+    leaf_text(node)[1] = 0;
+    return Value::adopt(node);
 }
 
 }  // namespace

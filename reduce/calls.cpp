@@ -39,9 +39,10 @@ const Instruction* start_of(Code& code) {
     return code.start();
 }
 
-/// Calls a built-in that takes Words as they are, and does, on words in place.
+/// Calls a built-in that takes Words as they are, and does, on words in place. Not while an
+/// interrupt waits; one may have cut it short.
 bool call_on_words(const Builtin& row, Word* arguments, Word& result) {
-    return row.on_words && !keeps_identity && row.on_words(arguments, result);
+    return row.on_words && !keeps_identity && !interrupted && row.on_words(arguments, result);
 }
 
 /// Calls a built-in on words in place; gives an owned Word. What an interrupt asks for comes first,
@@ -55,7 +56,9 @@ Word call_on_nodes(const Builtin& row, Word* arguments) {
 
 Word call_row(const Builtin& row, Word* arguments) {
     Word result;
-    return call_on_words(row, arguments, result) ? result : call_on_nodes(row, arguments);
+    if (!call_on_words(row, arguments, result)) return call_on_nodes(row, arguments);
+    if (interrupted) run_interrupt();
+    return result;
 }
 
 /// The same for one that is only known now, which may be an operator.
@@ -187,8 +190,6 @@ void slow_enter(MARL_STATE) {
 }
 
 [[gnu::noinline]] void builtin_on_nodes(MARL_STATE) {
-    m->stack.top = top;
-    m->registers.top = frame + at->b;
     value = call_on_nodes(*at->builtin, frame + at->b);
     top = m->stack.top;
     frame = m->registers.top - at->b;
@@ -196,9 +197,12 @@ void slow_enter(MARL_STATE) {
 }
 
 void slow_builtin(MARL_STATE) {
+    m->stack.top = top;
+    m->registers.top = frame + at->b;
     // By way of the machine: a local whose address is known leaves no jump at the end.
     if (!call_on_words(*at->builtin, frame + at->b, m->focus)) MARL_SLOW(builtin_on_nodes);
     value = m->focus;
+    if (interrupted) run_interrupt();
     // What was changed in place is as settled as it was.
     if (is_counted(value) && value != frame[at->b]) MARL_SLOW(builtin_gives);
     frame[at->a] = value;
@@ -214,18 +218,28 @@ void slow_builtin_nested(MARL_STATE) {
     MARL_LEAVE;
 }
 
+/// The rest of a built-in whose result, `value`, is the frame's.
+[[gnu::noinline]] void builtin_gives_last(MARL_STATE) {
+    if (is_done(value)) MARL_RETURN;
+    m->focus = focus_of(value);
+    MARL_LEAVE;
+}
+
+[[gnu::noinline]] void builtin_last_on_nodes(MARL_STATE) {
+    value = call_on_nodes(*at->builtin, frame + at->b);
+    top = m->stack.top;
+    frame = m->registers.top;
+    MARL_SLOW(builtin_gives_last);
+}
+
 void slow_builtin_last(MARL_STATE) {
     m->stack.top = top;
     m->registers.top = frame;
-    const Word result = call_row(*at->builtin, frame + at->b);
-    top = m->stack.top;
-    frame = m->registers.top;
-    if (is_done(result)) {
-        value = result;
-        MARL_RETURN;
-    }
-    m->focus = focus_of(result);
-    MARL_LEAVE;
+    if (!call_on_words(*at->builtin, frame + at->b, m->focus)) MARL_SLOW(builtin_last_on_nodes);
+    value = m->focus;
+    if (interrupted) run_interrupt();
+    if (is_counted(value)) MARL_SLOW(builtin_gives_last);
+    MARL_RETURN;
 }
 
 void slow_builtin_held(MARL_STATE) {

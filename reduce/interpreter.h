@@ -175,6 +175,16 @@ inline int32_t way_of_leaf(const Choice& choice, const Node* leaf) {
     }
 }
 
+/// Gives up a name of one letter; false, and nothing is done, where that takes a call.
+MARL_INLINE bool drop_letter(Node* leaf) {
+    if (count_of(leaf) > 1) {
+        --leaf->header;
+        return true;
+    }
+    if (MARL_POOL) free_small_node(symbol_word(leaf), letter_leaf_size, MARL_FREE_LISTS);
+    return MARL_POOL;
+}
+
 /// The rest of a choice before two operands, for what is no closure: each truth value has a way.
 MARL_INLINE void choose_other(MARL_STATE) {
     const Word head = MARL_REGISTER(b);
@@ -182,12 +192,12 @@ MARL_INLINE void choose_other(MARL_STATE) {
         Node* node = node_of(head);
         if (!is_leaf(node)) MARL_SLOW(slow_choose);
         const uint16_t name = two_bytes(node);
-        if (name == one_letter('K') && MARL_HAS_WAY(k) && count_of(node) > 1) {
-            if (MARL_TAKES(b)) --node->header;
+        if (name == one_letter('K') && MARL_HAS_WAY(k)) {
+            if (MARL_TAKES(b) && !drop_letter(node)) MARL_SLOW(slow_choose);
             MARL_WAY(k);
         }
-        if (name == one_letter('H') && MARL_HAS_WAY(h) && count_of(node) > 1) {
-            if (MARL_TAKES(b)) --node->header;
+        if (name == one_letter('H') && MARL_HAS_WAY(h)) {
+            if (MARL_TAKES(b) && !drop_letter(node)) MARL_SLOW(slow_choose);
             MARL_WAY(h);
         }
         const bool may_have_way =

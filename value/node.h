@@ -112,6 +112,8 @@ struct alignas(uint64_t) SymbolWord {
 inline SymbolWord* symbol_word(Node* name_leaf) {
     return reinterpret_cast<SymbolWord*>(name_leaf) - 1;
 }
+/// The block of a name of one byte.
+constexpr size_t letter_leaf_size = sizeof(SymbolWord) + sizeof(Node) + 2;
 inline Symbol*& symbol_slot(Node* name_leaf) { return symbol_word(name_leaf)->symbol; }
 
 /// The length of a "[" Leaf of `span_limit` bytes or more.

@@ -21,6 +21,10 @@ namespace {
 
 void free_leaf(Node* leaf) {
     const uint8_t kind = first_byte(leaf);
+    // Most of what dies is a truth value.
+    if (is_name_byte(kind) && kind != 0 && leaf_text(leaf)[1] == 0) {
+        return free_node(symbol_word(leaf), letter_leaf_size);
+    }
     const int64_t n = length(leaf);
     const size_t front = leaf_front_size(kind, n);
     const size_t size = sizeof(Node) + static_cast<size_t>(n) + (kind != '\n');
