@@ -73,6 +73,12 @@ bool is_done(Word result) {
     return is_settled(result) && !(is_node(result) && is_abort(node_of(result)));
 }
 
+/// The same for most results: a number, or a Leaf, which is no abort.
+bool is_done_at_sight(Word result) {
+    if (!is_node(result)) return !is_closure(result);
+    return is_leaf(node_of(result)) && settled(node_of(result));
+}
+
 /// Makes a result the focus. An abort drops the context.
 Word focus_of(Word result) {
     if (is_node(result) && is_abort(node_of(result))) drop_context();
@@ -203,8 +209,7 @@ void slow_builtin(MARL_STATE) {
     if (!call_on_words(*at->builtin, frame + at->b, m->focus)) MARL_SLOW(builtin_on_nodes);
     value = m->focus;
     if (interrupted) run_interrupt();
-    // What was changed in place is as settled as it was.
-    if (is_counted(value) && value != frame[at->b]) MARL_SLOW(builtin_gives);
+    if (!is_done_at_sight(value)) MARL_SLOW(builtin_gives);
     frame[at->a] = value;
     MARL_NEXT;
 }
@@ -238,7 +243,7 @@ void slow_builtin_last(MARL_STATE) {
     if (!call_on_words(*at->builtin, frame + at->b, m->focus)) MARL_SLOW(builtin_last_on_nodes);
     value = m->focus;
     if (interrupted) run_interrupt();
-    if (is_counted(value)) MARL_SLOW(builtin_gives_last);
+    if (!is_done_at_sight(value)) MARL_SLOW(builtin_gives_last);
     MARL_RETURN;
 }
 
