@@ -12,6 +12,7 @@
 #include "number/digits.h"
 #include "number/kind.h"
 #include "number/post.h"
+#include "number/word_results.h"
 #include "number/zits.h"
 #include "reduce/needs.h"
 #include "text/bit_cast.h"
@@ -177,6 +178,15 @@ Value trim_cray(Node* x, int64_t first, int64_t last) {
     return slice ? cray_slice(x, slice->first, slice->last) : leaf_Z();
 }
 
+Value trim_any(Value& slot, int64_t first, int64_t last) {
+    switch (kind_of(slot)) {
+        case 'a': return trim_post(slot, first, last);
+        case 'u': return trim_zits(slot, first, last);
+        case 'c': return trim_cray(slot, first, last);
+        default: return leaf_Z();
+    }
+}
+
 // On Words.
 
 /// The Leaf that a Word is; null when it is none.
@@ -304,16 +314,16 @@ bool count_on_words(Word* arguments, Word& result) {
 }
 
 Value trim(Value* arguments) {
-    Value& x = arguments[0];
     if (!is_integer(arguments[1]) || !is_integer(arguments[2])) return leaf_Z();
-    const int64_t first = to_i64(arguments[1]);
-    const int64_t last = to_i64(arguments[2]);
-    switch (kind_of(x)) {
-        case 'a': return trim_post(x, first, last);
-        case 'u': return trim_zits(x, first, last);
-        case 'c': return trim_cray(x, first, last);
-        default: return leaf_Z();
-    }
+    return trim_any(arguments[0], to_i64(arguments[1]), to_i64(arguments[2]));
+}
+
+bool trim_on_words(Word* arguments, Word& result) {
+    const bool fits = is_node(arguments[0]) && is_short(arguments[1]) && is_short(arguments[2]);
+    if (!fits) return false;
+    Value x = Value::adopt(node_of(arguments[0]));
+    result = word_of_new(trim_any(x, short_of(arguments[1]), short_of(arguments[2])));
+    return true;
 }
 
 Value copy_bytes(Value* arguments) {

@@ -14,9 +14,10 @@ namespace marl {
 Value look(Value* arguments);
 /// cork x i v: x with v as element i. An aggregate that nobody else holds is changed in place.
 Value cork(Value* arguments);
-/// `look`, `cork` and `rank` for indices and elements that are numbers without nodes.
+/// `look`, `cork`, `trim` and `rank` for indices and elements that are numbers without nodes.
 bool look_on_words(Word* arguments, Word& result);
 bool cork_on_words(Word* arguments, Word& result);
+bool trim_on_words(Word* arguments, Word& result);
 bool count_on_words(Word* arguments, Word& result);
 /// trim x f l: the elements from f up to but not including l.
 Value trim(Value* arguments);

@@ -12,6 +12,7 @@
 #include "number/digits.h"
 #include "number/kind.h"
 #include "number/post.h"
+#include "number/word_results.h"
 #include "number/zits.h"
 #include "reduce/tables.h"
 #include "value/allocate.h"
@@ -53,14 +54,25 @@ Value init(Value* arguments) {
     }
 }
 
-Value read_memory(Value* arguments) {
-    if (!is_integer(arguments[0]) || !is_integer(arguments[1])) return leaf_Z();
-    const auto* address = reinterpret_cast<const char*>(to_i64(arguments[0]));
-    const int64_t n = to_i64(arguments[1]);
+/// The bytes at an address that the program answers for.
+Value post_of_memory(int64_t address, int64_t n) {
     if (n < 0) return leaf_Z();
     Value made = post_with_size(n);
-    if (n > 0) memcpy(post_data(made), address, static_cast<size_t>(n));
+    if (n > 0) {
+        memcpy(post_data(made), reinterpret_cast<const char*>(address), static_cast<size_t>(n));
+    }
     return made;
+}
+
+Value read_memory(Value* arguments) {
+    if (!is_integer(arguments[0]) || !is_integer(arguments[1])) return leaf_Z();
+    return post_of_memory(to_i64(arguments[0]), to_i64(arguments[1]));
+}
+
+bool read_memory_on_words(Word* arguments, Word& result) {
+    if (!is_short(arguments[0]) || !is_short(arguments[1])) return false;
+    result = word_of_new(post_of_memory(short_of(arguments[0]), short_of(arguments[1])));
+    return true;
 }
 
 /// The one empty cray of the process, from which a program makes all others.
@@ -156,11 +168,11 @@ Value assert_builtin(Value* arguments) {
 constexpr Builtin rows[] = {
     {"look", 2, look, look_on_words},
     {"cork", 3, cork, cork_on_words},
-    {"trim", 3, trim},
+    {"trim", 3, trim, trim_on_words},
     {"copy", 2, copy_bytes},
     {"rank", 1, count_elements, count_on_words},
     {"init", 1, init},
-    {"post", 2, read_memory},
+    {"post", 2, read_memory, read_memory_on_words},
     {"cray", 0, empty_cray},
     {"left", 1, left_part},
     {"rght", 1, right_part},

@@ -27,6 +27,7 @@
 #include "number/numb.h"
 #include "number/post.h"
 #include "number/real.h"
+#include "number/word_results.h"
 #include "number/zits.h"
 #include "reduce/tables.h"
 #include "value/short_hint.h"
@@ -455,9 +456,30 @@ Value buck(Value* arguments) {
     }
 }
 
+/// A power of two integers that have no nodes, and the result needs none.
+bool powa_on_words(Word* arguments, Word& result) {
+    if (!is_short(arguments[0]) || !is_short(arguments[1])) return false;
+    const int64_t base = short_of(arguments[0]);
+    int64_t power = 1;
+    for (int64_t n = short_of(arguments[1]); n != 0; --n) {
+        // 0 and 1 are their own powers, and of -1 none overflows.
+        if (n < 0 || n > 64 || __builtin_mul_overflow(power, base, &power)) return false;
+    }
+    result = word_of_i64(power);
+    return true;
+}
+
+bool wave_on_words(Word* arguments, Word& result) {
+    if (!is_short(arguments[0])) return false;
+    result = word_of_i64(-short_of(arguments[0]));
+    return true;
+}
+
 constexpr Builtin rows[] = {
-    {"plus", 2, plus}, {"dash", 2, dash}, {"mult", 2, mult}, {"over", 2, over},
-    {"cent", 2, cent}, {"powa", 2, powa}, {"wave", 1, wave}, {"buck", 1, buck},
+    {"plus", 2, plus}, {"dash", 2, dash},
+    {"mult", 2, mult}, {"over", 2, over},
+    {"cent", 2, cent}, {"powa", 2, powa, powa_on_words},
+    {"buck", 1, buck}, {"wave", 1, wave, wave_on_words},
 };
 
 }  // namespace

@@ -5,15 +5,6 @@
 
 namespace marl {
 
-namespace {
-
-Word analysed(Value made) {
-    analyse(made);
-    return word_of(made.take());
-}
-
-}  // namespace
-
 Word word_of_i64(int64_t n) {
     return fits_short(n) ? word_of_short(n) : word_of(from_i64(n).take());
 }
@@ -24,8 +15,13 @@ Word word_of_u64(uint64_t n) {
     return is_word ? word_of_short(number) : word_of(from_u64(n).take());
 }
 
-Word word_of_truth(bool condition) { return analysed(truth(condition)); }
+Word word_of_new(Value made) {
+    analyse(made);
+    return word_of(made.take());
+}
 
-Word word_of_nothing() { return analysed(leaf_I()); }
+Word word_of_truth(bool condition) { return word_of_new(truth(condition)); }
+
+Word word_of_nothing() { return word_of_new(leaf_I()); }
 
 }  // namespace marl

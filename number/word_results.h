@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "value/value.h"
 #include "value/word.h"
 
 namespace marl {
@@ -10,6 +11,8 @@ namespace marl {
 /// An integer, and one that is not negative.
 Word word_of_i64(int64_t n);
 Word word_of_u64(uint64_t n);
+/// A new node, which is analysed.
+Word word_of_new(Value made);
 /// A new `K` or `H`, or the `I` of a built-in that has nothing to say, analysed.
 Word word_of_truth(bool condition);
 Word word_of_nothing();
