@@ -1,6 +1,8 @@
 // A Pair that nobody else holds is taken apart without a count.
 #include "reduce/arguments.h"
 
+#include <new>
+
 #include "reduce/heads.h"
 
 namespace marl {
@@ -25,10 +27,17 @@ void take_inner_arguments(Node* function, int inner, Word* arguments) {
 }
 
 Value call_builtin(const Builtin& row, Word* arguments) {
-    Value slots[most_arguments];
-    for (int i = 0; i < row.arity; ++i) slots[i] = Value::adopt(force(arguments[i]));
-    Value result = row.function(slots);
-    for (int i = 0; i < row.arity; ++i) slots[i] = Value();
+    // Only as many of them as there are arguments ever begin.
+    union Slots {
+        Slots() {}
+        ~Slots() {}
+        Value values[most_arguments];
+    } slots;
+    for (int i = 0; i < row.arity; ++i) {
+        new (slots.values + i) Value(Value::adopt(force(arguments[i])));
+    }
+    Value result = row.function(slots.values);
+    for (int i = 0; i < row.arity; ++i) slots.values[i].~Value();
     analyse(result);
     return result;
 }

@@ -199,7 +199,9 @@ void slow_enter(MARL_STATE) {
     value = call_on_nodes(*at->builtin, frame + at->b);
     top = m->stack.top;
     frame = m->registers.top - at->b;
-    MARL_SLOW(builtin_gives);
+    if (!is_done_at_sight(value)) MARL_SLOW(builtin_gives);
+    frame[at->a] = value;
+    MARL_NEXT;
 }
 
 void slow_builtin(MARL_STATE) {
@@ -234,7 +236,8 @@ void slow_builtin_nested(MARL_STATE) {
     value = call_on_nodes(*at->builtin, frame + at->b);
     top = m->stack.top;
     frame = m->registers.top;
-    MARL_SLOW(builtin_gives_last);
+    if (!is_done_at_sight(value)) MARL_SLOW(builtin_gives_last);
+    MARL_RETURN;
 }
 
 void slow_builtin_last(MARL_STATE) {

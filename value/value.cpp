@@ -104,16 +104,13 @@ Value pair(Value left, Value right) {
     return Value::adopt(node);
 }
 
-int64_t post_offset(int64_t n) { return (std::bit_width(static_cast<uint64_t>(n)) + 5) / 6 + 2; }
-
 void keep_post_length(Node* post, int64_t n) {
     set_span(post, !keeps_identity && n < span_limit ? n : 0);
 }
 
-PostExtent post_extent(Node* post) {
+PostExtent read_post_extent(Node* post) {
     const char* bytes = leaf_text(post);
     MARL_REQUIRE(*bytes == '(');
-    if (const int64_t known = span_of(post)) return {post_offset(known), known};
     int64_t n = 0;
     int64_t i = 1;
     for (; bytes[i] != ')'; ++i) {

@@ -5,6 +5,8 @@
 // it was moved from.
 #pragma once
 
+#include <array>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
@@ -117,9 +119,24 @@ struct PostExtent {
     int64_t offset;
     int64_t length;
 };
-PostExtent post_extent(Node* post);
 /// Where a payload of n bytes begins: behind "(", the digits of n and ")".
-int64_t post_offset(int64_t n);
+inline int64_t post_offset(int64_t n) {
+    static constexpr auto offsets = [] {
+        std::array<uint8_t, 65> by_width{};
+        for (size_t width = 0; width <= 64; ++width) {
+            by_width[width] = static_cast<uint8_t>((width + 5) / 6 + 2);
+        }
+        return by_width;
+    }();
+    return offsets[static_cast<size_t>(std::bit_width(static_cast<uint64_t>(n)))];
+}
+/// The same by what the text says.
+PostExtent read_post_extent(Node* post);
+inline PostExtent post_extent(Node* post) {
+    const int64_t known = span_of(post);
+    if (known == 0 || first_byte(post) != '(') return read_post_extent(post);
+    return {post_offset(known), known};
+}
 /// Keeps the length of a payload in the header, where no program can look at it.
 void keep_post_length(Node* post, int64_t n);
 
