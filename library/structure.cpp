@@ -54,6 +54,25 @@ Value init(Value* arguments) {
     }
 }
 
+/// Of a text Leaf, or of a number that has no node.
+bool init_on_words(Word* arguments, Word& result) {
+    if (is_short(arguments[0])) {
+        const auto byte = static_cast<char>(short_of(arguments[0]));
+        result = word_of_new(post_make({&byte, 1}));
+        return true;
+    }
+    if (!is_node(arguments[0])) return false;
+    Node* x = node_of(arguments[0]);
+    if (is_leaf_of(x, '(')) {
+        result = arguments[0];
+        return true;
+    }
+    if (!is_leaf_of(x, '[')) return false;
+    result = word_of_new(post_make(zits_body(x)));
+    release(x);
+    return true;
+}
+
 /// The bytes at an address that the program answers for.
 Value post_of_memory(int64_t address, int64_t n) {
     if (n < 0) return leaf_Z();
@@ -171,7 +190,7 @@ constexpr Builtin rows[] = {
     {"trim", 3, trim, trim_on_words},
     {"copy", 2, copy_bytes},
     {"rank", 1, count_elements, count_on_words},
-    {"init", 1, init},
+    {"init", 1, init, init_on_words},
     {"post", 2, read_memory, read_memory_on_words},
     {"cray", 0, empty_cray},
     {"left", 1, left_part},
