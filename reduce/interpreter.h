@@ -333,26 +333,9 @@ MARL_COMPARISON(differ, !=)
 #undef MARL_COMPARISON
 // NOLINTEND(bugprone-macro-parentheses)
 
-MARL_INSTRUCTION(choose_one) {
-    const Word head = MARL_REGISTER(b);
-    if (is_node(head)) {
-        const Node* node = node_of(head);
-        const bool may_have_way =
-            is_leaf(node) ? two_bytes(node) == one_letter('I') : is_pair_of(node, 'V');
-        if (may_have_way) MARL_SLOW(slow_choose);
-    } else if (is_cell(head)) {
-        MARL_SLOW(slow_choose);
-    }
-    if (!MARL_TAKES(b)) retain_word(head);
-    MARL_REGISTER(a) = head;
-    MARL_WAY(other);
-}
-MARL_INSTRUCTION(choose_two) {
-    const Word head = MARL_REGISTER(b);
-    if (!is_closure(head)) MARL_SLOW(choose_other);
-    if (kind_of_closure(head) != ClosureKind::list_cell || !MARL_HAS_WAY(pair))
-        MARL_SLOW(slow_choose);
-    Cell* cell = cell_of(head);
+/// The way of a choice that its head, a cell of the right kind, goes.
+MARL_INLINE void choose_cell(MARL_STATE) {
+    Cell* cell = cell_of(MARL_REGISTER(b));
     const bool taken = MARL_TAKES(b);
     const Word x = MARL_PART(x) = cell->x;
     const Word y = MARL_PART(y) = cell->y;
@@ -364,6 +347,31 @@ MARL_INSTRUCTION(choose_two) {
     retain_word(x);
     retain_word(y);
     MARL_WAY(pair);
+}
+#define MARL_CHOOSE_CELL MARL_JUMP choose_cell(frame, top, m, value, at)
+
+MARL_INSTRUCTION(choose_one) {
+    const Word head = MARL_REGISTER(b);
+    if (is_node(head)) {
+        const Node* node = node_of(head);
+        const bool may_have_way =
+            is_leaf(node) ? two_bytes(node) == one_letter('I') : is_pair_of(node, 'V');
+        if (may_have_way) MARL_SLOW(slow_choose);
+    } else if (is_cell(head)) {
+        const bool has_way = kind_of_closure(head) == ClosureKind::pair_cell && MARL_HAS_WAY(pair);
+        if (!has_way) MARL_SLOW(slow_choose);
+        MARL_CHOOSE_CELL;
+    }
+    if (!MARL_TAKES(b)) retain_word(head);
+    MARL_REGISTER(a) = head;
+    MARL_WAY(other);
+}
+MARL_INSTRUCTION(choose_two) {
+    const Word head = MARL_REGISTER(b);
+    if (!is_closure(head)) MARL_SLOW(choose_other);
+    if (kind_of_closure(head) != ClosureKind::list_cell || !MARL_HAS_WAY(pair))
+        MARL_SLOW(slow_choose);
+    MARL_CHOOSE_CELL;
 }
 MARL_INSTRUCTION(cell) {
     FreeBlock* const block = next_node(sizeof(Cell));
