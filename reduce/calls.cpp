@@ -142,7 +142,7 @@ const Instruction* start_of_any(Word function, int count, int& inner) {
     if (!is_node(function) || is_zits_analysed(node_of(function))) return nullptr;
     Node* name = node_of(function);
     for (inner = 0; !is_leaf(name); ++inner) name = as_pair(name)->left;
-    return start_of_name(node_of(function), name, count);
+    return start_of_name(node_of(function), name, inner, count);
 }
 
 /// Puts what a function is applied to in front of a row of arguments that stands behind `to`.
@@ -271,7 +271,7 @@ void slow_call(MARL_STATE) {
     MARL_GO_TO(at);
 }
 
-/// A name with code that is applied to some arguments already: those come in front of the row's.
+/// A name with code. What it is applied to already comes in front of the row.
 [[gnu::noinline]] void apply_name(MARL_STATE) {
     const Word function = frame[at->a];
     int inner;

@@ -104,14 +104,16 @@ inline Node* name_in_front(Node* application) {
     return application;
 }
 
-/// Where the code of a name begins, when it has any and wants `count` arguments more in front of
-/// which the `application` may hold others; null when it goes the general way.
-inline const Instruction* start_of_name(Node* application, Node* name, int count) {
-    const int code = top_byte(application) & 0x7F;
-    if (code != rank_zero_code + count || !is_name_byte(first_byte(name))) return nullptr;
+/// Where the code of a name begins, when it has any and an application of it to `inner` arguments
+/// wants `count` more; null when it goes the general way. The rank alone doesn't tell: the name may
+/// have got more parameters since.
+inline const Instruction* start_of_name(Node* application, Node* name, int inner, int count) {
+    const int rank = top_byte(application) & 0x7F;
+    if (rank != rank_zero_code + count || !is_name_byte(first_byte(name))) return nullptr;
     const Symbol* symbol = symbol_slot(name);
-    if (!symbol || symbol->builtin || !symbol->code || !symbol->code->made) return nullptr;
-    return symbol->code->start();
+    if (!symbol || symbol->builtin) return nullptr;
+    const Code* code = symbol->code.get();
+    return code && code->made && code->parameters == inner + count ? code->start() : nullptr;
 }
 
 /// Where a name begins that has code and wants just one argument, to which it may have been applied
@@ -119,13 +121,13 @@ inline const Instruction* start_of_name(Node* application, Node* name, int count
 /// nothing is done, for any other function that is a node.
 inline const Instruction* start_on_one(Node* function, Word* row, Word argument) {
     if (is_leaf(function)) {
-        const Instruction* start = start_of_name(function, function, 1);
+        const Instruction* start = start_of_name(function, function, 0, 1);
         if (start) *row = argument;
         return start;
     }
     Node* name = as_pair(function)->left;
     if (!is_leaf(name)) return nullptr;
-    const Instruction* start = start_of_name(function, name, 1);
+    const Instruction* start = start_of_name(function, name, 1, 1);
     if (!start) return nullptr;
     row[1] = argument;
     row[0] = shared_word(as_pair(function)->right);
