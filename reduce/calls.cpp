@@ -1,14 +1,11 @@
 // Calls: where a frame begins, and what it takes to get there.
 //
-// While a built-in or a run in it is under way, `machine` has the state: `stack.top`, and as
-// `registers.top` the place behind the registers that the frame keeps. Both stacks may have moved
-// when it comes back.
-#include <algorithm>
-#include <cstring>
+// What a built-in wants of the machine's state is reduce/builtin_calls.h's business.
 #include <limits>
 
 #include "reduce/analysis.h"
 #include "reduce/arguments.h"
+#include "reduce/builtin_calls.h"
 #include "reduce/changing.h"
 #include "reduce/closure.h"
 #include "reduce/heads.h"
@@ -16,7 +13,6 @@
 #include "reduce/interrupts.h"
 #include "reduce/meanings.h"
 #include "reduce/native/native.h"
-#include "reduce/needs.h"
 #include "reduce/operators.h"
 #include "reduce/run_code.h"
 #include "reduce/tables.h"
@@ -39,54 +35,15 @@ const Instruction* start_of(Code& code) {
     return code.start();
 }
 
-/// Calls a built-in that takes Words as they are, and does, on words in place. Not while an
-/// interrupt waits; one may have cut it short.
-bool call_on_words(const Builtin& row, Word* arguments, Word& result) {
-    return row.on_words && !keeps_identity && !interrupted && row.on_words(arguments, result);
-}
-
-/// Calls a built-in on words in place; gives an owned Word. What an interrupt asks for comes first,
-/// and again behind a call that it has cut short.
-Word call_on_nodes(const Builtin& row, Word* arguments) {
-    if (interrupted) run_interrupt();
-    Value result = call_builtin(row, arguments);
-    if (interrupted) run_interrupt();
-    return word_of_result(result.take());
-}
-
-Word call_row(const Builtin& row, Word* arguments) {
-    Word result;
-    if (!call_on_words(row, arguments, result)) return call_on_nodes(row, arguments);
-    if (interrupted) run_interrupt();
-    return result;
-}
-
-/// The same for one that is only known now, which may be an operator.
+/// Calls a built-in that is only known now, and may be an operator, on words in place.
 Word call_symbol(const Symbol& symbol, Word* arguments) {
     const auto op = static_cast<Op>(symbol.operation);
     if (symbol.operation < 0 || !is_arithmetic(op)) return call_row(*symbol.builtin, arguments);
     return operate_slowly(op, arguments[0], arguments[1]);
 }
 
-/// Whether the result of a built-in can go straight into a register.
-bool is_done(Word result) {
-    return is_settled(result) && !(is_node(result) && is_abort(node_of(result)));
-}
-
-/// The same for most results: a number, or a Leaf, which is no abort.
-bool is_done_at_sight(Word result) {
-    if (!is_node(result)) return !is_closure(result);
-    return is_leaf(node_of(result)) && settled(node_of(result));
-}
-
-/// Makes a result the focus. An abort drops the context.
-Word focus_of(Word result) {
-    if (is_node(result) && is_abort(node_of(result))) drop_context();
-    return result;
-}
-
 /// What can be called on words in a row: a Code whose captured words stand behind them by now, or a
-/// built-in; neither when the function goes the general way. `more` arguments have come in front.
+/// built-in; neither when the function goes the general way.
 struct Called {
     Code* code = nullptr;
     Symbol* symbol = nullptr;
@@ -182,81 +139,6 @@ void slow_enter(MARL_STATE) {
     MARL_NEXT;
 }
 
-/// The rest of a built-in whose result is `value`: it goes into a register, or is the focus.
-[[gnu::noinline]] void builtin_gives(MARL_STATE) {
-    if (is_done(value)) {
-        frame[at->a] = value;
-        MARL_NEXT;
-    }
-    *top++ = {at + at->d, 0};
-    m->stack.top = top;
-    m->registers.top = frame + at->b;
-    m->focus = focus_of(value);
-    MARL_LEAVE;
-}
-
-[[gnu::noinline]] void builtin_on_nodes(MARL_STATE) {
-    value = call_on_nodes(*at->builtin, frame + at->b);
-    top = m->stack.top;
-    frame = m->registers.top - at->b;
-    if (!is_done_at_sight(value)) MARL_SLOW(builtin_gives);
-    frame[at->a] = value;
-    MARL_NEXT;
-}
-
-void slow_builtin(MARL_STATE) {
-    m->stack.top = top;
-    m->registers.top = frame + at->b;
-    // By way of the machine: a local whose address is known leaves no jump at the end.
-    if (!call_on_words(*at->builtin, frame + at->b, m->focus)) MARL_SLOW(builtin_on_nodes);
-    value = m->focus;
-    if (interrupted) run_interrupt();
-    if (!is_done_at_sight(value)) MARL_SLOW(builtin_gives);
-    frame[at->a] = value;
-    MARL_NEXT;
-}
-
-/// The frame waits from the start, since a text that is loaded may take all frames apart.
-void slow_builtin_nested(MARL_STATE) {
-    *top++ = {at + at->d, 0};
-    m->stack.top = top;
-    m->registers.top = frame + at->b;
-    m->focus = focus_of(call_row(*at->builtin, frame + at->b));
-    MARL_LEAVE;
-}
-
-/// The rest of a built-in whose result, `value`, is the frame's.
-[[gnu::noinline]] void builtin_gives_last(MARL_STATE) {
-    if (is_done(value)) MARL_RETURN;
-    m->focus = focus_of(value);
-    MARL_LEAVE;
-}
-
-[[gnu::noinline]] void builtin_last_on_nodes(MARL_STATE) {
-    value = call_on_nodes(*at->builtin, frame + at->b);
-    top = m->stack.top;
-    frame = m->registers.top;
-    if (!is_done_at_sight(value)) MARL_SLOW(builtin_gives_last);
-    MARL_RETURN;
-}
-
-void slow_builtin_last(MARL_STATE) {
-    m->stack.top = top;
-    m->registers.top = frame;
-    if (!call_on_words(*at->builtin, frame + at->b, m->focus)) MARL_SLOW(builtin_last_on_nodes);
-    value = m->focus;
-    if (interrupted) run_interrupt();
-    if (!is_done_at_sight(value)) MARL_SLOW(builtin_gives_last);
-    MARL_RETURN;
-}
-
-void slow_builtin_held(MARL_STATE) {
-    m->stack.top = top;
-    m->registers.top = frame + at->d;
-    m->focus = focus_of(call_row(*at->builtin, frame + at->b));
-    MARL_LEAVE;
-}
-
 /// The target of a call is known from the first time on: nothing defines a name anew, but while the
 /// definitions of a text are completed.
 void slow_call(MARL_STATE) {
@@ -270,6 +152,8 @@ void slow_call(MARL_STATE) {
     self.d = 1;
     MARL_GO_TO(at);
 }
+
+namespace {
 
 /// A name with code. What it is applied to already comes in front of the row.
 [[gnu::noinline]] void apply_name(MARL_STATE) {
@@ -314,6 +198,8 @@ void slow_call(MARL_STATE) {
     value = operate_slowly(static_cast<Op>(symbol->operation), row[0], row[1]);
     MARL_RETURN;
 }
+
+}  // namespace
 
 void apply_node(MARL_STATE) {
     if (at->c != 1) MARL_SLOW(apply_to_two);

@@ -16,7 +16,7 @@ UPWARD = {"driver/report.h": {"number", "front", "library"}}
 # Files that are one unit, beside a header and the source of its name.
 UNITS = {
     "reduce/compiler": "compile compile_calls compile_choices emit terms parts continuation",
-    "reduce/run_code": "interpreter calls slow held operands native/native",
+    "reduce/run_code": "interpreter builtin_calls calls slow held operands native/native",
     "number/convert": "digits",
     "value/value": "resize",
 }
