@@ -462,7 +462,7 @@ bool powa_on_words(Word* arguments, Word& result) {
     const int64_t base = short_of(arguments[0]);
     int64_t power = 1;
     for (int64_t n = short_of(arguments[1]); n != 0; --n) {
-        // 0 and 1 are their own powers, and of -1 none overflows.
+        // Powers of 0, 1 and -1 never overflow: those of large exponents are for nodes.
         if (n < 0 || n > 64 || __builtin_mul_overflow(power, base, &power)) return false;
     }
     result = word_of_i64(power);

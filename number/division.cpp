@@ -5,14 +5,12 @@
 // or, for decimal ones, a column (number/column_division.h). From `divide_limit` limbs on the
 // quotient is found in halves, each from as many limbs of the divisor as it needs; the others are
 // multiplied out at once, which is faster than row by row. All this happens where the dividend
-// stands. From `newton_limit` limbs on the divisor's reciprocal is
-// found, by Newton's step, and multiplied by: a quotient as long as its divisor then costs about
-// two and a half products.
+// stands. From `newton_limit` limbs on the divisor's reciprocal is found, by Newton's step, and
+// multiplied by: a quotient as long as its divisor then costs about two and a half products.
 //
 // Newton's step, and the guess of a binary limb, want a divisor whose top limb is at least half the
 // base. So for these both numbers are scaled first, and the remainder is scaled back.
 #include <algorithm>
-#include <bit>
 #include <utility>
 
 #include "number/column_division.h"
