@@ -68,14 +68,14 @@ Value sum_or_difference(Node* x, Node* y, bool subtract) {
 }  // namespace
 
 Value hint_add(Node* x, Node* y) {
-    WideInt a, b;
-    if (both_wide(x, y, a, b)) return wide_leaf(a + b);
+    WideInt a, b, sum;
+    if (both_wide(x, y, a, b) && !__builtin_add_overflow(a, b, &sum)) return wide_leaf(sum);
     return sum_or_difference(x, y, false);
 }
 
 Value hint_sub(Node* x, Node* y) {
-    WideInt a, b;
-    if (both_wide(x, y, a, b)) return wide_leaf(a - b);
+    WideInt a, b, rest;
+    if (both_wide(x, y, a, b) && !__builtin_sub_overflow(a, b, &rest)) return wide_leaf(rest);
     return sum_or_difference(x, y, true);
 }
 

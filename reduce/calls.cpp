@@ -49,6 +49,11 @@ struct Called {
     Symbol* symbol = nullptr;
 };
 
+/// The code of a closure that takes just so many arguments, if it is made; else null.
+const Code* code_of_closure(Word function, int count) {
+    return is_closure(function) ? code_on(closure_of(function), count) : nullptr;
+}
+
 /// Opens a function that takes just the `count` arguments in the row; leaves it be when it doesn't.
 Called open_function(Word function, Word* row, int count) {
     if (is_cell(function)) return {};
@@ -233,7 +238,7 @@ void slow_apply(MARL_STATE) {
     const bool taken = (at->fields.f & take_a) != 0;
     const Word function = taken ? frame[at->a] : shared_word(frame[at->a]);
     Word* const row = frame + at->b;
-    if (const Code* code = is_closure(function) ? code_on(closure_of(function), at->c) : nullptr) {
+    if (const Code* code = code_of_closure(function, at->c)) {
         open_closure(closure_of(function), row + at->c);
         *top++ = {at + 1, 0};
         frame = row;
@@ -274,7 +279,7 @@ void slow_apply(MARL_STATE) {
 void slow_apply_last(MARL_STATE) {
     const Word function = frame[at->a];
     for (int i = 0; i < at->c; ++i) frame[i] = frame[at->b + i];
-    if (const Code* code = is_closure(function) ? code_on(closure_of(function), at->c) : nullptr) {
+    if (const Code* code = code_of_closure(function, at->c)) {
         open_closure(closure_of(function), frame + at->c);
         MARL_GO_TO(code->start());
     }

@@ -177,7 +177,8 @@ class Compiler {
 
     struct LaterLanding {
         int32_t from;  // the instruction that waits there,
-        int32_t back;  // and where the code goes on
+        int32_t
+            back;  // and where the code goes on; there again for a constant that has its value now
         Landing landing;
     };
 

@@ -350,7 +350,6 @@ MARL_INLINE void choose_cell(MARL_STATE) {
     retain_word(y);
     MARL_WAY(pair);
 }
-#define MARL_CHOOSE_CELL MARL_JUMP choose_cell(frame, top, m, value, at)
 
 MARL_INSTRUCTION(choose_one) {
     const Word head = MARL_REGISTER(b);
@@ -362,7 +361,7 @@ MARL_INSTRUCTION(choose_one) {
     } else if (is_cell(head)) {
         const bool has_way = kind_of_closure(head) == ClosureKind::pair_cell && MARL_HAS_WAY(pair);
         if (!has_way) MARL_SLOW(slow_choose);
-        MARL_CHOOSE_CELL;
+        MARL_JUMP choose_cell(frame, top, m, value, at);
     }
     if (!MARL_TAKES(b)) retain_word(head);
     MARL_REGISTER(a) = head;
@@ -373,7 +372,7 @@ MARL_INSTRUCTION(choose_two) {
     if (!is_closure(head)) MARL_SLOW(choose_other);
     if (kind_of_closure(head) != ClosureKind::list_cell || !MARL_HAS_WAY(pair))
         MARL_SLOW(slow_choose);
-    MARL_CHOOSE_CELL;
+    MARL_JUMP choose_cell(frame, top, m, value, at);
 }
 MARL_INSTRUCTION(cell) {
     FreeBlock* const block = next_node(sizeof(Cell));

@@ -1,4 +1,4 @@
-// Numbers of up to 37 digits and reals are worked out here; everything else is the business of the
+// Numbers of up to 38 digits and reals are worked out here; everything else is the business of the
 // built-in that the operator names.
 #include "reduce/operators.h"
 

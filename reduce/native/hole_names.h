@@ -7,7 +7,7 @@
     X(a) X(b) X(c) X(takes_a) X(takes_b) X(count) X(room) X(kind) X(word) X(number)      \
     X(even_number) X(operand_0) X(operand_1) X(from_0) X(from_1) X(word_0) X(word_1)     \
     X(has_k) X(has_h) X(has_pair) X(part_x) X(part_y) X(at) X(next_one) X(further_one)   \
-    X(free_list) X(header) X(part) X(slot) X(captured) X(captured_word) \
+    X(free_list) X(header) X(part) X(slot) X(captured) X(captured_word)                  \
     X(applied_slot) X(applied_code)
 
 // Native code of other instructions.

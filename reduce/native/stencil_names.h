@@ -4,7 +4,7 @@
 
 // clang-format off
 #define MARL_STENCIL_NAMES(X)                                                                    \
-    X(enter) X(move) X(share) X(constant) X(number) X(drop) X(jump)                          \
+    X(enter) X(move) X(share) X(constant) X(number) X(drop) X(jump)                              \
     X(add) X(subtract) X(multiply) X(divide) X(modulo)                                           \
     X(add_number) X(subtract_number) X(multiply_number) X(divide_number) X(modulo_number)        \
     X(less) X(not_less) X(same) X(differ)                                                        \
@@ -15,7 +15,7 @@
 
 // Making a closure: its block, each Word that it captures, a look at those that it applies, and its
 // Word.
-#define MARL_STEP_NAMES(X)                                                     \
-    X(begin_closure) X(capture_taken) X(capture_shared) X(capture_constant)    \
+#define MARL_STEP_NAMES(X)                                                  \
+    X(begin_closure) X(capture_taken) X(capture_shared) X(capture_constant) \
     X(check_applied) X(end_closure)
 // clang-format on
