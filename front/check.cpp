@@ -39,10 +39,12 @@ void gather_definitions(Module& module) {
     };
     size_t count = 0;
     for_each_symbol([&](const Symbol& symbol) { count += is_here(symbol); });
-    if (count + module.definitions.contains("") == module.definitions.size()) return;
-    for_each_symbol([&](const Symbol& symbol) {
-        if (is_here(symbol)) module.definitions.try_emplace(symbol.name, symbol.definition);
+    if (count + module.definitions.contains(symbol_of("")) == module.definitions.size()) return;
+    DefinitionList loaded;
+    for_each_symbol([&](Symbol& symbol) {
+        if (is_here(symbol)) loaded.set(symbol, symbol.definition);
     });
+    module.definitions.add(loaded);
 }
 
 void empty_intern_set(Module&) { clear_intern_set(); }
@@ -51,7 +53,7 @@ void empty_intern_set(Module&) { clear_intern_set(); }
 /// nodes, and the run makes its own code.
 void forget_early_code(Module& module) {
     if (!has_code()) return;
-    for (const auto& [name, expression] : module.definitions) make_all_nodes(expression);
+    for (const auto& [symbol, expression] : module.definitions) make_all_nodes(expression);
     for (const Symbol* symbol : defined_symbols()) make_all_nodes(symbol->definition);
     forget_code();
 }
@@ -64,10 +66,13 @@ void intern_builtins(Module&) {
 
 void drop_all_unsettled(Module&) { drop_unsettled_members(); }
 
-void publish_entry(Module& module) { set_definition("", module.definitions[""]); }
+void publish_entry(Module& module) {
+    Symbol& entry = symbol_of("");
+    set_definition(entry, module.definitions.find(entry)->expression);
+}
 
 void analyse_definitions(Module& module) {
-    for (const auto& [name, slot] : module.definitions) analyse(find_definition(name.view()));
+    for (const auto& [symbol, slot] : module.definitions) analyse(symbol->definition);
     for (const Value& definition : builtin_definitions) analyse(definition);
 }
 
@@ -75,9 +80,9 @@ constexpr Stage parse_stages[] = {check_text, cut_text};
 
 constexpr Stage check_stages[] = {
     add_records,
-    add_prelude,
     expand_patterns,
     refuse_funky_keys,
+    add_prelude,  // none of its keys is a pattern
     gather_references,
     refuse_dangling_names,
     remove_doomed,

@@ -150,18 +150,17 @@ class Tracker {
 template <class Tracking>
 class Parser {
   public:
-    Parser(std::string_view text, Tracking tracker) : text_(text), tracker_(tracker) {
-        // What most definitions need.
-        frames_.reserve(8);
-        operands_.reserve(16);
-        operators_.reserve(16);
-        open(Bracket::none);
-    }
+    explicit Parser(Tracking tracker) : tracker_(tracker) {}
 
-    Value parse() {
+    Value parse(std::string_view text) {
+        text_ = text;
+        position_ = 0;
+        open(Bracket::none);
         while (position_ < text_.size()) take_next();
         MARL_REQUIRE(frames_.size() == 1);
-        return finish_expression();
+        Value value = finish_expression();
+        frames_.pop_back();
+        return value;
     }
 
   private:
@@ -396,10 +395,14 @@ class Parser {
 
 }  // namespace
 
-Value parse_expression(std::string_view text) { return Parser(text, NoTracker()).parse(); }
+Value parse_expression(std::string_view text) {
+    // Kept for the next time: nothing in here runs program code.
+    static auto& parser = *new Parser(NoTracker());
+    return parser.parse(text);
+}
 
 Value parse_expression(std::string_view text, Origins& origins) {
-    return Parser(text, Tracker(origins)).parse();
+    return Parser(Tracker(origins)).parse(text);
 }
 
 }  // namespace marl

@@ -1,10 +1,12 @@
 // The members stand in a row, each with the hash of its structure, and two indexes lead to their
 // places: by structure, to find the member that equals an expression, and by address, to know a
-// member when a walk comes to it and to stop there. The children of a new member are members, so
-// two Pairs are compared by their children's addresses; only where a child was taken out of the set
-// later does `compare` have to look further.
+// member when a walk comes to it and to stop there. Half of all nodes are names of one byte, which
+// have a table in place of both. The children of a new member are members, so two Pairs are
+// compared by their children's addresses; only where a child was taken out of the set later does
+// `compare` have to look further.
 #include "front/intern.h"
 
+#include <array>
 #include <bit>
 #include <unordered_map>
 #include <unordered_set>
@@ -24,6 +26,8 @@ uint64_t hash_of_pair(uint64_t left_hash, uint64_t right_hash) {
     return mix(std::rotl(left_hash, 23) * 0x9E3779B97F4A7C15 + right_hash);
 }
 
+uint64_t hash_of_letter(uint8_t byte) { return byte * 0x9E3779B97F4A7C15; }
+
 uint64_t hash_of_address(Node* node) { return mix(reinterpret_cast<uint64_t>(node)); }
 
 /// A member; what a walk has found is borrowed, as nothing leaves the set meanwhile.
@@ -32,22 +36,36 @@ struct Member {
     uint64_t hash;
 };
 
+bool is_letter(Node* node) {
+    return is_leaf(node) && is_name_byte(first_byte(node)) && first_byte(node) != 0 &&
+           leaf_text(node)[1] == 0;
+}
+
 struct InternSet {
     std::vector<Member> members;  // each owns a reference
-    HashIndex by_structure;
-    HashIndex by_address;
+    HashIndex by_structure;       // of the members that are no letters
+    HashIndex by_address;         // of the same
+    std::array<uint32_t, 256> of_letter;
+
+    InternSet() { of_letter.fill(no_place); }
 
     uint32_t place_of(Node* node) const {
         if (count_of(node) < 2) return no_place;  // the set's reference and the caller's
-        return by_address.find(hash_of_address(node),
-                               [&](uint32_t place) { return members[place].node == node; });
+        const auto is_it = [&](uint32_t place) { return members[place].node == node; };
+        if (!is_letter(node)) return by_address.find(hash_of_address(node), is_it);
+        const uint32_t place = of_letter[first_byte(node)];
+        return place != no_place && is_it(place) ? place : no_place;
     }
 
     Member add(Value node, uint64_t hash) {
         MARL_REQUIRE(members.size() < no_place - 1);
         const auto place = static_cast<uint32_t>(members.size());
-        by_structure.enter(hash, place);
-        by_address.enter(hash_of_address(node), place);
+        if (is_letter(node)) {
+            of_letter[first_byte(node)] = place;
+        } else {
+            by_structure.enter(hash, place);
+            by_address.enter(hash_of_address(node), place);
+        }
         members.push_back({node.take(), hash});
         return members.back();
     }
@@ -57,15 +75,26 @@ struct InternSet {
         const Member leaving = members[place];
         const Member last = members.back();
         const auto last_place = static_cast<uint32_t>(members.size() - 1);
-        by_structure.remove(leaving.hash, place);
-        by_address.remove(hash_of_address(leaving.node), place);
-        if (place != last_place) {
-            by_structure.move(last.hash, last_place, place);
-            by_address.move(hash_of_address(last.node), last_place, place);
-            members[place] = last;
+        if (is_letter(leaving.node)) {
+            of_letter[first_byte(leaving.node)] = no_place;
+        } else {
+            by_structure.remove(leaving.hash, place);
+            by_address.remove(hash_of_address(leaving.node), place);
         }
+        if (place != last_place) move(last, last_place, place);
         members.pop_back();
         release(leaving.node);
+    }
+
+  private:
+    void move(Member member, uint32_t from, uint32_t to) {
+        if (is_letter(member.node)) {
+            of_letter[first_byte(member.node)] = to;
+        } else {
+            by_structure.move(member.hash, from, to);
+            by_address.move(hash_of_address(member.node), from, to);
+        }
+        members[to] = member;
     }
 };
 
@@ -83,7 +112,7 @@ struct Interning {
     struct Step {
         Node* node;
         uint64_t hash;
-        enum Kind { is_member, find_leaf, find_pair } kind;
+        enum Kind { is_member, find_letter, find_leaf, find_pair } kind;
     };
     static constexpr size_t batch = 128;
 
@@ -102,7 +131,7 @@ struct Interning {
     void add_step(Node* node, uint64_t hash, Step::Kind kind) {
         hashes.push_back(hash);
         steps.push_back({node, hash, kind});
-        if (kind != Step::is_member) {
+        if (kind >= Step::find_leaf) {
             set.by_structure.fetch(hash);
             set.by_address.fetch(hash_of_address(node));
         }
@@ -125,8 +154,13 @@ struct Interning {
     /// Whether the children are due.
     bool begin(Node* node) {
         if (count_of(node) > 1 && meet_again(node)) return false;
-        if (is_leaf(node)) add_step(node, hash_of_bytes(leaf_bytes(node)), Step::find_leaf);
-        return !is_leaf(node);
+        if (!is_leaf(node)) return true;
+        if (is_letter(node)) {
+            add_step(node, hash_of_letter(first_byte(node)), Step::find_letter);
+        } else {
+            add_step(node, hash_of_bytes(leaf_bytes(node)), Step::find_leaf);
+        }
+        return false;
     }
 
     void end(Node* node) {
@@ -141,6 +175,7 @@ struct Interning {
         for (const auto& [node, hash, kind] : steps) {
             switch (kind) {
                 case Step::is_member: found.push_back({node, hash}); break;
+                case Step::find_letter: found.push_back(member_of_letter(node, hash)); break;
                 case Step::find_leaf: found.push_back(member_of_leaf(node, hash)); break;
                 case Step::find_pair: {
                     const Member argument = found.back();
@@ -152,6 +187,11 @@ struct Interning {
             if (found.back().node != node && count_of(node) > 1) known.emplace(node, found.back());
         }
         steps.clear();
+    }
+
+    Member member_of_letter(Node* node, uint64_t hash) {
+        const uint32_t place = set.of_letter[first_byte(node)];
+        return place != no_place ? set.members[place] : set.add(Value::share(node), hash);
     }
 
     Member member_of_leaf(Node* node, uint64_t hash) {

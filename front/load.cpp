@@ -29,9 +29,9 @@ namespace marl {
 namespace {
 
 void refuse_known_names(Module& module) {
-    for (const auto& [name, expression] : module.definitions) {
-        if (name.empty() || !find_definition(name.view())) continue;
-        if (!goes_on_behind(module, {Fault::known, name})) return;
+    for (const auto& [symbol, expression] : module.definitions) {
+        if (symbol->name.empty() || !symbol->definition) continue;
+        if (!goes_on_behind(module, {Fault::known, symbol->name})) return;
     }
 }
 
@@ -102,7 +102,7 @@ Loaded compile(const String& text, std::span<const Stage> stages) {
     module.references.beside_tables = true;
     Report report = run_stages(module, stages);
     if (!passed(report)) return {std::move(report), {}};
-    return {std::move(report), module.definitions[""]};
+    return {std::move(report), module.definitions.find(symbol_of(""))->expression};
 }
 
 /// The source text that a Value gives; nothing for a kind that holds none.

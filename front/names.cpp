@@ -27,7 +27,10 @@ Symbol& symbol_of_name(Node* leaf) {
     return is_name_byte(first_byte(leaf)) ? symbol_of_leaf(leaf) : symbol_of(leaf_bytes(leaf));
 }
 
-Symbol& symbol_of_key(Node* key) { return symbol_of(key_in(leaf_bytes(key))); }
+Symbol& symbol_of_key(Node* key) {
+    const bool is_name = is_name_byte(first_byte(key));
+    return is_name ? symbol_of_leaf(key) : symbol_of(key_in(leaf_bytes(key)));
+}
 
 /// Collects the Leaves of free names. A name counts the binders around the place where the walk
 /// stands, so that entering and leaving a scope costs a constant.
@@ -46,7 +49,10 @@ struct FreeWalk {
 }  // namespace
 
 bool is_reference(Node* leaf) {
-    return !is_leaf_of(leaf, '\\') && !is_leaf_of(leaf, '{') && is_name(leaf_bytes(leaf));
+    const char* text = leaf_text(leaf);
+    if (*text == '\\' || *text == '{') return false;
+    const bool is_letter = is_name_byte(first_byte(leaf)) && *text != 0 && text[1] == 0;
+    return is_name(is_letter ? std::string_view(text, 1) : leaf_bytes(leaf));
 }
 
 std::vector<Use> free_uses(Node* expression) {
@@ -56,8 +62,13 @@ std::vector<Use> free_uses(Node* expression) {
 }
 
 std::vector<Symbol*> free_names(Node* expression) {
+    // Kept for the next time: nothing in here runs program code.
+    static auto& walk = *new FreeWalk;
+    walk.uses.clear();
+    walk_scopes(expression, walk);
     std::vector<Symbol*> names;
-    for (const Use& use : free_uses(expression)) names.push_back(use.name);
+    names.reserve(walk.uses.size());
+    for (const Use& use : walk.uses) names.push_back(use.name);
     std::sort(names.begin(), names.end());
     names.erase(std::unique(names.begin(), names.end()), names.end());
     std::sort(names.begin(), names.end(), ByName());
@@ -106,9 +117,12 @@ std::vector<Symbol*> find_doomed(const References& references, const Symbols& al
     };
     for (const auto& [name, free_names_of_it] : references.entries) {
         for (Symbol* free : free_names_of_it) {
-            callers[free].push_back(name);
             if (is_undefined(references, free)) doom(name);
         }
+    }
+    if (doomed.empty()) return doomed;
+    for (const auto& [name, free_names_of_it] : references.entries) {
+        for (const Symbol* free : free_names_of_it) callers[free].push_back(name);
     }
     for (size_t i = 0; i < doomed.size(); ++i) {
         for (Symbol* caller : callers[doomed[i]]) doom(caller);

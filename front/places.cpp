@@ -24,7 +24,7 @@ bool is_letter(std::string_view text) {
     return text.size() == 1 && text[0] >= 'a' && text[0] <= 'z';
 }
 
-bool is_binder_mark(Node* node) { return is_leaf_text(node, "\\") || is_leaf_text(node, "{"); }
+bool is_binder_mark(Node* node) { return is_mark(node, '\\') || is_mark(node, '{'); }
 
 /// From the key of each long name to the Leaf of its letter.
 using Places = std::map<std::string, Value, std::less<>>;

@@ -30,10 +30,9 @@ constexpr std::string_view prelude =
 static_assert(prelude.size() == 563);
 
 Value lambdas_around_Z(int arity) {
-    Value body = leaf("Z");
+    Value body = letter_leaf('Z');
     for (int i = arity - 1; i >= 0; --i) {
-        const char letter = static_cast<char>('a' + i);
-        Value binder = pair(leaf("\\"), leaf(std::string_view(&letter, 1)));
+        Value binder = pair(letter_leaf('\\'), letter_leaf(static_cast<char>('a' + i)));
         body = pair(std::move(binder), std::move(body));
     }
     return body;
@@ -45,7 +44,7 @@ Module read_module() {
     module.text = String(prelude);
     module.kind = ModuleKind::prelude;
     cut_text(module);
-    module.definitions.erase("");
+    module.definitions.erase(symbol_of(""));
     return module;
 }
 
@@ -53,19 +52,21 @@ Module read_module() {
 
 std::string_view prelude_text() { return prelude; }
 
-std::map<String, Value> read_prelude() { return read_module().definitions; }
+DefinitionList read_prelude() { return read_module().definitions; }
 
 void build_prelude() {
     clear_definitions();
     bind_operators();
     Module module = read_module();
-    prelude_definitions = module.definitions;
     publish(module);
+    prelude_definitions = std::move(module.definitions);
 }
 
 void define_builtins() {
     int most = 0;
-    for (const Builtin& row : builtin_table()) most = std::max<int>(most, row.arity);
+    for (const std::span<const Builtin> family : builtin_families()) {
+        for (const Builtin& row : family) most = std::max<int>(most, row.arity);
+    }
     std::vector<Value> by_arity;
     for (int arity = 0; arity <= most; ++arity) by_arity.push_back(lambdas_around_Z(arity));
     set_builtin_definitions(std::move(by_arity));

@@ -3,11 +3,9 @@
 // They are ordinary definitions in the language, parsed from one text at each start.
 #pragma once
 
-#include <map>
 #include <string_view>
 
-#include "text/string.h"
-#include "value/value.h"
+#include "reduce/definition_list.h"
 
 namespace marl {
 
@@ -15,7 +13,7 @@ namespace marl {
 std::string_view prelude_text();
 
 /// Its definitions as they are parsed.
-std::map<String, Value> read_prelude();
+DefinitionList read_prelude();
 
 /// Empties all tables of the program, binds the built-ins, and enters the prelude's definitions,
 /// with a copy of them in `prelude_definitions`. Built-ins have no definition yet.

@@ -29,18 +29,11 @@ constexpr Field dirent_fields[] = {
     {"d_reclen", 2, 8}, {"d_type", 4, 24}, {"d_name", 261, 28},
 };
 
-void append_size(Rope& rope, int64_t size) {
-    rope_push(rope, '[');
-    rope_append(rope, std::to_string(size));
-    rope_push(rope, ']');
+std::string field_text(std::string_view name, int64_t size) {
+    std::string text("[");
+    return text.append(name).append("[").append(std::to_string(size)).append("]]");
 }
-
-void append_field(Rope& rope, std::string_view name, int64_t size) {
-    rope_push(rope, '[');
-    rope_append(rope, name);
-    append_size(rope, size);
-    rope_push(rope, ']');
-}
+std::string filler(int64_t size) { return size > 0 ? field_text("", size) : std::string(); }
 
 /// The part of a record's text that one field takes, and what it says.
 struct FieldText {
@@ -64,12 +57,7 @@ FieldText read_field(std::string_view record, size_t start) {
 }
 
 String record_of(std::string_view name, int64_t size, std::span<const Field> fields) {
-    Rope rope;
-    rope_push(rope, '[');
-    rope_append(rope, name);
-    append_field(rope, "", size);
-    rope_push(rope, ']');
-    String record = rope_flatten(rope);
+    String record = joined({"[", name, filler(size), "]"});
     for (const Field& field : fields) {
         record = add_field(field.size, field.offset, field.name, record.view());
     }
@@ -88,13 +76,8 @@ String add_field(int64_t size, int64_t offset, std::string_view name, std::strin
     const int64_t before = offset - start;
     const int64_t behind = field.size - before - size;
     MARL_REQUIRE(field.is_filler && before >= 0 && behind >= 0);
-    Rope rope;
-    rope_append(rope, record.substr(0, field.start));
-    if (before > 0) append_field(rope, "", before);
-    append_field(rope, name, size);
-    if (behind > 0) append_field(rope, "", behind);
-    rope_append(rope, record.substr(field.end));
-    return rope_flatten(rope);
+    return joined({record.substr(0, field.start), filler(before), field_text(name, size),
+                   filler(behind), record.substr(field.end)});
 }
 
 String record_text() {

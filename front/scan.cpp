@@ -89,6 +89,7 @@ String normalise_seen(std::string_view source, See see) {
     while (i < end && is_white(source[i])) ++i;
 
     Rope rope;
+    rope.bytes.reserve(end - i);
     while (i < end) {
         const size_t from = i;
         if (source[i] == '[') {
@@ -132,8 +133,9 @@ std::vector<int64_t> find_operators(std::string_view text, std::string_view set)
     const Bytes wanted = bytes_in(set);
     const auto size = static_cast<int64_t>(text.size());
     for (int64_t i = 0; i < size; ++i) {
-        if (contains(wanted, text[static_cast<size_t>(i)])) positions.push_back(i);
-        i = match_bracket(text, i);
+        const char byte = text[static_cast<size_t>(i)];
+        if (contains(wanted, byte)) positions.push_back(i);
+        if (partner(byte) != byte) i = match_bracket(text, i);
     }
     return positions;
 }

@@ -36,13 +36,13 @@ Node* excess_parameter(Node* definition) {
     return nullptr;
 }
 
-/// What is wrong with a definition of the key. A loaded one of a built-in is one of a name that the
-/// program has.
-std::optional<Fault::Kind> name_fault(ModuleKind module, const String& key) {
+/// What is wrong with a definition of the name. A loaded one of a built-in is one of a name that
+/// the program has.
+std::optional<Fault::Kind> name_fault(ModuleKind module, const Symbol& symbol) {
     if (module == ModuleKind::prelude) return std::nullopt;
-    if (is_local_key(key)) return Fault::lower;
-    const Symbol* symbol = module == ModuleKind::program ? find_symbol(key.view()) : nullptr;
-    if (is_binder_key(key) || (symbol && symbol->builtin)) return Fault::built;
+    if (is_local_key(symbol.name)) return Fault::lower;
+    const bool is_builtin = module == ModuleKind::program && symbol.builtin;
+    if (is_builtin || is_binder_key(symbol.name)) return Fault::built;
     return std::nullopt;
 }
 
@@ -59,13 +59,13 @@ bool holds_backquote(Node* expression) {
 
 // Behind `publish`.
 
-void store(const String& name, Value& slot, Value expression) {
+void store(Symbol& symbol, Value& slot, Value expression) {
     slot = std::move(expression);
-    if (!name.empty()) set_definition(name.view(), slot);
+    if (!symbol.name.empty()) set_definition(symbol, slot);
 }
 
-Node* current(const String& name, const Value& slot) {
-    return name.empty() ? slot.get() : find_definition(name.view());
+Node* current(const Symbol& symbol, const Value& slot) {
+    return symbol.name.empty() ? slot.get() : symbol.definition.get();
 }
 
 }  // namespace
@@ -111,52 +111,52 @@ void cut_text(Module& module) {
 
 bool add_piece(Module& module, Node* piece, size_t position) {
     if (position == 0) {
-        module.definitions[""] = Value::share(piece);
+        module.definitions.set(symbol_of(""), Value::share(piece));
         return true;
     }
     const DefinedName name = defined_name(piece);
     if (!is_definable(name.text)) return true;
-    const String key = definition_key(name.text);
-    if (const auto kind = name_fault(module.kind, key)) {
+    Symbol& symbol = symbol_of(key_in(name.text));
+    if (const auto kind = name_fault(module.kind, symbol)) {
         const auto at = static_cast<int64_t>(position);
-        if (!goes_on_behind(module, {.kind = *kind, .definition = key, .position = at})) {
+        if (!goes_on_behind(module, {.kind = *kind, .definition = symbol.name, .position = at})) {
             return false;
         }
     }
     Value expression = Value::share(right(piece));
-    module.definitions[key] =
-        name.unmemoised ? pair(leaf("I"), std::move(expression)) : std::move(expression);
     if (name.unmemoised) {
-        module.unmemoised.insert(key);
+        module.definitions.set(symbol, pair(leaf("I"), std::move(expression)));
+        module.unmemoised.insert(&symbol);
     } else {
-        module.unmemoised.erase(key);
+        module.definitions.set(symbol, std::move(expression));
+        module.unmemoised.erase(&symbol);
     }
     return true;
 }
 
-void add_records(Module& module) { module.definitions["_"] = leaf(record_text()); }
+void add_records(Module& module) { module.definitions.set(symbol_of("_"), leaf(record_text())); }
 
-void add_prelude(Module& module) {
-    module.definitions.insert(module.prelude->begin(), module.prelude->end());
-}
+void add_prelude(Module& module) { module.definitions.add(*module.prelude); }
 
 void expand_patterns(Module& module) {
-    for (auto& [name, expression] : module.definitions) {
+    for (auto& [symbol, expression] : module.definitions) {
         expression = expand_pair_patterns(expression);
     }
 }
 
 void refuse_funky_keys(Module& module) {
-    for (const auto& [name, expression] : module.definitions) {
+    for (const auto& [symbol, expression] : module.definitions) {
         for (Node* binder : find_funky(expression, module.all_faults)) {
-            if (!goes_on_behind(module, {Fault::funky, name, binder})) return;
+            if (!goes_on_behind(module, {Fault::funky, symbol->name, binder})) return;
         }
     }
 }
 
 void gather_references(Module& module) {
-    for (const auto& [name, expression] : module.definitions) {
-        add_references(module.references, symbol_of(name.view()), free_names(expression));
+    module.references.places.reserve(module.definitions.size());
+    module.references.entries.reserve(module.definitions.size());
+    for (const auto& [symbol, expression] : module.definitions) {
+        add_references(module.references, *symbol, free_names(expression));
     }
 }
 
@@ -170,36 +170,37 @@ void refuse_dangling_names(Module& module) {
         return;
     }
     module.alive = std::move(alive.names);
-    for (const auto& [name, expression] : module.definitions) {
-        const bool is_alive = module.alive.contains(&symbol_of(name.view()));
+    for (const auto& [symbol, expression] : module.definitions) {
+        const bool is_alive = module.alive.contains(symbol);
         for (const auto& [leaf, used] : free_uses(expression)) {
             if (!is_undefined(module.references, used)) continue;
             module.faults.push_back(
-                {is_alive ? Fault::undefined : Fault::doomed, name, leaf, used->name});
+                {is_alive ? Fault::undefined : Fault::doomed, symbol->name, leaf, used->name});
         }
     }
 }
 
 void remove_doomed(Module& module) {
-    for (const Symbol* doomed : find_doomed(module.references, module.alive)) {
+    for (Symbol* doomed : find_doomed(module.references, module.alive)) {
         const String& name = doomed->name;
         if (name.empty() && !goes_on_behind(module, {Fault::doomed, name})) return;
-        if (module.prelude && module.prelude->contains(name)) {
-            module.definitions[name] = module.prelude->at(name);
+        const auto* before = module.prelude ? module.prelude->find(*doomed) : nullptr;
+        if (before) {
+            module.definitions.find(*doomed)->expression = before->expression;
         } else {
-            module.definitions.erase(name);
+            module.definitions.erase(*doomed);
         }
     }
 }
 
 void refuse_captured_names(Module& module) {
-    for (const auto& [name, expression] : module.definitions) {
+    for (const auto& [symbol, expression] : module.definitions) {
         const LocalNames locals = local_names(expression);
         for (const auto& [leaf, used] : free_uses(expression)) {
             if (is_undefined(module.references, used) || !locals.contains(used->name.view())) {
                 continue;
             }
-            if (!goes_on_behind(module, {Fault::local, name, leaf, used->name})) return;
+            if (!goes_on_behind(module, {Fault::local, symbol->name, leaf, used->name})) return;
         }
     }
 }
@@ -208,16 +209,16 @@ void note_names(Module& module) {
     for (const auto& [name, free] : module.references.entries) {
         for (const Symbol* reference : free) {
             const std::string_view noted = reference->name.view();
-            if (is_noted_name(noted) && module.definitions.contains(name->name)) note_name(noted);
+            if (is_noted_name(noted) && module.definitions.contains(*name)) note_name(noted);
         }
     }
 }
 
 void give_places(Module& module) {
-    for (auto& [name, expression] : module.definitions) {
+    for (auto& [symbol, expression] : module.definitions) {
         LocalNames locals = local_names(expression);
         if (locals.excess) {
-            if (!goes_on_behind(module, {Fault::place, name, locals.excess})) return;
+            if (!goes_on_behind(module, {Fault::place, symbol->name, locals.excess})) return;
         } else if (!module.all_faults) {
             assign_places(expression, std::move(locals));
         }
@@ -225,15 +226,15 @@ void give_places(Module& module) {
 }
 
 void refuse_excess_parameters(Module& module) {
-    for (const auto& [name, expression] : module.definitions) {
+    for (const auto& [symbol, expression] : module.definitions) {
         Node* excess = excess_parameter(expression);
-        if (excess && !goes_on_behind(module, {Fault::arity, name, excess})) return;
+        if (excess && !goes_on_behind(module, {Fault::arity, symbol->name, excess})) return;
     }
 }
 
 void publish(Module& module) {
-    for (auto& [name, slot] : module.definitions) store(name, slot, slot);
-    for (const String& name : module.unmemoised) symbol_of(name.view()).unmemoised = true;
+    for (auto& [symbol, slot] : module.definitions) store(*symbol, slot, slot);
+    for (Symbol* symbol : module.unmemoised) symbol->unmemoised = true;
 }
 
 void evaluate_backquotes(Module& module) {
@@ -241,31 +242,31 @@ void evaluate_backquotes(Module& module) {
     const bool in_any_case = module.kind != ModuleKind::program;
     if (!in_any_case && !module.has_backquotes) return;
     DefinitionsChange change;
-    for (auto& [name, slot] : module.definitions) {
-        Node* expression = current(name, slot);
+    for (auto& [symbol, slot] : module.definitions) {
+        Node* expression = current(*symbol, slot);
         if (!in_any_case && !holds_backquote(expression)) continue;
         // A program can tell copies in its text apart. A value may hold one part far too often to
         // be copied out.
         const Shared shared = expression == slot.get() ? Shared::copied : Shared::kept;
-        store(name, slot, unquote(name, expression, shared));
+        store(*symbol, slot, unquote(symbol->name, expression, shared));
         change.changed();
     }
 }
 
 void intern_definitions(Module& module) {
     module.members_before = intern_set_size();
-    for (auto& [name, slot] : module.definitions) {
-        slot = intern(Value::share(current(name, slot)));
-        if (!name.empty()) replace_definition(symbol_of(name.view()), slot);
+    for (auto& [symbol, slot] : module.definitions) {
+        slot = intern(Value::share(current(*symbol, slot)));
+        if (!symbol->name.empty()) replace_definition(*symbol, slot);
         module.interned.push_back(slot);
     }
 }
 
 void refuse_unbound_locals(Module& module) {
-    for (const auto& [name, slot] : module.definitions) {
-        if (const uint32_t free = free_set(current(name, slot))) {
+    for (const auto& [symbol, slot] : module.definitions) {
+        if (const uint32_t free = free_set(current(*symbol, slot))) {
             const char letter = static_cast<char>('a' + std::countr_zero(free));
-            module.faults.push_back({Fault::local, name, nullptr, String({&letter, 1})});
+            module.faults.push_back({Fault::local, symbol->name, nullptr, String({&letter, 1})});
             return;
         }
     }

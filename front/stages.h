@@ -6,7 +6,6 @@
 #pragma once
 
 #include <cstddef>
-#include <map>
 #include <set>
 #include <span>
 #include <vector>
@@ -14,6 +13,7 @@
 #include "driver/report.h"
 #include "front/fault.h"
 #include "front/names.h"
+#include "reduce/definition_list.h"
 #include "text/string.h"
 #include "value/value.h"
 
@@ -24,14 +24,14 @@ enum class ModuleKind { prelude, program, loaded };  // into a running program
 struct Module {
     String text;
     ModuleKind kind = ModuleKind::program;
-    bool all_faults = false;                 // else the first one ends the check
-    std::vector<Fault> faults;               // in the order in which they were found
-    std::map<String, Value> definitions;     // the entry expression under the empty name
-    bool has_backquotes = false;             // in the text
-    std::set<String> unmemoised;             // constants that are evaluated anew at each use
-    std::vector<String> roots = {String()};  // the keys of what is alive in any case: the entry's
-    const std::map<String, Value>* prelude = nullptr;  // what is defined anyway; null: nothing
-    References references;                             // of the definitions
+    bool all_faults = false;    // else the first one ends the check
+    std::vector<Fault> faults;  // in the order in which they were found
+    DefinitionList definitions;
+    bool has_backquotes = false;              // in the text
+    std::set<Symbol*> unmemoised;             // constants that are evaluated anew at each use
+    std::vector<String> roots = {String()};   // the keys of what is alive in any case: the entry's
+    const DefinitionList* prelude = nullptr;  // what is defined anyway; null: nothing
+    References references;                    // of the definitions
     std::vector<Value> interned;
     size_t members_before = 0;  // of the intern set, when `interned` began
     Symbols alive;              // with `all_faults`, what the roots reach

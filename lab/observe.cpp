@@ -17,8 +17,8 @@ namespace marl::lab {
 namespace {
 
 /// The prelude's definitions, as the program finds them.
-std::map<String, Value>& original_prelude() {
-    static std::map<String, Value> kept;
+DefinitionList& original_prelude() {
+    static DefinitionList kept;
     return kept;
 }
 
@@ -142,10 +142,9 @@ void Watcher::begin_program() {
 
 void Watcher::find_plumbing() {
     plumbing_.clear();
-    for (const auto& [name, expression] : original_prelude()) {
-        Symbol& symbol = symbol_of(name.view());
-        if (symbol.definition && compare(symbol.definition, expression) == 0) {
-            plumbing_.insert(&symbol);
+    for (const auto& [symbol, expression] : original_prelude()) {
+        if (symbol->definition && compare(symbol->definition, expression) == 0) {
+            plumbing_.insert(symbol);
         }
     }
 }

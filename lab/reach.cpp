@@ -36,7 +36,10 @@ void mend_keys(Module& module) {
     for (const Fault& fault : module.faults) {
         if (fault.kind == Fault::funky) funky.insert(fault.definition);
     }
-    for (const String& name : funky) module.definitions[name] = mended(module.definitions[name]);
+    for (const String& name : funky) {
+        Value& expression = module.definitions.find(symbol_of(name.view()))->expression;
+        expression = mended(expression);
+    }
 }
 
 constexpr Stage stages_up_to_references[] = {

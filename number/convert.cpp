@@ -47,17 +47,6 @@ LowBits low_bits(Node* x) {
     return {test_bit(*list, 0), !test_bit(*list, 1), magnitude[0]};
 }
 
-/// A new Leaf of a one-byte name, born with its symbol.
-Value name_leaf(Symbol& symbol) {
-    char* block = static_cast<char*>(allocate_node(letter_leaf_size));
-    auto* node = reinterpret_cast<Node*>(block + sizeof(SymbolWord));
-    node->header = leaf_bit | 1;
-    symbol_slot(node) = &symbol;
-    leaf_text(node)[0] = symbol.name.view()[0];
-    leaf_text(node)[1] = 0;
-    return Value::adopt(node);
-}
-
 }  // namespace
 
 bool is_integer(Node* x) {
@@ -101,22 +90,22 @@ Value from_double(double x) { return Value::adopt(real_leaf(x)); }
 
 Value leaf_K() {
     static Symbol& symbol = symbol_of("K");
-    return name_leaf(symbol);
+    return letter_leaf('K', &symbol);
 }
 
 Value leaf_H() {
     static Symbol& symbol = symbol_of("H");
-    return name_leaf(symbol);
+    return letter_leaf('H', &symbol);
 }
 
 Value leaf_I() {
     static Symbol& symbol = symbol_of("I");
-    return name_leaf(symbol);
+    return letter_leaf('I', &symbol);
 }
 
 Value leaf_Z() {
     static Symbol& symbol = symbol_of("Z");
-    return name_leaf(symbol);
+    return letter_leaf('Z', &symbol);
 }
 
 }  // namespace marl

@@ -156,21 +156,13 @@ bool is_name(std::string_view text) {
     return true;
 }
 
-namespace {
-
-bool is_one_byte_leaf(Node* node, char byte) {
-    return is_leaf_of(node, byte) && leaf_text(node)[1] == 0;
-}
-
-}  // namespace
-
 Form form(Node* node) {
     if (is_leaf(node)) return Form::other;
     Node* function = as_pair(node)->left;
     if (is_leaf(function)) return Form::other;
     Node* head = as_pair(function)->left;
-    if (is_leaf(head)) return is_one_byte_leaf(head, '\\') ? Form::lambda : Form::other;
-    return is_one_byte_leaf(as_pair(head)->left, '{') ? Form::let : Form::other;
+    if (is_leaf(head)) return is_mark(head, '\\') ? Form::lambda : Form::other;
+    return is_mark(as_pair(head)->left, '{') ? Form::let : Form::other;
 }
 
 }  // namespace marl

@@ -10,7 +10,7 @@
 
 namespace marl {
 
-std::map<String, Value> prelude_definitions;
+DefinitionList prelude_definitions;
 
 Symbol::Symbol() = default;
 Symbol::~Symbol() = default;
@@ -36,6 +36,7 @@ void lose_code(Symbol& symbol) {
 }  // namespace
 
 void set_definition(Symbol& symbol, Value expression) {
+    if (symbol.definition.get() == expression.get()) return;
     symbol.parameters = count_parameters(expression);
     note_definition(symbol.name.view(), expression);
     replace_definition(symbol, std::move(expression));

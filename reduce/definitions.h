@@ -1,9 +1,7 @@
 // Changes to the tables of the program: definitions come and go, and take their code with them.
 #pragma once
 
-#include <map>
-
-#include "reduce/tables.h"
+#include "reduce/definition_list.h"
 
 namespace marl {
 
@@ -49,6 +47,6 @@ void set_builtin_definitions(std::vector<Value> by_arity);
 
 /// A copy of the definitions as the prelude left them, until the program check has restored from it
 /// what it needs.
-extern std::map<String, Value> prelude_definitions;
+extern DefinitionList prelude_definitions;
 
 }  // namespace marl

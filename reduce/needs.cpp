@@ -27,14 +27,21 @@ bool is_in(std::span<const std::string_view> names, std::string_view name) {
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-/// Whether a variable of that name stands in two places of an expression, or in a lambda. The
+/// The bit of a Leaf that is a letter, of others none.
+uint32_t letter_bit(Node* leaf) {
+    const char* text = leaf_text(leaf);
+    const bool is_letter = *text >= 'a' && *text <= 'z' && text[1] == 0;
+    return is_letter ? uint32_t{1} << (*text - 'a') : 0;
+}
+
+/// Whether some of the letters stands in two places of an expression, or in a lambda. The
 /// expression need not be analysed yet.
-bool is_repeated(std::string_view name, Node* expression) {
+bool is_repeated(uint32_t letters, Node* expression) {
     struct Place {
         Node* node;
         bool in_lambda;
     };
-    bool seen = false;
+    uint32_t seen = 0;
     Worklist<Place> rest;
     rest.push({expression, false});
     while (!rest.empty()) {
@@ -43,21 +50,21 @@ bool is_repeated(std::string_view name, Node* expression) {
             const bool inner = in_lambda || form(node) == Form::lambda;
             rest.push({left(node), inner});
             rest.push({right(node), inner});
-        } else if (is_leaf_text(node, name)) {
-            if (seen || in_lambda) return true;
-            seen = true;
+        } else if (const uint32_t letter = letter_bit(node) & letters) {
+            if (in_lambda || (seen & letter)) return true;
+            seen |= letter;
         }
     }
     return false;
 }
 
+/// By now all parameters are letters.
 bool repeats_parameter(Node* definition) {
-    Node* body = definition;
-    while (form(body) == Form::lambda) body = lambda_body(body);
-    for (; definition != body; definition = lambda_body(definition)) {
-        if (is_repeated(leaf_bytes(lambda_key(definition)), body)) return true;
+    uint32_t parameters = 0;
+    for (; form(definition) == Form::lambda; definition = lambda_body(definition)) {
+        parameters |= letter_bit(lambda_key(definition));
     }
-    return false;
+    return is_repeated(parameters, definition);
 }
 
 }  // namespace

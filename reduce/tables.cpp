@@ -49,21 +49,31 @@ const std::vector<Symbol*>& symbols_in_key_order() {
     return sorted;
 }
 
-const HashIndex& builtins_by_name() {
+struct BuiltinIndex {
+    std::vector<const Builtin*> rows;
+    HashIndex by_name;
+};
+
+const BuiltinIndex& builtin_index() {
     static const auto* index = [] {
-        auto* made = new HashIndex;
-        const std::span<const Builtin> rows = builtin_table();
-        for (uint32_t i = 0; i < rows.size(); ++i) made->enter(hash_of_bytes(rows[i].name), i);
+        auto* made = new BuiltinIndex;
+        made->rows.reserve(256);
+        for (const std::span<const Builtin> family : builtin_families()) {
+            for (const Builtin& row : family) {
+                made->by_name.enter(hash_of_bytes(row.name),
+                                    static_cast<uint32_t>(made->rows.size()));
+                made->rows.push_back(&row);
+            }
+        }
         return made;
     }();
     return *index;
 }
 
 const Builtin* find_builtin(std::string_view name, uint64_t hash) {
-    const std::span<const Builtin> rows = builtin_table();
-    const uint32_t place =
-        builtins_by_name().find(hash, [&](uint32_t i) { return rows[i].name == name; });
-    return place == no_place ? nullptr : &rows[place];
+    const auto& [rows, by_name] = builtin_index();
+    const uint32_t place = by_name.find(hash, [&](uint32_t i) { return rows[i]->name == name; });
+    return place == no_place ? nullptr : rows[place];
 }
 
 Symbol& make_symbol(std::string_view name, uint64_t hash, const Builtin* builtin) {
@@ -84,10 +94,13 @@ Symbol* known_symbol(std::string_view name, uint64_t hash) {
     return place == no_place ? nullptr : &table.all[place];
 }
 
+/// The Symbol of a name of one byte; null when there is none yet.
+Symbol* of_letter(uint8_t byte) { return symbols().of_one_byte[byte]; }
+
 }  // namespace
 
 Symbol* find_symbol(std::string_view name) {
-    if (name.size() == 1) return symbols().of_one_byte[static_cast<uint8_t>(name[0])];
+    if (name.size() == 1) return of_letter(static_cast<uint8_t>(name[0]));
     const uint64_t hash = hash_of_bytes(name);
     if (Symbol* known = known_symbol(name, hash)) return known;
     const Builtin* builtin = find_builtin(name, hash);
@@ -100,7 +113,8 @@ Symbol& symbol_of(std::string_view name) {
 }
 
 Symbol& bind_symbol(Node* name_leaf) {
-    Symbol& symbol = symbol_of(leaf_bytes(name_leaf));
+    Symbol* letter = leaf_text(name_leaf)[1] == 0 ? of_letter(first_byte(name_leaf)) : nullptr;
+    Symbol& symbol = letter ? *letter : symbol_of(leaf_bytes(name_leaf));
     symbol_slot(name_leaf) = &symbol;
     return symbol;
 }

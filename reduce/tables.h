@@ -82,6 +82,8 @@ Symbol* next_defined_symbol(const Symbol* after);
 extern std::vector<Value> builtin_definitions;
 /// Gives the Symbol of a built-in its definition, if there is one yet.
 void define_builtin(Symbol& symbol);
-/// The built-in table: all rows, in key order (library/registry.cpp).
+/// The rows of all built-ins, in no order; Symbols point at these (library/registry.cpp).
+std::span<const std::span<const Builtin>> builtin_families();
+/// The built-in table: the same rows, in key order, made at the first question.
 std::span<const Builtin> builtin_table();
 }  // namespace marl

@@ -26,7 +26,10 @@ inline String rope_flatten(const Rope& rope) { return String(std::string_view(ro
 
 /// All parts in a row as one String.
 inline String joined(std::initializer_list<std::string_view> parts) {
+    size_t size = 0;
+    for (const std::string_view part : parts) size += part.size();
     Rope rope;
+    rope.bytes.reserve(size);
     for (const std::string_view part : parts) rope_append(rope, part);
     return rope_flatten(rope);
 }

@@ -81,6 +81,10 @@ inline uint8_t first_byte(const Node* node) {
 inline bool is_leaf_of(const Node* node, char byte) {
     return is_leaf(node) && *leaf_text(node) == byte;
 }
+/// Whether a node is the Leaf of that one byte, which no Leaf of data begins with.
+inline bool is_mark(const Node* node, char byte) {
+    return is_leaf_of(node, byte) && leaf_text(node)[1] == 0;
+}
 inline PairNode* as_pair(Node* node) { return static_cast<PairNode*>(node); }
 
 /// The node of a Word that is none, borrowed from the place where it stands. But for the body of a

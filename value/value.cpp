@@ -77,7 +77,20 @@ Value leaf_with_size(char kind, int64_t n) {
     return Value::adopt(node);
 }
 
+Value letter_leaf(char letter, Symbol* symbol) {
+    char* block = static_cast<char*>(allocate_node(letter_leaf_size));
+    auto* node = reinterpret_cast<Node*>(block + sizeof(SymbolWord));
+    node->header = leaf_bit | 1;
+    symbol_slot(node) = symbol;
+    leaf_text(node)[0] = letter;
+    leaf_text(node)[1] = 0;
+    return Value::adopt(node);
+}
+
 Value leaf(std::string_view bytes) {
+    if (bytes.size() == 1 && is_name_byte(static_cast<uint8_t>(bytes[0]))) {
+        return letter_leaf(bytes[0]);
+    }
     Value made =
         leaf_with_size(bytes.empty() ? '\0' : bytes[0], static_cast<int64_t>(bytes.size()));
     if (!bytes.empty()) memcpy(leaf_text(made), bytes.data(), bytes.size());

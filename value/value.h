@@ -64,6 +64,8 @@ class Value {
 /// A new Leaf of the bytes, which may hold NULs. `span` is the length on a digit or "[" Leaf below
 /// the limit. The empty Leaf is the one of no bytes. Crays are made by number/cray.h.
 Value leaf(std::string_view text);
+/// A new Leaf of a name of one byte, born with its symbol if that is known.
+Value letter_leaf(char letter, Symbol* symbol = nullptr);
 inline Value leaf(const char* text) { return leaf(std::string_view(text)); }
 inline Value leaf(const String& text) { return leaf(text.view()); }
 /// A new Leaf of `length` bytes that begins with `kind`, the rest not set; the caller fills

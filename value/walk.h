@@ -42,9 +42,15 @@ bool walk(Node* root, See see) {
     for (Node* node = root;;) {
         const Go go = see(node);
         if (go == Go::out) return false;
-        if (go == Go::in) Parts::from_the_back(node, [&](Node* part) { rest.push(part); });
-        if (rest.empty()) return true;
-        node = rest.pop();
+        Node* next = nullptr;
+        if (go == Go::in) {
+            Parts::from_the_back(node, [&](Node* part) {
+                if (next) rest.push(next);
+                next = part;
+            });
+        }
+        if (!next && rest.empty()) return true;
+        node = next ? next : rest.pop();
     }
 }
 
@@ -72,15 +78,24 @@ void walk_both_ways(Node* root, Begin begin, End end) {
         bool parts_done;
     };
     Worklist<Task> tasks;
-    tasks.push({root, false});
-    while (!tasks.empty()) {
-        const auto [node, parts_done] = tasks.pop();
-        if (parts_done) {
-            end(node);
-        } else if (begin(node)) {
+    for (Node* node = root; node;) {
+        Node* next = nullptr;
+        if (begin(node)) {
             tasks.push({node, true});
-            Parts::from_the_back(node, [&](Node* part) { tasks.push({part, false}); });
+            Parts::from_the_back(node, [&](Node* part) {
+                if (next) tasks.push({next, false});
+                next = part;
+            });
         }
+        while (!next && !tasks.empty()) {
+            const auto [waiting, parts_done] = tasks.pop();
+            if (parts_done) {
+                end(waiting);
+            } else {
+                next = waiting;
+            }
+        }
+        node = next;
     }
 }
 

@@ -47,6 +47,11 @@ constexpr std::array<BuiltinFunction, sizeof...(i)> all_limited(std::index_seque
 
 }  // namespace
 
+std::span<const std::span<const Builtin>> builtin_families() {
+    static const std::span<const Builtin> family = builtin_table();
+    return {&family, 1};
+}
+
 std::span<const Builtin> builtin_table() {
     static const std::vector<Builtin> table = [] {
         constexpr auto functions = all_limited(std::make_index_sequence<most_rows>());

@@ -30,7 +30,7 @@ bool same(const Module& a, const Module& b) {
     return a.unmemoised == b.unmemoised &&
            std::equal(a.definitions.begin(), a.definitions.end(), b.definitions.begin(),
                       b.definitions.end(), [](const auto& x, const auto& y) {
-                          return x.first == y.first && compare(x.second, y.second) == 0;
+                          return x.symbol == y.symbol && compare(x.expression, y.expression) == 0;
                       });
 }
 

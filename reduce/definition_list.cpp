@@ -1,0 +1,73 @@
+// The row is sorted as a whole when it is looked at for the first time; what comes later is few.
+#include "reduce/definition_list.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace marl {
+
+namespace {
+
+bool is_before(const DefinitionList::Entry& a, const DefinitionList::Entry& b) {
+    return a.symbol->name < b.symbol->name;
+}
+
+}  // namespace
+
+std::vector<DefinitionList::Entry>& DefinitionList::in_order() const {
+    if (in_place_ == row_.size()) return row_;
+    const auto from = row_.begin() + static_cast<std::ptrdiff_t>(in_place_);
+    std::stable_sort(from, row_.end(), is_before);
+    std::inplace_merge(row_.begin(), from, row_.end(), is_before);
+    // Of those with one name the last one stays, which was set last.
+    const auto is_replaced = [&](const Entry& entry) {
+        const Entry* next = &entry + 1;
+        return next != row_.data() + row_.size() && next->symbol == entry.symbol;
+    };
+    size_t kept = 0;
+    for (size_t i = 0; i < row_.size(); ++i) {
+        if (is_replaced(row_[i])) continue;
+        if (kept != i) row_[kept] = std::move(row_[i]);
+        ++kept;
+    }
+    row_.resize(kept);
+    in_place_ = kept;
+    return row_;
+}
+
+DefinitionList::Entry* DefinitionList::find(const Symbol& symbol) const {
+    std::vector<Entry>& row = in_order();
+    const auto place = std::partition_point(row.begin(), row.end(), [&](const Entry& entry) {
+        return entry.symbol->name < symbol.name;
+    });
+    return place != row.end() && place->symbol == &symbol ? &*place : nullptr;
+}
+
+void DefinitionList::erase(const Symbol& symbol) {
+    Entry* entry = find(symbol);
+    if (!entry) return;
+    row_.erase(row_.begin() + (entry - row_.data()));
+    in_place_ = row_.size();
+}
+
+void DefinitionList::add(const DefinitionList& other) {
+    std::vector<Entry> joined;
+    joined.reserve(size() + other.size());
+    std::vector<Entry> own = std::exchange(in_order(), {});
+    auto from = other.begin();
+    for (Entry& entry : own) {
+        for (; from != other.end() && is_before(*from, entry); ++from) joined.push_back(*from);
+        if (from != other.end() && from->symbol == entry.symbol) ++from;
+        joined.push_back(std::move(entry));
+    }
+    joined.insert(joined.end(), from, other.end());
+    row_ = std::move(joined);
+    in_place_ = row_.size();
+}
+
+void DefinitionList::clear() {
+    row_.clear();
+    in_place_ = 0;
+}
+
+}  // namespace marl
