@@ -11,32 +11,47 @@
 
 namespace marl {
 
-/// The low limb of a column's sum; what goes to the next column stays in the sum.
-inline uint64_t take_limb(Wide& sum) {
-    // base * 2^60 is a whole multiple of 2^64, so that the high word alone tells how often it fits.
-    constexpr uint64_t step = Decimal::base / 16;
-    const uint64_t multiples = static_cast<uint64_t>(sum >> 64) / step;
-    uint64_t carry;
-    const uint64_t low = Decimal::split(sum - (Wide{multiples * step} << 64), carry);
-    sum = carry + (Wide{multiples} << 60);
-    return low;
-}
+constexpr Wide square_of_base = Wide{Decimal::base} * Decimal::base;
+
+/// Makes limbs of the sums of columns, lowest first. Each is cut in three by itself, so that only
+/// the carry of a limb waits for the columns below.
+class ColumnLimbs {
+  public:
+    /// The limb at the place of a sum of at most 300 products.
+    uint64_t take(Wide sum) {
+        // A multiple that is missed at times leaves hardly more than the square.
+        constexpr auto step = static_cast<uint64_t>(square_of_base >> 64) + 1;
+        const uint64_t squares = static_cast<uint64_t>(sum >> 64) / step;
+        uint64_t high;
+        // Below three times the base, by chance above it.
+        const uint64_t limb = Decimal::split_nearly(sum - squares * square_of_base, high) + next_;
+        const uint64_t over = uint64_t{limb >= Decimal::base} + uint64_t{limb >= 2 * Decimal::base};
+        next_ = high + last_squares_ + over;
+        last_squares_ = squares;
+        return limb - over * Decimal::base;
+    }
+    /// What the next place has but for its own column.
+    uint64_t next() const { return next_; }
+
+  private:
+    uint64_t next_ = 0;
+    uint64_t last_squares_ = 0;
+};
 
 /// The sum of the products of n limbs at a, from the last one down, and n at b, from the first one
 /// up. Two sums, neither of which waits for the columns below.
 inline Wide column(const uint64_t* a, const uint64_t* b, size_t n) {
-    Wide even = 0;
-    Wide odd = 0;
-    size_t i = 0;
-    for (; i + 4 <= n; i += 4) {
-        const uint64_t* last = a + n - i;
-        even += Wide{last[-1]} * b[i];
-        odd += Wide{last[-2]} * b[i + 1];
-        even += Wide{last[-3]} * b[i + 2];
-        odd += Wide{last[-4]} * b[i + 3];
+    Wide sum = 0;
+    const uint64_t* last = a + n;
+    for (; n >= 4; n -= 4, b += 4) {
+        last -= 4;
+        sum += Wide{last[3]} * b[0];
+        sum += Wide{last[2]} * b[1];
+        sum += Wide{last[1]} * b[2];
+        sum += Wide{last[0]} * b[3];
     }
-    for (; i < n; ++i) even += Wide{a[n - 1 - i]} * b[i];
-    return even + odd;
+    for (; n > 0; --n) sum += Wide{*--last} * *b++;
+    return sum;
 }
 
 }  // namespace marl

@@ -358,7 +358,9 @@ Limbs mag_divide(const Limbs& a, const Limbs& b, Limbs& remainder) {
         remainder = a;
         return {};
     }
-    const bool is_long = std::min(a.size() - b.size(), b.size()) >= Radix::newton_limit;
+    // A quotient of m limbs may be found from m + 1 limbs of the divisor.
+    const size_t most_limbs = a.size() - b.size() + 1;
+    const bool is_long = std::min(most_limbs + 1, b.size()) >= Radix::newton_limit;
     if (!is_long && !Radix::guesses_scaled) {
         Division division = divide_numbers<Radix>(a, b);
         remainder = std::move(division.remainder);
@@ -375,6 +377,40 @@ Limbs mag_divide(const Limbs& a, const Limbs& b, Limbs& remainder) {
     return std::move(division.quotient);
 }
 
+namespace {
+
+bool find_quotient(Binary, const Limbs&, const Limbs&, Limbs&) { return false; }
+
+/// The quotient where it is found without the remainder.
+bool find_quotient(Decimal, const Limbs& a, const Limbs& b, Limbs& quotient) {
+    const size_t n = b.size();
+    if (n < 4 || a.size() < n) return false;
+    size_t m = a.size() - n;
+    Limbs longer;
+    if (compare_limbs(a.data() + m, b.data(), n) >= 0) {
+        longer.reserve(a.size() + 1);
+        longer = a;
+        longer.push_back(0);
+        ++m;
+    }
+    if (m < 2 || (m >= Decimal::divide_limit && n >= Decimal::divide_limit)) return false;
+    quotient.resize(m);
+    const Limbs& dividend = longer.empty() ? a : longer;
+    if (!quotient_by_columns(quotient.data(), m, dividend.data(), b.data(), n)) return false;
+    mag_trim(quotient);
+    return true;
+}
+
+}  // namespace
+
+template <class Radix>
+Limbs mag_quotient(const Limbs& a, const Limbs& b) {
+    Limbs quotient;
+    Limbs remainder;
+    if (find_quotient(Radix{}, a, b, quotient)) return quotient;
+    return mag_divide<Radix>(a, b, remainder);
+}
+
 template <class Radix>
 Limbs mag_rest(const Limbs& a, const Limbs& b) {
     Limbs rest;
@@ -388,6 +424,8 @@ Limbs mag_rest(const Limbs& a, const Limbs& b) {
 
 template Limbs mag_divide<Binary>(const Limbs&, const Limbs&, Limbs&);
 template Limbs mag_divide<Decimal>(const Limbs&, const Limbs&, Limbs&);
+template Limbs mag_quotient<Binary>(const Limbs&, const Limbs&);
+template Limbs mag_quotient<Decimal>(const Limbs&, const Limbs&);
 template Limbs mag_rest<Binary>(const Limbs&, const Limbs&);
 template Limbs mag_rest<Decimal>(const Limbs&, const Limbs&);
 

@@ -100,11 +100,13 @@ Value hint_div(Node* x, Node* y) {
     const Magnitude a = magnitude_of(x);
     const Magnitude b = magnitude_of(y);
     if (!a.is_list || !b.is_list || b.is_zero()) return leaf_Z();
+    if (a.negative == b.negative) {
+        return hint_of(false, mag_quotient<Decimal>(a.limbs(), b.limbs()));
+    }
     Limbs remainder;
     Limbs quotient = mag_divide<Decimal>(a.limbs(), b.limbs(), remainder);
-    const bool negative = a.negative != b.negative;
-    if (negative && !remainder.empty()) quotient = mag_add<Decimal>(quotient, {1});
-    return hint_of(negative, std::move(quotient));
+    if (!remainder.empty()) quotient = mag_add<Decimal>(quotient, {1});
+    return hint_of(true, std::move(quotient));
 }
 
 Value hint_mod(Node* x, Node* y) {

@@ -34,14 +34,14 @@ void multiply_short(Binary, uint64_t* r, const uint64_t* a, size_t na, const uin
 }
 
 void square_short(uint64_t* r, const uint64_t* a, size_t n) {
-    Wide sum = 0;
+    ColumnLimbs limbs;
     for (size_t k = 0; k < 2 * n - 1; ++k) {
         const size_t from = k < n ? 0 : k - n + 1;
-        sum += column(a + k / 2 + 1, a + from, (k + 1) / 2 - from) * 2;
+        Wide sum = column(a + k / 2 + 1, a + from, (k + 1) / 2 - from) * 2;
         if (k % 2 == 0) sum += Wide{a[k / 2]} * a[k / 2];
-        r[k] = take_limb(sum);
+        r[k] = limbs.take(sum);
     }
-    r[2 * n - 1] = static_cast<uint64_t>(sum);
+    r[2 * n - 1] = limbs.next();
 }
 
 void multiply_short(Decimal, uint64_t* r, const uint64_t* a, size_t na, const uint64_t* b,
@@ -51,14 +51,13 @@ void multiply_short(Decimal, uint64_t* r, const uint64_t* a, size_t na, const ui
         return;
     }
     if (a == b && na == nb) return square_short(r, a, na);
-    Wide sum = 0;
+    ColumnLimbs limbs;
     for (size_t k = 0; k < na + nb - 1; ++k) {
         const size_t from = k < na ? 0 : k - na + 1;
         const size_t end = std::min(k + 1, nb);
-        sum += column(a + k + 1 - end, b + from, end - from);
-        r[k] = take_limb(sum);
+        r[k] = limbs.take(column(a + k + 1 - end, b + from, end - from));
     }
-    r[na + nb - 1] = static_cast<uint64_t>(sum);
+    r[na + nb - 1] = limbs.next();
 }
 
 /// Whether the sums of a transform, for a shorter operand of n limbs, stay below what it can tell.

@@ -36,7 +36,9 @@ void mag_mul_add_limb(Limbs& a, uint64_t m, uint64_t c);
 /// The quotient rounded down; the remainder goes out. b = 0 is a fatal stop.
 template <class Radix>
 Limbs mag_divide(const Limbs& a, const Limbs& b, Limbs& remainder);
-/// The remainder alone.
+/// The quotient alone, and the remainder alone.
+template <class Radix>
+Limbs mag_quotient(const Limbs& a, const Limbs& b);
 template <class Radix>
 Limbs mag_rest(const Limbs& a, const Limbs& b);
 /// a^n, by repeated squaring. A result that can't fit any memory ends the process for lack of it.

@@ -93,7 +93,7 @@ struct Decimal {
     static constexpr size_t group_pieces = 3;
     static constexpr size_t most_pieces = 98'000'000;
     static constexpr uint64_t largest = base - 1;
-    static inline size_t karatsuba_limit = 80;   // 4 to 200
+    static inline size_t karatsuba_limit = 60;   // 4 to 200
     static inline size_t transform_limit = 460;  // at least 1
     static inline size_t divide_limit = 40;      // 2 to most_columns
     static inline size_t newton_limit = 800;     // at least 4
@@ -109,14 +109,16 @@ struct Decimal {
         borrow = difference >> 63;
         return borrow ? difference + base : difference;
     }
-    /// Takes any t below 2^120.
-    static uint64_t split(Wide t, uint64_t& carry) {
+    /// Takes any t below 2^120. The carry is at most 1 too small: the bits cut off above lose less
+    /// than 0.08, the reciprocal's fraction less than 0.13.
+    static uint64_t split_nearly(Wide t, uint64_t& carry) {
         constexpr auto reciprocal = static_cast<uint64_t>((Wide{1} << 123) / base);
         const auto top = static_cast<uint64_t>(t >> 56);
-        // At most 1 too small: the bits cut off above lose less than 0.08, the reciprocal's
-        // fraction less than 0.13.
         carry = static_cast<uint64_t>((Wide{top} * reciprocal) >> 67);
-        uint64_t rest = static_cast<uint64_t>(t) - carry * base;
+        return static_cast<uint64_t>(t) - carry * base;
+    }
+    static uint64_t split(Wide t, uint64_t& carry) {
+        uint64_t rest = split_nearly(t, carry);
         if (rest >= base) {
             rest -= base;
             ++carry;

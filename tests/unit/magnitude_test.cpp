@@ -118,6 +118,11 @@ TYPED_TEST(Magnitudes, quotients_undo_products) {
             if (divisor.empty()) divisor = {1};
             // A decimal base has factors.
             if (i % 10 == 0) divisor = {(uint64_t{1} << i % 7) * (i % 4 ? 1'000'000 : 125)};
+            // Where Newton's step begins, with all that it needs of the divisor in lower limbs.
+            if (i % 7 == 0 && newton_limit < 50) {
+                quotient = random_limbs<TypeParam>(newton_limit - 1);
+                divisor.push_back(1);
+            }
             // The remainders next to both bounds are where a guessed digit is off.
             Limbs remainder = mag_sub<TypeParam>(divisor, {1});
             if (i % 3 == 0) remainder = {};
@@ -130,6 +135,7 @@ TYPED_TEST(Magnitudes, quotients_undo_products) {
             EXPECT_EQ(mag_divide<TypeParam>(dividend, divisor, rest), quotient);
             EXPECT_EQ(rest, remainder);
             EXPECT_EQ(mag_rest<TypeParam>(dividend, divisor), remainder);
+            EXPECT_EQ(mag_quotient<TypeParam>(dividend, divisor), quotient);
         }
     }
 }
