@@ -13,10 +13,9 @@ namespace marl {
 
 namespace {
 
-bool is_word(std::string_view text) {
-    return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
-        return is_word_byte(static_cast<uint8_t>(c));
-    });
+bool is_word_text(std::string_view text) {
+    return !text.empty() &&
+           std::all_of(text.begin(), text.end(), [](char c) { return is_word(c); });
 }
 
 /// A single byte that names a combinator.
@@ -39,7 +38,7 @@ bool is_lambda(Node* value) {
 }  // namespace
 
 bool is_definable(std::string_view text) {
-    return is_word(text) || is_combinator(text) || is_bracketed_operator(text);
+    return is_word_text(text) || is_combinator(text) || is_bracketed_operator(text);
 }
 
 DefinedName defined_name(Node* piece) {
@@ -87,10 +86,6 @@ std::vector<Extent> cut_pieces(std::string_view normalised) {
     }
     pieces.push_back({begin, normalised.size()});
     return pieces;
-}
-
-bool is_local_key(const String& key) {
-    return key.length() == 1 && at(key, 0) >= 'a' && at(key, 0) <= 'z';
 }
 
 bool is_binder_key(const String& key) { return key.view() == "\\" || key.view() == "{"; }

@@ -49,8 +49,6 @@ std::vector<int64_t> backquote_lines(std::string_view source);
 /// its span.
 void stamp_lines(Node* expression, const std::vector<int64_t>& lines, size_t& next);
 
-/// Whether the key is one lower-case letter, which only a local name can be.
-bool is_local_key(const String& key);
 /// Whether the key is one of \ and {, which the machine treats itself.
 bool is_binder_key(const String& key);
 

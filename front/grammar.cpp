@@ -50,9 +50,6 @@ Binary binary_of(char c) { return c == ',' ? list_separator : binaries[static_ca
 /// to it: commas that separate nothing. Normalised text holds no newline here.
 bool is_filler(char c) { return c == ',' || c == '\n'; }
 
-bool is_digit(char c) { return is_digit_byte(static_cast<uint8_t>(c)); }
-bool is_word(char c) { return is_word_byte(static_cast<uint8_t>(c)); }
-
 /// The Leaf of an operator, or of any other single byte.
 Value leaf_of_byte(char c) { return leaf(std::string_view(&c, 1)); }
 

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "front/definitions.h"
+#include "front/scan.h"
 #include "value/rebuild.h"
 
 namespace marl {
@@ -19,10 +20,6 @@ namespace marl {
 namespace {
 
 constexpr size_t most_places = 26;
-
-bool is_letter(std::string_view text) {
-    return text.size() == 1 && text[0] >= 'a' && text[0] <= 'z';
-}
 
 bool is_binder_mark(Node* node) { return is_mark(node, '\\') || is_mark(node, '{'); }
 

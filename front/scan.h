@@ -23,6 +23,12 @@ bool is_prefix_operator(uint8_t byte);
 
 /// "_" or a lower-case letter: the bytes of words.
 inline bool is_word_byte(uint8_t byte) { return byte == '_' || (byte >= 'a' && byte <= 'z'); }
+inline bool is_word(char byte) { return is_word_byte(static_cast<uint8_t>(byte)); }
+inline bool is_digit(char byte) { return byte >= '0' && byte <= '9'; }
+/// Whether a key is one lower-case letter, which names nothing but what a binder holds.
+inline bool is_letter(std::string_view key) {
+    return key.size() == 1 && key[0] >= 'a' && key[0] <= 'z';
+}
 
 /// The closing bracket of an opening one, and the other way round. Any other byte is its own
 /// partner.

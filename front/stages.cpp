@@ -16,6 +16,7 @@
 #include "front/patterns.h"
 #include "front/places.h"
 #include "front/records.h"
+#include "front/scan.h"
 #include "reduce/analysis.h"
 #include "reduce/definitions.h"
 #include "reduce/needs.h"
@@ -40,7 +41,7 @@ Node* excess_parameter(Node* definition) {
 /// the program has.
 std::optional<Fault::Kind> name_fault(ModuleKind module, const Symbol& symbol) {
     if (module == ModuleKind::prelude) return std::nullopt;
-    if (is_local_key(symbol.name)) return Fault::lower;
+    if (is_letter(symbol.name.view())) return Fault::lower;
     const bool is_builtin = module == ModuleKind::program && symbol.builtin;
     if (is_builtin || is_binder_key(symbol.name)) return Fault::built;
     return std::nullopt;

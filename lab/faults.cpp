@@ -21,8 +21,6 @@ namespace marl::lab {
 
 namespace {
 
-bool is_word(char c) { return is_word_byte(static_cast<uint8_t>(c)); }
-
 struct Finding {
     const Program& program;
     std::vector<Message> messages = {};

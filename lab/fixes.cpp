@@ -85,18 +85,11 @@ std::optional<Edit> swapped_comparison(const Program& program, const Piece& piec
         Infix outer{};
         Infix inner{};
         if (!is_infix(node, "=<", outer)) return;
-        Node* operands[2] = {outer.a, outer.b};
-        Node* missing = nullptr;
-        if (is_infix(outer.a, "=<", inner) && is_missing(inner.b)) {
-            operands[0] = inner.a;
-            missing = inner.b;
-        } else if (is_infix(outer.b, "=<", inner) && is_missing(inner.a)) {
-            operands[1] = inner.b;
-            missing = inner.a;
-        }
-        if (!missing || program.range_of(missing).begin != at) return;
-        const Range a = program.outer_range_of(operands[0]);
-        const Range b = program.outer_range_of(operands[1]);
+        // Comparisons fold to the right.
+        if (!is_infix(outer.b, "=<", inner) || !is_missing(inner.a)) return;
+        if (program.range_of(inner.a).begin != at) return;
+        const Range a = program.outer_range_of(outer.a);
+        const Range b = program.outer_range_of(inner.b);
         if (a.begin == a.end || b.begin == b.end) return;
         edit = Edit{{a.begin, b.end},
                     std::string(program.written(b)) + ">" + std::string(program.written(a))};

@@ -14,8 +14,6 @@ namespace marl::lab {
 namespace {
 
 bool is_upper(char c) { return c >= 'A' && c <= 'Z'; }
-bool is_digit(char c) { return c >= '0' && c <= '9'; }
-bool is_word(char c) { return is_word_byte(static_cast<uint8_t>(c)); }
 
 /// How many names a key is, behind each other with blanks between them; 0 for other keys.
 int names_in_row(Node* key) {

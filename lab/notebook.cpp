@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <utility>
 
+#include "front/scan.h"
 #include "lab/library.h"
 #include "lab/notes.h"
 

@@ -41,8 +41,6 @@ constexpr std::array advices{
     Advice{"::", ""},
 };
 
-bool is_digit(char c) { return c >= '0' && c <= '9'; }
-
 /// The bytes around a position, white space left out; 0 where the piece ends.
 struct Around {
     char before = 0;

@@ -249,8 +249,6 @@ bool is_given(std::string_view key) {
     return key == "_" || builtin_arity(key) || prelude_program().definitions.contains(key);
 }
 
-bool is_letter(std::string_view key) { return key.size() == 1 && key[0] >= 'a' && key[0] <= 'z'; }
-
 std::string shown_name(const Piece& piece) {
     return piece.kind == PieceKind::entry ? "TOP" : piece.key;
 }

@@ -100,9 +100,6 @@ std::optional<int> builtin_arity(std::string_view key);
 /// Whether every program has the name: from the prelude, the built-ins or the system.
 bool is_given(std::string_view key);
 
-/// Whether the key is one lower-case letter.
-bool is_letter(std::string_view key);
-
 /// The name of a definition as messages give it: TOP for the entry.
 std::string shown_name(const Piece& piece);
 

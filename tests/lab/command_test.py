@@ -45,6 +45,7 @@ CALLS = [
 # A program, what `check --fix` makes of it, and whether a fault is left.
 FIXES = [
     (b"a\\(1<=2)3 4", b"a\\(2>1)3 4", False),
+    (b"a\\(1 =  <2)3 4", b"a\\(2>1)3 4", False),
     (b"a\\(1+1<=2*3)3 4", b"a\\(2*3>1+1)3 4", False),
     (b"a\\(1=<2)3 4", b"a\\(2>1)3 4", False),
     (b"a\\(1==2)3 4", b"a\\(1=2)3 4", False),
