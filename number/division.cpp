@@ -298,15 +298,28 @@ Limbs reciprocal(const Limbs& b, size_t h) {
     return error.negative ? mag_sub<Radix>(known, step) : mag_add<Radix>(known, step);
 }
 
-/// A quotient of any length, the divisor and its reciprocal being transformed once for all parts.
+/// Whether a limb behind the point tells that what stands before it is right.
 template <class Radix>
-Division divide_newton(const Limbs& a, const Limbs& b) {
+bool is_certain(uint64_t fraction) {
+    constexpr uint64_t most_off = 16;
+    return fraction >= most_off && fraction < Radix::largest - most_off;
+}
+
+enum class Wanted { both, quotient };
+
+/// A quotient of any length, the divisor and its reciprocal being transformed once for all parts.
+/// The remainder is not found where it is not wanted, and nothing else needs it.
+template <class Radix>
+Division divide_newton(const Limbs& a, const Limbs& b, Wanted wanted) {
     const size_t n = b.size();
     const size_t m = a.size() - n;
     // The quotient in parts of h limbs, two at least, so that the reciprocal is that short.
     const size_t parts = std::max<size_t>(2, (m + n - 1) / n);
     const size_t h = (m + parts - 1) / parts;
-    const Transformed<Radix> x(reciprocal<Radix>(b, h), 2 * h + 2);
+    // With one limb more, the last part has a fraction.
+    const size_t known = wanted == Wanted::quotient && h < n ? h + 1 : h;
+    const size_t all = known + h + 2;
+    const Transformed<Radix> x(reciprocal<Radix>(b, known), all);
     const Transformed<Radix> divisor(b, n + 2);
     Division result{{}, above(a, m)};
     if (mag_compare(result.remainder, b) >= 0) {
@@ -316,7 +329,11 @@ Division divide_newton(const Limbs& a, const Limbs& b) {
         const size_t k = (left - 1) % h + 1;
         left -= k;
         const Limbs rest = above_of(result.remainder, k, below(above(a, left), k));
-        Limbs part = above(product_of(x, above(rest, n - 1), 2 * h + 2), h + 1);
+        const Limbs product = product_of(x, above(rest, n - 1), all);
+        Limbs part = above(product, known + 1);
+        if (left == 0 && known > h && product.size() > known && is_certain<Radix>(product[known])) {
+            return {above_of(result.quotient, k, part), {}};
+        }
         Difference left_over = difference_from(rest, divisor, part);
         while (left_over.negative) {
             part = mag_sub<Radix>(part, {1});
@@ -336,11 +353,17 @@ Division divide_newton(const Limbs& a, const Limbs& b) {
 
 template <class Radix>
 void divide_by_newton(uint64_t* q, size_t m, uint64_t* a, const uint64_t* b, size_t n) {
-    Division division = divide_newton<Radix>(Limbs(a, a + n + m), Limbs(b, b + n));
+    Division division = divide_newton<Radix>(Limbs(a, a + n + m), Limbs(b, b + n), Wanted::both);
     division.quotient.resize(m, 0);
     division.remainder.resize(n + m, 0);
     copy_limbs(q, division.quotient.data(), m);
     copy_limbs(a, division.remainder.data(), n + m);
+}
+
+template <class Radix>
+Limbs scaled(Limbs a, uint64_t factor) {
+    mag_mul_add_limb<Radix>(a, factor, 0);
+    return a;
 }
 
 }  // namespace
@@ -367,11 +390,7 @@ Limbs mag_divide(const Limbs& a, const Limbs& b, Limbs& remainder) {
         return std::move(division.quotient);
     }
     const uint64_t factor = Radix::normaliser(b.back());
-    Limbs scaled_a = a;
-    Limbs scaled_b = b;
-    mag_mul_add_limb<Radix>(scaled_a, factor, 0);
-    mag_mul_add_limb<Radix>(scaled_b, factor, 0);
-    Division division = divide_numbers<Radix>(scaled_a, scaled_b);
+    Division division = divide_numbers<Radix>(scaled<Radix>(a, factor), scaled<Radix>(b, factor));
     divide_in_place<Radix>(division.remainder, factor);
     remainder = std::move(division.remainder);
     return std::move(division.quotient);
@@ -386,6 +405,13 @@ bool find_quotient(Decimal, const Limbs& a, const Limbs& b, Limbs& quotient) {
     const size_t n = b.size();
     if (n < 4 || a.size() < n) return false;
     size_t m = a.size() - n;
+    if (n >= Decimal::newton_limit && n <= m + 1 && n <= Decimal::most_pieces) {
+        const uint64_t factor = Decimal::normaliser(b.back());
+        const Limbs dividend = scaled<Decimal>(a, factor);
+        const Limbs divisor = scaled<Decimal>(b, factor);
+        quotient = divide_newton<Decimal>(dividend, divisor, Wanted::quotient).quotient;
+        return true;
+    }
     Limbs longer;
     if (compare_limbs(a.data() + m, b.data(), n) >= 0) {
         longer.reserve(a.size() + 1);
