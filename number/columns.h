@@ -54,4 +54,18 @@ inline Wide column(const uint64_t* a, const uint64_t* b, size_t n) {
     return sum;
 }
 
+/// Two columns side by side: the sums of n products up[i] * down[-i] and up[i] * down[1 - i].
+struct ColumnPair {
+    Wide first = 0;
+    Wide second = 0;
+};
+inline ColumnPair column_pair(const uint64_t* up, const uint64_t* down, size_t n) {
+    ColumnPair sums;
+    for (; n > 0; --n, ++up, --down) {
+        sums.first += Wide{*up} * down[0];
+        sums.second += Wide{*up} * down[1];
+    }
+    return sums;
+}
+
 }  // namespace marl

@@ -35,12 +35,16 @@ void multiply_short(Binary, uint64_t* r, const uint64_t* a, size_t na, const uin
 
 void square_short(uint64_t* r, const uint64_t* a, size_t n) {
     ColumnLimbs limbs;
-    for (size_t k = 0; k < 2 * n - 1; ++k) {
-        const size_t from = k < n ? 0 : k - n + 1;
-        Wide sum = column(a + k / 2 + 1, a + from, (k + 1) / 2 - from) * 2;
-        if (k % 2 == 0) sum += Wide{a[k / 2]} * a[k / 2];
-        r[k] = limbs.take(sum);
+    for (size_t i = 0; i + 1 < n; ++i) {
+        const size_t k = 2 * i;
+        const size_t from = k + 1 < n ? 0 : k + 2 - n;
+        ColumnPair sums = column_pair(a + from, a + k - from, i - from);
+        if (from > 0) sums.first += Wide{a[from - 1]} * a[n - 1];
+        sums.second += Wide{a[i]} * a[i + 1];
+        r[k] = limbs.take(sums.first * 2 + Wide{a[i]} * a[i]);
+        r[k + 1] = limbs.take(sums.second * 2);
     }
+    r[2 * n - 2] = limbs.take(Wide{a[n - 1]} * a[n - 1]);
     r[2 * n - 1] = limbs.next();
 }
 
@@ -52,12 +56,18 @@ void multiply_short(Decimal, uint64_t* r, const uint64_t* a, size_t na, const ui
     }
     if (a == b && na == nb) return square_short(r, a, na);
     ColumnLimbs limbs;
-    for (size_t k = 0; k < na + nb - 1; ++k) {
-        const size_t from = k < na ? 0 : k - na + 1;
-        const size_t end = std::min(k + 1, nb);
-        r[k] = limbs.take(column(a + k + 1 - end, b + from, end - from));
+    const size_t last = na + nb - 2;
+    for (size_t k = 0; k < last; k += 2) {
+        // What both columns have, and then what one of them has alone.
+        const size_t from = k + 1 < na ? 0 : k + 2 - na;
+        ColumnPair sums = column_pair(b + from, a + k - from, std::min(k + 1, nb) - from);
+        if (from > 0) sums.first += Wide{b[from - 1]} * a[na - 1];
+        if (k + 1 < nb) sums.second += Wide{b[k + 1]} * a[0];
+        r[k] = limbs.take(sums.first);
+        r[k + 1] = limbs.take(sums.second);
     }
-    r[na + nb - 1] = limbs.next();
+    if (last % 2 == 0) r[last] = limbs.take(Wide{a[na - 1]} * b[nb - 1]);
+    r[last + 1] = limbs.next();
 }
 
 /// Whether the sums of a transform, for a shorter operand of n limbs, stay below what it can tell.
