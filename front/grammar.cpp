@@ -50,9 +50,6 @@ Binary binary_of(char c) { return c == ',' ? list_separator : binaries[static_ca
 /// to it: commas that separate nothing. Normalised text holds no newline here.
 bool is_filler(char c) { return c == ',' || c == '\n'; }
 
-/// The Leaf of an operator, or of any other single byte.
-Value leaf_of_byte(char c) { return leaf(std::string_view(&c, 1)); }
-
 /// The positions of a row of prefix operators in the text.
 struct Range {
     size_t begin = 0;
@@ -149,8 +146,9 @@ class Parser {
   public:
     explicit Parser(Tracking tracker) : tracker_(tracker) {}
 
-    Value parse(std::string_view text) {
+    Value parse(std::string_view text, Letters* letters) {
         text_ = text;
+        letters_ = letters;
         position_ = 0;
         open(Bracket::none);
         while (position_ < text_.size()) take_next();
@@ -255,8 +253,11 @@ class Parser {
         return frames_.back().bracket == Bracket::group || frames_.back().bracket == Bracket::none;
     }
 
-    static Value atom(std::string_view bytes) {
-        if (is_word(bytes[0])) return leaf(bytes);
+    /// The Leaf of an operator, or of any other name of one byte.
+    Value leaf_of_byte(char c) { return letters_ ? letters_->of(c) : letter_leaf(c); }
+
+    Value atom(std::string_view bytes) {
+        if (is_word(bytes[0])) return bytes.size() == 1 ? leaf_of_byte(bytes[0]) : leaf(bytes);
         if (is_digit(bytes[0])) {
             size_t end = bytes.size();
             while (is_filler(bytes[end - 1])) --end;
@@ -328,7 +329,7 @@ class Parser {
     }
 
     Value missing_operand() {
-        Value missing = leaf("}");
+        Value missing = leaf_of_byte('}');
         tracker_.made_leaf(missing, position_, position_);
         return missing;
     }
@@ -383,6 +384,7 @@ class Parser {
     }
 
     std::string_view text_;
+    Letters* letters_ = nullptr;
     size_t position_ = 0;
     std::vector<Frame> frames_;
     std::vector<Value> operands_;
@@ -392,14 +394,23 @@ class Parser {
 
 }  // namespace
 
-Value parse_expression(std::string_view text) {
+[[gnu::noinline]] Value Letters::of(char byte) {
+    uint8_t& number = numbers[static_cast<uint8_t>(byte)];
+    if (number == 0) {
+        kept.push_back(letter_leaf(byte));
+        number = static_cast<uint8_t>(kept.size());
+    }
+    return kept[number - 1];
+}
+
+Value parse_expression(std::string_view text, Letters* letters) {
     // Kept for the next time: nothing in here runs program code.
     static auto& parser = *new Parser(NoTracker());
-    return parser.parse(text);
+    return parser.parse(text, letters);
 }
 
 Value parse_expression(std::string_view text, Origins& origins) {
-    return Parser(Tracker(origins)).parse(text);
+    return Parser(Tracker(origins)).parse(text, nullptr);
 }
 
 }  // namespace marl

@@ -20,16 +20,28 @@
 // the Leaf "}", which nothing defines.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 #include "value/value.h"
 
 namespace marl {
 
+/// One Leaf for all equal names of one byte in some expressions, for texts of which no program can
+/// tell.
+struct Letters {
+    std::array<uint8_t, 256> numbers{};  // of those that are kept, from 1 on
+    std::vector<Value> kept;
+
+    Value of(char byte);
+};
+
 /// The Value of an expression. The text is normalised and its brackets balance; else a fatal stop.
-Value parse_expression(std::string_view text);
+/// Without letters each Leaf is one of its own.
+Value parse_expression(std::string_view text, Letters* letters = nullptr);
 
 /// Where a node was written: the positions of its first byte and of the one behind its last. The
 /// outer ones count the parentheses directly around it. A missing operand takes no bytes.

@@ -153,11 +153,10 @@ struct Interning {
 
     /// Whether the children are due.
     bool begin(Node* node) {
-        if (count_of(node) > 1 && meet_again(node)) return false;
-        if (!is_leaf(node)) return true;
+        if (!is_leaf(node)) return count_of(node) == 1 || !meet_again(node);
         if (is_letter(node)) {
             add_step(node, hash_of_letter(first_byte(node)), Step::find_letter);
-        } else {
+        } else if (count_of(node) == 1 || !meet_again(node)) {
             add_step(node, hash_of_bytes(leaf_bytes(node)), Step::find_leaf);
         }
         return false;
@@ -184,7 +183,8 @@ struct Interning {
                     break;
                 }
             }
-            if (found.back().node != node && count_of(node) > 1) known.emplace(node, found.back());
+            const bool is_met_again = count_of(node) > 1 && kind != Step::find_letter;
+            if (is_met_again && found.back().node != node) known.emplace(node, found.back());
         }
         steps.clear();
     }

@@ -101,9 +101,13 @@ void cut_text(Module& module) {
     const std::vector<int64_t> lines = backquote_lines(module.text.view());
     module.has_backquotes = !lines.empty();
     const String text = normalise(module.text.view());
+    // Where no code runs before equal parts become one node, letters are one from the start.
+    const bool share = module.kind == ModuleKind::program && !module.has_backquotes;
+    Letters letters;
     size_t next_line = 0;
     for (const auto [begin, end] : cut_pieces(text.view())) {
-        const Value piece = parse_expression(text.view().substr(begin, end - begin));
+        const Value piece =
+            parse_expression(text.view().substr(begin, end - begin), share ? &letters : nullptr);
         stamp_lines(piece, lines, next_line);
         if (!add_piece(module, piece, begin)) return;
     }
