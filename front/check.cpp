@@ -21,9 +21,11 @@ namespace marl {
 
 namespace {
 
-void forget_prelude(Module& module) {
+/// What nothing looks at from here on.
+void forget_prelude_and_references(Module& module) {
     module.prelude = nullptr;
     prelude_definitions.clear();
+    module.references = {};
 }
 
 // The definitions of the built-ins, which nobody else can define, have none of the faults; so they
@@ -86,8 +88,8 @@ constexpr Stage check_stages[] = {
     gather_references,
     refuse_dangling_names,
     remove_doomed,
-    forget_prelude,
     note_names,
+    forget_prelude_and_references,
     give_places,
     refuse_excess_parameters,
     publish_builtins,
