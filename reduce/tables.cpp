@@ -71,9 +71,10 @@ const BuiltinIndex& builtin_index() {
 }
 
 const Builtin* find_builtin(std::string_view name, uint64_t hash) {
-    const auto& [rows, by_name] = builtin_index();
-    const uint32_t place = by_name.find(hash, [&](uint32_t i) { return rows[i]->name == name; });
-    return place == no_place ? nullptr : rows[place];
+    const BuiltinIndex& index = builtin_index();
+    const uint32_t place =
+        index.by_name.find(hash, [&](uint32_t i) { return index.rows[i]->name == name; });
+    return place == no_place ? nullptr : index.rows[place];
 }
 
 Symbol& make_symbol(std::string_view name, uint64_t hash, const Builtin* builtin) {
