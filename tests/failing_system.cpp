@@ -44,6 +44,8 @@ extern "C" dirent* __wrap_readdir(DIR* directory) {
 
 void* operator new(size_t size) { return allocate(size); }
 void* operator new[](size_t size) { return allocate(size); }
+// A sort asks for room that it can do without, so the run would go on.
+void* operator new(size_t size, const std::nothrow_t&) noexcept { return __real_malloc(size); }
 void operator delete(void* block) noexcept { free(block); }
 void operator delete[](void* block) noexcept { free(block); }
 void operator delete(void* block, size_t) noexcept { free(block); }
