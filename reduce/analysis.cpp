@@ -156,13 +156,4 @@ bool is_name(std::string_view text) {
     return true;
 }
 
-Form form(Node* node) {
-    if (is_leaf(node)) return Form::other;
-    Node* function = as_pair(node)->left;
-    if (is_leaf(function)) return Form::other;
-    Node* head = as_pair(function)->left;
-    if (is_leaf(head)) return is_mark(head, '\\') ? Form::lambda : Form::other;
-    return is_mark(as_pair(head)->left, '{') ? Form::let : Form::other;
-}
-
 }  // namespace marl

@@ -71,7 +71,14 @@ bool is_name(std::string_view text);
 
 enum class Form { other, lambda, let };
 /// The shape of an expression's head: \ x b is a lambda, { p b c a let.
-Form form(Node* node);
+inline Form form(Node* node) {
+    if (is_leaf(node)) return Form::other;
+    Node* function = as_pair(node)->left;
+    if (is_leaf(function)) return Form::other;
+    Node* head = as_pair(function)->left;
+    if (is_leaf(head)) return is_mark(head, '\\') ? Form::lambda : Form::other;
+    return is_mark(as_pair(head)->left, '{') ? Form::let : Form::other;
+}
 
 /// The parts of a lambda \ x b and of a let { p b c, borrowed.
 inline Node* lambda_key(Node* lambda) { return right(left(lambda)); }
