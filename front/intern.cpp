@@ -36,11 +36,6 @@ struct Member {
     uint64_t hash;
 };
 
-bool is_letter(Node* node) {
-    return is_leaf(node) && is_name_byte(first_byte(node)) && first_byte(node) != 0 &&
-           leaf_text(node)[1] == 0;
-}
-
 struct InternSet {
     std::vector<Member> members;  // each owns a reference
     HashIndex by_structure;       // of the members that are no letters
@@ -52,7 +47,7 @@ struct InternSet {
     uint32_t place_of(Node* node) const {
         if (count_of(node) < 2) return no_place;  // the set's reference and the caller's
         const auto is_it = [&](uint32_t place) { return members[place].node == node; };
-        if (!is_letter(node)) return by_address.find(hash_of_address(node), is_it);
+        if (!is_letter_leaf(node)) return by_address.find(hash_of_address(node), is_it);
         const uint32_t place = of_letter[first_byte(node)];
         return place != no_place && is_it(place) ? place : no_place;
     }
@@ -60,7 +55,7 @@ struct InternSet {
     Member add(Value node, uint64_t hash) {
         MARL_REQUIRE(members.size() < no_place - 1);
         const auto place = static_cast<uint32_t>(members.size());
-        if (is_letter(node)) {
+        if (is_letter_leaf(node)) {
             of_letter[first_byte(node)] = place;
         } else {
             by_structure.enter(hash, place);
@@ -75,7 +70,7 @@ struct InternSet {
         const Member leaving = members[place];
         const Member last = members.back();
         const auto last_place = static_cast<uint32_t>(members.size() - 1);
-        if (is_letter(leaving.node)) {
+        if (is_letter_leaf(leaving.node)) {
             of_letter[first_byte(leaving.node)] = no_place;
         } else {
             by_structure.remove(leaving.hash, place);
@@ -88,7 +83,7 @@ struct InternSet {
 
   private:
     void move(Member member, uint32_t from, uint32_t to) {
-        if (is_letter(member.node)) {
+        if (is_letter_leaf(member.node)) {
             of_letter[first_byte(member.node)] = to;
         } else {
             by_structure.move(member.hash, from, to);
@@ -154,7 +149,7 @@ struct Interning {
     /// Whether the children are due.
     bool begin(Node* node) {
         if (!is_leaf(node)) return count_of(node) == 1 || !meet_again(node);
-        if (is_letter(node)) {
+        if (is_letter_leaf(node)) {
             add_step(node, hash_of_letter(first_byte(node)), Step::find_letter);
         } else if (count_of(node) == 1 || !meet_again(node)) {
             add_step(node, hash_of_bytes(leaf_bytes(node)), Step::find_leaf);

@@ -51,8 +51,7 @@ struct FreeWalk {
 bool is_reference(Node* leaf) {
     const char* text = leaf_text(leaf);
     if (*text == '\\' || *text == '{') return false;
-    const bool is_letter = is_name_byte(first_byte(leaf)) && *text != 0 && text[1] == 0;
-    return is_name(is_letter ? std::string_view(text, 1) : leaf_bytes(leaf));
+    return is_name(is_letter_leaf(leaf) ? std::string_view(text, 1) : leaf_bytes(leaf));
 }
 
 std::vector<Use> free_uses(Node* expression) {

@@ -116,7 +116,12 @@ struct alignas(uint64_t) SymbolWord {
 inline SymbolWord* symbol_word(Node* name_leaf) {
     return reinterpret_cast<SymbolWord*>(name_leaf) - 1;
 }
-/// The block of a name of one byte.
+/// Whether a node is a name Leaf of one byte, as half of all nodes of a program are: a letter.
+inline bool is_letter_leaf(const Node* node) {
+    const uint8_t first = first_byte(node);
+    return first != 0 && is_name_byte(first) && leaf_text(node)[1] == 0;
+}
+/// Its block.
 constexpr size_t letter_leaf_size = sizeof(SymbolWord) + sizeof(Node) + 2;
 inline Symbol*& symbol_slot(Node* name_leaf) { return symbol_word(name_leaf)->symbol; }
 
