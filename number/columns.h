@@ -39,7 +39,7 @@ class ColumnLimbs {
 };
 
 /// The sum of the products of n limbs at a, from the last one down, and n at b, from the first one
-/// up. Two sums, neither of which waits for the columns below.
+/// up. It waits for none of the columns below.
 inline Wide column(const uint64_t* a, const uint64_t* b, size_t n) {
     Wide sum = 0;
     const uint64_t* last = a + n;
