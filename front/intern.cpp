@@ -126,7 +126,7 @@ struct Interning {
     void add_step(Node* node, uint64_t hash, Step::Kind kind) {
         hashes.push_back(hash);
         steps.push_back({node, hash, kind});
-        if (kind >= Step::find_leaf) {
+        if (kind >= Step::find_leaf) {  // of which the indexes are asked
             set.by_structure.fetch(hash);
             set.by_address.fetch(hash_of_address(node));
         }

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "text/string.h"
+#include "value/node.h"
 
 namespace marl {
 
@@ -24,7 +25,7 @@ bool is_prefix_operator(uint8_t byte);
 /// "_" or a lower-case letter: the bytes of words.
 inline bool is_word_byte(uint8_t byte) { return byte == '_' || (byte >= 'a' && byte <= 'z'); }
 inline bool is_word(char byte) { return is_word_byte(static_cast<uint8_t>(byte)); }
-inline bool is_digit(char byte) { return byte >= '0' && byte <= '9'; }
+inline bool is_digit(char byte) { return is_digit_byte(static_cast<uint8_t>(byte)); }
 /// Whether a key is one lower-case letter, which names nothing but what a binder holds.
 inline bool is_letter(std::string_view key) {
     return key.size() == 1 && key[0] >= 'a' && key[0] <= 'z';

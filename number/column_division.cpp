@@ -50,8 +50,7 @@ class Top {
         const uint64_t low = Decimal::split(low_, high);
         above_ = above_ * Decimal::base + high;
         low_ = Decimal::join(low, limb);
-        constexpr auto step = static_cast<uint64_t>(square_of_base >> 64) + 1;
-        const uint64_t squares = static_cast<uint64_t>(sum >> 64) / step;
+        const uint64_t squares = squares_in(sum);
         above_ -= squares;
         subtract(sum - squares * square_of_base);
     }

@@ -13,17 +13,21 @@ namespace marl {
 
 constexpr Wide square_of_base = Wide{Decimal::base} * Decimal::base;
 
+/// How often the square goes into a sum, at times once too few: then hardly more than one is left.
+inline uint64_t squares_in(Wide sum) {
+    constexpr auto step = static_cast<uint64_t>(square_of_base >> 64) + 1;
+    return static_cast<uint64_t>(sum >> 64) / step;
+}
+
 /// Makes limbs of the sums of columns, lowest first. Each is cut in three by itself, so that only
 /// the carry of a limb waits for the columns below.
 class ColumnLimbs {
   public:
     /// The limb at the place of a sum of at most 300 products.
     uint64_t take(Wide sum) {
-        // A multiple that is missed at times leaves hardly more than the square.
-        constexpr auto step = static_cast<uint64_t>(square_of_base >> 64) + 1;
-        const uint64_t squares = static_cast<uint64_t>(sum >> 64) / step;
+        const uint64_t squares = squares_in(sum);
         uint64_t high;
-        // Below three times the base, by chance above it.
+        // Below three times the base.
         const uint64_t limb = Decimal::split_nearly(sum - squares * square_of_base, high) + next_;
         const uint64_t over = uint64_t{limb >= Decimal::base} + uint64_t{limb >= 2 * Decimal::base};
         next_ = high + last_squares_ + over;

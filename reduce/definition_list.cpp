@@ -35,8 +35,8 @@ std::vector<DefinitionList::Entry>& DefinitionList::in_order() const {
     return row_;
 }
 
-DefinitionList::Entry* DefinitionList::find(const Symbol& symbol) const {
-    std::vector<Entry>& row = in_order();
+const DefinitionList::Entry* DefinitionList::find(const Symbol& symbol) const {
+    const std::vector<Entry>& row = in_order();
     const auto place = std::partition_point(row.begin(), row.end(), [&](const Entry& entry) {
         return entry.symbol->name < symbol.name;
     });

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 #include "reduce/tables.h"
@@ -24,20 +25,26 @@ class DefinitionList {
     void erase(const Symbol& symbol);
     /// The definition of a name, null when there is none. It stays where it is until the next call
     /// of `set` or `erase`.
-    Entry* find(const Symbol& symbol) const;
+    const Entry* find(const Symbol& symbol) const;
+    Entry* find(const Symbol& symbol) {
+        return const_cast<Entry*>(std::as_const(*this).find(symbol));
+    }
     bool contains(const Symbol& symbol) const { return find(symbol) != nullptr; }
     /// Adds what another list defines and this one doesn't.
     void add(const DefinitionList& other);
     void clear();
 
     // In key order.
-    auto begin() const { return in_order().begin(); }
-    auto end() const { return in_order().end(); }
+    auto begin() { return in_order().begin(); }
+    auto end() { return in_order().end(); }
+    auto begin() const { return std::as_const(in_order()).begin(); }
+    auto end() const { return std::as_const(in_order()).end(); }
     size_t size() const { return in_order().size(); }
 
   private:
     std::vector<Entry>& in_order() const;
 
+    // A look puts them in order, which nobody can tell.
     mutable std::vector<Entry> row_;
     mutable size_t in_place_ = 0;  // so many of the first are in order, each name once
 };
