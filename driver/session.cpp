@@ -53,7 +53,9 @@ void forget_program() {
 bool load_session(Session& session, String source) {
     todo_armed = false;
     program_errno = 0;
-    build_prelude();
+    clear_intern_set();
+    session.module.shares_parts = may_share_parts(source.view());
+    build_prelude(session.module.shares_parts);
     session.report = parse_program(std::move(source), session.module);
     return passed(session.report);
 }

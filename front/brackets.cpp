@@ -45,10 +45,12 @@ std::optional<Fault> find_bracket_fault(std::string_view text) {
 
 // Above each closing bracket, `seen` holds at most the leftmost of its commas so far.
 std::vector<int64_t> find_misplaced_commas(std::string_view text, bool all) {
+    constexpr Bytes counts = bytes_in("(){},]");
     std::vector<int64_t> misplaced;
     std::vector<int64_t> seen;
     for (int64_t i = static_cast<int64_t>(text.size()) - 1; i >= 0; --i) {
         const char byte = byte_at(text, i);
+        if (!contains(counts, byte)) continue;
         const char top = seen.empty() ? '}' : byte_at(text, seen.back());
         if (byte == ']') {
             i = match_bracket(text, i);

@@ -26,7 +26,7 @@ void walk_brackets(std::string_view text, Mend& mend) {
     for (size_t i = 0; i < text.size(); ++i) {
         mend.before(open, i);
         const char byte = text[i];
-        if (partner(byte) == byte) continue;
+        if (!is_bracket(byte)) continue;
         const bool in_bytes = !open.empty() && text[open.back()] == '[';
         if (in_bytes && byte != '[' && byte != ']') continue;
         if (byte == '(' || byte == '[' || byte == '{') {

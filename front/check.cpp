@@ -49,7 +49,10 @@ void gather_definitions(Module& module) {
     module.definitions.add(loaded);
 }
 
-void empty_intern_set(Module&) { clear_intern_set(); }
+/// What the backquotes have left there.
+void empty_intern_set(Module& module) {
+    if (!module.shares_parts) clear_intern_set();
+}
 
 /// The backquotes have made code of definitions that still change. What they have left becomes
 /// nodes, and the run makes its own code.
@@ -60,9 +63,12 @@ void forget_early_code(Module& module) {
     forget_code();
 }
 
-void intern_builtins(Module&) {
+void intern_builtins(Module& module) {
     std::vector<Value> by_arity = builtin_definitions;
-    for (Value& definition : by_arity) definition = intern(std::move(definition));
+    for (Value& definition : by_arity) {
+        definition = module.shares_parts ? intern_written(std::move(definition))
+                                         : intern(std::move(definition));
+    }
     set_builtin_definitions(std::move(by_arity));
 }
 

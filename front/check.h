@@ -13,7 +13,7 @@
 namespace marl {
 
 /// Makes the module of a source whose brackets are sound. Gives kind "check", or the first fault.
-/// The prelude stands.
+/// The prelude stands, sharing its parts if the module does.
 Report parse_program(String source, Module& module);
 
 /// Takes the module through the other stages and lets it go: the tables hold the program then.

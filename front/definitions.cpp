@@ -58,6 +58,7 @@ String definition_key(std::string_view text) { return String(key_in(text)); }
 
 std::vector<int64_t> backquote_lines(std::string_view source) {
     std::vector<int64_t> lines;
+    if (source.find('`') == source.npos) return lines;
     int64_t line = 1;
     int64_t depth = 0;
     for (const char c : source) {

@@ -5,8 +5,9 @@
 // run, possibly an empty one: everything of the levels 9 to 12. A finished run is an operand, and
 // operands meet by precedence: an operator that arrives first folds what binds tighter.
 //
-// Where nodes come from is told to a Tracker, a type of its own for those who don't want to know:
-// all of its functions are empty, and nothing of it is left in their parser.
+// What the expression becomes is up to a Maker, which makes Terms: a tree of nodes, or members of
+// the intern set. Where nodes come from is told to a Tracker, a type of its own for those who don't
+// want to know: all of its functions are empty, and nothing of it is left in their parser.
 #include "front/grammar.h"
 
 #include <algorithm>
@@ -14,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "front/intern.h"
 #include "front/scan.h"
 
 namespace marl {
@@ -63,11 +65,12 @@ struct Range {
 
 // A run as far as it has been read: prefix operators, a stretch of atoms, and then prefix operators
 // and a stretch again and again. Operators that no stretch follows are postfix.
+template <class Term>
 struct Run {
     Range leading;    // operators before the first stretch
     Range operators;  // operators before the current stretch
-    Value before;     // the stretches up to `operators`; null when there is none
-    Value stretch;    // the current stretch; null when no atom of it has been read
+    Term before{};    // the stretches up to `operators`; null when there is none
+    Term stretch{};   // the current stretch; null when no atom of it has been read
 };
 
 enum class Bracket {
@@ -77,22 +80,71 @@ enum class Bracket {
     wings,
 };
 
+template <class Term>
 struct Frame {
     Bracket bracket;
     size_t operators;  // how many operators the enclosing frames have on the stack
-    Run run;
+    Run<Term> run;
+};
+
+/// Makes each node anew.
+struct TreeMaker {
+    using Term = Value;
+
+    Value letter(char letter) { return letter_leaf(letter); }
+    Value bytes(std::string_view bytes) { return leaf(bytes); }
+    Value empty_cray() { return cray_with_size(0); }
+    Value join(Value&& function, Value&& argument) {
+        return pair(std::move(function), std::move(argument));
+    }
+    void bind(Node*, Node*) {}
+};
+
+/// A member of the intern set, and the letters that are free in it, bit i for "a" + i.
+struct Part {
+    Interned member;
+    uint32_t free = 0;
+
+    explicit operator bool() const { return static_cast<bool>(member); }
+};
+
+/// Makes members of the intern set.
+struct MemberMaker {
+    using Term = Part;
+    int other_keys = 0;
+    std::vector<Node*> names = {};
+
+    Part letter(char byte) {
+        const Interned member = intern_letter(byte);
+        if (byte >= 'a' && byte <= 'z') return {member, uint32_t{1} << (byte - 'a')};
+        names.push_back(node_of(member));
+        return {member};
+    }
+    Part bytes(std::string_view bytes) {
+        const Interned member = intern_leaf(bytes);
+        if (is_word(bytes[0])) names.push_back(node_of(member));
+        return {member};
+    }
+    Part empty_cray() { return {intern_leaf("\n")}; }
+    Part join(Part function, Part argument) {
+        return {intern_pair(function.member, argument.member), function.free | argument.free};
+    }
+    void bind(Part& key, Part& body) {
+        other_keys += !is_letter_leaf(node_of(key.member)) || key.free == 0;
+        body.free &= ~std::exchange(key.free, 0);
+    }
 };
 
 /// The Tracker of those who don't want to know.
 struct NoTracker {
-    void made_leaf(Node*, size_t, size_t) {}
-    void made_pair(Node*) {}
+    void made_leaf(const auto&, size_t, size_t) {}
+    void made_pair(const auto&) {}
     void opened(size_t) {}
-    void closed(Node*, size_t) {}
-    void ended_element(Node*, size_t) {}
+    void closed(const auto&, size_t) {}
+    void ended_element(const auto&, size_t) {}
     void closed_wings() {}
     void pushed_operator(size_t) {}
-    void popped_operator(Node*) {}
+    void popped_operator(const auto&) {}
     void popped_blank() {}
 };
 
@@ -141,19 +193,21 @@ class Tracker {
     std::vector<size_t> operators_;
 };
 
-template <class Tracking>
+template <class Making, class Tracking>
 class Parser {
   public:
+    using Term = typename Making::Term;
+    Making maker = {};
+
     explicit Parser(Tracking tracker) : tracker_(tracker) {}
 
-    Value parse(std::string_view text, Letters* letters) {
+    Term parse(std::string_view text) {
         text_ = text;
-        letters_ = letters;
         position_ = 0;
         open(Bracket::none);
         while (position_ < text_.size()) take_next();
         MARL_REQUIRE(frames_.size() == 1);
-        Value value = finish_expression();
+        Term value = finish_expression();
         frames_.pop_back();
         return value;
     }
@@ -185,7 +239,7 @@ class Parser {
         ++position_;
     }
 
-    Run& run() { return frames_.back().run; }
+    Run<Term>& run() { return frames_.back().run; }
 
     void open(Bracket bracket) {
         tracker_.opened(position_);
@@ -195,7 +249,7 @@ class Parser {
     void close_parenthesis() {
         const Bracket bracket = frames_.back().bracket;
         MARL_REQUIRE(bracket == Bracket::group || bracket == Bracket::call);
-        Value value = finish_expression();
+        Term value = finish_expression();
         tracker_.closed(value, position_);
         frames_.pop_back();
         add_atom(run(), std::move(value));
@@ -203,7 +257,7 @@ class Parser {
 
     void close_wings() {
         MARL_REQUIRE(frames_.back().bracket == Bracket::wings);
-        Value bound = finish_expression();
+        Term bound = finish_expression();
         frames_.pop_back();
         operands_.push_back(std::move(bound));
         operators_.push_back('{');
@@ -217,7 +271,7 @@ class Parser {
             return;
         }
         if (bracket == Bracket::call) {
-            Value element = finish_expression();
+            Term element = finish_expression();
             tracker_.ended_element(element, position_);
             add_atom(frames_[frames_.size() - 2].run, std::move(element));
         } else {
@@ -229,7 +283,7 @@ class Parser {
     void take_bytes() {
         const auto from = static_cast<int64_t>(position_);
         const auto behind = static_cast<size_t>(match_bracket(text_, from) + 1);
-        Value bytes = leaf(text_.substr(position_, behind - position_));
+        Term bytes = maker.bytes(text_.substr(position_, behind - position_));
         tracker_.made_leaf(bytes, position_, behind);
         add_atom(run(), std::move(bytes));
         position_ = behind;
@@ -238,7 +292,7 @@ class Parser {
     void take_atom() {
         const size_t from = position_++;
         while (position_ < text_.size() && continues_atom()) ++position_;
-        Value made = atom(text_.substr(from, position_ - from));
+        Term made = atom(text_.substr(from, position_ - from));
         tracker_.made_leaf(made, from, position_);
         add_atom(run(), std::move(made));
     }
@@ -253,35 +307,33 @@ class Parser {
         return frames_.back().bracket == Bracket::group || frames_.back().bracket == Bracket::none;
     }
 
-    /// The Leaf of an operator, or of any other name of one byte.
-    Value leaf_of_byte(char c) { return letters_ ? letters_->of(c) : letter_leaf(c); }
-
-    Value atom(std::string_view bytes) {
-        if (is_word(bytes[0])) return bytes.size() == 1 ? leaf_of_byte(bytes[0]) : leaf(bytes);
+    Term atom(std::string_view bytes) {
+        if (is_word(bytes[0]))
+            return bytes.size() == 1 ? maker.letter(bytes[0]) : maker.bytes(bytes);
         if (is_digit(bytes[0])) {
             size_t end = bytes.size();
             while (is_filler(bytes[end - 1])) --end;
-            return leaf(bytes.substr(0, end));
+            return maker.bytes(bytes.substr(0, end));
         }
-        if (bytes[0] == '\0') return cray_with_size(0);
-        return leaf_of_byte(bytes[0]);
+        if (bytes[0] == '\0') return maker.empty_cray();
+        return maker.letter(bytes[0]);
     }
 
     /// The two applied to each other. Consumes both.
-    Value join(Value&& function, Value&& argument) {
-        Value joined = pair(std::move(function), std::move(argument));
+    Term join(Term&& function, Term&& argument) {
+        Term joined = maker.join(std::move(function), std::move(argument));
         tracker_.made_pair(joined);
         return joined;
     }
 
     /// The Leaf of an operator that stands before or behind an operand.
-    Value mark(size_t position) {
-        Value made = leaf_of_byte(text_[position]);
+    Term mark(size_t position) {
+        Term made = maker.letter(text_[position]);
         tracker_.made_leaf(made, position, position + 1);
         return made;
     }
 
-    void add_atom(Run& run, Value value) {
+    void add_atom(Run<Term>& run, Term value) {
         run.stretch =
             run.stretch ? join(std::move(run.stretch), std::move(value)) : std::move(value);
     }
@@ -296,13 +348,13 @@ class Parser {
     }
 
     /// Joins the current stretch, with the operators before it, to those before.
-    void end_stretch(Run& run) {
-        Value value = prefixed(run.operators, std::move(run.stretch));
+    void end_stretch(Run<Term>& run) {
+        Term value = prefixed(run.operators, std::exchange(run.stretch, {}));
         run.before = run.before ? join(std::move(run.before), std::move(value)) : std::move(value);
     }
 
     /// The operators of a row applied to a value, the last one first.
-    Value prefixed(Range row, Value value) {
+    Term prefixed(Range row, Term value) {
         for (size_t i = row.end; i > row.begin; --i) {
             value = join(mark(i - 1), std::move(value));
         }
@@ -310,7 +362,7 @@ class Parser {
     }
 
     /// The same with the first one first.
-    Value postfixed(Range row, Value value) {
+    Term postfixed(Range row, Term value) {
         for (size_t i = row.begin; i < row.end; ++i) {
             value = join(mark(i), std::move(value));
         }
@@ -318,8 +370,8 @@ class Parser {
     }
 
     /// The value of the run at hand, and a new run in its place.
-    Value finish_run() {
-        Run run = std::exchange(frames_.back().run, {});
+    Term finish_run() {
+        Run<Term> run = std::exchange(frames_.back().run, {});
         if (run.stretch) {
             end_stretch(run);
             run.operators = {};
@@ -328,8 +380,8 @@ class Parser {
         return postfixed(run.operators, prefixed(run.leading, std::move(run.before)));
     }
 
-    Value missing_operand() {
-        Value missing = leaf_of_byte('}');
+    Term missing_operand() {
+        Term missing = maker.letter('}');
         tracker_.made_leaf(missing, position_, position_);
         return missing;
     }
@@ -350,8 +402,8 @@ class Parser {
         tracker_.pushed_operator(position_);
     }
 
-    Value pop_operand() {
-        Value operand = std::move(operands_.back());
+    Term pop_operand() {
+        Term operand = std::move(operands_.back());
         operands_.pop_back();
         return operand;
     }
@@ -359,11 +411,14 @@ class Parser {
     void fold_top() {
         const char c = operators_.back();
         operators_.pop_back();
-        Value right = pop_operand();
-        Value left = pop_operand();
+        Term right = pop_operand();
+        Term left = pop_operand();
         if (c == '{') {
-            left = join(join(operator_leaf(c), pop_operand()), std::move(left));
+            Term key = pop_operand();
+            maker.bind(key, right);
+            left = join(join(operator_leaf(c), std::move(key)), std::move(left));
         } else if (c != ' ') {
+            if (c == '\\') maker.bind(left, right);
             left = join(operator_leaf(c), std::move(left));
         } else {
             tracker_.popped_blank();
@@ -371,46 +426,45 @@ class Parser {
         operands_.push_back(join(std::move(left), std::move(right)));
     }
 
-    Value operator_leaf(char c) {
-        Value made = leaf_of_byte(c);
+    Term operator_leaf(char c) {
+        Term made = maker.letter(c);
         tracker_.popped_operator(made);
         return made;
     }
 
-    Value finish_expression() {
+    Term finish_expression() {
         operands_.push_back(finish_run());
         while (operators_.size() > frames_.back().operators) fold_top();
         return pop_operand();
     }
 
     std::string_view text_;
-    Letters* letters_ = nullptr;
     size_t position_ = 0;
-    std::vector<Frame> frames_;
-    std::vector<Value> operands_;
+    std::vector<Frame<Term>> frames_;
+    std::vector<Term> operands_;
     std::vector<char> operators_;
     [[no_unique_address]] Tracking tracker_;
 };
 
 }  // namespace
 
-[[gnu::noinline]] Value Letters::of(char byte) {
-    uint8_t& number = numbers[static_cast<uint8_t>(byte)];
-    if (number == 0) {
-        kept.push_back(letter_leaf(byte));
-        number = static_cast<uint8_t>(kept.size());
-    }
-    return kept[number - 1];
+Value parse_expression(std::string_view text) {
+    // Kept for the next time: nothing in here runs program code.
+    static auto& parser = *new Parser<TreeMaker, NoTracker>({});
+    return parser.parse(text);
 }
 
-Value parse_expression(std::string_view text, Letters* letters) {
-    // Kept for the next time: nothing in here runs program code.
-    static auto& parser = *new Parser(NoTracker());
-    return parser.parse(text, letters);
+SharedExpression parse_shared(std::string_view text) {
+    static auto& parser = *new Parser<MemberMaker, NoTracker>({});
+    MemberMaker& maker = parser.maker;
+    maker.other_keys = 0;
+    maker.names.clear();
+    const Part whole = parser.parse(text);
+    return {node_of(whole.member), maker.other_keys, whole.free, maker.names};
 }
 
 Value parse_expression(std::string_view text, Origins& origins) {
-    return Parser(Tracker(origins)).parse(text, nullptr);
+    return Parser<TreeMaker, Tracker>(Tracker(origins)).parse(text);
 }
 
 }  // namespace marl

@@ -20,28 +20,30 @@
 // the Leaf "}", which nothing defines.
 #pragma once
 
-#include <array>
 #include <cstddef>
+#include <cstdint>
+#include <span>
 #include <string_view>
 #include <unordered_map>
-#include <vector>
 
 #include "value/value.h"
 
 namespace marl {
 
-/// One Leaf for all equal names of one byte in some expressions, for texts of which no program can
-/// tell.
-struct Letters {
-    std::array<uint8_t, 256> numbers{};  // of those that are kept, from 1 on
-    std::vector<Value> kept;
+/// The Value of an expression, each node of which is one of its own. The text is normalised and its
+/// brackets balance; else a fatal stop.
+Value parse_expression(std::string_view text);
 
-    Value of(char byte);
+/// An expression whose equal parts are one node, for texts of which no program can tell: borrowed
+/// from the intern set, of which each part is a member.
+struct SharedExpression {
+    Node* node;
+    int other_keys;          // so many lambdas and lets have a key that isn't one lower-case letter
+    uint32_t free_letters;   // without other keys: the letters that no binder holds, bit i: "a" + i
+    std::span<Node*> names;  // the other Leaves that may be names, keys as well, as written
 };
-
-/// The Value of an expression. The text is normalised and its brackets balance; else a fatal stop.
-/// Without letters each Leaf is one of its own.
-Value parse_expression(std::string_view text, Letters* letters = nullptr);
+/// The same for it. The names stand until the next call.
+SharedExpression parse_shared(std::string_view text);
 
 /// Where a node was written: the positions of its first byte and of the one behind its last. The
 /// outer ones count the parentheses directly around it. A missing operand takes no bytes.

@@ -5,7 +5,9 @@
 #include "front/names.h"
 
 #include <algorithm>
+#include <bit>
 #include <map>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
@@ -26,6 +28,8 @@ struct ByName {
 Symbol& symbol_of_name(Node* leaf) {
     return is_name_byte(first_byte(leaf)) ? symbol_of_leaf(leaf) : symbol_of(leaf_bytes(leaf));
 }
+
+uint64_t hash_of_address(const Symbol* name) { return mix(reinterpret_cast<uint64_t>(name)); }
 
 Symbol& symbol_of_key(Node* key) {
     const bool is_name = is_name_byte(first_byte(key));
@@ -74,18 +78,47 @@ std::vector<Symbol*> free_names(Node* expression) {
     return names;
 }
 
-void add_references(References& references, Symbol& name, std::vector<Symbol*> free) {
-    references.places[&name] = references.entries.size();
-    references.entries.push_back({&name, std::move(free)});
+const References::Entry* References::find(const Symbol* name) const {
+    const auto is_it = [&](uint32_t place) { return entries[place].name == name; };
+    const uint32_t place = by_name.find(hash_of_address(name), is_it);
+    return place == no_place ? nullptr : &entries[place];
+}
+
+void add_references(References& references, Symbol& name, std::span<Symbol* const> free) {
+    auto& [entries, names, by_name, beside_tables] = references;
+    const auto begin = static_cast<uint32_t>(names.size());
+    names.insert(names.end(), free.begin(), free.end());
+    const auto end = static_cast<uint32_t>(names.size());
+    const auto next = static_cast<uint32_t>(entries.size());
+    const auto is_it = [&](uint32_t place) { return entries[place].name == &name; };
+    const uint32_t place = by_name.find_or_enter(hash_of_address(&name), next, is_it);
+    if (place == next) entries.push_back({});
+    entries[place] = {&name, begin, end};
+}
+
+void add_written_references(References& references, Symbol& name, std::span<Node*> names,
+                            uint32_t free_letters) {
+    std::sort(names.begin(), names.end());
+    const auto end = std::unique(names.begin(), names.end());
+    static auto& free = *new std::vector<Symbol*>;  // kept for the next time
+    free.clear();
+    for (auto leaf = names.begin(); leaf != end; ++leaf) {
+        if (is_reference(*leaf)) free.push_back(&symbol_of_leaf(*leaf));
+    }
+    for (uint32_t rest = free_letters; rest != 0; rest &= rest - 1) {
+        const char letter = static_cast<char>('a' + std::countr_zero(rest));
+        free.push_back(&symbol_of({&letter, 1}));
+    }
+    add_references(references, name, free);
 }
 
 bool is_undefined(const References& references, const Symbol* name) {
-    if (references.places.contains(name) || name->builtin) return false;
+    if (name->builtin || references.find(name)) return false;
     return !references.beside_tables || !name->definition;
 }
 
 Alive find_alive(const References& references, const std::vector<String>& roots, bool all) {
-    const std::vector<Symbol*> of_builtin{&symbol_of("Z")};
+    Symbol* const of_builtin[] = {&symbol_of("Z")};
     std::map<Symbol*, Symbol*, ByName> to_visit;  // with the definition that refers to it
     Alive alive;
     for (const String& root : roots) to_visit[&symbol_of(root.view())] = nullptr;
@@ -97,10 +130,9 @@ Alive find_alive(const References& references, const std::vector<String>& roots,
             alive.dangling = {from, name};
             if (!all) return alive;
         }
-        const auto place = references.places.find(name);
-        const bool is_here = place != references.places.end();
-        if (!is_here && !name->builtin) continue;
-        for (Symbol* free : is_here ? references.entries[place->second].free : of_builtin) {
+        const References::Entry* entry = references.find(name);
+        if (!entry && !name->builtin) continue;
+        for (Symbol* free : entry ? references.of(*entry) : of_builtin) {
             if (!alive.names.contains(free)) to_visit[free] = name;
         }
     }
@@ -114,14 +146,14 @@ std::vector<Symbol*> find_doomed(const References& references, const Symbols& al
     const auto doom = [&](Symbol* name) {
         if (!alive.contains(name) && known.insert(name).second) doomed.push_back(name);
     };
-    for (const auto& [name, free_names_of_it] : references.entries) {
-        for (Symbol* free : free_names_of_it) {
-            if (is_undefined(references, free)) doom(name);
+    for (const References::Entry& entry : references.entries) {
+        for (const Symbol* free : references.of(entry)) {
+            if (is_undefined(references, free)) doom(entry.name);
         }
     }
     if (doomed.empty()) return doomed;
-    for (const auto& [name, free_names_of_it] : references.entries) {
-        for (const Symbol* free : free_names_of_it) callers[free].push_back(name);
+    for (const References::Entry& entry : references.entries) {
+        for (const Symbol* free : references.of(entry)) callers[free].push_back(entry.name);
     }
     for (size_t i = 0; i < doomed.size(); ++i) {
         for (Symbol* caller : callers[doomed[i]]) doom(caller);

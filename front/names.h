@@ -5,14 +5,14 @@
 // alone counts as defined and is not followed. A built-in refers to `Z`, which it may answer.
 #pragma once
 
-#include <cstddef>
+#include <cstdint>
 #include <optional>
-#include <string_view>
-#include <unordered_map>
+#include <span>
 #include <unordered_set>
 #include <vector>
 
 #include "reduce/tables.h"
+#include "text/hash_index.h"
 #include "value/value.h"
 
 namespace marl {
@@ -34,15 +34,26 @@ std::vector<Symbol*> free_names(Node* expression);
 struct References {
     struct Entry {
         Symbol* name;
-        std::vector<Symbol*> free;
+        uint32_t begin;  // of what it refers to, in `names`
+        uint32_t end;
     };
     std::vector<Entry> entries;
-    std::unordered_map<const Symbol*, size_t> places;  // of the names in `entries`
+    std::vector<Symbol*> names;
+    HashIndex by_name;           // of the entries
     bool beside_tables = false;  // of a text that is loaded: what the tables define is defined, too
+
+    std::span<Symbol* const> of(const Entry& entry) const {
+        return std::span(names).subspan(entry.begin, entry.end - entry.begin);
+    }
+    /// The entry of a name, if there is one.
+    const Entry* find(const Symbol* name) const;
 };
 
-/// Enters a definition that refers to these names.
-void add_references(References& references, Symbol& name, std::vector<Symbol*> free);
+/// Enters a definition that refers to these names, in the place of one of the same name.
+void add_references(References& references, Symbol& name, std::span<Symbol* const> free);
+/// The same with the names in a definition as a parse has found them, which binds letters alone.
+void add_written_references(References& references, Symbol& name, std::span<Node*> names,
+                            uint32_t free_letters);
 
 using Symbols = std::unordered_set<const Symbol*>;
 

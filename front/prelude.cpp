@@ -39,12 +39,14 @@ Value lambdas_around_Z(int arity) {
 }
 
 /// The prelude as a module.
-Module read_module() {
+Module read_module(bool shares_parts) {
     Module module;
+    module.shares_parts = shares_parts;
     module.text = String(prelude);
     module.kind = ModuleKind::prelude;
     cut_text(module);
     module.definitions.erase(symbol_of(""));
+    MARL_REQUIRE(module.loose.empty() || !shares_parts);
     return module;
 }
 
@@ -52,12 +54,12 @@ Module read_module() {
 
 std::string_view prelude_text() { return prelude; }
 
-DefinitionList read_prelude() { return read_module().definitions; }
+DefinitionList read_prelude() { return read_module(false).definitions; }
 
-void build_prelude() {
+void build_prelude(bool shares_parts) {
     clear_definitions();
     bind_operators();
-    Module module = read_module();
+    Module module = read_module(shares_parts);
     publish(module);
     prelude_definitions = std::move(module.definitions);
 }

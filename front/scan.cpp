@@ -3,8 +3,6 @@
 // counted together, since text that comes here balances.
 #include "front/scan.h"
 
-#include <array>
-
 #include "text/fatal.h"
 #include "text/rope.h"
 
@@ -12,30 +10,16 @@ namespace marl {
 
 namespace {
 
-/// A set of bytes.
-using Bytes = std::array<bool, 256>;
-
-constexpr Bytes bytes_in(std::string_view set) {
-    Bytes bytes{};
-    for (const char byte : set) bytes[static_cast<uint8_t>(byte)] = true;
-    return bytes;
-}
-bool contains(const Bytes& set, char byte) { return set[static_cast<uint8_t>(byte)]; }
-
 constexpr Bytes spacing_operators = bytes_in("\n #%&'*+,-./:;<=>?@\\^|");
 constexpr Bytes prefix_operators = bytes_in("~!\"$`");
 constexpr Bytes opening_brackets = bytes_in("([{");
 constexpr Bytes no_blank_behind = bytes_in("({}");
 constexpr Bytes no_blank_before = bytes_in("){}");
 
-constexpr std::array<char, 256> partners = [] {
-    std::array<char, 256> table{};
-    for (size_t i = 0; i < table.size(); ++i) table[i] = static_cast<char>(i);
-    for (const std::string_view both : {"()", "[]", "{}"}) {
-        table[static_cast<uint8_t>(both[0])] = both[1];
-        table[static_cast<uint8_t>(both[1])] = both[0];
-    }
-    return table;
+constexpr Bytes stays = [] {
+    Bytes bytes{};
+    for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = i != ' ' && i != '\n' && i != '[';
+    return bytes;
 }();
 
 /// Whether a run of white space between the two bytes means something.
@@ -60,6 +44,7 @@ int64_t walk(std::string_view text, int64_t position, bool square, int direction
     for (int64_t i = position;; i += direction) {
         MARL_REQUIRE(i >= 0 && i < size);
         const char byte = text[static_cast<size_t>(i)];
+        if (!is_bracket(byte)) continue;
         if (!square && is_square(byte)) {
             i = walk(text, i, true, direction);
             continue;
@@ -72,11 +57,21 @@ int64_t walk(std::string_view text, int64_t position, bool square, int direction
 
 }  // namespace
 
+char partner(char bracket) {
+    switch (bracket) {
+        case '(': return ')';
+        case ')': return '(';
+        case '[': return ']';
+        case ']': return '[';
+        case '{': return '}';
+        case '}': return '{';
+        default: return bracket;
+    }
+}
+
 bool is_spacing_operator(uint8_t byte) { return spacing_operators[byte]; }
 
 bool is_prefix_operator(uint8_t byte) { return prefix_operators[byte]; }
-
-char partner(char bracket) { return partners[static_cast<uint8_t>(bracket)]; }
 
 namespace {
 
@@ -97,8 +92,9 @@ String normalise_seen(std::string_view source, See see) {
             see(from, i - from);
             rope_append(rope, source.substr(from, i - from));
         } else if (!is_white(source[i])) {
-            see(i, 1);
-            rope_push(rope, source[i++]);
+            while (i < end && contains(stays, source[i])) ++i;
+            see(from, i - from);
+            rope_append(rope, source.substr(from, i - from));
         } else {
             while (is_white(source[i])) ++i;
             if (!separates(source[from - 1], source[i])) continue;
@@ -123,7 +119,7 @@ String normalise(std::string_view source, std::vector<size_t>& places) {
 
 int64_t match_bracket(std::string_view text, int64_t position) {
     const char byte = text[static_cast<size_t>(position)];
-    if (partner(byte) == byte) return position;
+    if (!is_bracket(byte)) return position;
     const int direction = contains(opening_brackets, byte) ? 1 : -1;
     return walk(text, position, is_square(byte), direction);
 }
@@ -131,11 +127,14 @@ int64_t match_bracket(std::string_view text, int64_t position) {
 std::vector<int64_t> find_operators(std::string_view text, std::string_view set) {
     std::vector<int64_t> positions;
     const Bytes wanted = bytes_in(set);
+    Bytes counts = brackets;
+    for (const char byte : set) counts[static_cast<uint8_t>(byte)] = true;
     const auto size = static_cast<int64_t>(text.size());
     for (int64_t i = 0; i < size; ++i) {
         const char byte = text[static_cast<size_t>(i)];
+        if (!contains(counts, byte)) continue;
         if (contains(wanted, byte)) positions.push_back(i);
-        if (partner(byte) != byte) i = match_bracket(text, i);
+        if (is_bracket(byte)) i = match_bracket(text, i);
     }
     return positions;
 }

@@ -5,6 +5,7 @@
 // text that is cut off inside a bracket is a fatal stop.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string_view>
 #include <vector>
@@ -13,6 +14,18 @@
 #include "value/node.h"
 
 namespace marl {
+
+/// A set of bytes.
+using Bytes = std::array<bool, 256>;
+constexpr Bytes bytes_in(std::string_view set) {
+    Bytes bytes{};
+    for (const char byte : set) bytes[static_cast<uint8_t>(byte)] = true;
+    return bytes;
+}
+inline bool contains(const Bytes& set, char byte) { return set[static_cast<uint8_t>(byte)]; }
+
+constexpr Bytes brackets = bytes_in("()[]{}");
+inline bool is_bracket(char byte) { return contains(brackets, byte); }
 
 inline bool is_white(char byte) { return byte == ' ' || byte == '\n'; }
 

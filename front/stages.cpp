@@ -65,6 +65,30 @@ void store(Symbol& symbol, Value& slot, Value expression) {
     if (!symbol.name.empty()) set_definition(symbol, slot);
 }
 
+/// Whether all binders of a definition are known to have letters for keys, and all its parts to be
+/// members of the intern set.
+bool is_tidy(const Module& module, const Symbol* symbol) {
+    return module.shares_parts && !module.loose.contains(symbol);
+}
+
+/// What is left of a definition in the lambda that it is written as.
+SharedExpression without_key(SharedExpression written, Node* key) {
+    written.other_keys -= 1;
+    if (!written.names.empty() && written.names[0] == key) written.names = written.names.subspan(1);
+    return written;
+}
+
+/// Sets a definition, of which a parse has told the rest if it is made of members.
+void set_definition_of(Module& module, Symbol& symbol, Value expression,
+                       const SharedExpression* shared) {
+    module.definitions.set(symbol, std::move(expression));
+    if (shared && shared->other_keys == 0) {
+        add_written_references(module.references, symbol, shared->names, shared->free_letters);
+    } else {
+        module.loose.insert(&symbol);
+    }
+}
+
 Node* current(const Symbol& symbol, const Value& slot) {
     return symbol.name.empty() ? slot.get() : symbol.definition.get();
 }
@@ -97,26 +121,33 @@ void check_text(Module& module) {
     }
 }
 
+bool may_share_parts(std::string_view source) {
+    // A backquote runs code ahead of the interning, and a todo acts in the order of the members.
+    return source.find('`') == source.npos && source.find("todo") == source.npos;
+}
+
 void cut_text(Module& module) {
     const std::vector<int64_t> lines = backquote_lines(module.text.view());
     module.has_backquotes = !lines.empty();
     const String text = normalise(module.text.view());
-    // Where no code runs before equal parts become one node, letters are one from the start.
-    const bool share = module.kind == ModuleKind::program && !module.has_backquotes;
-    Letters letters;
     size_t next_line = 0;
     for (const auto [begin, end] : cut_pieces(text.view())) {
-        const Value piece =
-            parse_expression(text.view().substr(begin, end - begin), share ? &letters : nullptr);
-        stamp_lines(piece, lines, next_line);
-        if (!add_piece(module, piece, begin)) return;
+        const std::string_view written = text.view().substr(begin, end - begin);
+        if (module.shares_parts) {
+            const SharedExpression piece = parse_shared(written);
+            if (!add_piece(module, piece.node, begin, &piece)) return;
+        } else {
+            const Value piece = parse_expression(written);
+            stamp_lines(piece, lines, next_line);
+            if (!add_piece(module, piece, begin)) return;
+        }
     }
     MARL_REQUIRE(next_line == lines.size());
 }
 
-bool add_piece(Module& module, Node* piece, size_t position) {
+bool add_piece(Module& module, Node* piece, size_t position, const SharedExpression* shared) {
     if (position == 0) {
-        module.definitions.set(symbol_of(""), Value::share(piece));
+        set_definition_of(module, symbol_of(""), Value::share(piece), shared);
         return true;
     }
     const DefinedName name = defined_name(piece);
@@ -130,27 +161,35 @@ bool add_piece(Module& module, Node* piece, size_t position) {
     }
     Value expression = Value::share(right(piece));
     if (name.unmemoised) {
-        module.definitions.set(symbol, pair(leaf("I"), std::move(expression)));
+        set_definition_of(module, symbol, pair(leaf("I"), std::move(expression)), nullptr);
         module.unmemoised.insert(&symbol);
-    } else {
-        module.definitions.set(symbol, std::move(expression));
-        module.unmemoised.erase(&symbol);
+        return true;
     }
+    SharedExpression body;
+    if (shared) body = without_key(*shared, right(left(piece)));
+    set_definition_of(module, symbol, std::move(expression), shared ? &body : nullptr);
+    module.unmemoised.erase(&symbol);
     return true;
 }
 
-void add_records(Module& module) { module.definitions.set(symbol_of("_"), leaf(record_text())); }
+void add_records(Module& module) {
+    Symbol& records = symbol_of("_");
+    module.loose.insert(&records);
+    module.definitions.set(records, leaf(record_text()));
+}
 
 void add_prelude(Module& module) { module.definitions.add(*module.prelude); }
 
 void expand_patterns(Module& module) {
     for (auto& [symbol, expression] : module.definitions) {
+        if (is_tidy(module, symbol)) continue;
         expression = expand_pair_patterns(expression);
     }
 }
 
 void refuse_funky_keys(Module& module) {
     for (const auto& [symbol, expression] : module.definitions) {
+        if (is_tidy(module, symbol)) continue;
         for (Node* binder : find_funky(expression, module.all_faults)) {
             if (!goes_on_behind(module, {Fault::funky, symbol->name, binder})) return;
         }
@@ -158,9 +197,8 @@ void refuse_funky_keys(Module& module) {
 }
 
 void gather_references(Module& module) {
-    module.references.places.reserve(module.definitions.size());
-    module.references.entries.reserve(module.definitions.size());
     for (const auto& [symbol, expression] : module.definitions) {
+        if (is_tidy(module, symbol) && module.references.find(symbol)) continue;
         add_references(module.references, *symbol, free_names(expression));
     }
 }
@@ -211,16 +249,18 @@ void refuse_captured_names(Module& module) {
 }
 
 void note_names(Module& module) {
-    for (const auto& [name, free] : module.references.entries) {
-        for (const Symbol* reference : free) {
+    const References& references = module.references;
+    for (const References::Entry& entry : references.entries) {
+        for (const Symbol* reference : references.of(entry)) {
             const std::string_view noted = reference->name.view();
-            if (is_noted_name(noted) && module.definitions.contains(*name)) note_name(noted);
+            if (is_noted_name(noted) && module.definitions.contains(*entry.name)) note_name(noted);
         }
     }
 }
 
 void give_places(Module& module) {
     for (auto& [symbol, expression] : module.definitions) {
+        if (is_tidy(module, symbol)) continue;
         LocalNames locals = local_names(expression);
         if (locals.excess) {
             if (!goes_on_behind(module, {Fault::place, symbol->name, locals.excess})) return;
@@ -261,7 +301,10 @@ void evaluate_backquotes(Module& module) {
 void intern_definitions(Module& module) {
     module.members_before = intern_set_size();
     for (auto& [symbol, slot] : module.definitions) {
-        slot = intern(Value::share(current(*symbol, slot)));
+        if (is_tidy(module, symbol)) continue;
+        Value expression = Value::share(current(*symbol, slot));
+        slot = module.shares_parts ? intern_written(std::move(expression))
+                                   : intern(std::move(expression));
         if (!symbol->name.empty()) replace_definition(*symbol, slot);
         module.interned.push_back(slot);
     }

@@ -50,7 +50,7 @@ constexpr Stage stages_up_to_references[] = {
 void add_used_names(Module& module, const Program& program) {
     for (const std::string& name : program.used_names) {
         Symbol& symbol = symbol_of(name);
-        if (!module.references.places.contains(&symbol)) {
+        if (!module.references.find(&symbol)) {
             add_references(module.references, symbol, {});
         }
     }

@@ -52,6 +52,22 @@ class HashIndex {
         }
     }
 
+    /// The same, but where there is none the given place is entered, and is the answer.
+    template <class Test>
+    uint32_t find_or_enter(uint64_t hash, uint32_t place, Test test) {
+        if ((used_ + 1) * 3 > slots_.size() * 2) grow();
+        const auto half = static_cast<uint32_t>(hash);
+        for (size_t i = half & mask();; i = (i + 1) & mask()) {
+            Slot& slot = slots_[i];
+            if (slot.free()) {
+                slot = {half, place + 1};
+                ++used_;
+                return place;
+            }
+            if (slot.half_hash == half && test(slot.place())) return slot.place();
+        }
+    }
+
     /// Has the slots of a hash brought into the cache.
     void fetch(uint64_t hash) const {
         if (!slots_.empty()) __builtin_prefetch(&slots_[static_cast<uint32_t>(hash) & mask()]);
