@@ -57,8 +57,9 @@ struct Range {
     size_t begin = 0;
     size_t end = 0;
 
+    bool empty() const { return begin == end; }
     void push(size_t position) {
-        if (begin == end) begin = position;
+        if (empty()) begin = position;
         end = position + 1;
     }
 };
@@ -215,6 +216,7 @@ class Parser {
   private:
     void take_next() {
         const char c = text_[position_];
+        if (is_word(c)) return take_atom();
         switch (c) {
             case '(': open(run().stretch ? Bracket::call : Bracket::group); break;
             case '[': take_bytes(); return;
@@ -290,21 +292,27 @@ class Parser {
     }
 
     void take_atom() {
-        const size_t from = position_++;
-        while (position_ < text_.size() && continues_atom()) ++position_;
+        const size_t from = position_;
+        const char c = text_[from];
+        if (is_word(c)) {
+            while (++position_ < text_.size() && is_word(text_[position_])) {
+            }
+        } else if (is_digit(c)) {
+            while (++position_ < text_.size() && is_digit(text_[position_])) {
+            }
+        } else {
+            ++position_;
+        }
+        while (position_ < text_.size() && is_filler(text_[position_]) && fills()) ++position_;
         Term made = atom(text_.substr(from, position_ - from));
         tracker_.made_leaf(made, from, position_);
         add_atom(run(), std::move(made));
     }
 
-    /// Whether the next byte belongs to the same atom as the one before it.
-    bool continues_atom() const {
-        const char c = text_[position_];
-        const char before = text_[position_ - 1];
-        if (is_word(c)) return is_word(before);
-        if (is_digit(c)) return is_digit(before);
-        if (c != ',') return is_filler(c);
-        return frames_.back().bracket == Bracket::group || frames_.back().bracket == Bracket::none;
+    /// Whether a filler separates nothing here, and so belongs to the atom in front of it.
+    bool fills() const {
+        const Bracket bracket = frames_.back().bracket;
+        return text_[position_] != ',' || bracket == Bracket::group || bracket == Bracket::none;
     }
 
     Term atom(std::string_view bytes) {
@@ -371,6 +379,9 @@ class Parser {
 
     /// The value of the run at hand, and a new run in its place.
     Term finish_run() {
+        Run<Term>& now = frames_.back().run;
+        if (now.stretch && !now.before && now.leading.empty())
+            return std::exchange(now.stretch, {});
         Run<Term> run = std::exchange(frames_.back().run, {});
         if (run.stretch) {
             end_stretch(run);
@@ -433,7 +444,9 @@ class Parser {
     }
 
     Term finish_expression() {
-        operands_.push_back(finish_run());
+        Term last = finish_run();
+        if (operators_.size() == frames_.back().operators) return last;
+        operands_.push_back(std::move(last));
         while (operators_.size() > frames_.back().operators) fold_top();
         return pop_operand();
     }

@@ -85,13 +85,13 @@ const References::Entry* References::find(const Symbol* name) const {
 }
 
 void add_references(References& references, Symbol& name, std::span<Symbol* const> free) {
-    auto& [entries, names, by_name, beside_tables] = references;
-    const auto begin = static_cast<uint32_t>(names.size());
-    names.insert(names.end(), free.begin(), free.end());
-    const auto end = static_cast<uint32_t>(names.size());
+    std::vector<References::Entry>& entries = references.entries;
+    const auto begin = static_cast<uint32_t>(references.names.size());
+    references.names.insert(references.names.end(), free.begin(), free.end());
+    const auto end = static_cast<uint32_t>(references.names.size());
     const auto next = static_cast<uint32_t>(entries.size());
     const auto is_it = [&](uint32_t place) { return entries[place].name == &name; };
-    const uint32_t place = by_name.find_or_enter(hash_of_address(&name), next, is_it);
+    const uint32_t place = references.by_name.find_or_enter(hash_of_address(&name), next, is_it);
     if (place == next) entries.push_back({});
     entries[place] = {&name, begin, end};
 }

@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <set>
 #include <string>
 
+#include "front/intern.h"
+#include "front/names.h"
 #include "front/scan.h"
 
 namespace marl {
@@ -248,6 +251,31 @@ TEST(Grammar, one_pass_gives_what_cutting_level_by_level_gives) {
         const std::string text = random.text(3);
         ASSERT_EQ(shape(parse_expression(text)), by_levels::level_1(text)) << text;
     }
+}
+
+std::set<Symbol*> written_names(const SharedExpression& shared) {
+    References references;
+    add_written_references(references, symbol_of("here"), shared.names, shared.free_letters);
+    const auto names = references.of(references.entries[0]);
+    return {names.begin(), names.end()};
+}
+
+TEST(Grammar, what_shares_its_parts_is_the_same_and_knows_its_names) {
+    RandomText random(8);
+    int known = 0;
+    for (int i = 0; i < 20000; ++i) {
+        const std::string text = random.text(2);
+        const Value expression = parse_expression(text);
+        const SharedExpression shared = parse_shared(text);
+        ASSERT_EQ(compare(shared.node, expression), 0) << text;
+        ASSERT_EQ(intern(expression).get(), shared.node) << text;
+        if (shared.other_keys > 0) continue;
+        const std::vector<Symbol*> names = free_names(expression);
+        ASSERT_EQ(written_names(shared), std::set<Symbol*>(names.begin(), names.end())) << text;
+        ++known;
+    }
+    EXPECT_GT(known, 2000);
+    clear_intern_set();
 }
 
 std::string repeated(std::string_view piece, int64_t n) {
