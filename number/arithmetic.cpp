@@ -456,16 +456,16 @@ Value buck(Value* arguments) {
     }
 }
 
-/// A power of two integers that have no nodes, and the result needs none.
 bool powa_on_words(Word* arguments, Word& result) {
     if (!is_short(arguments[0]) || !is_short(arguments[1])) return false;
     const int64_t base = short_of(arguments[0]);
+    const int64_t exponent = short_of(arguments[1]);
     int64_t power = 1;
-    for (int64_t n = short_of(arguments[1]); n != 0; --n) {
-        // Powers of 0, 1 and -1 never overflow: those of large exponents are for nodes.
-        if (n < 0 || n > 64 || __builtin_mul_overflow(power, base, &power)) return false;
+    bool is_short_power = exponent >= 0 && exponent <= 64;
+    for (int64_t n = exponent; is_short_power && n > 0; --n) {
+        is_short_power = !__builtin_mul_overflow(power, base, &power);
     }
-    result = word_of_i64(power);
+    result = is_short_power ? word_of_i64(power) : word_of_new(hint_pow(base, exponent));
     return true;
 }
 

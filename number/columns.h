@@ -1,7 +1,6 @@
 // Columns: what the limbs of two decimal numbers make of one place of their product.
 //
-// A decimal product is dear to split, so whole columns are summed up first: the sum of 300 products
-// of limbs fits.
+// A decimal product is dear to split, so whole columns are summed up first.
 #pragma once
 
 #include <cstddef>
@@ -10,6 +9,9 @@
 #include "number/radix.h"
 
 namespace marl {
+
+/// The sum of so many products of limbs fits.
+constexpr size_t most_products = 300;
 
 constexpr Wide square_of_base = Wide{Decimal::base} * Decimal::base;
 
@@ -23,7 +25,7 @@ inline uint64_t squares_in(Wide sum) {
 /// the carry of a limb waits for the columns below.
 class ColumnLimbs {
   public:
-    /// The limb at the place of a sum of at most 300 products.
+    /// The limb at the place of a sum of at most `most_products`.
     uint64_t take(Wide sum) {
         const uint64_t squares = squares_in(sum);
         uint64_t high;

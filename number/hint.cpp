@@ -124,7 +124,19 @@ Value hint_mod(Node* x, Node* y) {
     return hint_of(false, std::move(remainder));
 }
 
+Value hint_pow(int64_t x, int64_t y) {
+    if (y < 0) return leaf("0");
+    if (y == 0) return leaf("1");
+    const auto m = static_cast<uint64_t>(x < 0 ? -x : x);
+    const bool negative = x < 0 && y % 2 != 0;
+    if (m < 2) return hint_of(negative, m == 0 ? Limbs() : Limbs{1});
+    const Limbs limbs = m < Decimal::base ? Limbs{m} : Limbs{m % Decimal::base, m / Decimal::base};
+    return hint_of(negative, mag_pow<Decimal>(limbs, static_cast<uint64_t>(y)));
+}
+
 Value hint_pow(Node* x, Node* y) {
+    int64_t short_x, short_y;
+    if (short_hint(x, short_x) && short_hint(y, short_y)) return hint_pow(short_x, short_y);
     const Magnitude base = magnitude_of(x);
     const Magnitude exponent = magnitude_of(y);
     if (!base.is_list || !exponent.is_list) return leaf_Z();

@@ -25,6 +25,8 @@ Value hint_div(Node* x, Node* y);
 Value hint_mod(Node* x, Node* y);
 /// x to the power y: 0 for a negative y, 1 for y zero.
 Value hint_pow(Node* x, Node* y);
+/// The same for short numbers.
+Value hint_pow(int64_t x, int64_t y);
 Value hint_neg(Node* x);
 
 /// Whether x is not negative; true as well for what is no list (`is_list` tells).

@@ -33,18 +33,24 @@ void multiply_short(Binary, uint64_t* r, const uint64_t* a, size_t na, const uin
     }
 }
 
-void square_short(uint64_t* r, const uint64_t* a, size_t n) {
-    ColumnLimbs limbs;
+/// The columns of a square of n limbs, times a factor; n * factor is at most `most_products`.
+/// Writes all limbs but the two at the top, which `limbs` still has.
+void square_columns(ColumnLimbs& limbs, uint64_t* r, const uint64_t* a, size_t n, uint64_t factor) {
     for (size_t i = 0; i + 1 < n; ++i) {
         const size_t k = 2 * i;
         const size_t from = k + 1 < n ? 0 : k + 2 - n;
         ColumnPair sums = column_pair(a + from, a + k - from, i - from);
         if (from > 0) sums.first += Wide{a[from - 1]} * a[n - 1];
         sums.second += Wide{a[i]} * a[i + 1];
-        r[k] = limbs.take(sums.first * 2 + Wide{a[i]} * a[i]);
-        r[k + 1] = limbs.take(sums.second * 2);
+        r[k] = limbs.take((sums.first * 2 + Wide{a[i]} * a[i]) * factor);
+        r[k + 1] = limbs.take(sums.second * (2 * factor));
     }
-    r[2 * n - 2] = limbs.take(Wide{a[n - 1]} * a[n - 1]);
+    r[2 * n - 2] = limbs.take(Wide{a[n - 1]} * a[n - 1] * factor);
+}
+
+void square_short(uint64_t* r, const uint64_t* a, size_t n) {
+    ColumnLimbs limbs;
+    square_columns(limbs, r, a, n, 1);
     r[2 * n - 1] = limbs.next();
 }
 
@@ -237,25 +243,43 @@ void mag_mul_add_limb(Limbs& a, uint64_t m, uint64_t c) {
 
 namespace {
 
-/// As many factors as a limb holds are one.
+/// a * a * factor.
+Limbs square_times(Binary, const Limbs& a, uint64_t factor) {
+    Limbs product = mag_mul<Binary>(a, a);
+    if (factor > 1) mag_mul_add_limb<Binary>(product, factor, 0);
+    return product;
+}
+
+Limbs square_times(Decimal, const Limbs& a, uint64_t factor) {
+    const size_t n = a.size();
+    if (n < Decimal::karatsuba_limit && factor <= most_products / n) {
+        Limbs product(2 * n + 1);
+        ColumnLimbs limbs;
+        square_columns(limbs, product.data(), a.data(), n, factor);
+        product[2 * n - 1] = limbs.take(0);
+        product[2 * n] = limbs.next();
+        mag_trim(product);
+        return product;
+    }
+    Limbs product = mag_mul<Decimal>(a, a);
+    if (factor > 1) mag_mul_add_limb<Decimal>(product, factor, 0);
+    return product;
+}
+
+/// The result's exponent grows by the bits of n, first in one limb.
 template <class Radix>
 Limbs power_of_limb(uint64_t a, uint64_t n) {
-    uint64_t factor = a;
-    uint64_t count = 1;
-    uint64_t next;
-    while (!__builtin_mul_overflow(factor, a, &next) && next <= Radix::largest) {
-        factor = next;
-        ++count;
+    int bit = static_cast<int>(std::bit_width(n));
+    uint64_t start = 1;
+    for (; bit > 0; --bit) {
+        const uint64_t factor = (n >> (bit - 1)) & 1 ? a : 1;
+        uint64_t next;
+        if (__builtin_mul_overflow(start, start, &next)) break;
+        if (__builtin_mul_overflow(next, factor, &next) || next > Radix::largest) break;
+        start = next;
     }
-    const uint64_t factors = n / count;
-    uint64_t rest = 1;
-    for (uint64_t i = n % count; i > 0; --i) rest *= a;
-    Limbs result{1};
-    for (auto bit = static_cast<int>(std::bit_width(factors)); bit-- > 0;) {
-        result = mag_mul<Radix>(result, result);
-        if ((factors >> bit) & 1) mag_mul_add_limb<Radix>(result, factor, 0);
-    }
-    mag_mul_add_limb<Radix>(result, rest, 0);
+    Limbs result{start};
+    while (bit-- > 0) result = square_times(Radix{}, result, (n >> bit) & 1 ? a : 1);
     return result;
 }
 
