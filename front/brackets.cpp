@@ -1,8 +1,11 @@
-// Two passes. Forward, a stack of open brackets finds what dangles or doesn't fit. Backward, over
-// brackets that are known to balance, a stack of closing ones with the leftmost comma seen in each
-// finds a parenthesis that has commas and nothing to call. Going backward makes the last such
-// parenthesis the one that is reported, and its first comma the place.
+// One pass tells whether all is well, two others what isn't. Forward, a stack of open brackets
+// finds what dangles or doesn't fit. Backward, over brackets that are known to balance, a stack of
+// closing ones with the leftmost comma seen in each finds a parenthesis that has commas and nothing
+// to call. Going backward makes the last such parenthesis the one that is reported, and its first
+// comma the place.
 #include "front/brackets.h"
+
+#include <string>
 
 namespace marl {
 
@@ -36,6 +39,40 @@ bool lacks_callee(std::string_view text, int64_t i) {
 }
 
 }  // namespace
+
+bool is_sound(std::string_view text) {
+    constexpr Bytes counts = bytes_in("()[]{},");
+    constexpr Bytes squares = bytes_in("[]");
+    std::string open;  // a parenthesis that has something to call is a "c"
+    for (size_t i = 0; (i = find_byte(text, i, counts)) < text.size(); ++i) {
+        const char top = open.empty() ? ' ' : open.back();
+        switch (text[i]) {
+            case '(':
+                open.push_back(lacks_callee(text, static_cast<int64_t>(i)) ? '(' : 'c');
+                break;
+            case '{': open.push_back('{'); break;
+            case '[':
+                for (int depth = 1; depth > 0; depth += text[i] == '[' ? 1 : -1) {
+                    i = find_byte(text, i + 1, squares);
+                    if (i == text.size()) return false;
+                }
+                break;
+            case ')':
+                if (top != '(' && top != 'c') return false;
+                open.pop_back();
+                break;
+            case '}':
+                if (top != '{') return false;
+                open.pop_back();
+                break;
+            case ',':
+                if (top == '(') return false;
+                break;
+            default: return false;  // a ] of nothing
+        }
+    }
+    return open.empty();
+}
 
 std::optional<Fault> find_bracket_fault(std::string_view text) {
     FirstFault first{text};

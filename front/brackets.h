@@ -40,6 +40,9 @@ void walk_brackets(std::string_view text, Mend& mend) {
     if (!open.empty()) mend.misfit(open, text.size());
 }
 
+/// Whether a text has no fault of the kinds below, as nearly every one.
+bool is_sound(std::string_view text);
+
 /// The first bracket fault, from left to right.
 std::optional<Fault> find_bracket_fault(std::string_view text);
 

@@ -49,6 +49,15 @@ DefinedName defined_name(Node* piece) {
     return {leaf_bytes(left(written)), true};
 }
 
+size_t defined_key_size(std::string_view piece) {
+    size_t size = piece.starts_with('[') ? 3 : 1;
+    if (!piece.empty() && is_word(piece[0])) {
+        while (size < piece.size() && is_word(piece[size])) ++size;
+    }
+    const bool is_lambda = size < piece.size() && piece[size] == '\\';
+    return is_lambda && is_definable(piece.substr(0, size)) ? size : 0;
+}
+
 std::string_view key_in(std::string_view text) {
     MARL_REQUIRE(is_definable(text));
     return text[0] == '[' ? text.substr(1, 1) : text;

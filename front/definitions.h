@@ -32,6 +32,10 @@ struct DefinedName {
 };
 DefinedName defined_name(Node* piece);
 
+/// The size of the name in a normalised piece of the form n\e, as written; 0 for any other piece,
+/// which may still be one that `defined_name` knows.
+size_t defined_key_size(std::string_view piece);
+
 /// Bytes of a text, from `begin` to before `end`.
 struct Extent {
     size_t begin;

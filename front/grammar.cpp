@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-#include "front/intern.h"
+#include "front/intern_set.h"
 #include "front/scan.h"
 
 namespace marl {
@@ -112,26 +112,29 @@ struct Part {
 /// Makes members of the intern set.
 struct MemberMaker {
     using Term = Part;
+    InternSet& set = intern_set();
     int other_keys = 0;
     std::vector<Node*> names = {};
 
     Part letter(char byte) {
-        const Interned member = intern_letter(byte);
+        const Interned member = intern_letter(set, byte);
         if (byte >= 'a' && byte <= 'z') return {member, uint32_t{1} << (byte - 'a')};
-        names.push_back(node_of(member));
-        return {member};
+        return name(member);
     }
     Part bytes(std::string_view bytes) {
-        const Interned member = intern_leaf(bytes);
-        if (is_word(bytes[0])) names.push_back(node_of(member));
+        if (is_word(bytes[0])) return name(intern_word(set, bytes));
+        return {intern_leaf(set, bytes)};
+    }
+    Part name(Interned member) {
+        names.push_back(node_of(set, member));
         return {member};
     }
-    Part empty_cray() { return {intern_leaf("\n")}; }
+    Part empty_cray() { return {intern_leaf(set, "\n")}; }
     Part join(Part function, Part argument) {
-        return {intern_pair(function.member, argument.member), function.free | argument.free};
+        return {intern_pair(set, function.member, argument.member), function.free | argument.free};
     }
     void bind(Part& key, Part& body) {
-        other_keys += !is_letter_leaf(node_of(key.member)) || key.free == 0;
+        other_keys += key.free == 0 || !is_leaf(node_of(set, key.member));
         body.free &= ~std::exchange(key.free, 0);
     }
 };
@@ -470,10 +473,11 @@ Value parse_expression(std::string_view text) {
 SharedExpression parse_shared(std::string_view text) {
     static auto& parser = *new Parser<MemberMaker, NoTracker>({});
     MemberMaker& maker = parser.maker;
+    maker.set.index_structure();
     maker.other_keys = 0;
     maker.names.clear();
     const Part whole = parser.parse(text);
-    return {node_of(whole.member), maker.other_keys, whole.free, maker.names};
+    return {node_of(maker.set, whole.member), maker.other_keys, whole.free, maker.names};
 }
 
 Value parse_expression(std::string_view text, Origins& origins) {

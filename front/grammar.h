@@ -38,9 +38,9 @@ Value parse_expression(std::string_view text);
 /// from the intern set, of which each part is a member.
 struct SharedExpression {
     Node* node;
-    int other_keys;          // so many lambdas and lets have a key that isn't one lower-case letter
-    uint32_t free_letters;   // without other keys: the letters that no binder holds, bit i: "a" + i
-    std::span<Node*> names;  // the other Leaves that may be names, keys as well, as written
+    int other_keys;         // so many lambdas and lets have a key that isn't one lower-case letter
+    uint32_t free_letters;  // without other keys: the letters that no binder holds, bit i: "a" + i
+    std::span<Node* const> names;  // the other Leaves that may be names, keys as well, as written
 };
 /// The same for it. The names stand until the next call.
 SharedExpression parse_shared(std::string_view text);

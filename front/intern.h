@@ -5,8 +5,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
-#include <string_view>
 
 #include "value/value.h"
 
@@ -19,20 +17,6 @@ Value intern(Value v);
 /// The same for an expression that is hardly larger than what somebody has written: the walk goes
 /// through what it shares with members, too.
 Value intern_written(Value v);
-
-/// A member while nothing leaves the set, or none. For a parse that makes members from the start.
-struct Interned {
-    uint32_t number = 0;  // the place behind it; 0: none
-
-    explicit operator bool() const { return number != 0; }
-};
-/// The members that equal a Leaf of these bytes and one of a name of one byte, and a Pair of two
-/// members. One is added when there is none.
-Interned intern_leaf(std::string_view bytes);
-Interned intern_letter(char letter);
-Interned intern_pair(Interned left_member, Interned right_member);
-/// The node of one that is some, borrowed.
-Node* node_of(Interned member);
 
 /// Takes every member out of the set that is not settled or that nobody else holds.
 void drop_unsettled_members();

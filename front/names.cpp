@@ -20,10 +20,6 @@ namespace marl {
 
 namespace {
 
-struct ByName {
-    bool operator()(const Symbol* a, const Symbol* b) const { return a->name < b->name; }
-};
-
 /// The Symbol of a Leaf that is a name, kept in the Leaf where it has room for it.
 Symbol& symbol_of_name(Node* leaf) {
     return is_name_byte(first_byte(leaf)) ? symbol_of_leaf(leaf) : symbol_of(leaf_bytes(leaf));
@@ -96,14 +92,16 @@ void add_references(References& references, Symbol& name, std::span<Symbol* cons
     entries[place] = {&name, begin, end};
 }
 
-void add_written_references(References& references, Symbol& name, std::span<Node*> names,
+void add_written_references(References& references, Symbol& name, std::span<Node* const> names,
                             uint32_t free_letters) {
-    std::sort(names.begin(), names.end());
-    const auto end = std::unique(names.begin(), names.end());
+    static uint32_t search = 0;
     static auto& free = *new std::vector<Symbol*>;  // kept for the next time
     free.clear();
-    for (auto leaf = names.begin(); leaf != end; ++leaf) {
-        if (is_reference(*leaf)) free.push_back(&symbol_of_leaf(*leaf));
+    ++search;
+    for (Node* leaf : names) {
+        if (!is_reference(leaf)) continue;
+        Symbol& symbol = symbol_of_leaf(leaf);
+        if (std::exchange(symbol.search, search) != search) free.push_back(&symbol);
     }
     for (uint32_t rest = free_letters; rest != 0; rest &= rest - 1) {
         const char letter = static_cast<char>('a' + std::countr_zero(rest));

@@ -16,11 +16,7 @@ constexpr Bytes opening_brackets = bytes_in("([{");
 constexpr Bytes no_blank_behind = bytes_in("({}");
 constexpr Bytes no_blank_before = bytes_in("){}");
 
-constexpr Bytes stays = [] {
-    Bytes bytes{};
-    for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = i != ' ' && i != '\n' && i != '[';
-    return bytes;
-}();
+constexpr Bytes ends_kept_run = bytes_in(" \n[");
 
 /// Whether a run of white space between the two bytes means something.
 bool separates(char before, char behind) {
@@ -83,23 +79,22 @@ String normalise_seen(std::string_view source, See see) {
     size_t i = 0;
     while (i < end && is_white(source[i])) ++i;
 
+    const std::string_view all = source.substr(0, end);
     Rope rope;
     rope.bytes.reserve(end - i);
     while (i < end) {
         const size_t from = i;
-        if (source[i] == '[') {
-            i = static_cast<size_t>(match_bracket(source, static_cast<int64_t>(i)) + 1);
-            see(from, i - from);
-            rope_append(rope, source.substr(from, i - from));
-        } else if (!is_white(source[i])) {
-            while (i < end && contains(stays, source[i])) ++i;
-            see(from, i - from);
-            rope_append(rope, source.substr(from, i - from));
-        } else {
+        if (is_white(source[i])) {
             while (is_white(source[i])) ++i;
             if (!separates(source[from - 1], source[i])) continue;
             see(from, 1);
             rope_push(rope, ' ');
+        } else {
+            i = source[i] == '['
+                    ? static_cast<size_t>(match_bracket(source, static_cast<int64_t>(i)) + 1)
+                    : find_byte(all, i, ends_kept_run);
+            see(from, i - from);
+            rope_append(rope, source.substr(from, i - from));
         }
     }
     return rope_flatten(rope);
@@ -129,12 +124,10 @@ std::vector<int64_t> find_operators(std::string_view text, std::string_view set)
     const Bytes wanted = bytes_in(set);
     Bytes counts = brackets;
     for (const char byte : set) counts[static_cast<uint8_t>(byte)] = true;
-    const auto size = static_cast<int64_t>(text.size());
-    for (int64_t i = 0; i < size; ++i) {
-        const char byte = text[static_cast<size_t>(i)];
-        if (!contains(counts, byte)) continue;
-        if (contains(wanted, byte)) positions.push_back(i);
-        if (is_bracket(byte)) i = match_bracket(text, i);
+    for (size_t i = 0; (i = find_byte(text, i, counts)) < text.size(); ++i) {
+        const auto at = static_cast<int64_t>(i);
+        if (contains(wanted, text[i])) positions.push_back(at);
+        if (is_bracket(text[i])) i = static_cast<size_t>(match_bracket(text, at));
     }
     return positions;
 }

@@ -24,6 +24,12 @@ constexpr Bytes bytes_in(std::string_view set) {
 }
 inline bool contains(const Bytes& set, char byte) { return set[static_cast<uint8_t>(byte)]; }
 
+/// The first place from i on where a byte of the set stands; the end of the text if there is none.
+inline size_t find_byte(std::string_view text, size_t i, const Bytes& set) {
+    while (i < text.size() && !contains(set, text[i])) ++i;
+    return i;
+}
+
 constexpr Bytes brackets = bytes_in("()[]{}");
 inline bool is_bracket(char byte) { return contains(brackets, byte); }
 

@@ -65,28 +65,50 @@ void store(Symbol& symbol, Value& slot, Value expression) {
     if (!symbol.name.empty()) set_definition(symbol, slot);
 }
 
-/// Whether all binders of a definition are known to have letters for keys, and all its parts to be
-/// members of the intern set.
-bool is_tidy(const Module& module, const Symbol* symbol) {
-    return module.shares_parts && !module.loose.contains(symbol);
+/// Calls `see(DefinitionList::Entry&)` in key order for the definitions of which a parse hasn't
+/// told that all binders have letters for keys, and that all parts are members of the intern set.
+/// False ends it.
+template <class See>
+void each_loose(Module& module, See see) {
+    if (!module.shares_parts) {
+        for (DefinitionList::Entry& entry : module.definitions) {
+            if (!see(entry)) return;
+        }
+        return;
+    }
+    for (const Symbol* symbol : module.loose) {
+        DefinitionList::Entry* entry = module.definitions.find(*symbol);
+        if (entry && !see(*entry)) return;
+    }
 }
 
-/// What is left of a definition in the lambda that it is written as.
-SharedExpression without_key(SharedExpression written, Node* key) {
-    written.other_keys -= 1;
-    if (!written.names.empty() && written.names[0] == key) written.names = written.names.subspan(1);
-    return written;
+/// Whether a definition of the name may stand in the piece at the position, or the check goes on
+/// though it may not.
+bool goes_on_with_name(Module& module, const Symbol& symbol, size_t position) {
+    const auto kind = name_fault(module.kind, symbol);
+    if (!kind) return true;
+    const auto at = static_cast<int64_t>(position);
+    return goes_on_behind(module, {.kind = *kind, .definition = symbol.name, .position = at});
 }
 
-/// Sets a definition, of which a parse has told the rest if it is made of members.
-void set_definition_of(Module& module, Symbol& symbol, Value expression,
-                       const SharedExpression* shared) {
-    module.definitions.set(symbol, std::move(expression));
-    if (shared && shared->other_keys == 0) {
-        add_written_references(module.references, symbol, shared->names, shared->free_letters);
+/// Adds a piece of a module that shares its parts.
+bool add_shared_piece(Module& module, std::string_view written, size_t position) {
+    const size_t key_size = position == 0 ? 0 : defined_key_size(written);
+    if (position > 0 && key_size == 0) {
+        return add_piece(module, parse_expression(written), position);  // a note, nearly always
+    }
+    Symbol& symbol = symbol_of(position == 0 ? "" : key_in(written.substr(0, key_size)));
+    if (position > 0 && !goes_on_with_name(module, symbol, position)) return false;
+    const SharedExpression body =
+        parse_shared(position == 0 ? written : written.substr(key_size + 1));
+    module.definitions.set(symbol, Value::share(body.node));
+    if (!module.unmemoised.empty()) module.unmemoised.erase(&symbol);
+    if (body.other_keys == 0) {
+        add_written_references(module.references, symbol, body.names, body.free_letters);
     } else {
         module.loose.insert(&symbol);
     }
+    return true;
 }
 
 Node* current(const Symbol& symbol, const Value& slot) {
@@ -112,6 +134,7 @@ Report run_stages(Module& module, std::span<const Stage> stages) {
 
 void check_text(Module& module) {
     const std::string_view text = module.text.view();
+    if (is_sound(text)) return;
     if (std::optional<Fault> fault = find_bracket_fault(text)) {
         module.faults.push_back(std::move(*fault));
         return;
@@ -134,8 +157,7 @@ void cut_text(Module& module) {
     for (const auto [begin, end] : cut_pieces(text.view())) {
         const std::string_view written = text.view().substr(begin, end - begin);
         if (module.shares_parts) {
-            const SharedExpression piece = parse_shared(written);
-            if (!add_piece(module, piece.node, begin, &piece)) return;
+            if (!add_shared_piece(module, written, begin)) return;
         } else {
             const Value piece = parse_expression(written);
             stamp_lines(piece, lines, next_line);
@@ -145,30 +167,24 @@ void cut_text(Module& module) {
     MARL_REQUIRE(next_line == lines.size());
 }
 
-bool add_piece(Module& module, Node* piece, size_t position, const SharedExpression* shared) {
+bool add_piece(Module& module, Node* piece, size_t position) {
     if (position == 0) {
-        set_definition_of(module, symbol_of(""), Value::share(piece), shared);
+        module.definitions.set(symbol_of(""), Value::share(piece));
         return true;
     }
     const DefinedName name = defined_name(piece);
     if (!is_definable(name.text)) return true;
     Symbol& symbol = symbol_of(key_in(name.text));
-    if (const auto kind = name_fault(module.kind, symbol)) {
-        const auto at = static_cast<int64_t>(position);
-        if (!goes_on_behind(module, {.kind = *kind, .definition = symbol.name, .position = at})) {
-            return false;
-        }
-    }
+    if (!goes_on_with_name(module, symbol, position)) return false;
     Value expression = Value::share(right(piece));
     if (name.unmemoised) {
-        set_definition_of(module, symbol, pair(leaf("I"), std::move(expression)), nullptr);
+        module.definitions.set(symbol, pair(leaf("I"), std::move(expression)));
         module.unmemoised.insert(&symbol);
-        return true;
+    } else {
+        module.definitions.set(symbol, std::move(expression));
+        module.unmemoised.erase(&symbol);
     }
-    SharedExpression body;
-    if (shared) body = without_key(*shared, right(left(piece)));
-    set_definition_of(module, symbol, std::move(expression), shared ? &body : nullptr);
-    module.unmemoised.erase(&symbol);
+    if (module.shares_parts) module.loose.insert(&symbol);
     return true;
 }
 
@@ -181,25 +197,30 @@ void add_records(Module& module) {
 void add_prelude(Module& module) { module.definitions.add(*module.prelude); }
 
 void expand_patterns(Module& module) {
-    for (auto& [symbol, expression] : module.definitions) {
-        if (is_tidy(module, symbol)) continue;
-        expression = expand_pair_patterns(expression);
-    }
+    each_loose(module, [](DefinitionList::Entry& entry) {
+        entry.expression = expand_pair_patterns(entry.expression);
+        return true;
+    });
 }
 
 void refuse_funky_keys(Module& module) {
-    for (const auto& [symbol, expression] : module.definitions) {
-        if (is_tidy(module, symbol)) continue;
-        for (Node* binder : find_funky(expression, module.all_faults)) {
-            if (!goes_on_behind(module, {Fault::funky, symbol->name, binder})) return;
+    each_loose(module, [&](const DefinitionList::Entry& entry) {
+        for (Node* binder : find_funky(entry.expression, module.all_faults)) {
+            if (!goes_on_behind(module, {Fault::funky, entry.symbol->name, binder})) return false;
         }
-    }
+        return true;
+    });
 }
 
 void gather_references(Module& module) {
-    for (const auto& [symbol, expression] : module.definitions) {
-        if (is_tidy(module, symbol) && module.references.find(symbol)) continue;
-        add_references(module.references, *symbol, free_names(expression));
+    const auto gather = [&](const DefinitionList::Entry& entry) {
+        add_references(module.references, *entry.symbol, free_names(entry.expression));
+        return true;
+    };
+    each_loose(module, gather);
+    if (!module.shares_parts || !module.prelude) return;
+    for (const DefinitionList::Entry& entry : *module.prelude) {
+        if (!module.references.find(entry.symbol)) gather(entry);
     }
 }
 
@@ -259,15 +280,14 @@ void note_names(Module& module) {
 }
 
 void give_places(Module& module) {
-    for (auto& [symbol, expression] : module.definitions) {
-        if (is_tidy(module, symbol)) continue;
-        LocalNames locals = local_names(expression);
+    each_loose(module, [&](DefinitionList::Entry& entry) {
+        LocalNames locals = local_names(entry.expression);
         if (locals.excess) {
-            if (!goes_on_behind(module, {Fault::place, symbol->name, locals.excess})) return;
-        } else if (!module.all_faults) {
-            assign_places(expression, std::move(locals));
+            return goes_on_behind(module, {Fault::place, entry.symbol->name, locals.excess});
         }
-    }
+        if (!module.all_faults) assign_places(entry.expression, std::move(locals));
+        return true;
+    });
 }
 
 void refuse_excess_parameters(Module& module) {
@@ -300,14 +320,15 @@ void evaluate_backquotes(Module& module) {
 
 void intern_definitions(Module& module) {
     module.members_before = intern_set_size();
-    for (auto& [symbol, slot] : module.definitions) {
-        if (is_tidy(module, symbol)) continue;
+    each_loose(module, [&](DefinitionList::Entry& entry) {
+        auto& [symbol, slot] = entry;
         Value expression = Value::share(current(*symbol, slot));
         slot = module.shares_parts ? intern_written(std::move(expression))
                                    : intern(std::move(expression));
         if (!symbol->name.empty()) replace_definition(*symbol, slot);
         module.interned.push_back(slot);
-    }
+        return true;
+    });
 }
 
 void refuse_unbound_locals(Module& module) {

@@ -13,7 +13,6 @@
 
 #include "driver/report.h"
 #include "front/fault.h"
-#include "front/grammar.h"
 #include "front/names.h"
 #include "reduce/definition_list.h"
 #include "text/string.h"
@@ -31,8 +30,8 @@ struct Module {
     DefinitionList definitions;
     bool has_backquotes = false;  // in the text
     bool shares_parts = false;    // its text is parsed into the intern set
-    Symbols loose;  // if so: the definitions that may have other keys than letters, or other parts
-                    // than members of the set
+    // If so: the definitions that may have other keys than letters, or other parts than members.
+    std::set<Symbol*, ByName> loose;
     std::set<Symbol*> unmemoised;             // constants that are evaluated anew at each use
     std::vector<String> roots = {String()};   // the keys of what is alive in any case: the entry's
     const DefinitionList* prelude = nullptr;  // what is defined anyway; null: nothing
@@ -60,9 +59,8 @@ bool may_share_parts(std::string_view source);
 /// Cuts the text into its pieces and adds what they define. Whoever has cut it adds piece by piece.
 void cut_text(Module& module);
 /// Adds what a parsed piece defines, if it is no note; the piece at position 0 is the entry.
-/// `shared` is what a parse into the intern set has told of it. Whether to go on.
-bool add_piece(Module& module, Node* piece, size_t position,
-               const SharedExpression* shared = nullptr);
+/// Whether to go on.
+bool add_piece(Module& module, Node* piece, size_t position);
 /// Defines `_`, whatever the module has for it.
 void add_records(Module& module);
 /// Adds the definitions of the prelude that the module doesn't replace.

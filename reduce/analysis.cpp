@@ -69,19 +69,12 @@ const Node* seen(Word word) {
     return is_work ? &unsettled_word.node : &settled_word.node;
 }
 
-uint32_t free_of_pair(PairNode* v) {
-    Node* function = v->left;
-    const uint32_t free_left = free_analysed(function);
-    const uint32_t free_right = free_analysed(seen(v->right));
-    if (is_leaf(function)) return free_left | free_right;
-    Node* head = as_pair(function)->left;
-    // v is \ x b, or { p b, or { p b c.
-    if (is_leaf_of(head, '\\')) return free_right & ~free_left;
-    if (is_leaf_of(head, '{')) return free_right;
-    if (!is_leaf(head) && is_leaf_of(as_pair(head)->left, '{')) {
-        return free_left | (free_right & ~free_analysed(right(head)));
-    }
-    return free_left | free_right;
+/// Two zits in a row are one, of a length that is known while it is short.
+void analyse_zits_pair(Node* v, const Node* function, const Node* argument) {
+    v->header |= uint64_t{zits_code} << top_shift;
+    const int64_t a = span_of(function);
+    const int64_t b = span_of(argument);
+    if (a >= 2 && b >= 2 && a + b < span_limit) set_span(v, a + b);
 }
 
 }  // namespace
@@ -90,28 +83,43 @@ void analyse_pair(Node* node) {
     PairNode* v = as_pair(node);
     Node* function = v->left;
     const Node* argument = seen(v->right);
-    if (is_zits_analysed(function)) {
-        if (is_zits_analysed(argument)) {
-            v->header |= uint64_t{zits_code} << top_shift;
-            const int64_t a = span_of(function);
-            const int64_t b = span_of(argument);
-            if (a >= 2 && b >= 2 && a + b < span_limit) set_span(v, a + b);
-            return;
+    int rank = 0;
+    if (!is_zits_analysed(function)) {
+        rank = rank_analysed(function);
+        if (rank != rank_variable && rank > rank_least) --rank;
+    } else if (is_zits_analysed(argument)) {
+        return analyse_zits_pair(v, function, argument);
+    }
+    const uint32_t free_left = free_analysed(function);
+    const uint32_t free_right = free_analysed(argument);
+    uint32_t free = free_left | free_right;
+    bool is_lambda = false;
+    if (!is_leaf(function)) {
+        Node* head = as_pair(function)->left;
+        // v may be \ x b, or { p b, or { p b c.
+        if (!is_leaf(head)) {
+            if (is_leaf_of(as_pair(head)->left, '{')) {
+                free = free_left | (free_right & ~free_analysed(right(head)));
+            }
+        } else if (*leaf_text(head) == '\\') {
+            is_lambda = true;
+            free = free_right & ~free_left;
+        } else if (*leaf_text(head) == '{') {
+            free = free_right;
         }
-        set_rank(v, 0);
-    } else {
-        const int rank = rank_analysed(function);
-        set_rank(v, rank == rank_variable || rank <= rank_least ? rank : rank - 1);
     }
-    if (const uint32_t free = free_of_pair(v)) set_span(v, free);
-    const bool is_lambda = !is_leaf(function) && is_leaf_of(as_pair(function)->left, '\\');
-    if (!is_lambda && (pending_analysed(function) || !settled_analysed(argument))) {
-        v->header |= pending_bit;
-    }
+    const bool is_pending =
+        !is_lambda && (pending_analysed(function) || !settled_analysed(argument));
+    v->header |= uint64_t{free} << span_shift |
+                 static_cast<uint64_t>(rank + rank_zero_code) << top_shift |
+                 (is_pending ? pending_bit : 0);
 }
 
 void analyse_node(Node* root) {
     if (is_leaf(root)) return analyse_leaf(root);
+    const bool are_parts_analysed =
+        is_analysed(as_pair(root)->left) && is_analysed(seen(as_pair(root)->right));
+    if (are_parts_analysed) return analyse_pair(root);
     Worklist<Node*> waiting;
     waiting.push(root);
     while (!waiting.empty()) {

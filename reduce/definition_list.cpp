@@ -2,6 +2,8 @@
 #include "reduce/definition_list.h"
 
 #include <algorithm>
+#include <cstring>
+#include <string_view>
 #include <utility>
 
 namespace marl {
@@ -12,13 +14,43 @@ bool is_before(const DefinitionList::Entry& a, const DefinitionList::Entry& b) {
     return a.symbol->name < b.symbol->name;
 }
 
+/// The first bytes of a name, in an order that is the names' where they differ. No name has a NUL.
+uint64_t beginning(std::string_view name) {
+    char bytes[sizeof(uint64_t)] = {};
+    memcpy(bytes, name.data(), std::min(name.size(), sizeof bytes));
+    uint64_t word;
+    memcpy(&word, bytes, sizeof word);
+    return __builtin_bswap64(word);
+}
+
+/// Sorts the row from a place on, equal ones as they stand.
+void sort(std::vector<DefinitionList::Entry>& row, size_t from) {
+    struct Place {
+        uint64_t beginning;
+        size_t at;
+    };
+    std::vector<Place> places;
+    places.reserve(row.size() - from);
+    for (size_t i = from; i < row.size(); ++i) {
+        places.push_back({beginning(row[i].symbol->name.view()), i});
+    }
+    std::stable_sort(places.begin(), places.end(), [&](const Place& a, const Place& b) {
+        if (a.beginning != b.beginning) return a.beginning < b.beginning;
+        return is_before(row[a.at], row[b.at]);
+    });
+    std::vector<DefinitionList::Entry> sorted;
+    sorted.reserve(places.size());
+    for (const Place& place : places) sorted.push_back(std::move(row[place.at]));
+    std::move(sorted.begin(), sorted.end(), row.begin() + static_cast<std::ptrdiff_t>(from));
+}
+
 }  // namespace
 
 std::vector<DefinitionList::Entry>& DefinitionList::in_order() const {
     if (in_place_ == row_.size()) return row_;
+    sort(row_, in_place_);
     const auto from = row_.begin() + static_cast<std::ptrdiff_t>(in_place_);
-    std::stable_sort(from, row_.end(), is_before);
-    std::inplace_merge(row_.begin(), from, row_.end(), is_before);
+    if (in_place_ > 0) std::inplace_merge(row_.begin(), from, row_.end(), is_before);
     // Of those with one name the last one stays, which was set last.
     const auto is_replaced = [&](const Entry& entry) {
         const Entry* next = &entry + 1;

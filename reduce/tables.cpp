@@ -77,22 +77,14 @@ const Builtin* find_builtin(std::string_view name, uint64_t hash) {
     return place == no_place ? nullptr : index.rows[place];
 }
 
-Symbol& make_symbol(std::string_view name, uint64_t hash, const Builtin* builtin) {
+Symbol& make_symbol(std::string_view name, const Builtin* builtin) {
     SymbolTable& table = symbols();
-    table.by_name.enter(hash, static_cast<uint32_t>(table.all.size()));
     Symbol& symbol = table.all.emplace_back();
     symbol.name = String(name);
     if (name.size() == 1) table.of_one_byte[static_cast<uint8_t>(name[0])] = &symbol;
     symbol.builtin = builtin;
     if (builtin) define_builtin(symbol);
     return symbol;
-}
-
-Symbol* known_symbol(std::string_view name, uint64_t hash) {
-    SymbolTable& table = symbols();
-    const uint32_t place =
-        table.by_name.find(hash, [&](uint32_t i) { return table.all[i].name.view() == name; });
-    return place == no_place ? nullptr : &table.all[place];
 }
 
 /// The Symbol of a name of one byte; null when there is none yet.
@@ -103,14 +95,24 @@ Symbol* of_letter(uint8_t byte) { return symbols().of_one_byte[byte]; }
 Symbol* find_symbol(std::string_view name) {
     if (name.size() == 1) return of_letter(static_cast<uint8_t>(name[0]));
     const uint64_t hash = hash_of_bytes(name);
-    if (Symbol* known = known_symbol(name, hash)) return known;
-    const Builtin* builtin = find_builtin(name, hash);
-    return builtin ? &make_symbol(name, hash, builtin) : nullptr;
+    SymbolTable& table = symbols();
+    const uint32_t place =
+        table.by_name.find(hash, [&](uint32_t i) { return table.all[i].name.view() == name; });
+    if (place != no_place) return &table.all[place];
+    return find_builtin(name, hash) ? &symbol_of(name) : nullptr;
 }
 
 Symbol& symbol_of(std::string_view name) {
-    if (Symbol* known = find_symbol(name)) return *known;
-    return make_symbol(name, hash_of_bytes(name), nullptr);
+    if (name.size() == 1) {
+        Symbol* letter = of_letter(static_cast<uint8_t>(name[0]));
+        if (letter) return *letter;
+    }
+    const uint64_t hash = hash_of_bytes(name);
+    SymbolTable& table = symbols();
+    const auto next = static_cast<uint32_t>(table.all.size());
+    const uint32_t place = table.by_name.find_or_enter(
+        hash, next, [&](uint32_t i) { return table.all[i].name.view() == name; });
+    return place == next ? make_symbol(name, find_builtin(name, hash)) : table.all[place];
 }
 
 Symbol& bind_symbol(Node* name_leaf) {

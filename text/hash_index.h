@@ -21,15 +21,23 @@ inline uint64_t mix(uint64_t h) {
 
 /// Equal for equal bytes, the same in every run.
 inline uint64_t hash_of_bytes(std::string_view bytes) {
-    uint64_t h = bytes.size() * 0x9E3779B97F4A7C15;
-    if (bytes.size() == 1) return mix(h ^ static_cast<uint8_t>(bytes[0]));
-    for (; bytes.size() >= sizeof h; bytes.remove_prefix(sizeof h)) {
-        uint64_t word;
-        memcpy(&word, bytes.data(), sizeof word);
-        h = mix(h ^ word);
-    }
+    const size_t n = bytes.size();
+    uint64_t h = n * 0x9E3779B97F4A7C15;
     uint64_t word = 0;
-    memcpy(&word, bytes.data(), bytes.size());
+    if (n >= sizeof word) {
+        for (size_t i = 0; i + sizeof word < n; i += sizeof word) {
+            memcpy(&word, bytes.data() + i, sizeof word);
+            h = mix(h ^ word);
+        }
+        memcpy(&word, bytes.data() + n - sizeof word, sizeof word);
+    } else if (n >= sizeof(uint32_t)) {
+        uint32_t first, last;
+        memcpy(&first, bytes.data(), sizeof first);
+        memcpy(&last, bytes.data() + n - sizeof last, sizeof last);
+        word = uint64_t{last} << 32 | first;
+    } else {
+        for (const char byte : bytes) word = word << 8 | static_cast<uint8_t>(byte);
+    }
     return mix(h ^ word);
 }
 

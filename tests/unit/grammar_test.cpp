@@ -6,6 +6,7 @@
 #include <set>
 #include <string>
 
+#include "front/brackets.h"
 #include "front/intern.h"
 #include "front/names.h"
 #include "front/scan.h"
@@ -251,6 +252,20 @@ TEST(Grammar, one_pass_gives_what_cutting_level_by_level_gives) {
         const std::string text = random.text(3);
         ASSERT_EQ(shape(parse_expression(text)), by_levels::level_1(text)) << text;
     }
+}
+
+TEST(Grammar, a_text_is_sound_that_has_no_bracket_fault_and_no_misplaced_comma) {
+    std::mt19937 random(9);
+    int sound = 0;
+    for (int i = 0; i < 60000; ++i) {
+        std::string text;
+        for (auto n = random() % 9; n > 0; --n) text += "()[]{},,a+"[random() % 10];
+        const bool expected =
+            !find_bracket_fault(text) && find_misplaced_commas(text, true).empty();
+        ASSERT_EQ(is_sound(text), expected) << text;
+        sound += expected;
+    }
+    EXPECT_GT(sound, 6000);
 }
 
 std::set<Symbol*> written_names(const SharedExpression& shared) {
