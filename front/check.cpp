@@ -117,9 +117,7 @@ constexpr Stage check_stages[] = {
 Report parse_program(String source, Module& module) {
     module.text = std::move(source);
     module.prelude = &prelude_definitions;
-    Report report = run_stages(module, parse_stages);
-    module.text = String();  // nothing looks at it again
-    return report;
+    return run_stages(module, parse_stages);
 }
 
 Report check_program(Module&& parsed) {

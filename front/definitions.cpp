@@ -87,15 +87,14 @@ void stamp_lines(Node* expression, const std::vector<int64_t>& lines, size_t& ne
     });
 }
 
-std::vector<Extent> cut_pieces(std::string_view normalised) {
-    std::vector<Extent> pieces;
-    size_t begin = 0;
-    for (const int64_t comma : find_operators(normalised, ",")) {
-        pieces.push_back({begin, static_cast<size_t>(comma)});
-        begin = static_cast<size_t>(comma) + 1;
+Extent piece_from(std::string_view normalised, size_t begin) {
+    constexpr Bytes counts = bytes_in("()[]{},");
+    size_t end = begin;
+    while ((end = find_byte(normalised, end, counts)) < normalised.size()) {
+        if (normalised[end] == ',') break;
+        end = static_cast<size_t>(match_bracket(normalised, static_cast<int64_t>(end))) + 1;
     }
-    pieces.push_back({begin, normalised.size()});
-    return pieces;
+    return {begin, end};
 }
 
 bool is_binder_key(const String& key) { return key.view() == "\\" || key.view() == "{"; }

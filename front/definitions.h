@@ -42,8 +42,9 @@ struct Extent {
     size_t end;
 };
 
-/// The pieces of a normalised text, the entry first.
-std::vector<Extent> cut_pieces(std::string_view normalised);
+/// The piece of a normalised text that begins at a place. The first one, the entry, begins at 0,
+/// and each other one behind the comma that ends the one before it.
+Extent piece_from(std::string_view normalised, size_t begin);
 
 /// The lines, counted from 1, of the backquotes in a raw source whose brackets balance, in order.
 /// Those in byte text don't count.

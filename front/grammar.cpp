@@ -17,6 +17,7 @@
 
 #include "front/intern_set.h"
 #include "front/scan.h"
+#include "reduce/analysis.h"
 
 namespace marl {
 
@@ -33,6 +34,7 @@ constexpr std::array<Binary, 256> make_binaries() {
     const auto enter = [&table](std::string_view operators, int8_t level, bool right) {
         for (const char c : operators) table[static_cast<uint8_t>(c)] = {level, right};
     };
+    enter(",", 0, true);
     enter(";\\{", 1, true);
     enter("?", 2, false);
     enter("&|", 3, true);
@@ -44,9 +46,8 @@ constexpr std::array<Binary, 256> make_binaries() {
     return table;
 }
 constexpr auto binaries = make_binaries();
-constexpr Binary list_separator{0, true};
 
-Binary binary_of(char c) { return c == ',' ? list_separator : binaries[static_cast<uint8_t>(c)]; }
+Binary binary_of(char c) { return binaries[static_cast<uint8_t>(c)]; }
 
 /// Bytes that can't begin an atom, though one that stands behind another byte of its atom belongs
 /// to it: commas that separate nothing. Normalised text holds no newline here.
@@ -109,24 +110,38 @@ struct Part {
     explicit operator bool() const { return static_cast<bool>(member); }
 };
 
+/// The names of one byte that refer to something.
+const Bytes& referring_letters() {
+    static const Bytes letters = [] {
+        Bytes made{};
+        for (int byte = 1; byte < 256; ++byte) {
+            const char letter = static_cast<char>(byte);
+            made[byte] = is_name({&letter, 1}) && letter != '\\' && letter != '{';
+        }
+        return made;
+    }();
+    return letters;
+}
+
 /// Makes members of the intern set.
 struct MemberMaker {
     using Term = Part;
     InternSet& set = intern_set();
     int other_keys = 0;
     std::vector<Node*> names = {};
+    const Bytes& letters = referring_letters();
 
     Part letter(char byte) {
         const Interned member = intern_letter(set, byte);
         if (byte >= 'a' && byte <= 'z') return {member, uint32_t{1} << (byte - 'a')};
-        return name(member);
+        if (contains(letters, byte)) names.push_back(node_of(set, member));
+        return {member};
     }
     Part bytes(std::string_view bytes) {
-        if (is_word(bytes[0])) return name(intern_word(set, bytes));
-        return {intern_leaf(set, bytes)};
-    }
-    Part name(Interned member) {
-        names.push_back(node_of(set, member));
+        if (!is_word(bytes[0])) return {intern_leaf(set, bytes)};
+        const Interned member = intern_word(set, bytes);
+        // One that a filler belongs to is no name.
+        if (is_word(bytes.back())) names.push_back(node_of(set, member));
         return {member};
     }
     Part empty_cray() { return {intern_leaf(set, "\n")}; }

@@ -40,7 +40,7 @@ struct SharedExpression {
     Node* node;
     int other_keys;         // so many lambdas and lets have a key that isn't one lower-case letter
     uint32_t free_letters;  // without other keys: the letters that no binder holds, bit i: "a" + i
-    std::span<Node* const> names;  // the other Leaves that may be names, keys as well, as written
+    std::span<Node* const> names;  // the other Leaves that are names, keys as well, as written
 };
 /// The same for it. The names stand until the next call.
 SharedExpression parse_shared(std::string_view text);

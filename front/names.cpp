@@ -99,7 +99,6 @@ void add_written_references(References& references, Symbol& name, std::span<Node
     free.clear();
     ++search;
     for (Node* leaf : names) {
-        if (!is_reference(leaf)) continue;
         Symbol& symbol = symbol_of_leaf(leaf);
         if (std::exchange(symbol.search, search) != search) free.push_back(&symbol);
     }

@@ -11,7 +11,6 @@ namespace marl {
 namespace {
 
 constexpr Bytes spacing_operators = bytes_in("\n #%&'*+,-./:;<=>?@\\^|");
-constexpr Bytes prefix_operators = bytes_in("~!\"$`");
 constexpr Bytes opening_brackets = bytes_in("([{");
 constexpr Bytes no_blank_behind = bytes_in("({}");
 constexpr Bytes no_blank_before = bytes_in("){}");
@@ -66,8 +65,6 @@ char partner(char bracket) {
 }
 
 bool is_spacing_operator(uint8_t byte) { return spacing_operators[byte]; }
-
-bool is_prefix_operator(uint8_t byte) { return prefix_operators[byte]; }
 
 namespace {
 

@@ -38,8 +38,9 @@ inline bool is_white(char byte) { return byte == ' ' || byte == '\n'; }
 /// A binary operator, a separator or white space: next to it, white space means nothing.
 bool is_spacing_operator(uint8_t byte);
 
+constexpr Bytes prefix_operators = bytes_in("~!\"$`");
 /// Whether the byte is one of ~ ! " $ and backquote.
-bool is_prefix_operator(uint8_t byte);
+inline bool is_prefix_operator(uint8_t byte) { return prefix_operators[byte]; }
 
 /// "_" or a lower-case letter: the bytes of words.
 inline bool is_word_byte(uint8_t byte) { return byte == '_' || (byte >= 'a' && byte <= 'z'); }

@@ -152,10 +152,14 @@ bool may_share_parts(std::string_view source) {
 void cut_text(Module& module) {
     const std::vector<int64_t> lines = backquote_lines(module.text.view());
     module.has_backquotes = !lines.empty();
-    const String text = normalise(module.text.view());
+    const String normalised = normalise(module.text.view());
+    module.text = String();
+    const std::string_view text = normalised.view();
     size_t next_line = 0;
-    for (const auto [begin, end] : cut_pieces(text.view())) {
-        const std::string_view written = text.view().substr(begin, end - begin);
+    for (size_t next = 0; next <= text.size();) {
+        const auto [begin, end] = piece_from(text, next);
+        next = end + 1;
+        const std::string_view written = text.substr(begin, end - begin);
         if (module.shares_parts) {
             if (!add_shared_piece(module, written, begin)) return;
         } else {

@@ -23,7 +23,7 @@ namespace marl {
 enum class ModuleKind { prelude, program, loaded };  // into a running program
 
 struct Module {
-    String text;
+    String text;  // until it is cut
     ModuleKind kind = ModuleKind::program;
     bool all_faults = false;    // else the first one ends the check
     std::vector<Fault> faults;  // in the order in which they were found

@@ -129,7 +129,9 @@ Piece read_piece(Program& program, std::string_view normalised, size_t begin, si
 void read_pieces(Program& program, std::string_view mended, const std::vector<Range>& damage) {
     std::vector<size_t> places;
     const String normal = normalise(mended, places);
-    for (const auto [begin, end] : cut_pieces(normal.view())) {
+    for (size_t next = 0; next <= normal.view().size();) {
+        const auto [begin, end] = piece_from(normal.view(), next);
+        next = end + 1;
         program.pieces.push_back(read_piece(program, normal.view(), begin, end, places, damage));
     }
 }

@@ -45,11 +45,11 @@ struct Symbol {
 
     String name;
     const Builtin* builtin = nullptr;
-    int8_t operation = -1;       // the Op of reduce/code.h that does what the built-in does, or -1
     Value definition;            // null when the name has none
     int parameters = 0;          // the lambdas at the top of `definition`, 11 for that many or more
     int binders = 0;             // of the name around where a walk over scopes stands
     uint32_t search = 0;         // the last one for names that has met it
+    int8_t operation = -1;       // the Op of reduce/code.h that does what the built-in does, or -1
     bool calm = false;           // as reduce/calm.cpp knows it
     bool unmemoised = false;     // a constant that is evaluated anew at each use
     std::unique_ptr<Code> code;  // the code of `definition`, made at the first call; null before

@@ -13,28 +13,29 @@ namespace marl {
 namespace {
 
 // Shared by all empty Strings; its first reference is never given back.
-char empty_bytes[1] = {0};
-StringBody empty_body{0, empty_bytes, 1};
+struct {
+    StringBody body{0, 1};
+    char nul = 0;
+} empty;
 
 StringBody* share_empty() {
-    ++empty_body.count;
-    return &empty_body;
+    ++empty.body.count;
+    return &empty.body;
 }
 
 StringBody* new_body(int64_t length) {
     auto* body = static_cast<StringBody*>(
         allocate_bytes(sizeof(StringBody) + static_cast<size_t>(length) + 1));
     body->length = length;
-    body->data = reinterpret_cast<char*>(body + 1);
-    body->data[length] = 0;
     body->count = 1;
+    body->data()[length] = 0;
     return body;
 }
 
 StringBody* copied_body(std::string_view bytes) {
     if (bytes.empty()) return share_empty();
     StringBody* body = new_body(static_cast<int64_t>(bytes.size()));
-    memcpy(body->data, bytes.data(), bytes.size());
+    memcpy(body->data(), bytes.data(), bytes.size());
     return body;
 }
 
@@ -68,7 +69,7 @@ String String::with_size(int64_t n) {
 
 char* String::mutable_data() {
     if (body_->count != 1 && body_->length > 0) drop(std::exchange(body_, copied_body(view())));
-    return body_->data;
+    return body_->data();
 }
 
 std::strong_ordering operator<=>(const String& a, const String& b) {

@@ -13,8 +13,10 @@ namespace marl {
 
 struct StringBody {
     int64_t length;
-    char* data;  // stands right behind the body, in the same block
     uint64_t count;
+
+    /// The bytes stand right behind the body, in the same block.
+    char* data() { return reinterpret_cast<char*>(this + 1); }
 };
 
 class String {
@@ -33,8 +35,8 @@ class String {
 
     int64_t length() const { return body_->length; }
     bool empty() const { return body_->length == 0; }
-    const char* data() const { return body_->data; }
-    std::string_view view() const { return {body_->data, static_cast<size_t>(body_->length)}; }
+    const char* data() const { return body_->data(); }
+    std::string_view view() const { return {body_->data(), static_cast<size_t>(body_->length)}; }
     /// The bytes for writing; makes a private copy of a shared body first.
     char* mutable_data();
 
