@@ -62,7 +62,7 @@ bool load_session(Session& session, String source) {
 
 bool check_session(Session& session) {
     if (!passed(session.report)) return false;
-    session.report = check_program(std::move(session.module));
+    session.report = check_program(std::exchange(session.module, {}));
     return passed(session.report);
 }
 

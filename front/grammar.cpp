@@ -234,7 +234,7 @@ class Parser {
   private:
     void take_next() {
         const char c = text_[position_];
-        if (is_word(c)) return take_atom();
+        if (is_word(c)) return take_word();
         switch (c) {
             case '(': open(run().stretch ? Bracket::call : Bracket::group); break;
             case '[': take_bytes(); return;
@@ -309,22 +309,36 @@ class Parser {
         position_ = behind;
     }
 
+    /// A word, as most atoms are: a name, or more than that when fillers belong to it.
+    void take_word() {
+        const size_t from = position_;
+        const size_t end = end_of_run(from);
+        if (end < text_.size() && is_filler(text_[end])) return take_atom();
+        position_ = end;
+        const size_t size = end - from;
+        Term made = size == 1 ? maker.letter(text_[from]) : maker.bytes({&text_[from], size});
+        tracker_.made_leaf(made, from, end);
+        add_atom(run(), std::move(made));
+    }
+
     void take_atom() {
         const size_t from = position_;
-        const char c = text_[from];
-        if (is_word(c)) {
-            while (++position_ < text_.size() && is_word(text_[position_])) {
-            }
-        } else if (is_digit(c)) {
-            while (++position_ < text_.size() && is_digit(text_[position_])) {
-            }
-        } else {
-            ++position_;
-        }
+        position_ = end_of_run(from);
         while (position_ < text_.size() && is_filler(text_[position_]) && fills()) ++position_;
         Term made = atom(text_.substr(from, position_ - from));
         tracker_.made_leaf(made, from, position_);
         add_atom(run(), std::move(made));
+    }
+
+    /// Behind the letters or the digits that stand at a place, or the one byte of another kind.
+    size_t end_of_run(size_t from) const {
+        size_t end = from + 1;
+        if (is_word(text_[from])) {
+            while (end < text_.size() && is_word(text_[end])) ++end;
+        } else if (is_digit(text_[from])) {
+            while (end < text_.size() && is_digit(text_[end])) ++end;
+        }
+        return end;
     }
 
     /// Whether a filler separates nothing here, and so belongs to the atom in front of it.

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace marl {
@@ -48,12 +49,22 @@ constexpr uint32_t no_place = 0xFFFFFFFF;
 /// full. The half hash stands in the slot, so the index grows and shrinks without a look elsewhere.
 class HashIndex {
   public:
+    HashIndex() = default;
+    HashIndex(const HashIndex&) = default;
+    /// What is moved from is empty.
+    HashIndex(HashIndex&& other) noexcept { swap(other); }
+    HashIndex& operator=(HashIndex other) noexcept {
+        swap(other);
+        return *this;
+    }
+    ~HashIndex() = default;
+
     /// The first place entered under the hash for which the test holds, else `no_place`.
     template <class Test>
     uint32_t find(uint64_t hash, Test test) const {
         if (slots_.empty()) return no_place;
         const auto half = static_cast<uint32_t>(hash);
-        for (size_t i = half & mask();; i = (i + 1) & mask()) {
+        for (size_t i = half & mask_;; i = (i + 1) & mask_) {
             const Slot& slot = slots_[i];
             if (slot.free()) return no_place;
             if (slot.half_hash == half && test(slot.place())) return slot.place();
@@ -63,13 +74,13 @@ class HashIndex {
     /// The same, but where there is none the given place is entered, and is the answer.
     template <class Test>
     uint32_t find_or_enter(uint64_t hash, uint32_t place, Test test) {
-        if ((used_ + 1) * 3 > slots_.size() * 2) grow();
+        if (room_ == 0) grow();
         const auto half = static_cast<uint32_t>(hash);
-        for (size_t i = half & mask();; i = (i + 1) & mask()) {
+        for (size_t i = half & mask_;; i = (i + 1) & mask_) {
             Slot& slot = slots_[i];
             if (slot.free()) {
                 slot = {half, place + 1};
-                ++used_;
+                --room_;
                 return place;
             }
             if (slot.half_hash == half && test(slot.place())) return slot.place();
@@ -78,13 +89,13 @@ class HashIndex {
 
     /// Has the slots of a hash brought into the cache.
     void fetch(uint64_t hash) const {
-        if (!slots_.empty()) __builtin_prefetch(&slots_[static_cast<uint32_t>(hash) & mask()]);
+        if (!slots_.empty()) __builtin_prefetch(&slots_[static_cast<uint32_t>(hash) & mask_]);
     }
 
     void enter(uint64_t hash, uint32_t place) {
-        if ((used_ + 1) * 3 > slots_.size() * 2) grow();
+        if (room_ == 0) grow();
         put({static_cast<uint32_t>(hash), place + 1});
-        ++used_;
+        --room_;
     }
 
     /// Replaces a place that was entered under the hash by another one.
@@ -95,14 +106,14 @@ class HashIndex {
     void remove(uint64_t hash, uint32_t place) {
         // Later slots of the run move up, unless that would put them in front of where they belong.
         size_t hole = slot_of(hash, place);
-        for (size_t i = (hole + 1) & mask(); !slots_[i].free(); i = (i + 1) & mask()) {
-            const size_t home = slots_[i].half_hash & mask();
-            if (((i - home) & mask()) < ((i - hole) & mask())) continue;
+        for (size_t i = (hole + 1) & mask_; !slots_[i].free(); i = (i + 1) & mask_) {
+            const size_t home = slots_[i].half_hash & mask_;
+            if (((i - home) & mask_) < ((i - hole) & mask_)) continue;
             slots_[hole] = slots_[i];
             hole = i;
         }
         slots_[hole] = {};
-        --used_;
+        ++room_;
     }
 
   private:
@@ -114,30 +125,37 @@ class HashIndex {
         uint32_t place() const { return place_plus_1 - 1; }
     };
 
-    size_t mask() const { return slots_.size() - 1; }
+    void swap(HashIndex& other) {
+        slots_.swap(other.slots_);
+        std::swap(mask_, other.mask_);
+        std::swap(room_, other.room_);
+    }
 
     void put(Slot slot) {
-        size_t i = slot.half_hash & mask();
-        while (!slots_[i].free()) i = (i + 1) & mask();
+        size_t i = slot.half_hash & mask_;
+        while (!slots_[i].free()) i = (i + 1) & mask_;
         slots_[i] = slot;
     }
 
     size_t slot_of(uint64_t hash, uint32_t place) const {
-        size_t i = static_cast<uint32_t>(hash) & mask();
-        while (slots_[i].place() != place) i = (i + 1) & mask();
+        size_t i = static_cast<uint32_t>(hash) & mask_;
+        while (slots_[i].place() != place) i = (i + 1) & mask_;
         return i;
     }
 
     void grow() {
         std::vector<Slot> old(slots_.empty() ? 1024 : slots_.size() * 2);
         old.swap(slots_);
+        mask_ = slots_.size() - 1;
+        room_ = slots_.size() * 2 / 3 - old.size() * 2 / 3;
         for (const Slot& slot : old) {
             if (!slot.free()) put(slot);
         }
     }
 
     std::vector<Slot> slots_;  // a power of two of them
-    size_t used_ = 0;
+    size_t mask_ = 0;
+    size_t room_ = 0;  // so many more, and it grows
 };
 
 }  // namespace marl
