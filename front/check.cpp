@@ -36,6 +36,7 @@ void publish_builtins(Module&) { define_builtins(); }
 /// Adds what the backquotes have loaded. All that the module defines, but for the entry, is defined
 /// by now.
 void gather_definitions(Module& module) {
+    if (!module.has_backquotes) return;
     const auto is_here = [](const Symbol& symbol) {
         return symbol.definition && !symbol.builtin && !symbol.name.empty();
     };
@@ -57,7 +58,7 @@ void empty_intern_set(Module& module) {
 /// The backquotes have made code of definitions that still change. What they have left becomes
 /// nodes, and the run makes its own code.
 void forget_early_code(Module& module) {
-    if (!has_code()) return;
+    if (!module.has_backquotes || !has_code()) return;
     for (const auto& [symbol, expression] : module.definitions) make_all_nodes(expression);
     for (const Symbol* symbol : defined_symbols()) make_all_nodes(symbol->definition);
     forget_code();

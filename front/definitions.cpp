@@ -50,20 +50,20 @@ DefinedName defined_name(Node* piece) {
 }
 
 size_t defined_key_size(std::string_view piece) {
-    size_t size = piece.starts_with('[') ? 3 : 1;
-    if (!piece.empty() && is_word(piece[0])) {
-        while (size < piece.size() && is_word(piece[size])) ++size;
-    }
+    size_t size = 0;
+    while (size < piece.size() && is_word(piece[size])) ++size;
+    const bool is_word_there = size > 0;
+    if (!is_word_there) size = piece.starts_with('[') ? 3 : 1;
     const bool is_lambda = size < piece.size() && piece[size] == '\\';
-    return is_lambda && is_definable(piece.substr(0, size)) ? size : 0;
+    return is_lambda && (is_word_there || is_definable(piece.substr(0, size))) ? size : 0;
 }
 
-std::string_view key_in(std::string_view text) {
+std::string_view key_in(std::string_view text) { return text[0] == '[' ? text.substr(1, 1) : text; }
+
+String definition_key(std::string_view text) {
     MARL_REQUIRE(is_definable(text));
-    return text[0] == '[' ? text.substr(1, 1) : text;
+    return String(key_in(text));
 }
-
-String definition_key(std::string_view text) { return String(key_in(text)); }
 
 std::vector<int64_t> backquote_lines(std::string_view source) {
     std::vector<int64_t> lines;

@@ -21,7 +21,7 @@ bool is_definable(std::string_view text);
 /// The key of a definable text: the operator of a bracketed one, else the text itself. Any other
 /// text is a fatal stop.
 String definition_key(std::string_view text);
-/// The same as a part of the text.
+/// The same as a part of a text that is known to be definable.
 std::string_view key_in(std::string_view text);
 
 /// What a parsed piece defines: the name as written, borrowed, and whether in the form n()\e. The

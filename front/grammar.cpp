@@ -138,10 +138,10 @@ struct MemberMaker {
         return {member};
     }
     Part bytes(std::string_view bytes) {
-        if (!is_word(bytes[0])) return {intern_leaf(set, bytes)};
+        // What a filler belongs to is no name.
+        if (!is_word(bytes[0]) || !is_word(bytes.back())) return {intern_leaf(set, bytes)};
         const Interned member = intern_word(set, bytes);
-        // One that a filler belongs to is no name.
-        if (is_word(bytes.back())) names.push_back(node_of(set, member));
+        names.push_back(node_of(set, member));
         return {member};
     }
     Part empty_cray() { return {intern_leaf(set, "\n")}; }

@@ -18,6 +18,7 @@
 #include <utility>
 #include <vector>
 
+#include "reduce/tables.h"
 #include "text/hash_index.h"
 #include "value/value.h"
 
@@ -100,11 +101,8 @@ struct InternSet {
     /// The place of a letter, which `make()` gives where it is no member.
     template <class Make>
     uint32_t find_or_add_letter(uint8_t byte, Make make) {
-        uint32_t& place = of_letter[byte];
-        if (place != no_place) return place;
-        place = static_cast<uint32_t>(members.size());
-        members.push_back({make().take(), hash_of_letter(byte)});
-        return place;
+        const uint32_t place = of_letter[byte];
+        return place != no_place ? place : add_letter(byte, make());
     }
 
     /// The last member takes the place of the one that leaves. Both indexes stand.
@@ -142,6 +140,12 @@ struct InternSet {
     }
 
   private:
+    [[gnu::noinline]] uint32_t add_letter(uint8_t byte, Value letter) {
+        members.push_back({letter.take(), hash_of_letter(byte)});
+        of_letter[byte] = static_cast<uint32_t>(members.size() - 1);
+        return of_letter[byte];
+    }
+
     template <class See>
     void for_each_indexed(See see) {
         for (size_t i = 0; i < members.size(); ++i) {
@@ -186,14 +190,19 @@ inline Interned intern_letter(InternSet& set, char letter) {
     return {set.find_or_add_letter(static_cast<uint8_t>(letter), make) + 1};
 }
 
-/// Any other Leaf that is a name.
+/// Any other name, born with its symbol.
 inline Interned intern_word(InternSet& set, std::string_view name) {
     const auto equals = [=](Node* member) {
         if (!is_leaf(member)) return false;
         const char* text = leaf_text(member);
         return strncmp(text, name.data(), name.size()) == 0 && text[name.size()] == 0;
     };
-    return {set.find_or_add(hash_of_bytes(name), equals, [=] { return leaf(name); }) + 1};
+    const auto make = [=] {
+        Value made = leaf(name);
+        symbol_slot(made) = &symbol_of(name);
+        return made;
+    };
+    return {set.find_or_add(hash_of_bytes(name), equals, make) + 1};
 }
 
 /// Any other Leaf.

@@ -25,8 +25,6 @@ Symbol& symbol_of_name(Node* leaf) {
     return is_name_byte(first_byte(leaf)) ? symbol_of_leaf(leaf) : symbol_of(leaf_bytes(leaf));
 }
 
-uint64_t hash_of_address(const Symbol* name) { return mix(reinterpret_cast<uint64_t>(name)); }
-
 Symbol& symbol_of_key(Node* key) {
     const bool is_name = is_name_byte(first_byte(key));
     return is_name ? symbol_of_leaf(key) : symbol_of(key_in(leaf_bytes(key)));
@@ -74,22 +72,15 @@ std::vector<Symbol*> free_names(Node* expression) {
     return names;
 }
 
-const References::Entry* References::find(const Symbol* name) const {
-    const auto is_it = [&](uint32_t place) { return entries[place].name == name; };
-    const uint32_t place = by_name.find(hash_of_address(name), is_it);
-    return place == no_place ? nullptr : &entries[place];
-}
-
 void add_references(References& references, Symbol& name, std::span<Symbol* const> free) {
-    std::vector<References::Entry>& entries = references.entries;
     const auto begin = static_cast<uint32_t>(references.names.size());
     references.names.insert(references.names.end(), free.begin(), free.end());
     const auto end = static_cast<uint32_t>(references.names.size());
-    const auto next = static_cast<uint32_t>(entries.size());
-    const auto is_it = [&](uint32_t place) { return entries[place].name == &name; };
-    const uint32_t place = references.by_name.find_or_enter(hash_of_address(&name), next, is_it);
-    if (place == next) entries.push_back({});
-    entries[place] = {&name, begin, end};
+    if (!references.find(&name)) {
+        name.entry = static_cast<uint32_t>(references.entries.size());
+        references.entries.push_back({});
+    }
+    references.entries[name.entry] = {&name, begin, end};
 }
 
 void add_written_references(References& references, Symbol& name, std::span<Node* const> names,

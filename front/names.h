@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "reduce/tables.h"
-#include "text/hash_index.h"
 #include "value/value.h"
 
 namespace marl {
@@ -30,7 +29,8 @@ std::vector<Use> free_uses(Node* expression);
 /// Their names, in the order of their text.
 std::vector<Symbol*> free_names(Node* expression);
 
-/// Some definitions, and the names that each of them refers to.
+/// Some definitions, and the names that each of them refers to. A Symbol knows its entry in those
+/// that it was entered in last, so no two are filled or asked in turn.
 struct References {
     struct Entry {
         Symbol* name;
@@ -39,14 +39,16 @@ struct References {
     };
     std::vector<Entry> entries;
     std::vector<Symbol*> names;
-    HashIndex by_name;           // of the entries
     bool beside_tables = false;  // of a text that is loaded: what the tables define is defined, too
 
     std::span<Symbol* const> of(const Entry& entry) const {
         return std::span(names).subspan(entry.begin, entry.end - entry.begin);
     }
     /// The entry of a name, if there is one.
-    const Entry* find(const Symbol* name) const;
+    const Entry* find(const Symbol* name) const {
+        const bool is_here = name->entry < entries.size() && entries[name->entry].name == name;
+        return is_here ? &entries[name->entry] : nullptr;
+    }
 };
 
 /// Enters a definition that refers to these names, in the place of one of the same name.

@@ -18,8 +18,8 @@ Symbol::~Symbol() = default;
 namespace {
 
 /// The lambdas at the top of a definition, 11 for that many or more.
-int count_parameters(Node* definition) {
-    int count = 0;
+int8_t count_parameters(Node* definition) {
+    int8_t count = 0;
     for (Node* x = definition; count < rank_variable && form(x) == Form::lambda; ++count) {
         x = lambda_body(x);
     }

@@ -16,7 +16,7 @@ void define_builtin(Symbol& symbol) {
     const auto arity = static_cast<size_t>(symbol.builtin->arity);
     if (arity >= builtin_definitions.size()) return;
     symbol.definition = builtin_definitions[arity];
-    symbol.parameters = symbol.builtin->arity;
+    symbol.parameters = static_cast<int8_t>(arity);
 }
 
 namespace {

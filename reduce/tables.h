@@ -46,9 +46,10 @@ struct Symbol {
     String name;
     const Builtin* builtin = nullptr;
     Value definition;            // null when the name has none
-    int parameters = 0;          // the lambdas at the top of `definition`, 11 for that many or more
     int binders = 0;             // of the name around where a walk over scopes stands
     uint32_t search = 0;         // the last one for names that has met it
+    uint32_t entry = 0;          // its place in the References that it was entered in last
+    int8_t parameters = 0;       // the lambdas at the top of `definition`, 11 for that many or more
     int8_t operation = -1;       // the Op of reduce/code.h that does what the built-in does, or -1
     bool calm = false;           // as reduce/calm.cpp knows it
     bool unmemoised = false;     // a constant that is evaluated anew at each use
