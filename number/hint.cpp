@@ -10,6 +10,7 @@
 #include "number/decimal.h"
 #include "number/digit_leaf.h"
 #include "number/words.h"
+#include "value/long_number.h"
 #include "value/wide_hint.h"
 
 namespace marl {
@@ -52,7 +53,21 @@ Value hint_of(bool negative, Limbs decimal) {
     return digit_leaf({zero || negative, std::move(decimal)});
 }
 
+/// The limbs of a long Leaf that is not negative and has them; null for any other node.
+const Limbs* limbs_at_hand(Node* x) {
+    const bool is_long = is_leaf(x) && span_of(x) >= long_length;
+    if (!is_long || *leaf_text(x) <= '0' || *leaf_text(x) > '9' || leaf_limbs(x).empty())
+        return nullptr;
+    return &leaf_limbs(x);
+}
+
 Value sum_or_difference(Node* x, Node* y, bool subtract) {
+    const Limbs* long_x = limbs_at_hand(x);
+    const Limbs* long_y = long_x ? limbs_at_hand(y) : nullptr;
+    if (long_y && !subtract) return hint_of(false, mag_add<Decimal>(*long_x, *long_y));
+    if (long_y && mag_compare(*long_x, *long_y) > 0) {
+        return hint_of(false, mag_sub<Decimal>(*long_x, *long_y));
+    }
     const Magnitude a = magnitude_of(x);
     const Magnitude b = magnitude_of(y);
     if (!a.is_list || !b.is_list) return leaf_Z();
