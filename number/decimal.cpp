@@ -111,15 +111,19 @@ int64_t decimal_length(const Limbs& decimal) {
 }
 
 int64_t write_top_limb(char* to, uint64_t limb) {
-    char digits[Decimal::digits];
-    write_limb(digits, limb);
     const int64_t n = limb_length(limb);
-    memcpy(to, digits + Decimal::digits - n, static_cast<size_t>(n));
+    write_limb(to, limb * powers_of_ten[static_cast<size_t>(Decimal::digits - n)]);
     return n;
 }
 
 void write_decimal(char* to, const Limbs& decimal) {
     if (decimal.empty()) return;
+    if (decimal.size() == 1) {
+        char digits[Decimal::digits];
+        const int64_t n = write_top_limb(digits, decimal[0]);
+        memcpy(to, digits, static_cast<size_t>(n));
+        return;
+    }
     to += write_top_limb(to, decimal.back());
     for (size_t i = decimal.size() - 1; i-- > 0; to += Decimal::digits) write_limb(to, decimal[i]);
 }

@@ -21,7 +21,8 @@ Limbs decimal_of_text(std::string_view digits);
 int64_t decimal_length(const Limbs& decimal);
 /// Writes these digits, without a NUL.
 void write_decimal(char* to, const Limbs& decimal);
-/// Writes those of the limb at the top, which isn't 0, and gives how many they are.
+/// Writes those of the limb at the top, which isn't 0, and gives how many they are; there is room
+/// for those of a full limb, which is written over.
 int64_t write_top_limb(char* to, uint64_t limb);
 
 /// Half of decimal limbs, rounded down.

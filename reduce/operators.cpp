@@ -9,6 +9,7 @@
 #include "reduce/analysis.h"
 #include "reduce/needs.h"
 #include "reduce/tables.h"
+#include "value/long_number.h"
 #include "value/real_word.h"
 #include "value/wide_hint.h"
 
@@ -40,6 +41,13 @@ bool wide_number_of(Word word, WideInt& n) {
     if (!is_short(word)) return is_node(word) && wide_hint(node_of(word), n);
     n = short_of(word);
     return true;
+}
+
+/// Whether a Word is a number that no processor has instructions for.
+bool is_long_number(Word word) {
+    if (!is_node(word)) return false;
+    const Node* node = node_of(word);
+    return is_digit_byte(first_byte(node)) && span_of(node) >= long_length;
 }
 
 /// x op y when it is an integer of that many bits.
@@ -141,6 +149,7 @@ Word word_of_result(Node* node) {
 }
 
 Word operate_slowly(Op op, Word x, Word y) {
+    if (is_long_number(x) && is_long_number(y)) return word_of_result(call(builtin_of(op), x, y));
     int64_t a, b, result;
     if (number_of(x, a) && number_of(y, b) && operate_integers(op, a, b, result)) {
         release_word(x);
