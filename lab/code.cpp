@@ -16,8 +16,10 @@ namespace marl::lab {
 namespace {
 
 void compile_all(Code& code) {
-    if (!code.made) prepare(code);
-    for (const auto& part : code.parts) compile_all(*part);
+    each_part(code, [](Code& part) {
+        if (!part.made) prepare(part);
+        return true;
+    });
 }
 
 #if MARL_LISTS_NATIVE

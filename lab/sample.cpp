@@ -210,10 +210,12 @@ class Owners {
     };
 
     void add(const Code& code, const Symbol& symbol) {
-        if (!code.instructions.empty()) {
-            by_begin_[code.start()] = {code.instructions.size(), &symbol};
-        }
-        for (const auto& part : code.parts) add(*part, symbol);
+        each_part(code, [&](const Code& part) {
+            if (!part.instructions.empty()) {
+                by_begin_[part.start()] = {part.instructions.size(), &symbol};
+            }
+            return true;
+        });
     }
 
     std::map<const Instruction*, Owned> by_begin_;

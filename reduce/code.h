@@ -186,6 +186,19 @@ struct Code {
     bool is_lambda() const { return kind == ClosureKind::lambda; }
 };
 
+/// Calls `see(Code&)` for code and its parts, parents first, those that it makes as well. Whether
+/// it gets to the parts of one is what it says.
+template <class AnyCode, class See>
+void each_part(AnyCode& code, See see) {
+    std::vector<AnyCode*> rest{&code};
+    while (!rest.empty()) {
+        AnyCode& next = *rest.back();
+        rest.pop_back();
+        if (!see(next)) continue;
+        for (size_t i = next.parts.size(); i-- > 0;) rest.push_back(next.parts[i].get());
+    }
+}
+
 /// What is made of a part in place of its closure, of a frame that holds what the part captured: a
 /// lambda of several parameters behind its first argument, which comes first in the frame, or the
 /// part with more of it hoisted.

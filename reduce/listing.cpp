@@ -160,14 +160,17 @@ class Line {
 
 std::string listing(const Code& code, Beside beside) {
     std::string text;
-    for (size_t i = 0; i < code.instructions.size(); ++i) {
-        text += Line(code, i).text();
-        if (beside) text += beside(code, i);
-    }
-    for (const auto& part : code.parts) {
-        if (!part->made) continue;
-        text += '{' + std::string(print_value(part->whole).view()) + "}\n" + listing(*part, beside);
-    }
+    each_part(code, [&](const Code& part) {
+        if (&part != &code) {
+            if (!part.made) return false;
+            text += '{' + std::string(print_value(part.whole).view()) + "}\n";
+        }
+        for (size_t i = 0; i < part.instructions.size(); ++i) {
+            text += Line(part, i).text();
+            if (beside) text += beside(part, i);
+        }
+        return true;
+    });
     return text;
 }
 

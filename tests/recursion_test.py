@@ -20,7 +20,7 @@ BOUNDED = {
     "Piece::.*|make_piece|.*vector::~vector": "pieces nest as expressions in code do",
     # Parts are cut likewise, and what stands in the program's text has its nodes: a closure whose node
     # is made of code meets others by a list of its own.
-    "Code::.*|retire|drop_instructions|make_anew|.*unique_ptr::.*|"
+    "Code::.*|retire|drop_(instructions|parts)|make_anew|each_part|.*unique_ptr::.*|"
     "make_(lambda_code|remainder|hoisting|template|node|one_node|closure_node)|"
     "node_(in_place_of|of_tagged|of_cell)|remainder_of|template_of|run_template|run|hoist_applied|construct|"
     "lay_out_frame|take_(code_away|parameters)|push_(parts|operands)|"

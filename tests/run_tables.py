@@ -4,7 +4,8 @@
     run_tables.py [--sanitized] [--emulated] [--stack KB] MARL FILE...
 
 A table is text in blocks, with empty lines between them. Three blanks or more stand between the
-fields of a line, "-" is an empty field, and "¶" a newline. A line of a block is one of these:
+fields of a line, "-" is an empty field, "¶" a newline, and "«text»100" that text a hundred times. A line of
+a block is one of these:
 
     # prose
     ,name\\body                               a definition for all rows of the block
@@ -82,6 +83,7 @@ def read_blocks(name, text):
         elif line[0] == ",":
             blocks[-1].definitions += "\n" + line.replace("¶", "\n")
         elif line[0] != "#":
+            line = re.sub("«(.*?)»([0-9]+)", lambda found: found[1] * int(found[2]), line)
             fields = ["" if field == "-" else field.replace("¶", "\n")
                       for field in re.split(" {3,}", line)]
             expressions, values = fields[0].split(" | "), fields[1].split(" | ")
