@@ -124,8 +124,10 @@ class Compiler {
         int scope;
         Terms captured;
     };
+    bool has_room_for(size_t built) const;
     Part part_of(const Term& term);
     Part new_part(const Term& given);
+    Terms captures_of(const Term& term, const std::vector<Node*>& built, Code& part);
     Value with_parts_apart(const Term& term);
     bool is_construction(Node* expression) const;
     std::vector<Node*> constructions_in(const Term& term);
@@ -190,6 +192,7 @@ class Compiler {
     RegisterSet unsettled_;  // registers that may hold work
     int next_ = 0;           // the first register that is free
     int depth_ = 0;          // of expressions in expressions
+    int closing_ = 0;        // parts that are being closed, one within the other
     int arranged_ = 0;       // how many lazy definitions are being arranged
     bool hoists_applications_ = false;
 };

@@ -9,6 +9,7 @@
 // Whether the application of a captured function is settled is known when the closure is made. For
 // one that is, the closure is made of a second form of the part (`make_hoisting`).
 #include <algorithm>
+#include <bit>
 
 #include "reduce/analysis.h"
 #include "reduce/compiler.h"
@@ -21,6 +22,7 @@ namespace marl {
 namespace {
 
 constexpr size_t most_hoisted = 30;  // in a frame, so that registers are left
+constexpr int most_closing = 8;      // parts that others capture, one within the other
 
 struct Place {
     Node* node;
@@ -130,10 +132,19 @@ std::vector<Node*> Compiler::constructions_in(const Term& term) {
     return found;
 }
 
+/// Whether there are registers for so much that has to be built for a part that is closed here.
+/// Each of it takes one until the part has it, and some more while it is made.
+bool Compiler::has_room_for(size_t built) const {
+    return next_ + static_cast<int>(built) <= most_registers - 12;
+}
+
 /// The part that a term is on its own, and the terms that its closure captures. It is made once.
 Compiler::Part Compiler::part_of(const Term& term) {
     for (const Part& known : parts_) {
-        if (known.expression == term.expression && known.scope == term.scope) return known;
+        if (known.expression != term.expression || known.scope != term.scope) continue;
+        const auto is_built = [&](const Term& word) { return register_of(word) < 0; };
+        const auto built = std::count_if(known.captured.begin(), known.captured.end(), is_built);
+        if (has_room_for(static_cast<size_t>(built))) return known;
     }
     parts_.push_back(new_part(term));
     return parts_.back();
@@ -150,6 +161,51 @@ Value Compiler::with_parts_apart(const Term& term) {
     return apart;
 }
 
+/// What the closure of a part captures, in the order of its registers, which it enters in the part:
+/// what is hoisted, `built` too, and the variables in the rest.
+Terms Compiler::captures_of(const Term& term, const std::vector<Node*>& built, Code& part) {
+    const Scope scope = scope_of(term);
+    Terms captured;
+    const auto capture = [&](const Term& word) {
+        const auto reg = static_cast<uint8_t>(part.parameters + part.captures++);
+        if (may_hold_work(word)) part.unsettled |= set_of(reg);
+        captured.push_back(word);
+        return reg;
+    };
+    const auto capture_letter = [&](uint32_t bit) {
+        const auto letter = static_cast<size_t>(std::countr_zero(bit));
+        part.letters |= bit;
+        part.register_of[letter] = capture({nullptr, -1, scope.reg[letter]});
+    };
+    // Then an expression has no more than the letters that are new, and one needs no search.
+    const bool captures_letters = built.empty() && code_.hoisted.empty();
+    std::vector<Place> rest{{term.expression, 0}};
+    while (!rest.empty()) {
+        const auto [node, bound] = rest.back();
+        rest.pop_back();
+        const uint32_t free = free_set(node) & ~bound;
+        const uint32_t missing = free & ~part.letters;
+        if (free == 0 || (captures_letters && missing == 0)) continue;
+        if (captures_letters && std::has_single_bit(missing)) {
+            capture_letter(missing);
+            continue;
+        }
+        const int reg = hoisted_register(node, scope.rebound | bound);
+        const bool is_built = (free_set(node) & bound) == 0 && node != term.expression &&
+                              std::find(built.begin(), built.end(), node) != built.end();
+        if (!is_leaf(node) && (reg >= 0 || is_built)) {
+            if (is_hoisted(part, node)) continue;
+            const Term word = reg >= 0 ? Term{nullptr, -1, reg} : Term{node, term.scope};
+            part.hoisted.push_back({node, capture(word)});
+        } else if (is_leaf(node)) {
+            if (missing != 0) capture_letter(missing);
+        } else {
+            push_parts(rest, node, bound);
+        }
+    }
+    return captured;
+}
+
 Compiler::Part Compiler::new_part(const Term& given) {
     Value whole = Value::share(given.expression);
     std::vector<Node*> built;
@@ -161,41 +217,13 @@ Compiler::Part Compiler::new_part(const Term& given) {
         built = constructions_in({whole, given.scope});
     }
     auto part = std::make_unique<Code>();
-    part->is_copied = code_.hoisted.size() + built.size() > most_hoisted;
+    part->is_copied = code_.hoisted.size() + built.size() > most_hoisted ||
+                      closing_ > most_closing || !has_room_for(built.size());
     if (part->is_copied) built.clear();
     const Term term{whole, given.scope};
     part->whole = std::move(whole);
     take_parameters(*part);
-    const Scope scope = scope_of(term);
-    Terms captured;
-    const auto capture = [&](const Term& word) {
-        const auto reg = static_cast<uint8_t>(part->parameters + part->captures++);
-        if (may_hold_work(word)) part->unsettled |= set_of(reg);
-        captured.push_back(word);
-        return reg;
-    };
-    std::vector<Place> rest{{term.expression, 0}};
-    while (!rest.empty()) {
-        const auto [node, bound] = rest.back();
-        rest.pop_back();
-        const uint32_t free = free_set(node) & ~bound;
-        if (free == 0) continue;
-        const int reg = hoisted_register(node, scope.rebound | bound);
-        const bool is_built = (free_set(node) & bound) == 0 && node != term.expression &&
-                              std::find(built.begin(), built.end(), node) != built.end();
-        if (!is_leaf(node) && (reg >= 0 || is_built)) {
-            if (is_hoisted(*part, node)) continue;
-            const Term word = reg >= 0 ? Term{nullptr, -1, reg} : Term{node, term.scope};
-            part->hoisted.push_back({node, capture(word)});
-        } else if (is_leaf(node)) {
-            if (part->letters & free) continue;
-            const auto letter = static_cast<size_t>(__builtin_ctz(free));
-            part->letters |= free;
-            part->register_of[letter] = capture({nullptr, -1, scope.reg[letter]});
-        } else {
-            push_parts(rest, node, bound);
-        }
-    }
+    Terms captured = captures_of(term, built, *part);
     if (part->is_lambda() || repeats_operands) note_applied(*part);
     code_.parts.push_back(std::move(part));
     return {static_cast<uint32_t>(code_.parts.size() - 1), given.expression, given.scope,
@@ -216,6 +244,7 @@ void Compiler::close(Op op, const Term& term, int reg, RegisterSet live) {
     const int kept = next_;
     std::vector<Operand> operands;
     RegisterSet held = 0;
+    ++closing_;
     for (size_t i = 0; i < part.captured.size(); ++i) {
         const Term& word = part.captured[i];
         int from = register_of(word);
@@ -226,6 +255,7 @@ void Compiler::close(Op op, const Term& term, int reg, RegisterSet live) {
         operands.push_back(use(from, ~RegisterSet{0}));
         held |= set_of(from);
     }
+    --closing_;
     take_last_uses(operands, live);
     Instruction& made = emit(op, reg);
     made.part = code_.parts[part.index].get();
@@ -271,11 +301,13 @@ Piece Compiler::piece_of(const Term& term) {
     const Part part = part_of(term);
     piece.kind = Piece::Kind::closure;
     piece.part = code_.parts[part.index].get();
+    ++closing_;
     for (const Term& word : part.captured) {
         const bool is_register = register_of(word) >= 0;
         const bool is_lambda = !is_register && form(word.expression) == Form::lambda;
         piece.captured.push_back(is_register || is_lambda ? piece_of(word) : copy_of(word));
     }
+    --closing_;
     return piece;
 }
 
