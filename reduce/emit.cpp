@@ -23,7 +23,7 @@ Instruction& Compiler::emit(Op op, int a, int b, int c) {
 }
 
 uint8_t Compiler::new_register() {
-    MARL_REQUIRE(next_ < most_registers - 1);  // `is_too_large` has seen to it
+    MARL_REQUIRE(next_ < most_registers - 1);  // `is_too_large` and `has_room_for` have seen to it
     code_.frame = std::max(code_.frame, next_ + 1);
     unsettled_ &= ~set_of(next_);
     return static_cast<uint8_t>(next_++);
