@@ -64,12 +64,9 @@ void forget_early_code(Module& module) {
     forget_code();
 }
 
-void intern_builtins(Module& module) {
+void intern_builtins(Module&) {
     std::vector<Value> by_arity = builtin_definitions;
-    for (Value& definition : by_arity) {
-        definition = module.shares_parts ? intern_written(std::move(definition))
-                                         : intern(std::move(definition));
-    }
+    for (Value& definition : by_arity) definition = intern_written(std::move(definition));
     set_builtin_definitions(std::move(by_arity));
 }
 

@@ -93,14 +93,17 @@ bool goes_on_with_name(Module& module, const Symbol& symbol, size_t position) {
 
 /// Adds a piece of a module that shares its parts.
 bool add_shared_piece(Module& module, std::string_view written, size_t position) {
-    const size_t key_size = position == 0 ? 0 : defined_key_size(written);
-    if (position > 0 && key_size == 0) {
-        return add_piece(module, parse_expression(written), position);  // a note, nearly always
+    std::string_view key;
+    if (position > 0) {
+        const size_t size = defined_key_size(written);
+        // A note, nearly always.
+        if (size == 0) return add_piece(module, parse_expression(written), position);
+        key = key_in(written.substr(0, size));
+        written.remove_prefix(size + 1);
     }
-    Symbol& symbol = symbol_of(position == 0 ? "" : key_in(written.substr(0, key_size)));
+    Symbol& symbol = symbol_of(key);
     if (position > 0 && !goes_on_with_name(module, symbol, position)) return false;
-    const SharedExpression body =
-        parse_shared(position == 0 ? written : written.substr(key_size + 1));
+    const SharedExpression body = parse_shared(written);
     module.definitions.set(symbol, Value::share(body.node));
     if (!module.unmemoised.empty()) module.unmemoised.erase(&symbol);
     if (body.other_keys == 0) {

@@ -25,7 +25,11 @@ void expect_same(const DefinitionList& list, const Map& map) {
 
 TEST(DefinitionList, does_what_a_map_does) {
     std::mt19937 draw(7);
-    const auto name = [&] { return std::string(draw() % 3, static_cast<char>('a' + draw() % 9)); };
+    // Half of them differ behind so many bytes as are compared at once.
+    const auto name = [&] {
+        return std::string(draw() % 2 * 9, 'm') +
+               std::string(draw() % 3, static_cast<char>('a' + draw() % 9));
+    };
     for (int i = 0; i < 200; ++i) {
         DefinitionList lists[2];
         Map maps[2];
