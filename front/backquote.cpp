@@ -20,12 +20,11 @@ namespace {
 
 /// The value of a backquoted expression, or the U form. `inner` is the expression with its own
 /// backquotes treated.
-Value evaluate(const String& name, Node* backquoted, Value inner) {
+Value evaluate(std::string_view name, Node* backquoted, Value inner) {
     if (is_closed(inner) && !is_leaf_of(inner, 'U')) return reduce(std::move(inner));
     Value line = from_i64(span_of(left(backquoted)));
     Value text = zits_make(print_value(right(backquoted)).view());
-    return apply(leaf("U"), std::move(line), zits_make(name.view()), std::move(text),
-                 std::move(inner));
+    return apply(leaf("U"), std::move(line), zits_make(name), std::move(text), std::move(inner));
 }
 
 bool is_backquoted(Node* pair) { return is_leaf_of(left(pair), '`'); }
@@ -43,7 +42,7 @@ struct Unquoting {
         Value value;
         bool plain;  // no backquote was in it
     };
-    const String& name;
+    std::string_view name;
     Shared shared;
     std::vector<Image> images;
     std::unordered_map<Node*, Value> known;  // images of plain Pairs that are held more than once
@@ -85,7 +84,7 @@ struct Unquoting {
 
 }  // namespace
 
-Value unquote(const String& name, Node* definition, Shared shared) {
+Value unquote(std::string_view name, Node* definition, Shared shared) {
     const Value held = Value::share(definition);  // an evaluation may replace the definition
     Unquoting work{name, shared, {}, {}};
     walk_both_ways<RightFirst>(

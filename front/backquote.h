@@ -1,7 +1,8 @@
 // Backquotes: expressions that are evaluated once, when the program is checked.
 #pragma once
 
-#include "text/string.h"
+#include <string_view>
+
 #include "value/value.h"
 
 namespace marl {
@@ -13,6 +14,6 @@ enum class Shared { copied, kept };
 /// free letters becomes U with its line, the definition's name, its text, and itself. Every other
 /// Pair is a new one, made right before left; so the values are computed in that order, and
 /// whatever the evaluation does happens now.
-Value unquote(const String& name, Node* definition, Shared shared);
+Value unquote(std::string_view name, Node* definition, Shared shared);
 
 }  // namespace marl

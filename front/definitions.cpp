@@ -87,16 +87,16 @@ void stamp_lines(Node* expression, const std::vector<int64_t>& lines, size_t& ne
     });
 }
 
-Extent piece_from(std::string_view normalised, size_t begin) {
+size_t end_of_piece(std::string_view normalised, size_t begin) {
     constexpr Bytes counts = bytes_in("()[]{},");
     size_t end = begin;
     while ((end = find_byte(normalised, end, counts)) < normalised.size()) {
         if (normalised[end] == ',') break;
         end = static_cast<size_t>(match_bracket(normalised, static_cast<int64_t>(end))) + 1;
     }
-    return {begin, end};
+    return end;
 }
 
-bool is_binder_key(const String& key) { return key.view() == "\\" || key.view() == "{"; }
+bool is_binder_key(std::string_view key) { return key == "\\" || key == "{"; }
 
 }  // namespace marl

@@ -36,15 +36,9 @@ DefinedName defined_name(Node* piece);
 /// which may still be one that `defined_name` knows.
 size_t defined_key_size(std::string_view piece);
 
-/// Bytes of a text, from `begin` to before `end`.
-struct Extent {
-    size_t begin;
-    size_t end;
-};
-
-/// The piece of a normalised text that begins at a place. The first one, the entry, begins at 0,
-/// and each other one behind the comma that ends the one before it.
-Extent piece_from(std::string_view normalised, size_t begin);
+/// Where the piece of a normalised text ends that begins at a place. The first one, the entry,
+/// begins at 0, and each other one behind the comma that ends the one before it.
+size_t end_of_piece(std::string_view normalised, size_t begin);
 
 /// The lines, counted from 1, of the backquotes in a raw source whose brackets balance, in order.
 /// Those in byte text don't count.
@@ -55,6 +49,6 @@ std::vector<int64_t> backquote_lines(std::string_view source);
 void stamp_lines(Node* expression, const std::vector<int64_t>& lines, size_t& next);
 
 /// Whether the key is one of \ and {, which the machine treats itself.
-bool is_binder_key(const String& key);
+bool is_binder_key(std::string_view key);
 
 }  // namespace marl

@@ -49,6 +49,44 @@ constexpr auto binaries = make_binaries();
 
 Binary binary_of(char c) { return binaries[static_cast<uint8_t>(c)]; }
 
+// What a byte does where an operand or an operator may stand.
+enum class Token : uint8_t {
+    atom,  // by itself
+    word,
+    digit,
+    open,
+    close,
+    bytes,
+    stray,  // what closes bytes
+    wings,
+    close_wings,
+    comma,
+    prefix,
+    binary,
+};
+
+constexpr std::array<Token, 256> make_tokens() {
+    std::array<Token, 256> table{};
+    const auto enter = [&table](std::string_view bytes, Token token) {
+        for (const char c : bytes) table[static_cast<uint8_t>(c)] = token;
+    };
+    enter("_abcdefghijklmnopqrstuvwxyz", Token::word);
+    enter("0123456789", Token::digit);
+    enter(";\\?&|=<>#@ +-:.*/%'^", Token::binary);
+    enter("~!\"$`", Token::prefix);
+    enter("(", Token::open);
+    enter(")", Token::close);
+    enter("[", Token::bytes);
+    enter("]", Token::stray);
+    enter("{", Token::wings);
+    enter("}", Token::close_wings);
+    enter(",", Token::comma);
+    return table;
+}
+constexpr auto tokens = make_tokens();
+
+Token token_of(char c) { return tokens[static_cast<uint8_t>(c)]; }
+
 /// Bytes that can't begin an atom, though one that stands behind another byte of its atom belongs
 /// to it: commas that separate nothing. Normalised text holds no newline here.
 bool is_filler(char c) { return c == ',' || c == '\n'; }
@@ -92,11 +130,12 @@ struct Frame {
 /// Makes each node anew.
 struct TreeMaker {
     using Term = Value;
+    static constexpr bool ends_at_comma = false;
 
     Value letter(char letter) { return letter_leaf(letter); }
     Value bytes(std::string_view bytes) { return leaf(bytes); }
     Value empty_cray() { return cray_with_size(0); }
-    Value join(Value&& function, Value&& argument) {
+    Value join(Value function, Value argument) {
         return pair(std::move(function), std::move(argument));
     }
     void bind(Node*, Node*) {}
@@ -110,38 +149,31 @@ struct Part {
     explicit operator bool() const { return static_cast<bool>(member); }
 };
 
-/// The names of one byte that refer to something.
-const Bytes& referring_letters() {
-    static const Bytes letters = [] {
-        Bytes made{};
-        for (int byte = 1; byte < 256; ++byte) {
-            const char letter = static_cast<char>(byte);
-            made[byte] = is_name({&letter, 1}) && letter != '\\' && letter != '{';
-        }
-        return made;
-    }();
-    return letters;
+/// The letter's bit, or none.
+uint32_t bit_of_letter(uint8_t byte) {
+    const uint32_t i = uint32_t{byte} - 'a';
+    return i < 26 ? uint32_t{1} << i : 0;
 }
 
 /// Makes members of the intern set.
 struct MemberMaker {
     using Term = Part;
+    static constexpr bool ends_at_comma = true;
     InternSet& set = intern_set();
     int other_keys = 0;
-    std::vector<Node*> names = {};
-    const Bytes& letters = referring_letters();
+    ByteBits met = {};  // what was a Leaf of one byte
+    std::vector<Symbol*> names = {};
 
-    Part letter(char byte) {
-        const Interned member = intern_letter(set, byte);
-        if (byte >= 'a' && byte <= 'z') return {member, uint32_t{1} << (byte - 'a')};
-        if (contains(letters, byte)) names.push_back(node_of(set, member));
-        return {member};
+    Part letter(char c) {
+        const auto byte = static_cast<uint8_t>(c);
+        met.add(byte);
+        return {intern_letter(set, c), bit_of_letter(byte)};
     }
     Part bytes(std::string_view bytes) {
         // What a filler belongs to is no name.
         if (!is_word(bytes[0]) || !is_word(bytes.back())) return {intern_leaf(set, bytes)};
         const Interned member = intern_word(set, bytes);
-        names.push_back(node_of(set, member));
+        names.push_back(symbol_slot(node_of(set, member)));
         return {member};
     }
     Part empty_cray() { return {intern_leaf(set, "\n")}; }
@@ -151,6 +183,21 @@ struct MemberMaker {
     void bind(Part& key, Part& body) {
         other_keys += key.free == 0 || !is_leaf(node_of(set, key.member));
         body.free &= ~std::exchange(key.free, 0);
+    }
+    /// The names of one byte in what was made that refer to something.
+    ByteBits letters(Part whole) const {
+        static const ByteBits referring = [] {
+            ByteBits made;
+            for (int byte = 1; byte < 256; ++byte) {
+                const char c = static_cast<char>(byte);
+                const bool is_mark = c == '\\' || c == '{';
+                if (is_name({&c, 1}) && !is_mark && !is_letter({&c, 1})) made.add(byte);
+            }
+            return made;
+        }();
+        ByteBits found = met & referring;
+        found.words['a' / 64] |= uint64_t{whole.free} << 'a' % 64;
+        return found;
     }
 };
 
@@ -220,6 +267,8 @@ class Parser {
 
     explicit Parser(Tracking tracker) : tracker_(tracker) {}
 
+    /// The expression at the beginning of the text, up to its end, or to the first comma outside of
+    /// every bracket where the Maker says so.
     Term parse(std::string_view text) {
         text_ = text;
         position_ = 0;
@@ -231,30 +280,28 @@ class Parser {
         return value;
     }
 
+    /// So many bytes were the expression.
+    size_t size() const { return position_; }
+
   private:
     void take_next() {
         const char c = text_[position_];
-        if (is_word(c)) return take_word();
-        switch (c) {
-            case '(': open(run().stretch ? Bracket::call : Bracket::group); break;
-            case '[': take_bytes(); return;
-            case '{':
+        switch (token_of(c)) {
+            case Token::word: take_run(Token::word); return;
+            case Token::digit: take_run(Token::digit); return;
+            case Token::binary: take_binary(c); break;
+            case Token::open: open(run().stretch ? Bracket::call : Bracket::group); break;
+            case Token::close: close_parenthesis(); break;
+            case Token::bytes: take_bytes(); return;
+            case Token::wings:
                 take_operand(binary_of(c));
                 open(Bracket::wings);
                 break;
-            case ')': close_parenthesis(); break;
-            case '}': close_wings(); break;
-            case ',': take_comma(); return;
-            case ']': fatal_stop(__FILE__, __LINE__);
-            default:
-                if (is_prefix_operator(static_cast<uint8_t>(c))) {
-                    take_prefix();
-                } else if (binary_of(c).level > 0) {
-                    take_binary(c);
-                } else {
-                    take_atom();
-                    return;
-                }
+            case Token::close_wings: close_wings(); break;
+            case Token::comma: take_comma(); return;
+            case Token::prefix: take_prefix(); break;
+            case Token::atom: take_atom(); return;
+            case Token::stray: fatal_stop(__FILE__, __LINE__);
         }
         ++position_;
     }
@@ -286,6 +333,10 @@ class Parser {
 
     void take_comma() {
         const Bracket bracket = frames_.back().bracket;
+        if (Making::ends_at_comma && bracket == Bracket::none) {
+            text_ = text_.substr(0, position_);
+            return;
+        }
         if (bracket == Bracket::group || bracket == Bracket::none) {
             take_atom();
             return;
@@ -309,21 +360,21 @@ class Parser {
         position_ = behind;
     }
 
-    /// A word, as most atoms are: a name, or more than that when fillers belong to it.
-    void take_word() {
+    /// Words or digits, as most atoms are, or more than that when fillers belong to them.
+    void take_run(Token token) {
         const size_t from = position_;
-        const size_t end = end_of_run(from);
+        const size_t end = end_of_run(from, token);
         if (end < text_.size() && is_filler(text_[end])) return take_atom();
         position_ = end;
-        const size_t size = end - from;
-        Term made = size == 1 ? maker.letter(text_[from]) : maker.bytes({&text_[from], size});
+        const bool is_letter = end - from == 1 && token == Token::word;
+        Term made = is_letter ? maker.letter(text_[from]) : maker.bytes({&text_[from], end - from});
         tracker_.made_leaf(made, from, end);
         add_atom(run(), std::move(made));
     }
 
     void take_atom() {
         const size_t from = position_;
-        position_ = end_of_run(from);
+        position_ = end_of_run(from, token_of(text_[from]));
         while (position_ < text_.size() && is_filler(text_[position_]) && fills()) ++position_;
         Term made = atom(text_.substr(from, position_ - from));
         tracker_.made_leaf(made, from, position_);
@@ -331,20 +382,19 @@ class Parser {
     }
 
     /// Behind the letters or the digits that stand at a place, or the one byte of another kind.
-    size_t end_of_run(size_t from) const {
+    size_t end_of_run(size_t from, Token token) const {
         size_t end = from + 1;
-        if (is_word(text_[from])) {
-            while (end < text_.size() && is_word(text_[end])) ++end;
-        } else if (is_digit(text_[from])) {
-            while (end < text_.size() && is_digit(text_[end])) ++end;
-        }
+        if (token != Token::word && token != Token::digit) return end;
+        while (end < text_.size() && token_of(text_[end]) == token) ++end;
         return end;
     }
 
     /// Whether a filler separates nothing here, and so belongs to the atom in front of it.
     bool fills() const {
+        if (text_[position_] != ',') return true;
         const Bracket bracket = frames_.back().bracket;
-        return text_[position_] != ',' || bracket == Bracket::group || bracket == Bracket::none;
+        if (bracket == Bracket::none) return !Making::ends_at_comma;
+        return bracket == Bracket::group;
     }
 
     Term atom(std::string_view bytes) {
@@ -360,7 +410,7 @@ class Parser {
     }
 
     /// The two applied to each other. Consumes both.
-    Term join(Term&& function, Term&& argument) {
+    Term join(Term function, Term argument) {
         Term joined = maker.join(std::move(function), std::move(argument));
         tracker_.made_pair(joined);
         return joined;
@@ -504,9 +554,14 @@ SharedExpression parse_shared(std::string_view text) {
     MemberMaker& maker = parser.maker;
     maker.set.index_structure();
     maker.other_keys = 0;
+    maker.met = {};
     maker.names.clear();
     const Part whole = parser.parse(text);
-    return {node_of(maker.set, whole.member), maker.other_keys, whole.free, maker.names};
+    return {.node = node_of(maker.set, whole.member),
+            .size = parser.size(),
+            .other_keys = maker.other_keys,
+            .letters = maker.letters(whole),
+            .names = maker.names};
 }
 
 Value parse_expression(std::string_view text, Origins& origins) {

@@ -26,6 +26,8 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "front/scan.h"
+#include "reduce/tables.h"
 #include "value/value.h"
 
 namespace marl {
@@ -38,11 +40,13 @@ Value parse_expression(std::string_view text);
 /// from the intern set, of which each part is a member.
 struct SharedExpression {
     Node* node;
-    int other_keys;         // so many lambdas and lets have a key that isn't one lower-case letter
-    uint32_t free_letters;  // without other keys: the letters that no binder holds, bit i: "a" + i
-    std::span<Node* const> names;  // the other Leaves that are names, keys as well, as written
+    size_t size;       // of its text
+    int other_keys;    // so many lambdas and lets have a key that isn't one lower-case letter
+    ByteBits letters;  // the names of one byte that refer to something; right without other keys
+    std::span<Symbol* const> names;  // the longer ones, keys as well, as written
 };
-/// The same for it. The names stand until the next call.
+/// The same for the expression that ends at the first comma outside of every bracket, or at the end
+/// of the text. The names stand until the next call.
 SharedExpression parse_shared(std::string_view text);
 
 /// Where a node was written: the positions of its first byte and of the one behind its last. The

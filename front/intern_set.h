@@ -25,7 +25,7 @@
 namespace marl {
 
 inline uint64_t hash_of_pair(uint64_t left_hash, uint64_t right_hash) {
-    return mix(std::rotl(left_hash, 23) * 0x9E3779B97F4A7C15 + right_hash);
+    return mix(left_hash ^ 0x9E3779B97F4A7C15, right_hash ^ 0xD6E8FEB86659FD93);
 }
 
 inline uint64_t hash_of_letter(uint8_t byte) { return byte * 0x9E3779B97F4A7C15; }
@@ -91,11 +91,8 @@ struct InternSet {
             const Member& member = members[i];
             return member.hash == hash && is_it(member.node);
         });
-        if (place != next) return place;
-        MARL_REQUIRE(next < no_place - 1);
-        members.push_back({make().take(), hash});
-        by_address.enter(hash_of_address(members.back().node), next);
-        return next;
+        if (place == next) add(hash, make);
+        return place;
     }
 
     /// The place of a letter, which `make()` gives where it is no member.
@@ -140,6 +137,15 @@ struct InternSet {
     }
 
   private:
+    // What finds most of its members has no registers to save for the making of others.
+    template <class Make>
+    [[gnu::noinline]] void add(uint64_t hash, Make make) {
+        const auto place = static_cast<uint32_t>(members.size());
+        MARL_REQUIRE(place < no_place - 1);
+        members.push_back({make().take(), hash});
+        by_address.enter(hash_of_address(members.back().node), place);
+    }
+
     [[gnu::noinline]] uint32_t add_letter(uint8_t byte, Value letter) {
         members.push_back({letter.take(), hash_of_letter(byte)});
         of_letter[byte] = static_cast<uint32_t>(members.size() - 1);

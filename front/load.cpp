@@ -31,7 +31,7 @@ namespace {
 void refuse_known_names(Module& module) {
     for (const auto& [symbol, expression] : module.definitions) {
         if (symbol->name.empty() || !symbol->definition) continue;
-        if (!goes_on_behind(module, {Fault::known, symbol->name})) return;
+        if (!goes_on_behind(module, {Fault::known, String(symbol->name)})) return;
     }
 }
 

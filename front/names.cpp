@@ -83,20 +83,16 @@ void add_references(References& references, Symbol& name, std::span<Symbol* cons
     references.entries[name.entry] = {&name, begin, end};
 }
 
-void add_written_references(References& references, Symbol& name, std::span<Node* const> names,
-                            uint32_t free_letters) {
+void add_written_references(References& references, Symbol& name, std::span<Symbol* const> names,
+                            const ByteBits& letters) {
     static uint32_t search = 0;
     static auto& free = *new std::vector<Symbol*>;  // kept for the next time
     free.clear();
     ++search;
-    for (Node* leaf : names) {
-        Symbol& symbol = symbol_of_leaf(leaf);
-        if (std::exchange(symbol.search, search) != search) free.push_back(&symbol);
+    for (Symbol* symbol : names) {
+        if (std::exchange(symbol->search, search) != search) free.push_back(symbol);
     }
-    for (uint32_t rest = free_letters; rest != 0; rest &= rest - 1) {
-        const char letter = static_cast<char>('a' + std::countr_zero(rest));
-        free.push_back(&symbol_of({&letter, 1}));
-    }
+    letters.for_each([](char letter) { free.push_back(&symbol_of({&letter, 1})); });
     add_references(references, name, free);
 }
 

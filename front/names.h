@@ -11,6 +11,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "front/scan.h"
 #include "reduce/tables.h"
 #include "value/value.h"
 
@@ -54,8 +55,8 @@ struct References {
 /// Enters a definition that refers to these names, in the place of one of the same name.
 void add_references(References& references, Symbol& name, std::span<Symbol* const> free);
 /// The same with the names in a definition as a parse has found them, which binds letters alone.
-void add_written_references(References& references, Symbol& name, std::span<Node* const> names,
-                            uint32_t free_letters);
+void add_written_references(References& references, Symbol& name, std::span<Symbol* const> names,
+                            const ByteBits& letters);
 
 struct ByName {
     bool operator()(const Symbol* a, const Symbol* b) const { return a->name < b->name; }

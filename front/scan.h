@@ -6,6 +6,7 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <string_view>
 #include <vector>
@@ -24,10 +25,39 @@ constexpr Bytes bytes_in(std::string_view set) {
 }
 inline bool contains(const Bytes& set, char byte) { return set[static_cast<uint8_t>(byte)]; }
 
+/// A set of bytes to go through: a bit for each, the least one first.
+struct ByteBits {
+    std::array<uint64_t, 4> words = {};
+
+    void add(int byte) { words[byte / 64] |= uint64_t{1} << byte % 64; }
+    template <class See>
+    void for_each(See see) const {
+        for (size_t i = 0; i < words.size(); ++i) {
+            for (uint64_t rest = words[i]; rest != 0; rest &= rest - 1) {
+                see(static_cast<char>(i * 64 + std::countr_zero(rest)));
+            }
+        }
+    }
+};
+inline ByteBits operator&(const ByteBits& a, const ByteBits& b) {
+    ByteBits both;
+    for (size_t i = 0; i < both.words.size(); ++i) both.words[i] = a.words[i] & b.words[i];
+    return both;
+}
+
 /// The first place from i on where a byte of the set stands; the end of the text if there is none.
 inline size_t find_byte(std::string_view text, size_t i, const Bytes& set) {
-    while (i < text.size() && !contains(set, text[i])) ++i;
-    return i;
+    const char* const begin = text.data();
+    const char* const end = begin + text.size();
+    const char* at = begin + i;
+    for (; end - at >= 4; at += 4) {
+        if (contains(set, at[0])) return at - begin;
+        if (contains(set, at[1])) return at + 1 - begin;
+        if (contains(set, at[2])) return at + 2 - begin;
+        if (contains(set, at[3])) return at + 3 - begin;
+    }
+    while (at < end && !contains(set, *at)) ++at;
+    return at - begin;
 }
 
 constexpr Bytes brackets = bytes_in("()[]{}");

@@ -41,7 +41,7 @@ Node* excess_parameter(Node* definition) {
 /// the program has.
 std::optional<Fault::Kind> name_fault(ModuleKind module, const Symbol& symbol) {
     if (module == ModuleKind::prelude) return std::nullopt;
-    if (is_letter(symbol.name.view())) return Fault::lower;
+    if (is_letter(symbol.name)) return Fault::lower;
     const bool is_builtin = module == ModuleKind::program && symbol.builtin;
     if (is_builtin || is_binder_key(symbol.name)) return Fault::built;
     return std::nullopt;
@@ -88,30 +88,37 @@ bool goes_on_with_name(Module& module, const Symbol& symbol, size_t position) {
     const auto kind = name_fault(module.kind, symbol);
     if (!kind) return true;
     const auto at = static_cast<int64_t>(position);
-    return goes_on_behind(module, {.kind = *kind, .definition = symbol.name, .position = at});
+    return goes_on_behind(module,
+                          {.kind = *kind, .definition = String(symbol.name), .position = at});
 }
 
-/// Adds a piece of a module that shares its parts.
-bool add_shared_piece(Module& module, std::string_view written, size_t position) {
-    std::string_view key;
-    if (position > 0) {
-        const size_t size = defined_key_size(written);
-        // A note, nearly always.
-        if (size == 0) return add_piece(module, parse_expression(written), position);
-        key = key_in(written.substr(0, size));
-        written.remove_prefix(size + 1);
-    }
-    Symbol& symbol = symbol_of(key);
-    if (position > 0 && !goes_on_with_name(module, symbol, position)) return false;
-    const SharedExpression body = parse_shared(written);
+/// Where a piece ends that was added; nothing when the check doesn't go on.
+using End = std::optional<size_t>;
+
+/// Adds the entry, which has no key, or the definition with a key of a size that stands at a place;
+/// its parts are shared.
+End add_shared_piece(Module& module, std::string_view text, size_t position, size_t key_size) {
+    Symbol& symbol = symbol_of(key_size == 0 ? "" : key_in(text.substr(position, key_size)));
+    if (key_size > 0 && !goes_on_with_name(module, symbol, position)) return {};
+    const size_t begin = key_size == 0 ? position : position + key_size + 1;
+    const SharedExpression body = parse_shared(text.substr(begin));
     module.definitions.set(symbol, Value::share(body.node));
     if (!module.unmemoised.empty()) module.unmemoised.erase(&symbol);
     if (body.other_keys == 0) {
-        add_written_references(module.references, symbol, body.names, body.free_letters);
+        add_written_references(module.references, symbol, body.names, body.letters);
     } else {
         module.loose.insert(&symbol);
     }
-    return true;
+    return begin + body.size;
+}
+
+/// Adds any piece. Its backquotes get the next lines.
+End add_own_piece(Module& module, std::string_view text, size_t position,
+                  const std::vector<int64_t>& lines, size_t& next_line) {
+    const size_t end = end_of_piece(text, position);
+    const Value piece = parse_expression(text.substr(position, end - position));
+    stamp_lines(piece, lines, next_line);
+    return add_piece(module, piece, position) ? End(end) : std::nullopt;
 }
 
 Node* current(const Symbol& symbol, const Value& slot) {
@@ -160,16 +167,12 @@ void cut_text(Module& module) {
     const std::string_view text = normalised.view();
     size_t next_line = 0;
     for (size_t next = 0; next <= text.size();) {
-        const auto [begin, end] = piece_from(text, next);
-        next = end + 1;
-        const std::string_view written = text.substr(begin, end - begin);
-        if (module.shares_parts) {
-            if (!add_shared_piece(module, written, begin)) return;
-        } else {
-            const Value piece = parse_expression(written);
-            stamp_lines(piece, lines, next_line);
-            if (!add_piece(module, piece, begin)) return;
-        }
+        const size_t key_size = next == 0 ? 0 : defined_key_size(text.substr(next));
+        const bool is_shared = module.shares_parts && (next == 0 || key_size > 0);
+        const End end = is_shared ? add_shared_piece(module, text, next, key_size)
+                                  : add_own_piece(module, text, next, lines, next_line);
+        if (!end) return;
+        next = *end + 1;
     }
     MARL_REQUIRE(next_line == lines.size());
 }
@@ -213,7 +216,8 @@ void expand_patterns(Module& module) {
 void refuse_funky_keys(Module& module) {
     each_loose(module, [&](const DefinitionList::Entry& entry) {
         for (Node* binder : find_funky(entry.expression, module.all_faults)) {
-            if (!goes_on_behind(module, {Fault::funky, entry.symbol->name, binder})) return false;
+            if (!goes_on_behind(module, {Fault::funky, String(entry.symbol->name), binder}))
+                return false;
         }
         return true;
     });
@@ -236,8 +240,8 @@ void refuse_dangling_names(Module& module) {
     if (!module.all_faults) {
         if (!alive.dangling) return;
         const Symbol* from = alive.dangling->from;
-        module.faults.push_back(
-            {Fault::undefined, from ? from->name : String(), nullptr, alive.dangling->name->name});
+        module.faults.push_back({Fault::undefined, String(from ? from->name : ""), nullptr,
+                                 String(alive.dangling->name->name)});
         return;
     }
     module.alive = std::move(alive.names);
@@ -245,16 +249,16 @@ void refuse_dangling_names(Module& module) {
         const bool is_alive = module.alive.contains(symbol);
         for (const auto& [leaf, used] : free_uses(expression)) {
             if (!is_undefined(module.references, used)) continue;
-            module.faults.push_back(
-                {is_alive ? Fault::undefined : Fault::doomed, symbol->name, leaf, used->name});
+            module.faults.push_back({is_alive ? Fault::undefined : Fault::doomed,
+                                     String(symbol->name), leaf, String(used->name)});
         }
     }
 }
 
 void remove_doomed(Module& module) {
     for (Symbol* doomed : find_doomed(module.references, module.alive)) {
-        const String& name = doomed->name;
-        if (name.empty() && !goes_on_behind(module, {Fault::doomed, name})) return;
+        const bool is_entry = doomed->name.empty();
+        if (is_entry && !goes_on_behind(module, {Fault::doomed, String()})) return;
         const auto* before = module.prelude ? module.prelude->find(*doomed) : nullptr;
         if (before) {
             module.definitions.find(*doomed)->expression = before->expression;
@@ -268,10 +272,12 @@ void refuse_captured_names(Module& module) {
     for (const auto& [symbol, expression] : module.definitions) {
         const LocalNames locals = local_names(expression);
         for (const auto& [leaf, used] : free_uses(expression)) {
-            if (is_undefined(module.references, used) || !locals.contains(used->name.view())) {
+            if (is_undefined(module.references, used) || !locals.contains(used->name)) {
                 continue;
             }
-            if (!goes_on_behind(module, {Fault::local, symbol->name, leaf, used->name})) return;
+            if (!goes_on_behind(module,
+                                {Fault::local, String(symbol->name), leaf, String(used->name)}))
+                return;
         }
     }
 }
@@ -280,7 +286,7 @@ void note_names(Module& module) {
     const References& references = module.references;
     for (const References::Entry& entry : references.entries) {
         for (const Symbol* reference : references.of(entry)) {
-            const std::string_view noted = reference->name.view();
+            const std::string_view noted = reference->name;
             if (is_noted_name(noted) && module.definitions.contains(*entry.name)) note_name(noted);
         }
     }
@@ -290,7 +296,8 @@ void give_places(Module& module) {
     each_loose(module, [&](DefinitionList::Entry& entry) {
         LocalNames locals = local_names(entry.expression);
         if (locals.excess) {
-            return goes_on_behind(module, {Fault::place, entry.symbol->name, locals.excess});
+            return goes_on_behind(module,
+                                  {Fault::place, String(entry.symbol->name), locals.excess});
         }
         if (!module.all_faults) assign_places(entry.expression, std::move(locals));
         return true;
@@ -300,7 +307,7 @@ void give_places(Module& module) {
 void refuse_excess_parameters(Module& module) {
     for (const auto& [symbol, expression] : module.definitions) {
         Node* excess = excess_parameter(expression);
-        if (excess && !goes_on_behind(module, {Fault::arity, symbol->name, excess})) return;
+        if (excess && !goes_on_behind(module, {Fault::arity, String(symbol->name), excess})) return;
     }
 }
 
@@ -342,7 +349,8 @@ void refuse_unbound_locals(Module& module) {
     for (const auto& [symbol, slot] : module.definitions) {
         if (const uint32_t free = free_set(current(*symbol, slot))) {
             const char letter = static_cast<char>('a' + std::countr_zero(free));
-            module.faults.push_back({Fault::local, symbol->name, nullptr, String({&letter, 1})});
+            module.faults.push_back(
+                {Fault::local, String(symbol->name), nullptr, String({&letter, 1})});
             return;
         }
     }

@@ -18,7 +18,7 @@ void CallKeeper::keep_calls(const State& state) {
     builtin_.clear();
     if (state.last || !state.symbol) return;
     if (state.symbol->builtin) {
-        if (reaches_outside(state.symbol->name.view())) builtin_ = call_text(state, Room{});
+        if (reaches_outside(state.symbol->name)) builtin_ = call_text(state, Room{});
     } else if (!is_plumbing(*state.symbol)) {
         enter_call(state);
     }

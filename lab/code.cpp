@@ -43,7 +43,7 @@ CodeOf code_of_definition(const String& name, bool with_native) {
 /// The names that a program itself defines, in key order.
 std::vector<String> defined_names(const Module& module) {
     std::vector<String> names;
-    for (const auto& [symbol, expression] : module.definitions) names.push_back(symbol->name);
+    for (const auto& [symbol, expression] : module.definitions) names.emplace_back(symbol->name);
     return names;
 }
 

@@ -68,7 +68,7 @@ class Debugged : public Watcher {
         const bool is_definition = !state.symbol->builtin;
         note_place(state);
         if (is_definition) enter_call(state);
-        const std::string name(state.symbol->name.view());
+        const std::string name(state.symbol->name);
         const bool is_named = goal_.names.contains(name);
         if (is_named && goal_.looks_back && number_ < goal_.number) last_found_ = number_;
         const bool is_new = number_ > told_;
@@ -149,7 +149,7 @@ class Debugged : public Watcher {
     }
 
     void on_entered(const State& state) override {
-        const std::string name(state.symbol->name.view());
+        const std::string name(state.symbol->name);
         DebugFrame frame{name, {}, spot_of_definition(process_.sources, name), {}};
         const std::vector<std::string> names = parameters_of(process_.sources, name);
         for (size_t i = 0; i < state.arguments.size(); ++i) {

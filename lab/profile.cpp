@@ -41,7 +41,7 @@ struct CallStack {
 
 std::string name_of(const Symbol* symbol) {
     if (!symbol) return "(entry)";
-    return std::string(symbol->name.view());
+    return std::string(symbol->name);
 }
 
 /// A name as a folded stack can hold it, where ";" stands between names.

@@ -130,9 +130,9 @@ void read_pieces(Program& program, std::string_view mended, const std::vector<Ra
     std::vector<size_t> places;
     const String normal = normalise(mended, places);
     for (size_t next = 0; next <= normal.view().size();) {
-        const auto [begin, end] = piece_from(normal.view(), next);
+        const size_t end = end_of_piece(normal.view(), next);
+        program.pieces.push_back(read_piece(program, normal.view(), next, end, places, damage));
         next = end + 1;
-        program.pieces.push_back(read_piece(program, normal.view(), begin, end, places, damage));
     }
 }
 

@@ -87,10 +87,10 @@ Reach find_reach(const Program& program, const std::vector<std::string>& roots) 
     add_used_names(module, program);
     run_stages(module, stages_behind_references);
 
-    for (const Symbol* name : module.alive) reach.alive.emplace(name->name.view());
+    for (const Symbol* name : module.alive) reach.alive.emplace(name->name);
     reach.loads = reach.alive.contains("load") || reach.alive.contains("road");
     for (const Symbol* name : find_doomed(module.references, module.alive)) {
-        reach.doomed.emplace(name->name.view());
+        reach.doomed.emplace(name->name);
     }
     return reach;
 }

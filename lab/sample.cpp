@@ -184,7 +184,7 @@ class Sampler {
 // Names.
 
 std::string name_of(const Symbol& symbol) {
-    return symbol.name.empty() ? "(entry)" : std::string(symbol.name.view());
+    return symbol.name.empty() ? "(entry)" : std::string(symbol.name);
 }
 
 /// Which definition an instruction belongs to.
@@ -252,7 +252,7 @@ std::vector<std::string> names_of(const Owners& owners, const Sources& sources, 
         const Builtin* builtin = builtin_at(places[i]);
         if (i == 0 && builtin && !is_operators(builtin->name)) names.emplace_back(builtin->name);
         const Symbol* symbol = symbol_at(owners, places[i]);
-        if (symbol && sources.definitions.contains(symbol->name.view())) {
+        if (symbol && sources.definitions.contains(symbol->name)) {
             names.push_back(name_of(*symbol));
         }
     }

@@ -37,7 +37,7 @@ const char* rule_word(const State& state) {
 
 /// What fires, in a word.
 std::string name_of_head(const State& state) {
-    if (state.symbol) return std::string(state.symbol->name.view());
+    if (state.symbol) return std::string(state.symbol->name);
     if (!is_leaf(state.head)) return "zits";
     switch (*leaf_text(state.head)) {
         case '\\': return "lambda";
@@ -107,7 +107,7 @@ class States : public CallKeeper {
         if (options_.full) step.left_out = left_out_of(state);
         if (state.site) place(step, state.site);
         tell_(step);
-        if (state.symbol && state.symbol->name == String(options_.until)) return false;
+        if (state.symbol && state.symbol->name == options_.until) return false;
         return options_.count < 0 || told_ < options_.count;
     }
 

@@ -213,7 +213,7 @@ class Tracing : public CallKeeper {
 
     /// What a built-in writes or shows has a Z in it.
     void note_effect(const State& state) {
-        const std::string_view name = state.symbol->name.view();
+        const std::string_view name = state.symbol->name;
         if (name != "lisp" && !acts_outside(name)) return;
         effect_failure_ = cause_in(state.arguments);
         if (!effect_failure_) return;
@@ -266,7 +266,7 @@ class Tracing : public CallKeeper {
     /// answers may be what a backquote has left.
     FailureRef failure_in(const Fired& fired, Failure own) const {
         if (!own.within.empty()) own.within.erase(own.within.begin());
-        const Site site = std::exchange(own.site, definition_site(fired.symbol->name.view()));
+        const Site site = std::exchange(own.site, definition_site(fired.symbol->name));
         find_backquote(own);
         if (!own.cause) own.site = site;
         return std::make_shared<Failure>(std::move(own));
@@ -285,7 +285,7 @@ class Tracing : public CallKeeper {
                         nullptr,
                         {}};
         if (!around.empty()) failure.within.erase(failure.within.begin());
-        failure.site = definition_site(calls.empty() ? "" : calls.back().symbol->name.view());
+        failure.site = definition_site(calls.empty() ? "" : calls.back().symbol->name);
         find_backquote(failure);
         return std::make_shared<Failure>(std::move(failure));
     }

@@ -22,7 +22,7 @@ namespace marl {
 Code& code_of(Symbol& symbol) {
     if (!symbol.code) {
         MARL_REQUIRE(is_closed(symbol.definition));  // a failed load may have left a letter unbound
-        symbol.code = make_code(symbol.definition, !is_lazy_name(symbol.name.view()));
+        symbol.code = make_code(symbol.definition, !is_lazy_name(symbol.name));
     }
     if (!symbol.code->made) prepare(*symbol.code);
     return *symbol.code;

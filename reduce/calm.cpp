@@ -50,7 +50,7 @@ void mark_all() {
     for (Symbol* symbol : defined_symbols()) symbol->calm = note_uses(*symbol, users);
     for_each_symbol([&](Symbol& symbol) {
         if (symbol.builtin)
-            symbol.calm = symbol.name.view() != "todo";
+            symbol.calm = symbol.name != "todo";
         else if (!symbol.definition)
             symbol.calm = false;
         if (!symbol.calm) restless.push_back(&symbol);

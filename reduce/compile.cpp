@@ -213,7 +213,7 @@ void Compiler::named_head(Node* name, const Terms& terms, Target target, Registe
     }
     if (rank_of(name) != symbol.parameters) return general(constant(name), terms, target, live);
     if (symbol.parameters == 0) return constant_head(name, terms, target, live);
-    if (is_lazy_name(symbol.name.view())) return lazy_head(name, terms, target, live);
+    if (is_lazy_name(symbol.name)) return lazy_head(name, terms, target, live);
     if (count < symbol.parameters) return partial(name, false, terms, target, live);
     call(name, terms, target, live);
 }

@@ -16,11 +16,21 @@ bool is_before(const DefinitionList::Entry& a, const DefinitionList::Entry& b) {
 
 /// The first bytes of a name, in an order that is the names' where they differ. No name has a NUL.
 uint64_t beginning(std::string_view name) {
-    char bytes[sizeof(uint64_t)] = {};
-    memcpy(bytes, name.data(), std::min(name.size(), sizeof bytes));
-    uint64_t word;
-    memcpy(&word, bytes, sizeof word);
-    return __builtin_bswap64(word);
+    const size_t n = name.size();
+    uint64_t word = 0;
+    if (n >= sizeof word) {
+        memcpy(&word, name.data(), sizeof word);
+        return __builtin_bswap64(word);
+    }
+    if (n >= sizeof(uint32_t)) {
+        uint32_t first, last;  // they may have bytes in common
+        memcpy(&first, name.data(), sizeof first);
+        memcpy(&last, name.data() + n - sizeof last, sizeof last);
+        word = uint64_t{__builtin_bswap32(first)} << 32;
+        return word | uint64_t{__builtin_bswap32(last)} << (sizeof word - n) * 8;
+    }
+    for (size_t i = 0; i < n; ++i) word |= uint64_t{static_cast<uint8_t>(name[i])} << (7 - i) * 8;
+    return word;
 }
 
 /// Sorts the row from a place on, equal ones as they stand.
@@ -32,16 +42,21 @@ void sort(std::vector<DefinitionList::Entry>& row, size_t from) {
     std::vector<Place> places;
     places.reserve(row.size() - from);
     for (size_t i = from; i < row.size(); ++i) {
-        places.push_back({beginning(row[i].symbol->name.view()), i});
+        places.push_back({beginning(row[i].symbol->name), i});
     }
-    std::stable_sort(places.begin(), places.end(), [&](const Place& a, const Place& b) {
+    const auto comes_before = [&](const Place& a, const Place& b) {
         if (a.beginning != b.beginning) return a.beginning < b.beginning;
         return is_before(row[a.at], row[b.at]);
-    });
+    };
+    // What a program has written often is in order, but for what came later.
+    const auto rest = std::is_sorted_until(places.begin(), places.end(), comes_before);
+    std::stable_sort(rest, places.end(), comes_before);
+    std::inplace_merge(places.begin(), rest, places.end(), comes_before);
     std::vector<DefinitionList::Entry> sorted;
-    sorted.reserve(places.size());
+    sorted.reserve(row.size());
+    for (size_t i = 0; i < from; ++i) sorted.push_back(std::move(row[i]));
     for (const Place& place : places) sorted.push_back(std::move(row[place.at]));
-    std::move(sorted.begin(), sorted.end(), row.begin() + static_cast<std::ptrdiff_t>(from));
+    row.swap(sorted);
 }
 
 }  // namespace

@@ -38,7 +38,7 @@ void lose_code(Symbol& symbol) {
 void set_definition(Symbol& symbol, Value expression) {
     if (symbol.definition.get() == expression.get()) return;
     symbol.parameters = count_parameters(expression);
-    note_definition(symbol.name.view(), expression);
+    note_definition(symbol.name, expression);
     replace_definition(symbol, std::move(expression));
 }
 

@@ -99,7 +99,7 @@ Word fire_failure(const Arguments& arguments) {
 
 Word fire_undefined(const Symbol& symbol, const Word* arguments, int count) {
     for (int i = 0; i < count; ++i) release_word(arguments[i]);
-    return abort_with(marked_leaf(']', symbol.name.view()));
+    return abort_with(marked_leaf(']', symbol.name));
 }
 
 Word fire_builtin(const Builtin& row, Word* arguments) {
@@ -220,7 +220,7 @@ Word fire_name(Node* name) {
     Node* definition = symbol.definition;
     MARL_REQUIRE(is_closed(definition));  // a failed load may have left a letter unbound
     if (symbol.unmemoised) return word_of(shared(definition));
-    if (is_leaf_of(definition, ')')) return abort_with(marked_leaf(')', symbol.name.view()));
+    if (is_leaf_of(definition, ')')) return abort_with(marked_leaf(')', symbol.name));
     if (settled(definition)) return word_of(shared(definition));
     definition = symbol.definition.take();
     symbol.definition = leaf(")");

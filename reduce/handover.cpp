@@ -56,7 +56,7 @@ Value lambda_of_let(const StackEntry& entry) {
 }
 
 Value marker_of(const Symbol& symbol) {
-    Value marker = leaf(std::string(1, ')').append(symbol.name.view()));
+    Value marker = leaf(std::string(1, ')').append(symbol.name));
     analyse(marker);
     return marker;
 }

@@ -95,10 +95,10 @@ class Line {
     }
 
     std::string called() const {
-        if (in_.d == 0) return std::string(in_.symbol->name.view());
+        if (in_.d == 0) return std::string(in_.symbol->name);
         for (const Symbol* symbol : defined_symbols()) {
             if (symbol->code && symbol->code->start() == in_.target) {
-                return std::string(symbol->name.view());
+                return std::string(symbol->name);
             }
         }
         return "?";

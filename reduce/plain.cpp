@@ -236,7 +236,7 @@ void fire_update(const Application& application, Value& focus) {
 
 void fire_constant(Symbol& symbol, Value& context, Value& focus) {
     if (symbol.unmemoised) return go_on(focus, symbol.definition);
-    const std::string_view name = symbol.name.view();
+    const std::string_view name = symbol.name;
     if (is_leaf_of(symbol.definition, ')')) return abort_with(context, focus, marked(')', name));
     if (settled(symbol.definition)) return go_on(focus, symbol.definition);
     Value expression = std::exchange(symbol.definition, leaf(")"));
@@ -269,7 +269,7 @@ void fire_name(const Application& application, Value& context, Value& focus) {
         return fire_builtin(*symbol.builtin, context, focus);
     }
     if (!symbol.definition) {
-        return abort_with(context, focus, marked(']', symbol.name.view()));
+        return abort_with(context, focus, marked(']', symbol.name));
     }
     MARL_REQUIRE(is_closed(symbol.definition));  // a failed load may have left a letter unbound
     fire_definition(symbol, application, context, focus);

@@ -1,10 +1,12 @@
 // The Symbols stand in a row that only grows, with an index by the hashes of their names, and names
-// of one byte in an array in front of it. The definitions are no table of their own: they are found
+// of one byte in an array in front of it. What is never freed needs no blocks of its own: the names
+// stand one behind the other. The definitions are no table of their own: they are found
 // by going through the Symbols, which happens a few times in a run, and never in a call.
 #include "reduce/tables.h"
 
 #include <algorithm>
-#include <deque>
+#include <cstring>
+#include <memory>
 
 #include "text/hash_index.h"
 
@@ -21,8 +23,48 @@ void define_builtin(Symbol& symbol) {
 
 namespace {
 
+/// Symbols as they were made. None of them ever moves.
+class SymbolRow {
+  public:
+    size_t size() const { return size_; }
+    Symbol& operator[](size_t i) { return chunks_[i / chunk][i % chunk]; }
+    Symbol& add() {
+        if (size_ % chunk == 0) chunks_.push_back(std::make_unique<Symbol[]>(chunk));
+        return (*this)[size_++];
+    }
+
+  private:
+    static constexpr size_t chunk = 128;
+    std::vector<std::unique_ptr<Symbol[]>> chunks_;
+    size_t size_ = 0;
+};
+
+/// Texts that stay.
+class KeptTexts {
+  public:
+    std::string_view keep(std::string_view text) {
+        if (text.size() > room_) make_room(text.size());
+        char* kept = next_;
+        memcpy(kept, text.data(), text.size());
+        next_ += text.size();
+        room_ -= text.size();
+        return {kept, text.size()};
+    }
+
+  private:
+    void make_room(size_t size) {
+        room_ = std::max(size, size_t{1} << 14);
+        next_ = blocks_.emplace_back(std::make_unique_for_overwrite<char[]>(room_)).get();
+    }
+
+    std::vector<std::unique_ptr<char[]>> blocks_;
+    char* next_ = nullptr;
+    size_t room_ = 0;
+};
+
 struct SymbolTable {
-    std::deque<Symbol> all;  // as they were made
+    SymbolRow all;
+    KeptTexts names;
     HashIndex by_name;
     std::vector<Symbol*> in_key_order;  // of those that there were when somebody asked last
     Symbol* of_one_byte[256] = {};      // which most Leaves hold
@@ -34,16 +76,14 @@ SymbolTable& symbols() {
     return *table;
 }
 
-bool is_before(const Symbol* a, const Symbol* b) { return a->name.view() < b->name.view(); }
+bool is_before(const Symbol* a, const Symbol* b) { return a->name < b->name; }
 
 const std::vector<Symbol*>& symbols_in_key_order() {
     SymbolTable& table = symbols();
     std::vector<Symbol*>& sorted = table.in_key_order;
     const auto known = static_cast<std::ptrdiff_t>(sorted.size());
     if (sorted.size() == table.all.size()) return sorted;
-    for (auto symbol = table.all.begin() + known; symbol != table.all.end(); ++symbol) {
-        sorted.push_back(&*symbol);
-    }
+    for (size_t i = sorted.size(); i < table.all.size(); ++i) sorted.push_back(&table.all[i]);
     std::sort(sorted.begin() + known, sorted.end(), is_before);
     std::inplace_merge(sorted.begin(), sorted.begin() + known, sorted.end(), is_before);
     return sorted;
@@ -79,8 +119,8 @@ const Builtin* find_builtin(std::string_view name, uint64_t hash) {
 
 Symbol& make_symbol(std::string_view name, const Builtin* builtin) {
     SymbolTable& table = symbols();
-    Symbol& symbol = table.all.emplace_back();
-    symbol.name = String(name);
+    Symbol& symbol = table.all.add();
+    symbol.name = table.names.keep(name);
     if (name.size() == 1) table.of_one_byte[static_cast<uint8_t>(name[0])] = &symbol;
     symbol.builtin = builtin;
     if (builtin) define_builtin(symbol);
@@ -97,7 +137,7 @@ Symbol* find_symbol(std::string_view name) {
     const uint64_t hash = hash_of_bytes(name);
     SymbolTable& table = symbols();
     const uint32_t place =
-        table.by_name.find(hash, [&](uint32_t i) { return table.all[i].name.view() == name; });
+        table.by_name.find(hash, [&](uint32_t i) { return table.all[i].name == name; });
     if (place != no_place) return &table.all[place];
     return find_builtin(name, hash) ? &symbol_of(name) : nullptr;
 }
@@ -111,7 +151,7 @@ Symbol& symbol_of(std::string_view name) {
     SymbolTable& table = symbols();
     const auto next = static_cast<uint32_t>(table.all.size());
     const uint32_t place = table.by_name.find_or_enter(
-        hash, next, [&](uint32_t i) { return table.all[i].name.view() == name; });
+        hash, next, [&](uint32_t i) { return table.all[i].name == name; });
     return place == next ? make_symbol(name, find_builtin(name, hash)) : table.all[place];
 }
 
@@ -136,7 +176,8 @@ Symbol* next_defined_symbol(const Symbol* after) {
 }
 
 void for_each_symbol(const std::function<void(Symbol&)>& see) {
-    for (Symbol& symbol : symbols().all) see(symbol);
+    SymbolRow& all = symbols().all;
+    for (size_t i = 0; i < all.size(); ++i) see(all[i]);
 }
 
 std::vector<Symbol*> defined_symbols() {

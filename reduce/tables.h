@@ -43,7 +43,7 @@ struct Symbol {
     Symbol();
     ~Symbol();  // reduce/definitions.cpp, where the code is known
 
-    String name;
+    std::string_view name;  // of bytes that stay for the life of the process
     const Builtin* builtin = nullptr;
     Value definition;            // null when the name has none
     int binders = 0;             // of the name around where a walk over scopes stands

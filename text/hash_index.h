@@ -8,16 +8,14 @@
 #include <utility>
 #include <vector>
 
+#include "text/swar.h"
+
 namespace marl {
 
-/// Spreads what differs in any bit over all of them.
-inline uint64_t mix(uint64_t h) {
-    h ^= h >> 32;
-    h *= 0xD6E8FEB86659FD93;
-    h ^= h >> 32;
-    h *= 0xD6E8FEB86659FD93;
-    h ^= h >> 32;
-    return h;
+/// Spreads what differs in any bit of either over all of them.
+inline uint64_t mix(uint64_t a, uint64_t b = 0xD6E8FEB86659FD93) {
+    const Wide product = Wide{a} * b;
+    return static_cast<uint64_t>(product) ^ static_cast<uint64_t>(product >> 64);
 }
 
 /// Equal for equal bytes, the same in every run.
@@ -143,7 +141,7 @@ class HashIndex {
         return i;
     }
 
-    void grow() {
+    [[gnu::noinline]] void grow() {
         std::vector<Slot> old(slots_.empty() ? 1024 : slots_.size() * 2);
         old.swap(slots_);
         mask_ = slots_.size() - 1;

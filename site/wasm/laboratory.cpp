@@ -90,7 +90,7 @@ class Walk : public Watcher {
     bool at(State& state, Value&) override {
         note(state);
         answer["last"] = state.number;
-        const bool wanted = state.symbol && state.symbol->name.view() == name_;
+        const bool wanted = state.symbol && state.symbol->name == name_;
         if (wanted && state.number >= from_) {
             answer["call"] = call_text(state, Room{});
             return false;
@@ -127,7 +127,7 @@ class Calls : public Watcher {
     }
 
     bool is_wanted(const Symbol& symbol) const {
-        if (!name_.empty()) return symbol.name.view() == name_;
+        if (!name_.empty()) return symbol.name == name_;
         return !symbol.builtin && !is_plumbing(symbol);
     }
 

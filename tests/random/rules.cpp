@@ -323,7 +323,7 @@ std::string result_by_the_rules() {
     {
         std::unordered_map<Node*, Ref> made;
         for (Symbol* symbol : defined_symbols()) {
-            known[std::string(symbol->name.view())] = term_of(symbol->definition, made);
+            known[std::string(symbol->name)] = term_of(symbol->definition, made);
         }
         // The check holds every settled part of the program.
         for (const auto& [node, term] : made) {

@@ -15,7 +15,7 @@ void expect_same(const DefinitionList& list, const Map& map) {
     auto expected = map.begin();
     for (const auto& [symbol, expression] : list) {
         ASSERT_NE(expected, map.end());
-        EXPECT_EQ(symbol->name.view(), expected->first);
+        EXPECT_EQ(symbol->name, expected->first);
         EXPECT_EQ(expression.get(), expected->second);
         ++expected;
     }

@@ -91,7 +91,7 @@ TEST_F(Front, free_names_are_those_that_no_binder_holds) {
                                                    {"a+", "+ a } "}}) {
         std::string names;
         for (const Symbol* symbol : free_names(parse_expression(expression))) {
-            names += std::string(symbol->name.view()) + " ";
+            names += std::string(symbol->name) + " ";
         }
         EXPECT_EQ(names, expected) << expression;
     }
