@@ -464,6 +464,10 @@ class Parser {
         Run<Term>& now = frames_.back().run;
         if (now.stretch && !now.before && now.leading.empty())
             return std::exchange(now.stretch, {});
+        return finish_run_of_more();
+    }
+
+    [[gnu::noinline]] Term finish_run_of_more() {
         Run<Term> run = std::exchange(frames_.back().run, {});
         if (run.stretch) {
             end_stretch(run);

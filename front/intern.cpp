@@ -154,9 +154,16 @@ void drop_unsettled_members() {
     InternSet& set = intern_set();
     // What a parse has made for definitions that were replaced or removed is held by nobody else,
     // and may have names in it that mean nothing.
-    set.remove_all([](Node* node) { return count_of(node) == 1; });
-    for (const Member& member : set.members) analyse(member.node);  // children came in before
-    set.remove_all([](Node* node) { return !settled_analysed(node); });
+    set.remove_unheld();
+    set.keep([](Node* node) {
+        analyse(node);  // its children came in before
+        return settled_analysed(node);
+    });
+}
+
+void expect_members(size_t bytes) {
+    std::vector<Member>& members = intern_set().members;
+    members.reserve(members.size() + bytes / 4);
 }
 
 void drop_unsettled(Node* expression) {

@@ -27,6 +27,8 @@ void drop_unsettled(Node* expression);
 
 /// How many members the set has.
 size_t intern_set_size();
+/// Makes room for what a text of so many bytes will add. What of it stays unused costs nothing.
+void expect_members(size_t bytes);
 
 /// Takes the Pairs out that hold a todo and came in when the set had `from` members or more, with
 /// nothing taken out since. Where the interned form of a text isn't what becomes of it, its todo

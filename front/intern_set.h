@@ -118,22 +118,38 @@ struct InternSet {
         release(leaving.node);
     }
 
-    /// Takes out what passes the test, from the last member on, in the same way.
-    template <class Test>
-    void remove_all(Test leaves) {
+    /// Takes out what nobody else holds, from the last member on, in the same way: the parts of one
+    /// came in before it.
+    void remove_unheld() {
         by_structure = by_address = {};
-        for (size_t i = members.size(); i-- > 0;) {
+        const size_t all = members.size();
+        for (size_t i = all; i-- > 0;) {
             Node* node = members[i].node;
-            if (!leaves(node)) continue;
+            if (count_of(node) != 1) continue;
             members[i] = members.back();
             members.pop_back();
             release(node);
         }
+        if (members.size() != all) keep([](Node*) { return true; });
+    }
+
+    /// Takes out all but what passes the test, which sees the members as they stand.
+    template <class Test>
+    void keep(Test stays) {
+        by_structure = by_address = {};
         of_letter.fill(no_place);
-        for (size_t i = 0; i < members.size(); ++i) {
-            Node* node = members[i].node;
-            if (is_letter_leaf(node)) of_letter[first_byte(node)] = static_cast<uint32_t>(i);
+        size_t kept = 0;
+        for (const Member& member : members) {
+            if (!stays(member.node)) {
+                release(member.node);
+                continue;
+            }
+            if (is_letter_leaf(member.node)) {
+                of_letter[first_byte(member.node)] = static_cast<uint32_t>(kept);
+            }
+            members[kept++] = member;
         }
+        members.resize(kept);
     }
 
   private:

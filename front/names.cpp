@@ -72,28 +72,36 @@ std::vector<Symbol*> free_names(Node* expression) {
     return names;
 }
 
-void add_references(References& references, Symbol& name, std::span<Symbol* const> free) {
-    const auto begin = static_cast<uint32_t>(references.names.size());
-    references.names.insert(references.names.end(), free.begin(), free.end());
-    const auto end = static_cast<uint32_t>(references.names.size());
+namespace {
+
+/// Enters a definition that refers to the names from a place on.
+void enter(References& references, Symbol& name, size_t begin) {
     if (!references.find(&name)) {
         name.entry = static_cast<uint32_t>(references.entries.size());
         references.entries.push_back({});
     }
-    references.entries[name.entry] = {&name, begin, end};
+    references.entries[name.entry] = {&name, static_cast<uint32_t>(begin),
+                                      static_cast<uint32_t>(references.names.size())};
+}
+
+}  // namespace
+
+void add_references(References& references, Symbol& name, std::span<Symbol* const> free) {
+    const size_t begin = references.names.size();
+    references.names.insert(references.names.end(), free.begin(), free.end());
+    enter(references, name, begin);
 }
 
 void add_written_references(References& references, Symbol& name, std::span<Symbol* const> names,
                             const ByteBits& letters) {
     static uint32_t search = 0;
-    static auto& free = *new std::vector<Symbol*>;  // kept for the next time
-    free.clear();
+    const size_t begin = references.names.size();
     ++search;
     for (Symbol* symbol : names) {
-        if (std::exchange(symbol->search, search) != search) free.push_back(symbol);
+        if (std::exchange(symbol->search, search) != search) references.names.push_back(symbol);
     }
-    letters.for_each([](char letter) { free.push_back(&symbol_of({&letter, 1})); });
-    add_references(references, name, free);
+    letters.for_each([&](char letter) { references.names.push_back(&symbol_of({&letter, 1})); });
+    enter(references, name, begin);
 }
 
 bool is_undefined(const References& references, const Symbol* name) {

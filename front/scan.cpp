@@ -3,8 +3,9 @@
 // counted together, since text that comes here balances.
 #include "front/scan.h"
 
+#include <cstring>
+
 #include "text/fatal.h"
-#include "text/rope.h"
 
 namespace marl {
 
@@ -77,24 +78,27 @@ String normalise_seen(std::string_view source, See see) {
     while (i < end && is_white(source[i])) ++i;
 
     const std::string_view all = source.substr(0, end);
-    Rope rope;
-    rope.bytes.reserve(end - i);
+    String normal = String::with_size(static_cast<int64_t>(end - i));
+    char* const begin = normal.mutable_data();
+    char* next = begin;
     while (i < end) {
         const size_t from = i;
         if (is_white(source[i])) {
             while (is_white(source[i])) ++i;
             if (!separates(source[from - 1], source[i])) continue;
             see(from, 1);
-            rope_push(rope, ' ');
+            *next++ = ' ';
         } else {
             i = source[i] == '['
                     ? static_cast<size_t>(match_bracket(source, static_cast<int64_t>(i)) + 1)
                     : find_byte(all, i, ends_kept_run);
             see(from, i - from);
-            rope_append(rope, source.substr(from, i - from));
+            memcpy(next, &source[from], i - from);
+            next += i - from;
         }
     }
-    return rope_flatten(rope);
+    shorten(normal, next - begin);
+    return normal;
 }
 
 }  // namespace

@@ -165,6 +165,7 @@ void cut_text(Module& module) {
     const String normalised = normalise(module.text.view());
     module.text = String();
     const std::string_view text = normalised.view();
+    if (module.shares_parts) expect_members(text.size());
     size_t next_line = 0;
     for (size_t next = 0; next <= text.size();) {
         const size_t key_size = next == 0 ? 0 : defined_key_size(text.substr(next));

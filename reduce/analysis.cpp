@@ -38,6 +38,8 @@ void analyse_leaf(Node* leaf) {
         default: break;
     }
     if (!is_name_byte(first_byte(leaf))) return set_rank(leaf, 1);
+    const Symbol* known = symbol_slot(leaf);
+    if (known && known->definition) return set_rank(leaf, known->parameters);
     // Most names are one byte long, and most of those are results of built-ins.
     const char* text = leaf_text(leaf);
     const std::string_view name =

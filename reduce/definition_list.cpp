@@ -102,12 +102,13 @@ void DefinitionList::add(const DefinitionList& other) {
     joined.reserve(size() + other.size());
     std::vector<Entry> own = std::exchange(in_order(), {});
     auto from = other.begin();
+    const auto end = other.end();
     for (Entry& entry : own) {
-        for (; from != other.end() && is_before(*from, entry); ++from) joined.push_back(*from);
-        if (from != other.end() && from->symbol == entry.symbol) ++from;
+        for (; from != end && is_before(*from, entry); ++from) joined.push_back(*from);
+        if (from != end && from->symbol == entry.symbol) ++from;
         joined.push_back(std::move(entry));
     }
-    joined.insert(joined.end(), from, other.end());
+    joined.insert(joined.end(), from, end);
     row_ = std::move(joined);
     in_place_ = row_.size();
 }

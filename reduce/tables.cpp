@@ -117,14 +117,21 @@ const Builtin* find_builtin(std::string_view name, uint64_t hash) {
     return place == no_place ? nullptr : index.rows[place];
 }
 
-Symbol& make_symbol(std::string_view name, const Builtin* builtin) {
-    SymbolTable& table = symbols();
+Symbol& make_symbol(SymbolTable& table, std::string_view name, const Builtin* builtin) {
     Symbol& symbol = table.all.add();
     symbol.name = table.names.keep(name);
     if (name.size() == 1) table.of_one_byte[static_cast<uint8_t>(name[0])] = &symbol;
     symbol.builtin = builtin;
     if (builtin) define_builtin(symbol);
     return symbol;
+}
+
+[[gnu::noinline]] Symbol& find_or_make(SymbolTable& table, std::string_view name) {
+    const uint64_t hash = hash_of_bytes(name);
+    const auto next = static_cast<uint32_t>(table.all.size());
+    const uint32_t place = table.by_name.find_or_enter(
+        hash, next, [&](uint32_t i) { return table.all[i].name == name; });
+    return place == next ? make_symbol(table, name, find_builtin(name, hash)) : table.all[place];
 }
 
 /// The Symbol of a name of one byte; null when there is none yet.
@@ -143,16 +150,12 @@ Symbol* find_symbol(std::string_view name) {
 }
 
 Symbol& symbol_of(std::string_view name) {
+    SymbolTable& table = symbols();
     if (name.size() == 1) {
-        Symbol* letter = of_letter(static_cast<uint8_t>(name[0]));
+        Symbol* letter = table.of_one_byte[static_cast<uint8_t>(name[0])];
         if (letter) return *letter;
     }
-    const uint64_t hash = hash_of_bytes(name);
-    SymbolTable& table = symbols();
-    const auto next = static_cast<uint32_t>(table.all.size());
-    const uint32_t place = table.by_name.find_or_enter(
-        hash, next, [&](uint32_t i) { return table.all[i].name == name; });
-    return place == next ? make_symbol(name, find_builtin(name, hash)) : table.all[place];
+    return find_or_make(table, name);
 }
 
 Symbol& bind_symbol(Node* name_leaf) {

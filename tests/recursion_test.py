@@ -25,7 +25,7 @@ BOUNDED = {
     "node_(in_place_of|of_tagged|of_cell)|remainder_of|template_of|run_template|run|hoist_applied|construct|"
     "lay_out_frame|take_(code_away|parameters)|push_(parts|operands)|"
     "give_code_to_lambdas|take_numbers_from_nodes|is_settled_with|const": "parts nest as expressions in code do",
-    "analyse_.*|free_set|(find|make|bind)_symbol|symbol_of|define_builtin|Symbol::~Symbol":
+    "analyse_.*|free_set|(find|make|bind)_symbol|symbol_of|find_or_make|define_builtin|Symbol::~Symbol":
         "what these ask of a node costs no walk",
     "destroy|Value::~Value|run_todo_action": "runs within runs have a limit",
     "mag_(add|mul)|multiply(_equal|_transform)?|lowest_pieces|forward|backward|change_base|read_bits|"

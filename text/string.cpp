@@ -87,6 +87,17 @@ String concat(std::string_view a, std::string_view b) {
 
 void append(String& s, std::string_view t) { s = concat(s.view(), t); }
 
+void shorten(String& s, int64_t n) {
+    MARL_REQUIRE(n >= 0 && n <= s.length());
+    if (n == s.length()) return;
+    if (n == 0) {
+        s = String();
+        return;
+    }
+    s.mutable_data()[n] = 0;
+    s.body_->length = n;
+}
+
 String sub(const String& s, int64_t start, int64_t count) {
     MARL_REQUIRE(start >= 0 && count >= 0 && start <= s.length());
     return String(s.view().substr(static_cast<size_t>(start), static_cast<size_t>(count)));

@@ -43,6 +43,7 @@ class String {
     friend bool operator==(const String& a, const String& b) { return a.view() == b.view(); }
     /// Unsigned bytes over the common length, then the shorter first.
     friend std::strong_ordering operator<=>(const String& a, const String& b);
+    friend void shorten(String& s, int64_t n);
 
   private:
     explicit String(StringBody* body) : body_(body) {}
@@ -54,6 +55,9 @@ String concat(std::string_view a, std::string_view b);
 inline String concat(const String& a, const String& b) { return concat(a.view(), b.view()); }
 /// s becomes s followed by t.
 void append(String& s, std::string_view t);
+/// s becomes its first n bytes, 0 <= n <= length, else a fatal stop. A body of its own keeps its
+/// size.
+void shorten(String& s, int64_t n);
 /// At most `count` bytes from `start` on. A negative start or count, and a start past the end, are
 /// fatal stops.
 String sub(const String& s, int64_t start, int64_t count);
