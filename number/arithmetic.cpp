@@ -469,6 +469,18 @@ bool powa_on_words(Word* arguments, Word& result) {
     return true;
 }
 
+/// A sum or a difference of two long numbers, which no Word holds.
+template <Value (*operate)(Node* x, Node* y)>
+bool long_on_words(Word* arguments, Word& result) {
+    if (!is_node(arguments[0]) || !is_node(arguments[1])) return false;
+    Value made = operate(node_of(arguments[0]), node_of(arguments[1]));
+    if (!made) return false;
+    result = word_of_new(std::move(made));
+    release_word(arguments[0]);
+    release_word(arguments[1]);
+    return true;
+}
+
 bool wave_on_words(Word* arguments, Word& result) {
     if (!is_short(arguments[0])) return false;
     result = word_of_i64(-short_of(arguments[0]));
@@ -476,10 +488,14 @@ bool wave_on_words(Word* arguments, Word& result) {
 }
 
 constexpr Builtin rows[] = {
-    {"plus", 2, plus}, {"dash", 2, dash},
-    {"mult", 2, mult}, {"over", 2, over},
-    {"cent", 2, cent}, {"powa", 2, powa, powa_on_words},
-    {"buck", 1, buck}, {"wave", 1, wave, wave_on_words},
+    {"plus", 2, plus, long_on_words<hint_add_long>},
+    {"dash", 2, dash, long_on_words<hint_sub_long>},
+    {"mult", 2, mult},
+    {"over", 2, over},
+    {"cent", 2, cent},
+    {"powa", 2, powa, powa_on_words},
+    {"buck", 1, buck},
+    {"wave", 1, wave, wave_on_words},
 };
 
 }  // namespace

@@ -110,21 +110,28 @@ int64_t decimal_length(const Limbs& decimal) {
     return limb_length(decimal.back()) + Decimal::digits * static_cast<int64_t>(decimal.size() - 1);
 }
 
-int64_t write_top_limb(char* to, uint64_t limb) {
-    const int64_t n = limb_length(limb);
-    write_limb(to, limb * powers_of_ten[static_cast<size_t>(Decimal::digits - n)]);
-    return n;
+void write_first_digits(char* to, const Limbs& decimal) {
+    const uint64_t top = decimal.back();
+    const auto n = static_cast<size_t>(limb_length(top));
+    uint64_t first = 0;
+    if (n >= 3) {
+        first = top / powers_of_ten[n - 3];
+    } else {
+        const uint64_t next = decimal[decimal.size() - 2];
+        first = top * powers_of_ten[3 - n] + next / powers_of_ten[Decimal::digits - (3 - n)];
+    }
+    to[0] = static_cast<char>('0' + first / 100);
+    to[1] = static_cast<char>('0' + first / 10 % 10);
+    to[2] = static_cast<char>('0' + first % 10);
 }
 
 void write_decimal(char* to, const Limbs& decimal) {
     if (decimal.empty()) return;
-    if (decimal.size() == 1) {
-        char digits[Decimal::digits];
-        const int64_t n = write_top_limb(digits, decimal[0]);
-        memcpy(to, digits, static_cast<size_t>(n));
-        return;
-    }
-    to += write_top_limb(to, decimal.back());
+    char top[Decimal::digits];
+    write_limb(top, decimal.back());
+    const auto n = static_cast<size_t>(limb_length(decimal.back()));
+    memcpy(to, top + Decimal::digits - n, n);
+    to += n;
     for (size_t i = decimal.size() - 1; i-- > 0; to += Decimal::digits) write_limb(to, decimal[i]);
 }
 

@@ -21,9 +21,8 @@ Limbs decimal_of_text(std::string_view digits);
 int64_t decimal_length(const Limbs& decimal);
 /// Writes these digits, without a NUL.
 void write_decimal(char* to, const Limbs& decimal);
-/// Writes those of the limb at the top, which isn't 0, and gives how many they are; there is room
-/// for those of a full limb, which is written over.
-int64_t write_top_limb(char* to, uint64_t limb);
+/// Writes the first three of the digits of two limbs or more.
+void write_first_digits(char* to, const Limbs& decimal);
 
 /// Half of decimal limbs, rounded down.
 void halve(Limbs& decimal);

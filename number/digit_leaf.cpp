@@ -27,8 +27,8 @@ Value digit_leaf(DigitText text) {
         write_text(bytes, text);
         return made;
     }
-    memset(bytes, '0', static_cast<size_t>(text.zeros));
-    write_top_limb(bytes + text.zeros, decimal.back());
+    if (text.zeros > 0) memset(bytes, '0', static_cast<size_t>(text.zeros));
+    write_first_digits(bytes + text.zeros, decimal);
     set_text_due(made, n);
     leaf_limbs(made) = std::move(text.decimal);
     return made;

@@ -62,12 +62,8 @@ const Limbs* limbs_at_hand(Node* x) {
 }
 
 Value sum_or_difference(Node* x, Node* y, bool subtract) {
-    const Limbs* long_x = limbs_at_hand(x);
-    const Limbs* long_y = long_x ? limbs_at_hand(y) : nullptr;
-    if (long_y && !subtract) return hint_of(false, mag_add<Decimal>(*long_x, *long_y));
-    if (long_y && mag_compare(*long_x, *long_y) > 0) {
-        return hint_of(false, mag_sub<Decimal>(*long_x, *long_y));
-    }
+    Value at_once = subtract ? hint_sub_long(x, y) : hint_add_long(x, y);
+    if (at_once) return at_once;
     const Magnitude a = magnitude_of(x);
     const Magnitude b = magnitude_of(y);
     if (!a.is_list || !b.is_list) return leaf_Z();
@@ -81,6 +77,19 @@ Value sum_or_difference(Node* x, Node* y, bool subtract) {
 }
 
 }  // namespace
+
+Value hint_add_long(Node* x, Node* y) {
+    const Limbs* a = limbs_at_hand(x);
+    const Limbs* b = limbs_at_hand(y);
+    return a && b ? digit_leaf({0, mag_add<Decimal>(*a, *b)}) : Value();
+}
+
+Value hint_sub_long(Node* x, Node* y) {
+    const Limbs* a = limbs_at_hand(x);
+    const Limbs* b = limbs_at_hand(y);
+    const bool is_ready = a && b && mag_compare(*a, *b) > 0;
+    return is_ready ? digit_leaf({0, mag_sub<Decimal>(*a, *b)}) : Value();
+}
 
 Value hint_add(Node* x, Node* y) {
     WideInt a, b, sum;

@@ -17,6 +17,10 @@ namespace marl {
 
 Value hint_add(Node* x, Node* y);
 Value hint_sub(Node* x, Node* y);
+/// x + y, or x - y where x is greater, of two long Leaves that are not negative and have their
+/// limbs; null, and nothing is done, for any others.
+Value hint_add_long(Node* x, Node* y);
+Value hint_sub_long(Node* x, Node* y);
 Value hint_mul(Node* x, Node* y);
 /// The quotient rounded toward minus infinity; `Z` when y is zero.
 Value hint_div(Node* x, Node* y);

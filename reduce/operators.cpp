@@ -130,6 +130,16 @@ Node* call(const Builtin& builtin, Word x, Word y) {
     return result.take();
 }
 
+/// x op y of two long numbers.
+[[gnu::noinline]] Word operate_long(Op op, Word x, Word y) {
+    const Builtin& builtin = builtin_of(op);
+    Word arguments[2] = {x, y};
+    Word result;
+    const bool is_done = builtin.on_words && !keeps_identity && builtin.on_words(arguments, result);
+    if (!is_done) return word_of_result(call(builtin, x, y));
+    return is_long_number(result) ? result : word_of_result(node_of(result));
+}
+
 }  // namespace
 
 void bind_operators() {
@@ -149,7 +159,7 @@ Word word_of_result(Node* node) {
 }
 
 Word operate_slowly(Op op, Word x, Word y) {
-    if (is_long_number(x) && is_long_number(y)) return word_of_result(call(builtin_of(op), x, y));
+    if (is_long_number(x) && is_long_number(y)) return operate_long(op, x, y);
     int64_t a, b, result;
     if (number_of(x, a) && number_of(y, b) && operate_integers(op, a, b, result)) {
         release_word(x);

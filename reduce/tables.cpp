@@ -5,7 +5,6 @@
 #include "reduce/tables.h"
 
 #include <algorithm>
-#include <cstring>
 #include <memory>
 
 #include "text/hash_index.h"
@@ -45,7 +44,7 @@ class KeptTexts {
     std::string_view keep(std::string_view text) {
         if (text.size() > room_) make_room(text.size());
         char* kept = next_;
-        memcpy(kept, text.data(), text.size());
+        text.copy(kept, text.size());
         next_ += text.size();
         room_ -= text.size();
         return {kept, text.size()};

@@ -3,7 +3,7 @@
 // Most results of long arithmetic only meet more arithmetic, which works in limbs of 18 digits. So
 // the Leaf of a long number keeps its limbs, in front of the header, and its text is written when
 // somebody asks for it. The room behind the header is there from the start and the Leaf is complete
-// but for these bytes: the length, the zeros at the front and the digits of the top limb stand, so
+// but for these bytes: the length, the zeros at the front and three digits behind them stand, so
 // that the first three bytes can be looked at, and the NUL. Until the text is written its last byte
 // is 0. `leaf_bytes` is the way to it.
 //
