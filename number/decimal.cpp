@@ -110,15 +110,16 @@ int64_t decimal_length(const Limbs& decimal) {
     return limb_length(decimal.back()) + Decimal::digits * static_cast<int64_t>(decimal.size() - 1);
 }
 
-void write_first_digits(char* to, const Limbs& decimal) {
+void write_first_digits(char* to, const Limbs& decimal, int64_t n) {
     const uint64_t top = decimal.back();
-    const auto n = static_cast<size_t>(limb_length(top));
+    const size_t of_top = static_cast<size_t>(n) - Decimal::digits * (decimal.size() - 1);
     uint64_t first = 0;
-    if (n >= 3) {
-        first = top / powers_of_ten[n - 3];
+    if (of_top >= 3) {
+        first = top / powers_of_ten[of_top - 3];
     } else {
+        const size_t of_next = 3 - of_top;
         const uint64_t next = decimal[decimal.size() - 2];
-        first = top * powers_of_ten[3 - n] + next / powers_of_ten[Decimal::digits - (3 - n)];
+        first = top * powers_of_ten[of_next] + next / powers_of_ten[Decimal::digits - of_next];
     }
     to[0] = static_cast<char>('0' + first / 100);
     to[1] = static_cast<char>('0' + first / 10 % 10);

@@ -21,8 +21,8 @@ Limbs decimal_of_text(std::string_view digits);
 int64_t decimal_length(const Limbs& decimal);
 /// Writes these digits, without a NUL.
 void write_decimal(char* to, const Limbs& decimal);
-/// Writes the first three of the digits of two limbs or more.
-void write_first_digits(char* to, const Limbs& decimal);
+/// Writes the first three of the n digits of two limbs or more.
+void write_first_digits(char* to, const Limbs& decimal, int64_t n);
 
 /// Half of decimal limbs, rounded down.
 void halve(Limbs& decimal);

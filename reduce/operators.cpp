@@ -140,26 +140,7 @@ Node* call(const Builtin& builtin, Word x, Word y) {
     return is_long_number(result) ? result : word_of_result(node_of(result));
 }
 
-}  // namespace
-
-void bind_operators() {
-    for (const auto& [name, op] : operators) {
-        Symbol& symbol = symbol_of(name);
-        symbol.operation = static_cast<int8_t>(op);
-        builtins[static_cast<size_t>(op)] = symbol.builtin;
-    }
-}
-
-Word word_of_result(Node* node) {
-    Word word;
-    if (keeps_identity) return word_of(node);
-    if (count_of(node) != 1 || !as_plain_word(node, word)) return word_of(node);
-    release(node);
-    return word;
-}
-
-Word operate_slowly(Op op, Word x, Word y) {
-    if (is_long_number(x) && is_long_number(y)) return operate_long(op, x, y);
+[[gnu::noinline]] Word operate_other(Op op, Word x, Word y) {
     int64_t a, b, result;
     if (number_of(x, a) && number_of(y, b) && operate_integers(op, a, b, result)) {
         release_word(x);
@@ -180,6 +161,29 @@ Word operate_slowly(Op op, Word x, Word y) {
         return word_of_wide(wide_result);
     }
     return word_of_result(call(builtin_of(op), x, y));
+}
+
+}  // namespace
+
+void bind_operators() {
+    for (const auto& [name, op] : operators) {
+        Symbol& symbol = symbol_of(name);
+        symbol.operation = static_cast<int8_t>(op);
+        builtins[static_cast<size_t>(op)] = symbol.builtin;
+    }
+}
+
+Word word_of_result(Node* node) {
+    Word word;
+    if (keeps_identity) return word_of(node);
+    if (count_of(node) != 1 || !as_plain_word(node, word)) return word_of(node);
+    release(node);
+    return word;
+}
+
+Word operate_slowly(Op op, Word x, Word y) {
+    const bool are_long = is_long_number(x) && is_long_number(y);
+    return are_long ? operate_long(op, x, y) : operate_other(op, x, y);
 }
 
 Truth compare_slowly(Op op, Word x, Word y, Word& result) {

@@ -1,6 +1,5 @@
 #include "value/blocks.h"
 
-#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <cstdlib>
@@ -17,24 +16,30 @@ namespace {
 constexpr size_t kept_limit = size_t{1} << 20;
 /// Bytes of blocks on the lists.
 constexpr size_t all_kept_limit = size_t{4} << 20;
-constexpr int least_octave = 6;
+/// Up to here sizes differ by a step.
+constexpr size_t even_limit = 2048;
+constexpr size_t even_step = 32;
+constexpr size_t even_sizes = even_limit / even_step;
+constexpr int least_octave = std::bit_width(even_limit);
 
 struct SizeClass {
     size_t index;
     size_t capacity;
 };
 SizeClass size_class(size_t size) {
-    const size_t last = std::max(size - 1, size_t{1} << (least_octave - 1));
+    const size_t last = size - 1;
+    if (size <= even_limit) return {last / even_step, (last / even_step + 1) * even_step};
     const auto octave = static_cast<int>(std::bit_width(last));
     const size_t quarter = last >> (octave - 3) & 3;
     const size_t step = size_t{1} << (octave - 3);
-    return {static_cast<size_t>(octave - least_octave) * 4 + quarter, (last / step + 1) * step};
+    return {even_sizes + static_cast<size_t>(octave - least_octave) * 4 + quarter,
+            (last / step + 1) * step};
 }
 
 struct KeptBlock {
     KeptBlock* next;
 };
-KeptBlock* lists[4 * 20];
+KeptBlock* lists[even_sizes + 4 * 10];
 size_t kept = 0;
 
 }  // namespace

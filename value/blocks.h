@@ -1,8 +1,9 @@
 // Blocks for long numbers and their limbs.
 //
 // A loop over long numbers frees at each turn what it needs again at the next one, in sizes that
-// the general allocator looks for each time. So freed blocks stay on lists, one for each size: four
-// sizes to an octave, up to a limit of bytes for all together. Builds with sanitizers have no
+// the general allocator looks for each time. So freed blocks stay on lists, one for each size: the
+// small ones differ by as much each, of the others there are four sizes to an octave. They stay up
+// to a limit of bytes for all together. Builds with sanitizers have no
 // lists.
 #pragma once
 

@@ -26,15 +26,14 @@ void free_leaf(Node* leaf) {
         return free_node(symbol_word(leaf), letter_leaf_size);
     }
     const int64_t n = length(leaf);
-    const size_t front = leaf_front_size(kind, n);
     const size_t size = sizeof(Node) + static_cast<size_t>(n) + (kind != '\n');
-    char* block = reinterpret_cast<char*>(leaf) - front;
-    if (is_digit_byte(kind) && front > 0) {
+    if (is_digit_byte(kind) && n >= long_length) {
         leaf_limbs(leaf).~LeafLimbs();
-        free_long_node(block, front + size);
-    } else {
-        free_node(block, front + size);
+        return free_long_node(reinterpret_cast<char*>(leaf) - leaf_limbs_size,
+                              leaf_limbs_size + size);
     }
+    const size_t front = leaf_front_size(kind, n);
+    free_node(reinterpret_cast<char*>(leaf) - front, front + size);
 }
 
 bool drops_to_zero(Word word) {
