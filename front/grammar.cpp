@@ -65,22 +65,26 @@ enum class Token : uint8_t {
     binary,
 };
 
+constexpr Token make_token(uint8_t byte) {
+    switch (byte) {
+        case '(': return Token::open;
+        case ')': return Token::close;
+        case '[': return Token::bytes;
+        case ']': return Token::stray;
+        case '{': return Token::wings;
+        case '}': return Token::close_wings;
+        case ',': return Token::comma;
+        default: break;
+    }
+    if (is_word_byte(byte)) return Token::word;
+    if (is_digit_byte(byte)) return Token::digit;
+    if (is_prefix_operator(byte)) return Token::prefix;
+    return binaries[byte].level > 0 ? Token::binary : Token::atom;
+}
+
 constexpr std::array<Token, 256> make_tokens() {
     std::array<Token, 256> table{};
-    const auto enter = [&table](std::string_view bytes, Token token) {
-        for (const char c : bytes) table[static_cast<uint8_t>(c)] = token;
-    };
-    enter("_abcdefghijklmnopqrstuvwxyz", Token::word);
-    enter("0123456789", Token::digit);
-    enter(";\\?&|=<>#@ +-:.*/%'^", Token::binary);
-    enter("~!\"$`", Token::prefix);
-    enter("(", Token::open);
-    enter(")", Token::close);
-    enter("[", Token::bytes);
-    enter("]", Token::stray);
-    enter("{", Token::wings);
-    enter("}", Token::close_wings);
-    enter(",", Token::comma);
+    for (int byte = 0; byte < 256; ++byte) table[byte] = make_token(static_cast<uint8_t>(byte));
     return table;
 }
 constexpr auto tokens = make_tokens();

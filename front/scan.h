@@ -46,6 +46,7 @@ inline ByteBits operator&(const ByteBits& a, const ByteBits& b) {
 }
 
 /// The first place from i on where a byte of the set stands; the end of the text if there is none.
+/// By fours, as most of a text is gone over in here.
 inline size_t find_byte(std::string_view text, size_t i, const Bytes& set) {
     const char* const begin = text.data();
     const char* const end = begin + text.size();
@@ -70,10 +71,10 @@ bool is_spacing_operator(uint8_t byte);
 
 constexpr Bytes prefix_operators = bytes_in("~!\"$`");
 /// Whether the byte is one of ~ ! " $ and backquote.
-inline bool is_prefix_operator(uint8_t byte) { return prefix_operators[byte]; }
+constexpr bool is_prefix_operator(uint8_t byte) { return prefix_operators[byte]; }
 
 /// "_" or a lower-case letter: the bytes of words.
-inline bool is_word_byte(uint8_t byte) { return byte == '_' || (byte >= 'a' && byte <= 'z'); }
+constexpr bool is_word_byte(uint8_t byte) { return byte == '_' || (byte >= 'a' && byte <= 'z'); }
 inline bool is_word(char byte) { return is_word_byte(static_cast<uint8_t>(byte)); }
 inline bool is_digit(char byte) { return is_digit_byte(static_cast<uint8_t>(byte)); }
 /// Whether a key is one lower-case letter, which names nothing but what a binder holds.

@@ -103,7 +103,7 @@ inline Node* right(Node* node) {
     return reinterpret_cast<Node*>(child);
 }
 
-inline bool is_digit_byte(uint8_t byte) { return byte >= '0' && byte <= '9'; }
+constexpr bool is_digit_byte(uint8_t byte) { return byte >= '0' && byte <= '9'; }
 /// A Leaf with this kind byte is a name, and carries the word for its symbol.
 inline bool is_name_byte(uint8_t byte) {
     return byte != ' ' && byte != '(' && byte != '\n' && byte != '[' && !is_digit_byte(byte);
