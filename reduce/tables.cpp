@@ -53,7 +53,7 @@ class KeptTexts {
   private:
     void make_room(size_t size) {
         room_ = std::max(size, size_t{1} << 14);
-        next_ = blocks_.emplace_back(std::make_unique_for_overwrite<char[]>(room_)).get();
+        next_ = blocks_.emplace_back(std::make_unique<char[]>(room_)).get();
     }
 
     std::vector<std::unique_ptr<char[]>> blocks_;
