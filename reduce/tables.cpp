@@ -52,7 +52,7 @@ class KeptTexts {
 
   private:
     void make_room(size_t size) {
-        room_ = std::max(size, size_t{1} << 14);
+        room_ = std::max(size, size_t{1} << 12);
         next_ = blocks_.emplace_back(std::make_unique<char[]>(room_)).get();
     }
 
