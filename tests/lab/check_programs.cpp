@@ -120,7 +120,8 @@ bool is_that_of(const Report& report, const lab::Message& fault, const std::stri
     }
     if (kind == "place" || kind == "arity") {
         const std::string name = name_in(report.vip);
-        return fault.say.find(lab::ticked(name.empty() ? "TOP" : name)) != fault.say.npos;
+        const bool is_key = text != "\\" && text != "{";
+        return is_key && fault.say.find(lab::ticked(name.empty() ? "TOP" : name)) != fault.say.npos;
     }
     return true;
 }
