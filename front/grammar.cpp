@@ -370,8 +370,8 @@ class Parser {
         const size_t end = end_of_run(from, token);
         if (end < text_.size() && is_filler(text_[end])) return take_atom();
         position_ = end;
-        const bool is_letter = end - from == 1 && token == Token::word;
-        Term made = is_letter ? maker.letter(text_[from]) : maker.bytes({&text_[from], end - from});
+        const bool is_single = end - from == 1 && token == Token::word;
+        Term made = is_single ? maker.letter(text_[from]) : maker.bytes({&text_[from], end - from});
         tracker_.made_leaf(made, from, end);
         add_atom(run(), std::move(made));
     }
@@ -471,6 +471,7 @@ class Parser {
         return finish_run_of_more();
     }
 
+    /// The same for one that is more than a stretch, which few are.
     [[gnu::noinline]] Term finish_run_of_more() {
         Run<Term> run = std::exchange(frames_.back().run, {});
         if (run.stretch) {

@@ -38,7 +38,7 @@ void analyse_leaf(Node* leaf) {
         default: break;
     }
     if (!is_name_byte(first_byte(leaf))) return set_rank(leaf, 1);
-    const Symbol* known = symbol_slot(leaf);
+    const Symbol* known = symbol_slot(leaf);  // only a name has one
     if (known && known->definition) return set_rank(leaf, known->parameters);
     // Most names are one byte long, and most of those are results of built-ins.
     const char* text = leaf_text(leaf);

@@ -1,7 +1,7 @@
 // The Symbols stand in a row that only grows, with an index by the hashes of their names, and names
-// of one byte in an array in front of it. What is never freed needs no blocks of its own: the names
-// stand one behind the other. The definitions are no table of their own: they are found
-// by going through the Symbols, which happens a few times in a run, and never in a call.
+// of one byte in an array in front of it. The names, which are never freed, stand one behind the
+// other. The definitions are no table of their own: they are found by going through the Symbols,
+// which happens a few times in a run, and never in a call.
 #include "reduce/tables.h"
 
 #include <algorithm>
@@ -125,6 +125,7 @@ Symbol& make_symbol(SymbolTable& table, std::string_view name, const Builtin* bu
     return symbol;
 }
 
+/// Apart, as most questions are for letters.
 [[gnu::noinline]] Symbol& find_or_make(SymbolTable& table, std::string_view name) {
     const uint64_t hash = hash_of_bytes(name);
     const auto next = static_cast<uint32_t>(table.all.size());
@@ -134,14 +135,16 @@ Symbol& make_symbol(SymbolTable& table, std::string_view name, const Builtin* bu
 }
 
 /// The Symbol of a name of one byte; null when there is none yet.
-Symbol* of_letter(uint8_t byte) { return symbols().of_one_byte[byte]; }
+Symbol* of_letter(const SymbolTable& table, char letter) {
+    return table.of_one_byte[static_cast<uint8_t>(letter)];
+}
 
 }  // namespace
 
 Symbol* find_symbol(std::string_view name) {
-    if (name.size() == 1) return of_letter(static_cast<uint8_t>(name[0]));
-    const uint64_t hash = hash_of_bytes(name);
     SymbolTable& table = symbols();
+    if (name.size() == 1) return of_letter(table, name[0]);
+    const uint64_t hash = hash_of_bytes(name);
     const uint32_t place =
         table.by_name.find(hash, [&](uint32_t i) { return table.all[i].name == name; });
     if (place != no_place) return &table.all[place];
@@ -150,15 +153,13 @@ Symbol* find_symbol(std::string_view name) {
 
 Symbol& symbol_of(std::string_view name) {
     SymbolTable& table = symbols();
-    if (name.size() == 1) {
-        Symbol* letter = table.of_one_byte[static_cast<uint8_t>(name[0])];
-        if (letter) return *letter;
-    }
-    return find_or_make(table, name);
+    Symbol* letter = name.size() == 1 ? of_letter(table, name[0]) : nullptr;
+    return letter ? *letter : find_or_make(table, name);
 }
 
 Symbol& bind_symbol(Node* name_leaf) {
-    Symbol* letter = leaf_text(name_leaf)[1] == 0 ? of_letter(first_byte(name_leaf)) : nullptr;
+    const char* text = leaf_text(name_leaf);
+    Symbol* letter = text[1] == 0 ? of_letter(symbols(), text[0]) : nullptr;
     Symbol& symbol = letter ? *letter : symbol_of(leaf_bytes(name_leaf));
     symbol_slot(name_leaf) = &symbol;
     return symbol;
